@@ -8,7 +8,6 @@
 #include <QPixmap>
 #include <QSvgRenderer>
 #include <memory>
-#include <optional>
 
 // Has to stand outside every namespace. The drawings lie in a static library, which links them only when
 // asked.
