@@ -13,8 +13,8 @@ namespace tessary::test {
 
 /// An entry of a bank's table of contents: 32 bytes.
 struct TocEntry {
-  std::string type; ///< up to four bytes, the rest zeros
-  std::string name; ///< up to 16 bytes, the rest spaces
+  std::string type{}; ///< up to four bytes, the rest zeros
+  std::string name{}; ///< up to 16 bytes, the rest spaces
   std::uint32_t size = 0;
   std::array<std::uint8_t, 6> unread{}; ///< bytes 8–13
 };
@@ -53,8 +53,8 @@ private:
 
 /// A bank with the fixed header of the earlier samplers.
 struct LegacyBank {
-  std::string format; ///< up to 15 bytes, the rest zeros
-  std::string name;   ///< up to 16 bytes, the rest spaces
+  std::string format{}; ///< up to 15 bytes, the rest zeros
+  std::string name{};   ///< up to 16 bytes, the rest spaces
   std::uint16_t presets = 0;
   std::uint16_t samples = 0;
   std::size_t sizeBytes = 2048; ///< bytes behind the counts are zeros unless `body` fills them

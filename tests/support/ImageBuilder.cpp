@@ -126,8 +126,11 @@ void FolderBuilder::Volume::writeHeader(const VolumeLayout &layout) {
 
 void FolderBuilder::Volume::mark(std::uint64_t firstBlock, std::uint64_t count) {
   if (!marksBlocks) return;
-  for (std::uint64_t block = firstBlock; block < std::min(firstBlock + count, tableEntries); ++block)
-    setFatEntry(block, kUsedMark);
+  if (firstBlock >= tableEntries) return;
+  Bytes marks(2 * std::min(count, tableEntries - firstBlock));
+  for (std::size_t at = 0; at < marks.size(); at += 2)
+    put16(&marks[at], kUsedMark);
+  bytes.write(fatStart * kBlockBytes + 2 * firstBlock, marks);
 }
 
 void FolderBuilder::Volume::setFatEntry(std::uint64_t block, std::uint16_t value) {

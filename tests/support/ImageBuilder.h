@@ -43,8 +43,8 @@ struct VolumeLayout {
   std::uint64_t sizeBytes = 4 * kMiB;
   /// Geometry as the header holds it. A 0 is stored as 0 and laid out by the format's default.
   std::uint32_t fatStartBlock = 2;
-  std::optional<std::uint32_t> rootDirBlock;
-  std::optional<std::uint32_t> dataAreaBlock;
+  std::optional<std::uint32_t> rootDirBlock{};
+  std::optional<std::uint32_t> dataAreaBlock{};
   /// In 512-byte blocks, even; the header holds half of it. 0 stands for the default of 4096.
   std::uint32_t slotSizeBlocks = 64;
   /// Blocks from the root block to the data area when `dataAreaBlock` is unset.
@@ -66,18 +66,18 @@ struct EntryPlace {
 
 struct FileOptions {
   std::uint8_t type = 0x81;
-  std::optional<std::uint8_t> entryId; ///< unset: number of files added to the folder before
-  std::optional<std::uint16_t> slot;   ///< unset: the next one above all slots laid out
+  std::optional<std::uint8_t> entryId{}; ///< unset: number of files added to the folder before
+  std::optional<std::uint16_t> slot{};   ///< unset: the next one above all slots laid out
   /// Size of the file in bytes when it is larger than the contents; the rest reads as zeros and takes no
   /// memory. Unset: the contents' size.
-  std::optional<std::uint64_t> sizeBytes;
-  bool e4b0Mark = false;            ///< "E4B0" at offset 28 of the entry
-  std::optional<std::size_t> entry; ///< n-th entry of the folder (16 a block); unset: the next free one
+  std::optional<std::uint64_t> sizeBytes{};
+  bool e4b0Mark = false;              ///< "E4B0" at offset 28 of the entry
+  std::optional<std::size_t> entry{}; ///< n-th entry of the folder (16 a block); unset: the next free one
   char namePadding = ' ';
   /// Fields as stored, in place of those that follow from the size.
-  std::optional<std::uint16_t> clusterCount;
-  std::optional<std::uint16_t> blocksInLastCluster;
-  std::optional<std::uint16_t> bytesInLastBlock;
+  std::optional<std::uint16_t> clusterCount{};
+  std::optional<std::uint16_t> blocksInLastCluster{};
+  std::optional<std::uint16_t> bytesInLastBlock{};
   std::uint8_t byte16 = 0;
   std::uint8_t byte27 = 0;
   /// False lays out the entry alone: nothing is stored in the data area and nothing is marked.
@@ -97,9 +97,9 @@ struct FolderOptions {
   std::size_t blockCount = 1; ///< 1–7 blocks, the next free ones of the directory area
   /// The entry's up to seven block numbers as stored, in place of `blockCount`. Entries are laid out in
   /// those of 1 or more; numbers may repeat others' and lie anywhere.
-  std::vector<std::int16_t> blockList;
+  std::vector<std::int16_t> blockList{};
   std::uint8_t entryId = 0x40;
-  std::optional<std::size_t> entry; ///< as in FileOptions
+  std::optional<std::size_t> entry{}; ///< as in FileOptions
   char namePadding = ' ';
   std::uint8_t byte16 = 0;
 };
