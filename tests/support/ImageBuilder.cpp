@@ -21,6 +21,12 @@ void put16(std::uint8_t *at, std::uint16_t value) {
   at[1] = static_cast<std::uint8_t>(value >> 8);
 }
 
+/// The low byte of a folder's fifth block number lies where a file has its type byte.
+bool readsAsFileType(std::uint64_t fifthBlock) {
+  const std::uint64_t low = fifthBlock & 0xFF;
+  return low == 0x80 || low == 0x81 || low == 0x83;
+}
+
 std::uint64_t blocksFor(std::uint64_t bytes) {
   return (bytes + kBlockBytes - 1) / kBlockBytes;
 }

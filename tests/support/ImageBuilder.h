@@ -94,7 +94,8 @@ struct PlacedFile {
 };
 
 struct FolderOptions {
-  std::size_t blockCount = 1; ///< 1–7 blocks, the next free ones of the directory area
+  /// 1–7 blocks, the next free ones of the directory area that do not make the entry read as a file.
+  std::size_t blockCount = 1;
   /// The entry's up to seven block numbers as stored, in place of `blockCount`. Entries are laid out in
   /// those of 1 or more; numbers may repeat others' and lie anywhere.
   std::vector<std::int16_t> blockList{};
