@@ -72,8 +72,9 @@ struct FolderBuilder::Volume {
   void setFatEntry(std::uint64_t block, std::uint16_t value);
   void requireInside(std::uint64_t offset, std::uint64_t length) const;
   std::vector<std::int16_t> takeDirectoryBlocks(std::size_t count);
-  std::uint64_t slotBlock(std::uint16_t slot) const {
-    return dataArea + slotSize * (std::uint64_t{slot} - 1);
+  /// Slot 0 is read as slot 1.
+  std::uint64_t slotBlock(std::uint64_t slot) const {
+    return dataArea + slotSize * (slot > 0 ? slot - 1 : 0);
   }
   std::uint64_t slotsFor(std::uint64_t blockCount) const {
     return std::max<std::uint64_t>(1, (blockCount + slotSize - 1) / slotSize);
@@ -154,12 +155,11 @@ void FolderBuilder::Volume::requireInside(std::uint64_t offset, std::uint64_t le
 std::vector<std::int16_t> FolderBuilder::Volume::takeDirectoryBlocks(std::size_t count) {
   if (count < 1 || count > 7) throw std::logic_error("a folder has 1 to 7 blocks");
   std::vector<std::int16_t> taken;
-  // Blocks are taken in rising order, so the search goes on behind the last one that was found.
-  for (std::uint64_t block = rootBlock; block < dataArea && taken.size() < count; ++block) {
-    if (directoryBlocks.count(block)) continue;
-    if (block > 32767) break;
-    taken.push_back(static_cast<std::int16_t>(block));
-  }
+  for (; nextDirectoryBlock < std::min(dataArea, kDirectoryBlocksEnd) && taken.size() < count;
+       ++nextDirectoryBlock)
+    if (!directoryBlocks.contains(nextDirectoryBlock) &&
+        !(taken.size() == 4 && readsAsFileType(nextDirectoryBlock)))
+      taken.push_back(static_cast<std::int16_t>(nextDirectoryBlock));
   if (taken.size() < count) throw std::logic_error("no directory block left");
   return taken;
 }
