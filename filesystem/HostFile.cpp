@@ -1,0 +1,147 @@
+#include "filesystem/HostFile.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <memory>
+#include <random>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace tessary {
+namespace {
+
+class Descriptor final {
+public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  ~Descriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  Descriptor(const Descriptor &) = delete;
+  Descriptor &operator=(const Descriptor &) = delete;
+  explicit operator bool() const { return fd_ >= 0; }
+  int get() const { return fd_; }
+  /// Closes now; false when the host reports that something written was lost.
+  bool close() { return ::close(std::exchange(fd_, -1)) == 0; }
+
+private:
+  int fd_;
+};
+
+EMU3Error notRegular(const std::string &path, mode_t mode) {
+  if (S_ISDIR(mode)) return hostError(EISDIR, path);
+  return {kHostErrorDomain, EINVAL, path + ": Not a regular file"};
+}
+
+// Looks before opening: opening a FIFO would wait for its other end, opening a device can act on it.
+Descriptor openRegularFile(const std::string &path, struct stat *status, EMU3Error *error) {
+  const auto refused = [&](EMU3Error reason) {
+    fail(error, std::move(reason));
+    return Descriptor(-1);
+  };
+  if (::stat(path.c_str(), status) != 0) return refused(hostError(errno, path));
+  if (!S_ISREG(status->st_mode)) return refused(notRegular(path, status->st_mode));
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return refused(hostError(errno, path));
+  if (::fstat(fd, status) != 0 || !S_ISREG(status->st_mode)) {
+    ::close(fd);
+    return refused(notRegular(path, status->st_mode));
+  }
+  return Descriptor(fd);
+}
+
+bool writeAll(int fd, std::span<const std::uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(fd, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return false;
+    bytes = bytes.subspan(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+// Only a regular file, or a link that does not lead to anything else, may be replaced: putting a file in
+// the place of a device or FIFO would break whoever uses it.
+bool mayReplace(const std::string &path, EMU3Error *error) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return true;
+  return fail(error, notRegular(path, status.st_mode));
+}
+
+std::string temporaryPathBeside(const std::string &path) {
+  std::random_device random;
+  std::array<char, 32> name{};
+  std::snprintf(name.data(), name.size(), ".tessary-%08x%08x", random(), random());
+  const std::size_t slash = path.rfind('/');
+  const std::string folder = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+  return folder + name.data();
+}
+
+// A new file beside `path`. Created with open() rather than mkstemp() so that the host gives it the
+// permissions of any new file.
+int createTemporaryFile(const std::string &path, std::string *temporaryPath) {
+  constexpr int attempts = 16;
+  for (int i = 0; i < attempts; ++i) {
+    *temporaryPath = temporaryPathBeside(path);
+    const int fd = ::open(temporaryPath->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd >= 0 || errno != EEXIST) return fd;
+  }
+  return -1;
+}
+
+} // namespace
+
+bool hostFileSize(const std::string &path, std::uint64_t *size, EMU3Error *error) {
+  struct stat status {};
+  if (!openRegularFile(path, &status, error)) return false;
+  *size = static_cast<std::uint64_t>(status.st_size);
+  return true;
+}
+
+ByteBufferPtr readHostFile(const std::string &path, EMU3Error *error) {
+  struct stat status {};
+  const Descriptor file = openRegularFile(path, &status, error);
+  if (!file) return nullptr;
+  const auto expected = static_cast<std::size_t>(status.st_size);
+  auto bytes = std::make_shared<ByteBuffer>();
+  bytes->resize(expected + 1); // one more, so that the end is seen without growing
+  std::size_t length = 0;
+  while (true) {
+    if (length == bytes->size()) bytes->resize(length * 2);
+    const ssize_t got = ::read(file.get(), bytes->data() + length, bytes->size() - length);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) {
+      fail(error, hostError(errno, path));
+      return nullptr;
+    }
+    if (got == 0) break;
+    length += static_cast<std::size_t>(got);
+  }
+  if (length < expected) { // half a sample stored as if it were whole would be a silent loss
+    fail(error, {kHostErrorDomain, EIO, path + ": The file became shorter while it was read"});
+    return nullptr;
+  }
+  bytes->resize(length);
+  return bytes;
+}
+
+bool writeHostFileAtomically(const std::string &path,
+                             std::initializer_list<std::span<const std::uint8_t>> parts, EMU3Error *error) {
+  if (!mayReplace(path, error)) return false;
+  std::string temporaryPath;
+  Descriptor file(createTemporaryFile(path, &temporaryPath));
+  if (!file) return fail(error, hostError(errno, path));
+  bool written = true;
+  for (const std::span<const std::uint8_t> part : parts)
+    written = written && writeAll(file.get(), part);
+  int problem = written ? 0 : errno;
+  if (!file.close() && problem == 0) problem = errno;
+  if (problem == 0 && std::rename(temporaryPath.c_str(), path.c_str()) != 0) problem = errno;
+  if (problem == 0) return true;
+  ::unlink(temporaryPath.c_str());
+  return fail(error, hostError(problem, path));
+}
+
+} // namespace tessary

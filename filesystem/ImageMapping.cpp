@@ -1,0 +1,282 @@
+#include "filesystem/ImageMapping.h"
+
+#include <algorithm>
+#include <atomic>
+#include <csetjmp>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <mutex>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tessary {
+namespace {
+
+using format::kBlockSize;
+
+// --- Faults of the mapped file ---------------------------------------------------------------------
+// A page whose part of the file is gone raises SIGBUS when it is touched. Every touch below runs inside
+// `guarded`, which names the bytes it may touch; a fault there ends the touch, any other fault keeps its
+// usual meaning.
+
+struct Touch {
+  sigjmp_buf resume;
+  std::uintptr_t begin;
+  std::uintptr_t end;
+};
+
+thread_local Touch *volatile currentTouch = nullptr;
+struct sigaction previousAction;
+
+void passOn(int number, siginfo_t *info, void *context) {
+  if ((previousAction.sa_flags & SA_SIGINFO) != 0) return previousAction.sa_sigaction(number, info, context);
+  if (previousAction.sa_handler == SIG_DFL || previousAction.sa_handler == SIG_IGN) {
+    std::signal(number, SIG_DFL); // the instruction faults again, now with the default outcome
+    return;
+  }
+  previousAction.sa_handler(number);
+}
+
+void handleFault(int number, siginfo_t *info, void *context) {
+  Touch *const touch = currentTouch;
+  const auto address = reinterpret_cast<std::uintptr_t>(info->si_addr);
+  if (touch && address >= touch->begin && address < touch->end) siglongjmp(touch->resume, 1);
+  passOn(number, info, context);
+}
+
+void installFaultHandler() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    struct sigaction action {};
+    action.sa_sigaction = handleFault;
+    action.sa_flags = SA_SIGINFO | SA_NODEFER | SA_ONSTACK;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGBUS, &action, &previousAction);
+  });
+}
+
+// Runs `body`, which touches only `length` bytes at `begin` of a mapping. False when they faulted.
+// `body` must hold nothing that needs a destructor, since a fault leaves it by a jump.
+template <typename Body>
+[[gnu::noinline]] bool guarded(const std::uint8_t *begin, std::uint64_t length, Body &&body) {
+  Touch touch;
+  touch.begin = reinterpret_cast<std::uintptr_t>(begin);
+  touch.end = touch.begin + length;
+  if (sigsetjmp(touch.resume, 0) != 0) {
+    currentTouch = nullptr;
+    return false;
+  }
+  currentTouch = &touch;
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  body();
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  currentTouch = nullptr;
+  return true;
+}
+
+// --- Stores in an order that a kill cannot undo -----------------------------------------------------
+// The kernel keeps what was stored before a process is killed, in the order it was stored. Volatile
+// keeps the compiler to that order.
+
+void storeByte(std::uint8_t *to, std::uint8_t value) {
+  *static_cast<volatile std::uint8_t *>(to) = value;
+}
+
+void fence() {
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+}
+
+// An entry exists when its first byte is not 0: that byte goes first and comes last.
+void replaceDentry(std::uint8_t *to, const std::uint8_t *from) {
+  storeByte(to, 0);
+  fence();
+  std::memcpy(to + 1, from + 1, format::kDentrySize - 1);
+  fence();
+  storeByte(to, from[0]);
+}
+
+void clearDentryBytes(std::uint8_t *to, const std::uint8_t *) {
+  storeByte(to, 0);
+  fence();
+  std::memset(to + 1, 0, format::kNameSize - 1);
+  storeByte(to + format::kDentryRawType, 0);
+}
+
+void replaceName(std::uint8_t *to, const std::uint8_t *from) {
+  // One 16-byte store: an instruction is done or not done when a process is killed.
+  using Name [[gnu::vector_size(format::kNameSize)]] = std::uint8_t;
+  static_assert(sizeof(Name) == format::kNameSize);
+  Name name;
+  std::memcpy(&name, from, sizeof name);
+  *reinterpret_cast<volatile Name *>(to) = name;
+}
+
+std::uint64_t countNonZeroInBlock(const std::uint8_t *block) {
+  std::uint16_t nonZero = 0; // at most 256; 16 bits wide so that the loop counts eight words at a time
+  for (std::size_t i = 0; i < kBlockSize; i += 2) {
+    std::uint16_t word;
+    std::memcpy(&word, block + i, sizeof word);
+    nonZero = static_cast<std::uint16_t>(nonZero + (word != 0 ? 1 : 0));
+  }
+  return nonZero;
+}
+
+EMU3Error cannotOpen(const std::string &path) {
+  return {kEngineErrorDomain, kErrorCannotReachData, "Cannot open file: " + path};
+}
+
+EMU3Error cannotMap() {
+  return {kEngineErrorDomain, kErrorCannotReachData, "mmap failed"};
+}
+
+// What is not a regular file can be opened but not mapped. It is not opened either: a FIFO would wait or
+// disturb its writer, a device could act.
+bool isMappableFile(const std::string &path, EMU3Error *error) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return fail(error, cannotOpen(path));
+  if (S_ISREG(status.st_mode)) return true;
+  return fail(error, ::access(path.c_str(), R_OK) == 0 ? cannotMap() : cannotOpen(path));
+}
+
+} // namespace
+
+std::unique_ptr<ImageMapping> ImageMapping::open(const std::string &path, EMU3Error *error) {
+  if (!isMappableFile(path, error)) return nullptr;
+  installFaultHandler();
+  std::unique_ptr<ImageMapping> mapping(new ImageMapping);
+  constexpr int flags = O_NONBLOCK | O_CLOEXEC;
+  mapping->fd_ = ::open(path.c_str(), O_RDWR | flags);
+  if (mapping->fd_ < 0) {
+    mapping->fd_ = ::open(path.c_str(), O_RDONLY | flags);
+    mapping->readOnly_ = true;
+  }
+  if (mapping->fd_ < 0) {
+    fail(error, cannotOpen(path));
+    return nullptr;
+  }
+  struct stat status {};
+  ::fstat(mapping->fd_, &status);
+  mapping->size_ = static_cast<std::uint64_t>(status.st_size);
+  mapping->device_ = static_cast<std::uint64_t>(status.st_dev);
+  mapping->inode_ = static_cast<std::uint64_t>(status.st_ino);
+  const int protection = mapping->readOnly_ ? PROT_READ : PROT_READ | PROT_WRITE;
+  void *const bytes = ::mmap(nullptr, mapping->size_, protection, MAP_SHARED, mapping->fd_, 0);
+  if (bytes == MAP_FAILED) {
+    fail(error, cannotMap());
+    return nullptr;
+  }
+  mapping->bytes_ = static_cast<std::uint8_t *>(bytes);
+  return mapping;
+}
+
+ImageMapping::~ImageMapping() {
+  if (bytes_) ::munmap(bytes_, size_);
+  if (fd_ >= 0) ::close(fd_);
+}
+
+std::uint64_t ImageMapping::readBytes(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
+                                      std::uint64_t length) const {
+  const std::uint64_t wholeBytes = size_ / kBlockSize * kBlockSize;
+  if (!containsBlock(first) || offset >= wholeBytes - first * kBlockSize) return 0;
+  const std::uint8_t *const from = address(first) + offset;
+  const std::uint64_t available = std::min(length, wholeBytes - first * kBlockSize - offset);
+  if (guarded(from, available, [&] { std::memcpy(to, from, available); })) return available;
+  std::uint64_t done = 0; // part of the file is gone: take what stands before the hole, block by block
+  while (done < available) {
+    const std::uint64_t step = std::min(available - done, kBlockSize - (offset + done) % kBlockSize);
+    if (!guarded(from + done, step, [&] { std::memcpy(to + done, from + done, step); })) break;
+    done += step;
+  }
+  return done;
+}
+
+std::uint64_t ImageMapping::countNonZeroWords(std::uint64_t first, std::uint64_t end,
+                                              std::uint64_t *nonZero) const {
+  const std::uint64_t stop = std::min(end, size_ / kBlockSize);
+  *nonZero = 0;
+  if (first >= stop) return 0;
+  volatile std::uint64_t scanned = 0;
+  volatile std::uint64_t found = 0;
+  guarded(address(first), (stop - first) * kBlockSize, [&] {
+    for (std::uint64_t block = first; block < stop; ++block) {
+      found = found + countNonZeroInBlock(address(block));
+      scanned = scanned + 1;
+    }
+  });
+  *nonZero = found;
+  return scanned;
+}
+
+bool ImageMapping::write(std::uint64_t block, std::uint64_t offset, const std::uint8_t *from,
+                         std::uint64_t length) {
+  if (!containsBlock(block)) return false;
+  std::uint8_t *const to = address(block) + offset;
+  if (!guarded(to, length, [&] { std::memcpy(to, from, length); })) {
+    ++writeFaults_;
+    return false;
+  }
+  flushBlock(block);
+  return true;
+}
+
+bool ImageMapping::clearBlock(std::uint64_t block) {
+  static constexpr format::Block zeros{};
+  return write(block, 0, zeros.data(), zeros.size());
+}
+
+bool ImageMapping::writeData(std::uint64_t first, const std::uint8_t *data, std::uint64_t length) {
+  for (std::uint64_t block = first;; ++block) {
+    if (length >= kBlockSize) {
+      if (!write(block, 0, data, kBlockSize)) return false;
+      data += kBlockSize;
+      length -= kBlockSize;
+      if (length == 0) return true;
+      continue;
+    }
+    format::Block last{};
+    std::copy_n(data, length, last.begin());
+    return write(block, 0, last.data(), kBlockSize);
+  }
+}
+
+bool ImageMapping::storeDentry(std::uint64_t block, std::size_t index,
+                               void (*store)(std::uint8_t *, const std::uint8_t *),
+                               const std::uint8_t *from) {
+  if (!containsBlock(block)) return false;
+  std::uint8_t *const to = address(block) + index * format::kDentrySize;
+  if (!guarded(to, format::kDentrySize, [&] { store(to, from); })) {
+    ++writeFaults_;
+    return false;
+  }
+  flushBlock(block);
+  return true;
+}
+
+bool ImageMapping::writeDentry(std::uint64_t block, std::size_t index, const format::Dentry &dentry) {
+  return storeDentry(block, index, replaceDentry, dentry.data());
+}
+
+bool ImageMapping::writeDentryName(std::uint64_t block, std::size_t index, const std::uint8_t *name) {
+  return storeDentry(block, index, replaceName, name);
+}
+
+bool ImageMapping::clearDentry(std::uint64_t block, std::size_t index) {
+  return storeDentry(block, index, clearDentryBytes, nullptr);
+}
+
+bool ImageMapping::zeroDentry(std::uint64_t block, std::size_t index) {
+  static constexpr format::Dentry zeros{};
+  return storeDentry(block, index, replaceDentry, zeros.data());
+}
+
+// The host wants the address at a page boundary; whether the flush succeeds changes nothing.
+void ImageMapping::flushBlock(std::uint64_t block) const {
+  static const auto pageSize = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+  const std::uint64_t begin = block * kBlockSize;
+  const std::uint64_t pageBegin = begin - begin % pageSize;
+  ::msync(bytes_ + pageBegin, begin + kBlockSize - pageBegin, MS_ASYNC);
+}
+
+} // namespace tessary

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "filesystem/FairSharedMutex.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace tessary {
+
+/// What all filesystems that this process has open on one image file share. An image may be opened again
+/// while an earlier filesystem of it still has queued work: one lock then orders the operations of both,
+/// and the change count tells each that the other has changed the image.
+struct SharedVolume {
+  /// One public operation on the volume at a time; readers of contents side by side.
+  FairSharedMutex operationLock;
+  /// Grows with every change made by any filesystem of the image. Read and written under the lock.
+  std::uint64_t changeCount = 0;
+};
+
+/// The state for the image file with this device and inode; made when no filesystem has it open.
+std::shared_ptr<SharedVolume> sharedVolumeFor(std::uint64_t device, std::uint64_t inode);
+
+} // namespace tessary

@@ -1,0 +1,155 @@
+#include "filesystem/Text.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+
+namespace tessary {
+namespace {
+
+struct Character {
+  std::size_t length = 1; ///< bytes
+  std::uint32_t codePoint = 0;
+  bool valid = false;
+};
+
+// The character at the beginning of `text`, which is not empty. An invalid byte stands alone.
+Character nextCharacter(std::string_view text) {
+  const auto byteAt = [&](std::size_t index) { return static_cast<std::uint8_t>(text[index]); };
+  const std::uint8_t lead = byteAt(0);
+  if (lead < 0x80) return {1, lead, true};
+  std::size_t length = 0;
+  std::uint32_t smallest = 0;
+  if ((lead & 0xE0) == 0xC0) {
+    length = 2, smallest = 0x80;
+  } else if ((lead & 0xF0) == 0xE0) {
+    length = 3, smallest = 0x800;
+  } else if ((lead & 0xF8) == 0xF0) {
+    length = 4, smallest = 0x10000;
+  } else {
+    return {};
+  }
+  if (text.size() < length) return {};
+  std::uint32_t codePoint = lead & (0x7FU >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byteAt(i) & 0xC0) != 0x80) return {};
+    codePoint = (codePoint << 6) | (byteAt(i) & 0x3FU);
+  }
+  const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
+  if (codePoint < smallest || codePoint > 0x10FFFF || surrogate) return {};
+  return {length, codePoint, true};
+}
+
+std::size_t utf16Units(const Character &character) {
+  return character.codePoint > 0xFFFF ? 2 : 1;
+}
+
+// Control characters, and the separators that some terminals and views treat as line breaks.
+bool isControl(std::uint32_t codePoint) {
+  return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) || codePoint == 0x2028 ||
+         codePoint == 0x2029;
+}
+
+std::string formatted(const char *format, unsigned value) {
+  std::array<char, 16> text{};
+  std::snprintf(text.data(), text.size(), format, value);
+  return text.data();
+}
+
+std::string escapeFor(std::uint32_t codePoint) {
+  switch (codePoint) {
+  case '\n':
+    return "\\n";
+  case '\r':
+    return "\\r";
+  case '\t':
+    return "\\t";
+  default:
+    return formatted(codePoint < 0x80 ? "\\x%02x" : "\\u%04x", codePoint);
+  }
+}
+
+} // namespace
+
+bool isValidUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const Character character = nextCharacter(text);
+    if (!character.valid) return false;
+    text.remove_prefix(character.length);
+  }
+  return true;
+}
+
+std::size_t utf16Length(std::string_view text) {
+  std::size_t units = 0;
+  while (!text.empty()) {
+    const Character character = nextCharacter(text);
+    units += utf16Units(character);
+    text.remove_prefix(character.length);
+  }
+  return units;
+}
+
+std::string_view prefixOfUtf16Units(std::string_view text, std::size_t units) {
+  std::size_t taken = 0;
+  std::size_t bytes = 0;
+  while (bytes < text.size()) {
+    const Character character = nextCharacter(text.substr(bytes));
+    taken += utf16Units(character);
+    if (taken > units) break;
+    bytes += character.length;
+  }
+  return text.substr(0, bytes);
+}
+
+std::string_view prefixOfWholeCharacters(std::string_view text, std::size_t bytes) {
+  std::size_t end = 0;
+  while (end < text.size()) {
+    const std::size_t length = nextCharacter(text.substr(end)).length;
+    if (end + length > bytes) break;
+    end += length;
+  }
+  return text.substr(0, end);
+}
+
+std::string escapedForDisplay(std::string_view text) {
+  std::string shown;
+  shown.reserve(text.size());
+  while (!text.empty()) {
+    const Character character = nextCharacter(text);
+    if (!character.valid) {
+      shown += formatted("\\x%02x", static_cast<std::uint8_t>(text.front()));
+    } else if (isControl(character.codePoint)) {
+      shown += escapeFor(character.codePoint);
+    } else {
+      shown += text.substr(0, character.length);
+    }
+    text.remove_prefix(character.length);
+  }
+  return shown;
+}
+
+std::string paddedField(const std::uint8_t *field, std::size_t size) {
+  std::string text(reinterpret_cast<const char *>(field), size);
+  const std::size_t last = text.find_last_not_of(std::string_view(" \0", 2));
+  text.resize(last == std::string::npos ? 0 : last + 1);
+  const std::size_t zero = text.find('\0');
+  if (zero != std::string::npos) text.resize(zero);
+  return text;
+}
+
+std::string lastPathComponent(const std::string &path) {
+  const std::size_t end = path.find_last_not_of('/');
+  if (end == std::string::npos) return {};
+  const std::size_t slash = path.rfind('/', end);
+  const std::size_t begin = slash == std::string::npos ? 0 : slash + 1;
+  return path.substr(begin, end + 1 - begin);
+}
+
+std::string withoutExtension(const std::string &fileName) {
+  const std::size_t dot = fileName.rfind('.');
+  if (dot == std::string::npos || dot == 0 || dot + 1 == fileName.size()) return fileName;
+  return fileName.substr(0, dot);
+}
+
+} // namespace tessary
