@@ -1,5 +1,6 @@
 #include "app/AboutPanel.h"
 
+#include "app/Colors.h"
 #include "app/Icons.h"
 #include "app/Links.h"
 
@@ -49,10 +50,6 @@ double luminance(const QColor &color) {
 double contrast(const QColor &one, const QColor &other) {
   const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
   return (lighter + 0.05) / (darker + 0.05);
-}
-
-QColor secondaryLabelColor(const QPalette &palette) {
-  return mix(palette.color(QPalette::WindowText), palette.color(QPalette::Window), 0.35F);
 }
 
 /// The palette's link colour, brought nearer to the text's where it cannot be read on the window's
