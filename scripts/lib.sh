@@ -109,7 +109,7 @@ missing_libraries() {
 
 # Names what is missing, and ends the script when anything is.
 name_missing() {
-  local set_name missing
+  local set_name missing formulas="cmake ninja qt cli11 nlohmann-json"
   missing=$(for set_name in "$@"; do missing_programs "$set_name"; done)
   [ -n "$missing" ] || missing=$(missing_libraries "$@")
   [ -n "$missing" ] || return 0
@@ -117,7 +117,8 @@ name_missing() {
   printf '%s\n' "$missing" | sed 's/^/  /' >&2
   if [ "$(uname -s)" = Darwin ]; then
     case $missing in *compiler*) say "Apple's command line tools: xcode-select --install" ;; esac
-    say "With Homebrew: brew install cmake ninja qt cli11 nlohmann-json googletest"
+    case " $* " in *" tests "*) formulas="$formulas googletest" ;; esac
+    say "With Homebrew: brew install $formulas"
   fi
   exit 1
 }
