@@ -54,7 +54,7 @@ debian_packages() {
   case $1 in
     build) echo build-essential cmake ninja-build qt6-base-dev qt6-svg-dev libcli11-dev nlohmann-json3-dev ;;
     tests) echo libgtest-dev libgmock-dev ;;
-    lint) echo clang-format clang-tidy ;;
+    lint) echo clang-format clang-tidy desktop-file-utils appstream ;;
     wayland) echo qt6-wayland ;;
     display) echo xvfb fonts-dejavu-core ;;
     picture) echo imagemagick xdotool ;;
@@ -87,7 +87,7 @@ missing_programs() {
   local entry
   case $1 in
     build) set -- cmake:cmake ninja:ninja "c++:a C++20 compiler" ;;
-    lint) set -- clang-format:clang-format clang-tidy:clang-tidy ;;
+    lint) set -- clang-format:clang-format clang-tidy:clang-tidy desktop-file-validate:desktop-file-utils appstreamcli:AppStream ;;
     display) set -- Xvfb:Xvfb ;;
     picture) set -- import:ImageMagick xdotool:xdotool ;;
     *) set -- ;;
