@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QColor>
+#include <QPalette>
+
+namespace tessary {
+
+/// For text that stands back behind the window's main text but must be read as well: the text colour, a
+/// third of the way to the background. The palette's placeholder colour is too faint for that.
+QColor secondaryLabelColor(const QPalette &palette);
+
+} // namespace tessary

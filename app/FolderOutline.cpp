@@ -1,0 +1,52 @@
+#include "app/FolderOutline.h"
+
+#include "app/CellDelegate.h"
+
+#include <QHeaderView>
+#include <QMouseEvent>
+
+namespace tessary {
+
+FolderOutline::FolderOutline(QWidget *parent) : QTreeView(parent) {
+  QFont cellFont = font();
+  cellFont.setPixelSize(12);
+  setFont(cellFont);
+  setItemDelegate(new CellDelegate(this));
+  setHeaderHidden(true);
+  setUniformRowHeights(true);
+  setEditTriggers(NoEditTriggers);
+  setSelectionMode(SingleSelection);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  setVerticalScrollMode(ScrollPerPixel);
+  setTextElideMode(Qt::ElideRight);
+  setFrameShape(NoFrame);
+  connect(this, &QTreeView::expanded, this, &FolderOutline::closeWhenTooDeep);
+}
+
+void FolderOutline::mousePressEvent(QMouseEvent *event) {
+  if (event->button() != Qt::LeftButton) return;
+  if (indexAt(event->position().toPoint()).isValid())
+    QTreeView::mousePressEvent(event);
+  else
+    selectionModel()->clear();
+}
+
+void FolderOutline::mouseReleaseEvent(QMouseEvent *event) {
+  if (event->button() == Qt::LeftButton) QTreeView::mouseReleaseEvent(event);
+}
+
+void FolderOutline::mouseDoubleClickEvent(QMouseEvent *event) {
+  if (event->button() == Qt::LeftButton) QTreeView::mouseDoubleClickEvent(event);
+}
+
+void FolderOutline::mouseMoveEvent(QMouseEvent *event) {
+  if (event->buttons() == Qt::NoButton || event->buttons() & Qt::LeftButton) QTreeView::mouseMoveEvent(event);
+}
+
+void FolderOutline::closeWhenTooDeep(const QModelIndex &index) {
+  int level = 0;
+  for (QModelIndex above = index.parent(); above.isValid(); above = above.parent())
+    if (++level > kDeepestOpenLevel) return collapse(index);
+}
+
+} // namespace tessary

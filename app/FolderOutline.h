@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QTreeView>
+
+namespace tessary {
+
+/// The folder outline's view: one column without a header.
+///
+/// A click on the empty area clears the selection; the right button only asks for the context menu and
+/// selects nothing. The view lays out nested open folders recursively, so a folder that lies deeper than
+/// `kDeepestOpenLevel` stays closed: no image can exhaust the stack.
+class FolderOutline final : public QTreeView {
+  Q_OBJECT
+
+public:
+  /// Levels count from 0 for the rows at the top.
+  static constexpr int kDeepestOpenLevel = 2000;
+
+  explicit FolderOutline(QWidget *parent = nullptr);
+
+protected:
+  void mousePressEvent(QMouseEvent *event) override;
+  void mouseReleaseEvent(QMouseEvent *event) override;
+  void mouseDoubleClickEvent(QMouseEvent *event) override;
+  void mouseMoveEvent(QMouseEvent *event) override;
+
+private:
+  void closeWhenTooDeep(const QModelIndex &index);
+};
+
+} // namespace tessary

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QMainWindow>
+
+namespace tessary {
+
+/// The window itself: has no menu of its own to hide toolbars with, and tells when it was closed.
+class MainWindow final : public QMainWindow {
+  Q_OBJECT
+
+public:
+  using QMainWindow::QMainWindow;
+
+  QMenu *createPopupMenu() override { return nullptr; }
+
+signals:
+  void closed();
+
+protected:
+  void closeEvent(QCloseEvent *event) override;
+};
+
+} // namespace tessary

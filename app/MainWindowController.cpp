@@ -1,0 +1,224 @@
+#include "app/MainWindowController.h"
+
+#include "app/Alert.h"
+#include "app/Beeper.h"
+#include "app/ContentController.h"
+#include "app/DisplayText.h"
+#include "app/MainQueue.h"
+#include "app/MainWindow.h"
+#include "app/ReadyFile.h"
+#include "app/SidebarController.h"
+#include "app/Spinner.h"
+#include "app/StatusBar.h"
+#include "filesystem/Text.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QFileDialog>
+#include <QMenu>
+#include <QMenuBar>
+#include <QTableView>
+#include <QThreadPool>
+#include <algorithm>
+#include <unordered_set>
+#include <utility>
+
+namespace tessary {
+namespace {
+
+constexpr QLatin1String kAppName("Tessary");
+constexpr QLatin1String kNoImage("No image loaded");
+
+/// Among the root's subfolders the first of those with the most files; the root when it has none.
+EMU3DirectoryPtr folderToShowFirst(const EMU3DirectoryPtr &root) {
+  const std::vector<EMU3DirectoryPtr> folders = root->subdirectories();
+  if (folders.empty()) return root;
+  return *std::max_element(folders.begin(), folders.end(), [](const auto &one, const auto &other) {
+    return one->totalFileCount() < other->totalFileCount();
+  });
+}
+
+std::uint64_t kilobytes(std::uint64_t blocks) {
+  return blocks * 512 / 1024;
+}
+
+} // namespace
+
+QString diskSpaceText(std::uint64_t usedBlocks, std::uint64_t freeBlocks) {
+  return QStringLiteral("Used: %1 KB  Free: %2 KB")
+      .arg(QString::number(kilobytes(usedBlocks)), QString::number(kilobytes(freeBlocks)));
+}
+
+MainWindowController::MainWindowController() : window_(std::make_unique<MainWindow>()) {
+  constexpr std::size_t undoLevels = 10;
+  undoManager_.setLevelsOfUndo(undoLevels);
+  window_->setMinimumSize(800, 500);
+  _setTitle(kAppName);
+  connect(window_.get(), &MainWindow::closed, this, &MainWindowController::windowClosed);
+  connect(&undoManager_, &UndoManager::changed, this, &MainWindowController::_validateItems);
+  _buildUI();
+  _setStatus(kNoImage);
+  _setupKeyboardShortcuts();
+}
+
+MainWindowController::~MainWindowController() = default;
+
+void MainWindowController::showWindow() {
+  window_->show();
+}
+
+void MainWindowController::prepareToQuit() {
+  quitting_ = true;
+  window_->hide();
+}
+
+// ---- Opening and unmounting
+
+void MainWindowController::_openImage() {
+  auto panel = std::make_unique<QFileDialog>(window_.get(),
+                                             QStringLiteral("Select an E-MU Sampler disk image (.hda)"));
+  panel->setFileMode(QFileDialog::ExistingFile);
+  panel->setLabelText(QFileDialog::Accept, QStringLiteral("Mount"));
+  connect(panel.get(), &QFileDialog::fileSelected, this,
+          [this](const QString &path) { openImageAtURL(QFile::encodeName(path).toStdString()); });
+  _beginSheet(std::move(panel));
+}
+
+void MainWindowController::openImageAtURL(const std::string &imageURL) {
+  spinner_->start();
+  _setStatus(QStringLiteral("Opening image…"));
+  QThreadPool::globalInstance()->start([controller = QPointer(this), imageURL] {
+    EMU3Error error;
+    EMU3FilesystemPtr filesystem = EMU3Filesystem::initWithURL(imageURL, &error);
+    if (filesystem) filesystem->setGuarded(true);
+    onMainQueue([controller, imageURL, filesystem, error] {
+      if (controller) controller->_imageOpened(imageURL, filesystem, error);
+    });
+  });
+}
+
+void MainWindowController::_imageOpened(const std::string &imageURL, EMU3FilesystemPtr filesystem,
+                                        const EMU3Error &error) {
+  spinner_->stop();
+  if (quitting_) return;
+  if (!filesystem) {
+    const QString reason =
+        error.isSet() ? displayText(error.localizedDescription()) : QStringLiteral("Unknown error");
+    Alert(QStringLiteral("Cannot Open Image"), reason, window_.get()).exec();
+    _setStatus(QStringLiteral("Failed to open image."));
+    return;
+  }
+  _setFilesystem(std::move(filesystem));
+  _setTitle(QStringLiteral("%1 — %2").arg(kAppName, displayText(lastPathComponent(imageURL))));
+  _showNoFolder();
+  _loadFilesystem();
+}
+
+void MainWindowController::_unmountImage() {
+  if (!filesystem_) return;
+  _setFilesystem(nullptr);
+  currentDirectory_ = nullptr;
+  sidebarCtl_->setRoot(nullptr);
+  contentCtl_->setFilesystem(nullptr);
+  contentCtl_->setDirectory(nullptr);
+  sidebarCtl_->reload();
+  contentCtl_->refresh();
+  _setTitle(kAppName);
+  _setStatus(kNoImage);
+  _updateDiskSpaceLabel();
+}
+
+void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
+  filesystem_ = std::move(filesystem);
+  clickedDirectory_ = nullptr;
+  _validateItems();
+}
+
+// ---- Showing the image
+
+/// The folder shown so far belongs to an image that is no longer mounted.
+void MainWindowController::_showNoFolder() {
+  currentDirectory_ = nullptr;
+  contentCtl_->setDirectory(nullptr);
+  contentCtl_->refresh();
+}
+
+void MainWindowController::_loadFilesystem() {
+  const EMU3DirectoryPtr root = filesystem_->rootDirectory();
+  sidebarCtl_->setRoot(root);
+  contentCtl_->setFilesystem(filesystem_);
+  sidebarCtl_->reload();
+  if (!sidebarCtl_->selectRowOf(folderToShowFirst(root))) sidebarCtl_->selectFirstRow();
+  _updateDiskSpaceLabel();
+}
+
+void MainWindowController::_selectDirectory(const EMU3DirectoryPtr &directory) {
+  currentDirectory_ = directory;
+  contentCtl_->setDirectory(directory);
+  contentCtl_->refresh();
+  if (!filesystem_ || !directory) return;
+
+  const std::vector<EMU3FilePtr> files = directory->allFiles();
+  filesystem_->ioQueue().async([controller = QPointer(this), filesystem = filesystem_, directory, files] {
+    for (const EMU3FilePtr &file : files)
+      if (file->fileType() == kFileTypeBank) filesystem->populateBankMetadata(file);
+    onMainQueue([controller, filesystem, directory] {
+      if (controller) controller->_bankDetailsRead(filesystem, directory);
+    });
+  });
+  _setStatus(
+      QStringLiteral("%1 — %2 file(s)").arg(displayText(directory->name()), QString::number(files.size())));
+}
+
+void MainWindowController::_bankDetailsRead(const EMU3FilesystemPtr &filesystem,
+                                            const EMU3DirectoryPtr &directory) {
+  if (filesystem != filesystem_ || directory != currentDirectory_) return;
+  contentCtl_->refresh();
+  writeReadyFile(window_.get());
+}
+
+void MainWindowController::_updateDiskSpaceLabel() {
+  diskSpaceLabel_->setText(filesystem_ ? diskSpaceText(filesystem_->usedBlocks(), filesystem_->freeBlocks())
+                                       : QString());
+}
+
+void MainWindowController::_setTitle(const QString &title) {
+  // Qt puts its mark of a changed document in place of "[*]" unless that is written twice.
+  window_->setWindowTitle(QString(title).replace(QLatin1String("[*]"), QLatin1String("[*][*]")));
+}
+
+void MainWindowController::_setStatus(const QString &text) {
+  statusLabel_->setText(text);
+}
+
+// ---- For the commands
+
+std::vector<EMU3FilePtr> MainWindowController::_selectedFiles() const {
+  if (!currentDirectory_) return {};
+  const std::vector<EMU3FilePtr> live = currentDirectory_->allFiles();
+  const std::unordered_set<EMU3FilePtr> held(live.begin(), live.end());
+  const std::vector<EMU3FilePtr> shown = contentCtl_->displayedFiles();
+  std::vector<EMU3FilePtr> selected;
+  for (std::size_t row = 0; row < shown.size(); ++row)
+    if (tableView_->selectionModel()->isRowSelected(static_cast<int>(row)) && held.contains(shown[row]))
+      selected.push_back(shown[row]);
+  return selected;
+}
+
+void MainWindowController::_beginSheet(std::unique_ptr<QDialog> dialog) {
+  if (sheet_ || QApplication::activeModalWidget()) return beep();
+  sheet_ = dialog.release();
+  sheet_->setAttribute(Qt::WA_DeleteOnClose);
+  sheet_->setWindowFlag(Qt::Sheet);
+  sheet_->open();
+}
+
+void MainWindowController::_undo() {
+  undoManager_.undo();
+}
+
+void MainWindowController::_redo() {
+  undoManager_.redo();
+}
+
+} // namespace tessary

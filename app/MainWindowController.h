@@ -1,0 +1,161 @@
+#pragma once
+
+#include "app/UndoManager.h"
+#include "filesystem/EMU3Filesystem.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <memory>
+#include <string>
+#include <vector>
+
+class QAction;
+class QDialog;
+class QMenu;
+class QMenuBar;
+class QTreeView;
+class QTableView;
+class QToolBar;
+class QWidget;
+
+namespace tessary {
+
+class ContentController;
+class MainWindow;
+class SidebarController;
+class Spinner;
+class StatusBar;
+class StatusLabel;
+
+/// Owns the one window, the mounted image and the controllers of the window's views, and carries out every
+/// command of the user. Main thread only.
+///
+/// A command checks on the main thread what it needs and asks the user; work on many files then runs on
+/// the image's I/O queue and comes back to the main thread to refresh the views and write one status line.
+/// When another image has been mounted meanwhile, the completion stops the spinner and changes nothing else.
+class MainWindowController final : public QObject {
+  Q_OBJECT
+
+public:
+  /// A command; what is enabled is decided by it alone.
+  using Action = void (MainWindowController::*)();
+
+  MainWindowController();
+  ~MainWindowController() override;
+
+  void showWindow();
+  MainWindow *window() const { return window_.get(); }
+  /// Puts the menu bar into the window, which grows by it: the content keeps its size.
+  void setMenuBar(QMenuBar *menuBar);
+  /// Takes the window off the screen. From now on no alert is raised.
+  void prepareToQuit();
+
+  /// Opens the image at a path of the host in the background and then shows it in place of the one mounted.
+  void openImageAtURL(const std::string &imageURL);
+
+  /// The mounted image; null when there is none.
+  EMU3FilesystemPtr filesystem() const { return filesystem_; }
+  /// The folder whose files the table shows; null for none.
+  EMU3DirectoryPtr currentDirectory() const { return currentDirectory_; }
+  SidebarController *sidebarCtl() const { return sidebarCtl_; }
+  ContentController *contentCtl() const { return contentCtl_; }
+  QTreeView *outlineView() const { return outlineView_; }
+  QTableView *tableView() const { return tableView_; }
+  StatusLabel *statusLabel() const { return statusLabel_; }
+  StatusLabel *diskSpaceLabel() const { return diskSpaceLabel_; }
+  Spinner *spinner() const { return spinner_; }
+  UndoManager *undoManager() { return &undoManager_; }
+  /// The folder whose row the folder menu was last opened on; null when it was the empty area.
+  EMU3DirectoryPtr clickedDirectory() const { return clickedDirectory_; }
+
+  bool validateUserInterfaceItem(Action action) const;
+
+  // Commands.
+  void _openImage();
+  void _unmountImage();
+  void _undo();
+  void _redo();
+  void _exportSelected();
+  void _exportSamples();
+  void _importFile();
+  void _deleteSelected();
+  void _renameSelected();
+  void _copyToDir();
+  void _moveToDir();
+  void _newFolder();
+  void _renameFolder();
+  void _deleteFolder();
+  void _tableDoubleClick();
+
+  /// The files of the table's selected rows, in row order, as far as the folder still holds them.
+  std::vector<EMU3FilePtr> _selectedFiles() const;
+
+signals:
+  /// The user closed the window.
+  void windowClosed();
+
+private:
+  // Window (MainWindowLayout.cpp)
+  void _buildUI();
+  void _buildOutline();
+  void _buildTable();
+  QWidget *_makeRightPane();
+  void _installCallbacks();
+  void _setupKeyboardShortcuts();
+  void _resizeContent(const QSize &size);
+  void _centerWindow();
+
+  // Toolbar and menus (MainWindowMenus.cpp)
+  void _buildToolbar();
+  void _buildMenus();
+  std::unique_ptr<QMenu> _buildFolderMenu();
+  std::unique_ptr<QMenu> _buildContextMenu();
+  QAction *_makeToolbarItem(const QString &identifier);
+  void _addMenuItem(QMenu *menu, const QString &title, Action action);
+  void _addItem(QAction *item, Action action);
+  void _validateItems();
+
+  // Image (MainWindowController.cpp)
+  void _imageOpened(const std::string &imageURL, EMU3FilesystemPtr filesystem, const EMU3Error &error);
+  void _setFilesystem(EMU3FilesystemPtr filesystem);
+  void _showNoFolder();
+  void _loadFilesystem();
+  void _selectDirectory(const EMU3DirectoryPtr &directory);
+  void _bankDetailsRead(const EMU3FilesystemPtr &filesystem, const EMU3DirectoryPtr &directory);
+  void _updateDiskSpaceLabel();
+  void _setTitle(const QString &title);
+  void _setStatus(const QString &text);
+  /// Shows the dialog as a sheet on the window and deletes it when it is answered. While another dialog is
+  /// up it beeps and deletes the dialog at once.
+  void _beginSheet(std::unique_ptr<QDialog> dialog);
+
+  struct Item {
+    QAction *item;
+    Action action;
+  };
+
+  std::unique_ptr<MainWindow> window_;
+  QTreeView *outlineView_ = nullptr;
+  QTableView *tableView_ = nullptr;
+  StatusLabel *statusLabel_ = nullptr;
+  StatusLabel *diskSpaceLabel_ = nullptr;
+  Spinner *spinner_ = nullptr;
+  SidebarController *sidebarCtl_ = nullptr;
+  ContentController *contentCtl_ = nullptr;
+  UndoManager undoManager_;
+  std::vector<Item> items_;
+  std::unique_ptr<QMenu> folderMenu_;
+  std::unique_ptr<QMenu> fileMenu_;
+  QPointer<QDialog> sheet_;
+
+  EMU3FilesystemPtr filesystem_;
+  EMU3DirectoryPtr currentDirectory_;
+  EMU3DirectoryPtr clickedDirectory_;
+  bool quitting_ = false;
+};
+
+/// "Used: N KB  Free: N KB" for numbers of 512-byte blocks, in unsigned 64-bit arithmetic.
+QString diskSpaceText(std::uint64_t usedBlocks, std::uint64_t freeBlocks);
+
+} // namespace tessary

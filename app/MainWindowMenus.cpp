@@ -1,0 +1,169 @@
+#include "app/Icons.h"
+#include "app/MainWindow.h"
+#include "app/MainWindowController.h"
+#include "app/SidebarController.h"
+
+#include <QAction>
+#include <QEvent>
+#include <QKeySequence>
+#include <QMenu>
+#include <QTableView>
+#include <QToolBar>
+#include <QTreeView>
+#include <array>
+
+namespace tessary {
+namespace {
+
+struct ToolbarItem {
+  const char *identifier;
+  const char *label;
+  const char *paletteLabel;
+  const char *symbol;
+  MainWindowController::Action action;
+};
+
+const std::array<ToolbarItem, 7> toolbarItems = {{
+    {"MountItem", "Mount Image", "Mount Image", "externaldrive.badge.plus",
+     &MainWindowController::_openImage},
+    {"UnmountItem", "Unmount", "Unmount Image", "eject", &MainWindowController::_unmountImage},
+    {"ExportItem", "Export", "Export File", "square.and.arrow.up", &MainWindowController::_exportSelected},
+    {"ImportItem", "Import", "Import File", "square.and.arrow.down", &MainWindowController::_importFile},
+    {"DeleteItem", "Delete", "Delete File", "trash", &MainWindowController::_deleteSelected},
+    {"UndoItem", "Undo", "Undo", "arrow.uturn.backward", &MainWindowController::_undo},
+    {"RedoItem", "Redo", "Redo", "arrow.uturn.forward", &MainWindowController::_redo},
+}};
+
+constexpr const char *flexibleSpace = "FlexibleSpaceItem";
+constexpr std::array<const char *, 8> defaultItems = {"MountItem",  "UnmountItem", flexibleSpace,
+                                                      "ImportItem", "ExportItem",  "DeleteItem",
+                                                      "UndoItem",   "RedoItem"};
+
+/// Keeps the tool tips away that a toolbar gives its buttons from their actions.
+class NoToolTips final : public QObject {
+public:
+  using QObject::QObject;
+
+protected:
+  bool eventFilter(QObject *watched, QEvent *event) override {
+    auto *button = static_cast<QWidget *>(watched);
+    if (event->type() == QEvent::ToolTipChange && !button->toolTip().isEmpty()) button->setToolTip({});
+    return false;
+  }
+};
+
+QWidget *makeFlexibleSpace(QWidget *parent) {
+  auto *space = new QWidget(parent);
+  space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+  return space;
+}
+
+} // namespace
+
+// ---- Toolbar
+
+void MainWindowController::_buildToolbar() {
+  auto *toolbar = new QToolBar(window_.get());
+  toolbar->setObjectName(QStringLiteral("MainToolbar"));
+  toolbar->setAccessibleName(QStringLiteral("Toolbar"));
+  toolbar->setMovable(false);
+  toolbar->setFloatable(false);
+  toolbar->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+  auto *noToolTips = new NoToolTips(toolbar);
+  for (const char *identifier : defaultItems) {
+    if (identifier == flexibleSpace) {
+      toolbar->addWidget(makeFlexibleSpace(toolbar));
+      continue;
+    }
+    QAction *item = _makeToolbarItem(QString::fromLatin1(identifier));
+    toolbar->addAction(item);
+    QWidget *button = toolbar->widgetForAction(item);
+    button->setToolTip({});
+    button->installEventFilter(noToolTips);
+  }
+  window_->addToolBar(toolbar);
+}
+
+/// An unknown identifier gives a bare item.
+QAction *MainWindowController::_makeToolbarItem(const QString &identifier) {
+  auto *item = new QAction(window_.get());
+  item->setObjectName(identifier);
+  for (const ToolbarItem &known : toolbarItems) {
+    if (identifier != QLatin1String(known.identifier)) continue;
+    item->setText(QString::fromLatin1(known.paletteLabel));
+    item->setIconText(QString::fromLatin1(known.label));
+    item->setIcon(toolbarIcon(QString::fromLatin1(known.symbol)));
+    _addItem(item, known.action);
+    if (known.action == &MainWindowController::_undo) item->setShortcuts(QKeySequence::Undo);
+    if (known.action == &MainWindowController::_redo) item->setShortcuts(QKeySequence::Redo);
+  }
+  return item;
+}
+
+// ---- Context menus
+
+void MainWindowController::_buildMenus() {
+  folderMenu_ = _buildFolderMenu();
+  outlineView_->setContextMenuPolicy(Qt::CustomContextMenu);
+  connect(outlineView_, &QWidget::customContextMenuRequested, this, [this](const QPoint &position) {
+    const QModelIndex clicked = outlineView_->indexAt(position);
+    clickedDirectory_ = clicked.isValid() ? sidebarCtl_->directoryAt(clicked) : nullptr;
+    folderMenu_->popup(outlineView_->viewport()->mapToGlobal(position));
+  });
+  fileMenu_ = _buildContextMenu();
+  tableView_->setContextMenuPolicy(Qt::CustomContextMenu);
+  connect(tableView_, &QWidget::customContextMenuRequested, this, [this](const QPoint &position) {
+    fileMenu_->popup(tableView_->viewport()->mapToGlobal(position));
+  });
+}
+
+std::unique_ptr<QMenu> MainWindowController::_buildFolderMenu() {
+  auto menu = std::make_unique<QMenu>(QStringLiteral("Folder"));
+  _addMenuItem(menu.get(), QStringLiteral("New Folder…"), &MainWindowController::_newFolder);
+  menu->addSeparator();
+  _addMenuItem(menu.get(), QStringLiteral("Rename Folder"), &MainWindowController::_renameFolder);
+  menu->addSeparator();
+  _addMenuItem(menu.get(), QStringLiteral("Delete Folder"), &MainWindowController::_deleteFolder);
+  return menu;
+}
+
+std::unique_ptr<QMenu> MainWindowController::_buildContextMenu() {
+  auto menu = std::make_unique<QMenu>(QStringLiteral("File"));
+  _addMenuItem(menu.get(), QStringLiteral("Export to Mac…"), &MainWindowController::_exportSelected);
+  _addMenuItem(menu.get(), QStringLiteral("Export Samples…"), &MainWindowController::_exportSamples);
+  menu->addSeparator();
+  _addMenuItem(menu.get(), QStringLiteral("Rename…"), &MainWindowController::_renameSelected);
+  _addMenuItem(menu.get(), QStringLiteral("Copy to…"), &MainWindowController::_copyToDir);
+  _addMenuItem(menu.get(), QStringLiteral("Move to…"), &MainWindowController::_moveToDir);
+  menu->addSeparator();
+  _addMenuItem(menu.get(), QStringLiteral("Delete"), &MainWindowController::_deleteSelected);
+  return menu;
+}
+
+void MainWindowController::_addMenuItem(QMenu *menu, const QString &title, Action action) {
+  _addItem(menu->addAction(title), action);
+}
+
+// ---- Enablement
+
+void MainWindowController::_addItem(QAction *item, Action action) {
+  connect(item, &QAction::triggered, this, [this, action] { (this->*action)(); });
+  items_.push_back({item, action});
+}
+
+bool MainWindowController::validateUserInterfaceItem(Action action) const {
+  using Self = MainWindowController;
+  if (action == &Self::_unmountImage || action == &Self::_exportSelected || action == &Self::_importFile ||
+      action == &Self::_deleteSelected)
+    return filesystem_ != nullptr;
+  if (action == &Self::_undo) return undoManager_.canUndo();
+  if (action == &Self::_redo) return undoManager_.canRedo();
+  return true;
+}
+
+void MainWindowController::_validateItems() {
+  for (const Item &item : items_)
+    item.item->setEnabled(validateUserInterfaceItem(item.action));
+}
+
+} // namespace tessary

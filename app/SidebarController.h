@@ -1,0 +1,99 @@
+#pragma once
+
+#include "filesystem/EMU3Directory.h"
+
+#include <QAbstractItemModel>
+#include <QIcon>
+#include <QPointer>
+#include <QTreeView>
+#include <deque>
+#include <functional>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace tessary {
+
+/// Feeds the folder outline: the folder tree below `root`, each folder with an icon and a label that tells
+/// its number of files. Shows the tree as it was at the last `reload`; a folder's subfolders are read when
+/// they are first asked for. Main thread only.
+class SidebarController final : public QAbstractItemModel {
+  Q_OBJECT
+
+public:
+  explicit SidebarController(QObject *parent = nullptr);
+
+  EMU3DirectoryPtr root() const { return root_; }
+  /// Takes effect in the outline with the next `reload`. Null when no image is loaded.
+  void setRoot(EMU3DirectoryPtr root) { root_ = std::move(root); }
+
+  /// Becomes the view's model. The view is not owned.
+  void setOutlineView(QTreeView *outlineView);
+  QTreeView *outlineView() const { return outlineView_; }
+
+  /// Told the newly selected folder: the root when nothing is selected, null when there is no root either.
+  void setSelectionChanged(std::function<void(const EMU3DirectoryPtr &)> callback) {
+    selectionChanged_ = std::move(callback);
+  }
+
+  /// Shows the tree as it is now. Folders that are still there stay expanded and highlighted, the outline
+  /// stays scrolled as it is, and no selection change is reported.
+  void reload();
+
+  /// The folder of an item; `root` for an invalid index.
+  EMU3DirectoryPtr directoryAt(const QModelIndex &index) const;
+  /// The item of a folder below the root; invalid when the outline holds none.
+  QModelIndex indexOf(const EMU3DirectoryPtr &directory) const;
+  /// Whether the folder has a row: all folders above it are expanded.
+  bool hasRow(const EMU3DirectoryPtr &directory) const;
+  /// Selects the folder's row alone and scrolls it into view; false when it has none.
+  bool selectRowOf(const EMU3DirectoryPtr &directory);
+  /// Selects the first row alone, if there is one.
+  void selectFirstRow();
+
+  QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
+  QModelIndex parent(const QModelIndex &child) const override;
+  int rowCount(const QModelIndex &parent = {}) const override;
+  int columnCount(const QModelIndex &parent = {}) const override;
+  bool hasChildren(const QModelIndex &parent = {}) const override;
+  QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+
+private:
+  using NodeId = std::size_t;
+  static constexpr NodeId kRootNode = 0;
+
+  struct Node {
+    EMU3DirectoryPtr directory;
+    NodeId parent = kRootNode;
+    int row = 0;
+    QString label;
+    bool hasSubdirectories = false;
+    bool loaded = false; ///< whether `children` has been read
+    std::vector<NodeId> children;
+  };
+
+  NodeId addNode(const EMU3DirectoryPtr &directory, NodeId parent, int row) const;
+  const Node &loadedNode(NodeId id) const;
+  NodeId nodeAt(const QModelIndex &index) const;
+  QModelIndex indexOfNode(NodeId id) const;
+  bool isVisible(const QModelIndex &index) const;
+  void rebuild();
+  std::unordered_set<EMU3DirectoryPtr> expandedDirectories() const;
+  void expand(const std::unordered_set<EMU3DirectoryPtr> &directories);
+  void highlight(const EMU3DirectoryPtr &directory);
+  void reportSelection();
+
+  const QIcon folderIcon_;
+  EMU3DirectoryPtr root_;
+  QPointer<QTreeView> outlineView_;
+  std::function<void(const EMU3DirectoryPtr &)> selectionChanged_;
+  bool reloading_ = false;
+  // Nodes refer to each other by number, so that a chain of any depth is dropped without recursion.
+  mutable std::deque<Node> nodes_;
+  mutable std::unordered_map<EMU3DirectoryPtr, NodeId> nodeOf_;
+};
+
+/// "NAME (N)" with the number of the folder's own files, or the bare name when it has none.
+QString folderLabel(const EMU3Directory &directory);
+
+} // namespace tessary
