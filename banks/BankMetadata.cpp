@@ -54,7 +54,7 @@ std::string withReplacement(const TypeBytes &type, char replacement) {
 // Diagnostic lines are written for the one file of this name only.
 class DetectionLog final {
 public:
-  explicit DetectionLog(std::string fileName) : fileName_(std::move(fileName)), on_(fileName_ == "Acid") {}
+  explicit DetectionLog(const std::string &fileName) : fileName_(fileName), on_(fileName == "Acid") {}
 
   /// "[TAG] NAME REST".
   void line(const char *tag, const std::string &rest) const {

@@ -3,6 +3,7 @@
 #include "filesystem/HostFile.h"
 #include "filesystem/Text.h"
 
+#include <cstring>
 #include <shared_mutex>
 #include <string>
 #include <vector>
@@ -23,7 +24,7 @@ constexpr std::size_t kWavHeaderSize = 44;
 std::array<std::uint8_t, kWavHeaderSize> wavHeader(std::uint32_t audioLength) {
   std::array<std::uint8_t, kWavHeaderSize> header{};
   const auto put = [&](std::size_t offset, std::string_view text) {
-    std::copy(text.begin(), text.end(), header.begin() + static_cast<std::ptrdiff_t>(offset));
+    std::memcpy(header.data() + offset, text.data(), text.size());
   };
   put(0, "RIFF");
   format::writeLE32(&header[4], audioLength + 36);
@@ -94,7 +95,7 @@ bool EMU3Filesystem::exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr 
   const std::vector<std::string> samples = samplesFromBankFile(fromBankFile, error);
   if (index >= samples.size()) return fail(error, _errorCode(kErrorBadArgument, "Sample index out of range"));
   TypeBytes type{};
-  std::copy_n(samples[index].begin(), std::min(samples[index].size(), type.size()), type.begin());
+  std::memcpy(type.data(), samples[index].data(), std::min(samples[index].size(), type.size()));
   ByteBufferPtr bank;
   {
     const std::shared_lock lock(shared_->operationLock);

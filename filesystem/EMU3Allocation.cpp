@@ -31,13 +31,14 @@ void EMU3Filesystem::_scanMaxSlotIndex(const EMU3DirectoryPtr &directory, std::u
 // on into the next ones.
 std::uint64_t EMU3Filesystem::_highestReachedSlot(const EMU3DirectoryPtr &root) const {
   std::uint64_t highest = 0;
+  const std::uint64_t slotSize = slotSizeBlocks_;
+  const auto raise = [&](const EMU3FileFields &fields) {
+    const std::uint64_t first = std::max<std::uint64_t>(fields.startCluster, 1);
+    const std::uint64_t filled = (fields.blocksInLastCluster + slotSize - 1) / slotSize;
+    highest = std::max(highest, first + std::max<std::uint64_t>({1, fields.clusterCount, filled}) - 1);
+  };
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root)) {
-    for (const EMU3FilePtr &file : folder->files()) {
-      const EMU3FileFields fields = file->fields();
-      const std::uint64_t first = std::max<std::uint64_t>(fields.startCluster, 1);
-      const std::uint64_t filled = (fields.blocksInLastCluster + slotSizeBlocks_ - 1) / slotSizeBlocks_;
-      highest = std::max(highest, first + std::max<std::uint64_t>({1, fields.clusterCount, filled}) - 1);
-    }
+    folder->lookAtFiles([&](const EMU3File &file) { file.lookAtFields(raise); });
   }
   return highest;
 }

@@ -50,6 +50,14 @@ public:
   std::int64_t dentryOffset() const;
   void setDentryOffset(std::int64_t value);
 
+  /// Calls `look` with each of `files`, under the folder's lock: for walks over the whole tree, which need
+  /// no copy of the list. `look` must be short and call nothing but the file's own accessors.
+  template <typename Look> void lookAtFiles(const Look &look) const {
+    const std::lock_guard lock(mutex_);
+    for (const EMU3FilePtr &file : files_)
+      look(*file);
+  }
+
   void appendFile(EMU3FilePtr file);
   void removeFile(const EMU3FilePtr &file);
   bool containsFile(const EMU3FilePtr &file) const;

@@ -51,6 +51,12 @@ public:
 
   /// All entry fields in one consistent copy.
   EMU3FileFields fields() const;
+  /// Calls `look` with the fields, under the file's lock: for walks over many files, which need no copy.
+  /// `look` must be short and call nothing that takes a lock.
+  template <typename Look> void lookAtFields(const Look &look) const {
+    const std::lock_guard lock(mutex_);
+    look(fields_);
+  }
   void setFields(EMU3FileFields fields);
 
   std::uint8_t rawType() const { return get(&EMU3FileFields::rawType); }

@@ -1,5 +1,6 @@
 #include "filesystem/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -130,12 +131,9 @@ std::string escapedForDisplay(std::string_view text) {
 }
 
 std::string paddedField(const std::uint8_t *field, std::size_t size) {
-  std::string text(reinterpret_cast<const char *>(field), size);
-  const std::size_t last = text.find_last_not_of(std::string_view(" \0", 2));
-  text.resize(last == std::string::npos ? 0 : last + 1);
-  const std::size_t zero = text.find('\0');
-  if (zero != std::string::npos) text.resize(zero);
-  return text;
+  while (size > 0 && (field[size - 1] == ' ' || field[size - 1] == 0)) --size;
+  const std::uint8_t *const end = std::find(field, field + size, std::uint8_t{0});
+  return {reinterpret_cast<const char *>(field), reinterpret_cast<const char *>(end)};
 }
 
 std::string lastPathComponent(const std::string &path) {

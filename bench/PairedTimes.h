@@ -1,0 +1,51 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <vector>
+
+namespace tessary::bench {
+
+/// Runs a piece of work and the plain copy it is compared with by turns, so that both meet the same
+/// machine, and reports the medians: `ours_us`, `copy_us`, `ratio` = ours / copy. `prepare` runs before each
+/// pair and is not timed. The benchmark needs UseManualTime().
+class PairedTimes {
+public:
+  template <typename Work, typename Copy>
+  void measure(benchmark::State &state, const Work &work, const Copy &copy) {
+    measure(state, work, copy, [] {});
+  }
+  template <typename Work, typename Copy, typename Prepare>
+  void measure(benchmark::State &state, const Work &work, const Copy &copy, const Prepare &prepare) {
+    for (auto _ : state) {
+      prepare();
+      copyTimes_.push_back(secondsOf(copy));
+      workTimes_.push_back(secondsOf(work));
+      state.SetIterationTime(workTimes_.back());
+    }
+    const double ours = median(workTimes_);
+    const double plain = median(copyTimes_);
+    state.counters["ours_us"] = ours * 1e6;
+    state.counters["copy_us"] = plain * 1e6;
+    state.counters["ratio"] = ours / plain;
+  }
+
+private:
+  template <typename Call> static double secondsOf(const Call &call) {
+    const auto begin = std::chrono::steady_clock::now();
+    call();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  }
+  static double median(std::vector<double> values) {
+    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2),
+                     values.end());
+    return values[values.size() / 2];
+  }
+
+  std::vector<double> workTimes_;
+  std::vector<double> copyTimes_;
+};
+
+} // namespace tessary::bench
