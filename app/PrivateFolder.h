@@ -1,0 +1,19 @@
+#pragma once
+
+#include "filesystem/EMU3Error.h"
+
+#include <optional>
+#include <string>
+
+namespace tessary {
+
+/// Makes a new, empty folder that only this user can look into: a fresh UUID in the folder `kind`
+/// ("EMU3Drag", "EMU3Delete") of the application's folder in the host's temporary directory. Returns its
+/// path; nothing removes it.
+///
+/// The host's temporary directory is shared, so what stands there already under the names of the folders
+/// above may be another user's trap. Anything but a folder of this user alone (mode 0700, no link) is
+/// refused with the host's error, which names it. Any thread.
+std::optional<std::string> makePrivateFolder(const char *kind, EMU3Error *error = nullptr);
+
+} // namespace tessary
