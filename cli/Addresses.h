@@ -1,0 +1,50 @@
+#pragma once
+
+#include "filesystem/EMU3Filesystem.h"
+
+#include <string>
+#include <variant>
+#include <vector>
+
+/// What the addresses on a command line lead to. Deleted files have no address.
+///
+/// Resolving throws CommandFailure, naming the word, when it leads to nothing.
+namespace tessary::cli {
+
+struct FileItem {
+  EMU3FilePtr file;
+  EMU3DirectoryPtr directory; ///< whose list holds it
+  std::string address;        ///< as given; for a pattern's match, one that leads to it
+};
+
+struct FolderItem {
+  EMU3DirectoryPtr directory;
+  std::string address;
+};
+
+using EntryItem = std::variant<FileItem, FolderItem>;
+
+/// Where something new is to be made.
+struct NewEntry {
+  EMU3DirectoryPtr parent;
+  std::string name; ///< what stands behind the last "/", unescaped; may be empty
+};
+
+/// The file that the word names. Patterns mean nothing here: "*" is a character like others.
+FileItem resolveFile(const EMU3Filesystem &volume, const std::string &word);
+FolderItem resolveFolder(const EMU3Filesystem &volume, const std::string &word);
+/// The files that the words name, patterns in their last parts included, each file once, in the order of the
+/// words and of the folders' lists.
+std::vector<FileItem> resolveFiles(const EMU3Filesystem &volume, const std::vector<std::string> &words);
+/// The same for files and folders together. Where both bear the name, a word means the file; with "/" at
+/// its end, the folder.
+std::vector<EntryItem> resolveEntries(const EMU3Filesystem &volume, const std::vector<std::string> &words);
+NewEntry resolveNewEntry(const EMU3Filesystem &volume, const std::string &word);
+
+/// A folder's files that are not deleted, and its subfolders, each with an address made from the folder's
+/// own. It is the path, or the place where an earlier entry of the same kind bears the same name or the path
+/// would be long: addresses of deeply nested folders do not grow with their depth.
+std::vector<FileItem> filesIn(const EMU3DirectoryPtr &directory, const std::string &address);
+std::vector<FolderItem> foldersIn(const EMU3DirectoryPtr &directory, const std::string &address);
+
+} // namespace tessary::cli

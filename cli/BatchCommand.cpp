@@ -1,0 +1,82 @@
+#include "cli/CliError.h"
+#include "cli/Command.h"
+#include "cli/CommandRunner.h"
+#include "cli/ShellWords.h"
+
+#include <cstddef>
+#include <istream>
+#include <string>
+
+namespace tessary::cli {
+namespace {
+
+bool isPassedOver(const std::string &line) {
+  return line.starts_with('#') || line.find_first_not_of(" \t") == std::string::npos;
+}
+
+class BatchCommand final : public Command {
+public:
+  void declare(CommandWords &words) override {
+    stop_ = words.flag("--stop", "End at the first line that fails");
+  }
+
+  ExitStatus run(Session &session) override {
+    const bool stopsAtFailure = CommandWords::isGiven(stop_);
+    bool anyFailed = false;
+    std::string text;
+    BatchLine line{session.volume, session.json, 0};
+    while (!session.interrupted() && std::getline(session.streams.in, text)) {
+      ++line.number;
+      if (text.ends_with('\r')) text.pop_back(); // written on another system
+      if (isPassedOver(text)) continue;
+      const ExitStatus status = runLine(text, line, session);
+      session.out().flush(); // whoever feeds the lines may wait for the answer
+      if (status == ExitStatus::interrupted) return status;
+      if (status == ExitStatus::done) continue;
+      anyFailed = true;
+      if (stopsAtFailure) break;
+    }
+    if (session.interrupted()) return answerInterrupted(session);
+    return anyFailed ? ExitStatus::failed : ExitStatus::done;
+  }
+
+private:
+  // In JSON every object stands for a line that was run.
+  static ExitStatus answerInterrupted(const Session &session) {
+    if (!session.json) printProblem(session.streams.err, session.problemPrefix, "", "Interrupted");
+    return ExitStatus::interrupted;
+  }
+
+  static ExitStatus runLine(const std::string &text, const BatchLine &line, const Session &session) {
+    std::string problem;
+    const auto words = shellWords(text, &problem);
+    if (words) return runBatchLine(*words, line, session.streams);
+    answerFailure(session.streams, line.json, problemPrefixForLine(line.number), "",
+                  cliError(kCliWrongWords, problem));
+    return ExitStatus::wrongWords;
+  }
+
+  const CommandWords::Word *stop_ = nullptr;
+};
+
+} // namespace
+
+extern const CommandEntry kBatchCommand{
+    "batch",
+    "[--stop]",
+    "Run commands read from standard input",
+    "Mounts the image once and runs one command a line, written as on the command line but without IMAGE; "
+    "words are\n"
+    "quoted as in a shell. Empty lines and lines that begin with # are passed over. Goes on after a line "
+    "that fails.\n"
+    "\n"
+    "Example:\n"
+    "  tessary-cli batch disk.hda <<'END'\n"
+    "  mkdir /Backup\n"
+    "  cp '/Drums/K*' /Backup\n"
+    "  END\n",
+    {.isBatchLine = false},
+    makeCommand<BatchCommand>,
+};
+
+} // namespace tessary::cli

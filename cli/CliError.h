@@ -1,0 +1,40 @@
+#pragma once
+
+#include "filesystem/EMU3Error.h"
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+namespace tessary::cli {
+
+/// Domain of the errors that are neither the engine's nor the host's.
+inline constexpr const char *kCliErrorDomain = "com.tessary.cli";
+
+enum CliErrorCode : std::int64_t {
+  kCliNotFound = 1,   ///< an address that names nothing, or nothing of the kind asked for
+  kCliWrongWords = 2, ///< a line's words are wrong
+  kCliInterrupted = 3,
+  kCliRefused = 4, ///< what the command does not do to this item
+};
+
+inline EMU3Error cliError(CliErrorCode code, std::string message) {
+  return {kCliErrorDomain, code, std::move(message)};
+}
+
+/// Thrown where a whole command fails before it has begun with its items. Caught in one place, which
+/// answers for the command.
+struct CommandFailure {
+  EMU3Error error;
+  std::string item; ///< what the error is about when its message does not name it
+};
+
+/// Thrown where the words of a command are wrong.
+struct WrongWords {
+  std::string message;
+};
+
+/// Thrown where the user's interruption is seen before there is anything to answer.
+struct Interrupted {};
+
+} // namespace tessary::cli

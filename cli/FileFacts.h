@@ -1,0 +1,23 @@
+#pragma once
+
+#include "cli/JsonWriter.h"
+#include "filesystem/EMU3Filesystem.h"
+
+#include <string>
+
+/// How files and folders of a volume are told, in words and in JSON.
+namespace tessary::cli {
+
+/// Reads a file's bank details anew; what earlier answers found is forgotten.
+void refreshBankDetails(EMU3Filesystem &volume, const EMU3FilePtr &file);
+
+/// The details as the window's columns show them: "—" for what is not known or 0.
+std::string formatCell(const BankDetails &details);
+std::string countCell(std::uint64_t count);
+
+/// All members of a file, bank details as they stand.
+void writeFile(JsonWriter &writer, const EMU3File &file);
+/// The members of a folder itself, into an object that is open.
+void writeFolderMembers(JsonWriter &writer, const EMU3Directory &directory);
+
+} // namespace tessary::cli

@@ -1,0 +1,100 @@
+#include "cli/Addresses.h"
+#include "cli/CliError.h"
+#include "cli/Command.h"
+#include "cli/ItemReport.h"
+
+#include <string>
+
+namespace tessary::cli {
+namespace {
+
+class MakeFolderCommand final : public Command {
+public:
+  void declare(CommandWords &words) override {
+    folder_ = words.required("FOLDER", "The path of the new folder");
+  }
+
+  ExitStatus run(Session &session) override {
+    const std::string word = CommandWords::text(folder_);
+    const NewEntry entry = resolveNewEntry(*session.volume, word);
+    ItemReport report(session, 1);
+    if (!report.begin(word)) return report.finish();
+    EMU3Error error;
+    if (session.volume->createDirectoryNamed(entry.name, entry.parent, &error)) {
+      report.succeed("Created the folder " + word);
+    } else {
+      report.fail(error);
+    }
+    return report.finish();
+  }
+
+private:
+  const CommandWords::Word *folder_ = nullptr;
+};
+
+class RemoveFolderCommand final : public Command {
+public:
+  void declare(CommandWords &words) override {
+    folder_ = words.required("FOLDER", "The folder");
+    recursive_ = words.flag("-R,--recursive", "Delete everything in it too");
+  }
+
+  ExitStatus run(Session &session) override {
+    const FolderItem item = resolveFolder(*session.volume, CommandWords::text(folder_));
+    const EMU3DirectoryPtr parent = item.directory->parent();
+    if (parent == nullptr) refuse("The root folder cannot be deleted", item);
+    if (!CommandWords::isGiven(recursive_) && !isEmpty(*item.directory))
+      refuse("The folder is not empty", item);
+    ItemReport report(session, 1);
+    if (!report.begin(item.address)) return report.finish();
+    EMU3Error error;
+    if (session.volume->deleteDirectory(item.directory, parent, &error)) {
+      report.succeed("Deleted the folder " + item.address);
+    } else {
+      report.fail(error);
+    }
+    return report.finish();
+  }
+
+private:
+  static bool isEmpty(const EMU3Directory &directory) {
+    return directory.totalFileCount() == 0 && directory.subdirectories().empty();
+  }
+
+  [[noreturn]] static void refuse(const std::string &message, const FolderItem &item) {
+    throw CommandFailure{cliError(kCliRefused, message + ": " + item.address), item.address};
+  }
+
+  const CommandWords::Word *folder_ = nullptr;
+  const CommandWords::Word *recursive_ = nullptr;
+};
+
+} // namespace
+
+extern const CommandEntry kMakeFolderCommand{
+    "mkdir",
+    "FOLDER",
+    "Create a folder",
+    "Creates the last part of the path in the folder before it. The new folder holds up to 16 entries. Its "
+    "name has\n"
+    "1 to 15 characters and is not compared with names that exist.\n"
+    "\n"
+    "Example:\n"
+    "  tessary-cli mkdir disk.hda /Drums/Snares\n",
+    {.changesVolume = true},
+    makeCommand<MakeFolderCommand>,
+};
+
+extern const CommandEntry kRemoveFolderCommand{
+    "rmdir",
+    "FOLDER [-R]",
+    "Delete a folder",
+    "Without -R only a folder with no files and no subfolders is deleted. There is no way back.\n"
+    "\n"
+    "Example:\n"
+    "  tessary-cli rmdir disk.hda /Drums/Snares\n",
+    {.changesVolume = true},
+    makeCommand<RemoveFolderCommand>,
+};
+
+} // namespace tessary::cli

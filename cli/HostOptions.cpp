@@ -1,0 +1,24 @@
+#include "cli/HostOptions.h"
+
+#include "cli/CliError.h"
+#include "cli/HostTargets.h"
+
+namespace tessary::cli {
+
+void HostOptions::declare(CommandWords &words) {
+  folder_ =
+      words.option("-d,--directory", "DIR", "The host folder to write into; the current one when left out");
+  target_ = words.option("-o,--output", "PATH", "The host file to write, for one result");
+}
+
+void HostOptions::check() const {
+  if (CommandWords::isGiven(folder_) && CommandWords::isGiven(target_)) {
+    throw WrongWords{"-d and -o exclude each other"};
+  }
+}
+
+void HostOptions::requireFolder() const {
+  if (const auto folder = CommandWords::textIfGiven(folder_)) requireHostFolder(*folder);
+}
+
+} // namespace tessary::cli

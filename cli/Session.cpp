@@ -1,0 +1,23 @@
+#include "cli/Session.h"
+
+#include "cli/JsonWriter.h"
+#include "filesystem/Text.h"
+
+namespace tessary::cli {
+
+void printProblem(std::ostream &err, const std::string &prefix, const std::string &item,
+                  const std::string &message) {
+  const bool namesItem = item.empty() || message.find(item) != std::string::npos;
+  err << prefix << escapedForDisplay(namesItem ? message : item + ": " + message) << '\n' << std::flush;
+}
+
+void answerFailure(const Streams &streams, bool json, const std::string &problemPrefix,
+                   const std::string &item, const EMU3Error &error) {
+  if (!json) return printProblem(streams.err, problemPrefix, item, error.message);
+  JsonWriter writer(streams.out);
+  writer.beginObject().member("ok", false).key("error");
+  writeError(writer, error);
+  writer.endObject().endLine();
+}
+
+} // namespace tessary::cli

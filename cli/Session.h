@@ -1,0 +1,45 @@
+#pragma once
+
+#include "cli/TessaryCli.h"
+#include "filesystem/EMU3Error.h"
+#include "filesystem/EMU3Filesystem.h"
+
+#include <istream>
+#include <ostream>
+#include <string>
+
+namespace tessary::cli {
+
+/// Where commands read and write, for the whole run of the program.
+struct Streams {
+  std::istream &in;
+  std::ostream &out;
+  std::ostream &err;
+  const CliSurroundings &surroundings;
+
+  bool interrupted() const { return surroundings.interrupted && surroundings.interrupted(); }
+};
+
+/// What one run of one command works with.
+struct Session {
+  const Streams &streams;
+  EMU3FilesystemPtr volume;
+  /// Whether the answer is a JSON object rather than text.
+  bool json = false;
+  /// What each line about a problem begins with.
+  std::string problemPrefix;
+
+  std::ostream &out() const { return streams.out; }
+  bool interrupted() const { return streams.interrupted(); }
+};
+
+/// One line on standard error that says what failed, naming the item unless the message does. Control
+/// characters are shown escaped.
+void printProblem(std::ostream &err, const std::string &prefix, const std::string &item,
+                  const std::string &message);
+
+/// The answer of a command that failed as a whole: a JSON object or a line about the problem.
+void answerFailure(const Streams &streams, bool json, const std::string &problemPrefix,
+                   const std::string &item, const EMU3Error &error);
+
+} // namespace tessary::cli

@@ -1,0 +1,89 @@
+#include "cli/Addresses.h"
+#include "cli/CliError.h"
+#include "cli/Command.h"
+#include "cli/ItemReport.h"
+
+#include <string>
+#include <vector>
+
+namespace tessary::cli {
+namespace {
+
+/// FILE... FOLDER: what cp and mv have in common.
+class TransferCommand : public Command {
+public:
+  void declare(CommandWords &words) final {
+    words_ = words.several("FILE", 2, "The files, and as the last word the FOLDER they go into");
+  }
+
+  ExitStatus run(Session &session) final {
+    std::vector<std::string> words = CommandWords::texts(words_);
+    const std::string folderWord = words.back();
+    words.pop_back();
+    const std::vector<FileItem> files = resolveFiles(*session.volume, words);
+    const FolderItem folder = resolveFolder(*session.volume, folderWord);
+    ItemReport report(session, files.size());
+    for (const FileItem &item : files) {
+      if (!report.begin(item.address)) break;
+      EMU3Error error;
+      const bool done = transfer(*session.volume, item, folder.directory, &error);
+      item.file->setCachedData(nullptr);
+      if (done)
+        report.succeed(doneWord() + item.address + " into " + folder.address);
+      else
+        report.fail(error);
+    }
+    return report.finish();
+  }
+
+private:
+  virtual bool transfer(EMU3Filesystem &volume, const FileItem &item, const EMU3DirectoryPtr &to,
+                        EMU3Error *error) const = 0;
+  virtual std::string doneWord() const = 0;
+
+  const CommandWords::Word *words_ = nullptr;
+};
+
+class CopyCommand final : public TransferCommand {
+  bool transfer(EMU3Filesystem &volume, const FileItem &item, const EMU3DirectoryPtr &to,
+                EMU3Error *error) const override {
+    return volume.copyFile(item.file, to, error);
+  }
+  std::string doneWord() const override { return "Copied "; }
+};
+
+class MoveCommand final : public TransferCommand {
+  bool transfer(EMU3Filesystem &volume, const FileItem &item, const EMU3DirectoryPtr &to,
+                EMU3Error *error) const override {
+    return volume.moveFile(item.file, item.directory, to, error);
+  }
+  std::string doneWord() const override { return "Moved "; }
+};
+
+} // namespace
+
+extern const CommandEntry kCopyCommand{
+    "cp",
+    "FILE... FOLDER",
+    "Copy files into a folder of the volume",
+    "A copy keeps its name; names are not compared with those that exist.\n"
+    "\n"
+    "Example:\n"
+    "  tessary-cli cp disk.hda '/Drums/K*' /Backup\n",
+    {.changesVolume = true},
+    makeCommand<CopyCommand>,
+};
+
+extern const CommandEntry kMoveCommand{
+    "mv",
+    "FILE... FOLDER",
+    "Move files into a folder of the volume",
+    "A move copies the file and deletes the original, so it needs room for a second copy while it runs.\n"
+    "\n"
+    "Example:\n"
+    "  tessary-cli mv disk.hda /KICK /SNARE /Drums\n",
+    {.changesVolume = true},
+    makeCommand<MoveCommand>,
+};
+
+} // namespace tessary::cli
