@@ -30,6 +30,7 @@ bool EMU3Filesystem::_mapImageWithError(EMU3Error *error) {
   mapping_ = ImageMapping::open(imageURL_, error);
   if (!mapping_) return false;
   shared_ = sharedVolumeFor(mapping_->device(), mapping_->inode());
+  if (!isReadOnly() && !shared_->claimForWriting(mapping_->descriptor())) mapping_->makeReadOnly();
   return true;
 }
 

@@ -9,6 +9,7 @@
 #include "filesystem/ImageMapping.h"
 #include "filesystem/SerialQueue.h"
 #include "filesystem/SharedVolume.h"
+#include "filesystem/VolumeFindings.h"
 
 #include <atomic>
 #include <cstdint>
@@ -55,6 +56,7 @@ public:
   // Facts of the volume. Blocks are 512 bytes, block numbers count from the start of the image.
   const std::string &imageURL() const { return imageURL_; }
   std::uint64_t imageSize() const { return mapping_->size(); } ///< bytes
+  /// True when the image could be opened for reading alone, or another process has it open for changes.
   bool isReadOnly() const { return mapping_->isReadOnly(); }
   std::uint64_t totalBlocks() const { return totalBlocks_; }
   std::uint64_t usedBlocks() const { return usedBlocks_; }       ///< table entries in use
@@ -109,8 +111,18 @@ public:
   bool deleteDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &fromParent,
                        EMU3Error *error = nullptr);
 
+  /// Looks the whole volume over and changes nothing (VolumeCheck.cpp).
+  std::vector<VolumeFinding> check();
+  /// Folders that no entry leads to any more, by their directory block (FolderRecovery.cpp).
+  std::vector<LostFolder> lostFolders();
+  /// Writes an entry for one of `lostFolders`, into a place of the folder that is really free. Codes 3, 5
+  /// (the block holds no lost folder), 6 and 7.
+  bool recoverFolder(std::uint64_t block, const std::string &name, const EMU3DirectoryPtr &inDirectory,
+                     EMU3Error *error = nullptr);
+
 private:
   friend struct EMU3FilesystemInternals; // tests of the primitives
+  friend class VolumeCheck;
 
   /// Read view of one 512-byte block: empty when the block lies outside the image.
   class BlockView {
@@ -216,8 +228,10 @@ private:
                         EMU3Error *error);
   void _removeEmptiedDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &parent);
   void _collectDirectoryBlocks(const EMU3DirectoryPtr &directory, std::set<std::int64_t> *into) const;
+  static format::Dentry _dentryForFolder(std::string_view storedName, std::uint64_t block);
   std::uint64_t _findFreeDirectoryBlock() const;
   bool _canHoldFolder(std::uint64_t block) const;
+  std::vector<LostFolder> _lostFolders() const;
 
   std::string imageURL_;
   std::unique_ptr<ImageMapping> mapping_;

@@ -8,9 +8,7 @@ namespace tessary {
 
 using namespace format;
 
-namespace {
-
-Dentry dentryForFolder(std::string_view storedName, std::uint64_t block) {
+Dentry EMU3Filesystem::_dentryForFolder(std::string_view storedName, std::uint64_t block) {
   Dentry dentry{};
   std::fill_n(dentry.begin(), kNameSize, std::uint8_t{' '});
   std::copy(storedName.begin(), storedName.end(), dentry.begin());
@@ -19,8 +17,6 @@ Dentry dentryForFolder(std::string_view storedName, std::uint64_t block) {
   writeLE16(&dentry[kDentryFolderBlocks], static_cast<std::uint16_t>(block));
   return dentry;
 }
-
-} // namespace
 
 bool EMU3Filesystem::createDirectoryNamed(const std::string &name, const EMU3DirectoryPtr &inDirectory,
                                           EMU3Error *error) {
@@ -77,7 +73,7 @@ bool EMU3Filesystem::_createDirectory(const std::string &name, const EMU3Directo
   if (block == 0) return fail(error, _errorCode(kErrorOutOfSpace, "No free directory block available"));
   const std::uint64_t faults = mapping_->writeFaults();
   if (!mapping_->clearBlock(block)) return fail(error, _errorCode(kErrorWriteRefused, "Block write failed"));
-  _writeDentry(dentryForFolder(_entryName(name), block), dentryBlock, dentryOffset);
+  _writeDentry(_dentryForFolder(_entryName(name), block), dentryBlock, dentryOffset);
   if (mapping_->writeFaults() != faults) {
     return fail(error, _errorCode(kErrorWriteRefused, "Block write failed"));
   }

@@ -1,3 +1,4 @@
+#include "filesystem/DentryForm.h"
 #include "filesystem/EMU3Filesystem.h"
 #include "filesystem/Text.h"
 
@@ -9,16 +10,6 @@ namespace tessary {
 namespace {
 
 using namespace format;
-
-// The order of these tests is the format: a folder's later block numbers lie where a file has its type
-// byte and mark, so some folders read as files.
-bool isFileDentry(const std::uint8_t *dentry) {
-  if (std::equal(kFormatMark.begin(), kFormatMark.end(), dentry + kDentryFormatMark)) return true;
-  const std::uint8_t type = dentry[kDentryRawType];
-  if (type == kRawTypeSystem || type == kRawTypeBank || type == kRawTypeOtherBank) return true;
-  const std::uint8_t id = dentry[kDentryEntryId];
-  return id != kFolderId && id != kOtherFolderId;
-}
 
 EMU3FilePtr fileFromDentry(const std::uint8_t *dentry, std::string name, std::int64_t block,
                            std::size_t index) {
@@ -47,12 +38,7 @@ EMU3DirectoryPtr folderFromDentry(const std::uint8_t *dentry, std::string name, 
   folder->setParent(parent);
   folder->setDentryBlock(block);
   folder->setDentryOffset(static_cast<std::int64_t>(index));
-  std::vector<std::int64_t> blockList;
-  for (std::size_t i = 0; i < kFolderBlockCount; ++i) {
-    const auto number = static_cast<std::int16_t>(readLE16(dentry + kDentryFolderBlocks + 2 * i));
-    if (number >= 1) blockList.push_back(number);
-  }
-  folder->setBlockList(std::move(blockList));
+  folder->setBlockList(folderBlocks(dentry));
   return folder;
 }
 

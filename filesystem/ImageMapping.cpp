@@ -186,6 +186,11 @@ ImageMapping::~ImageMapping() {
   if (fd_ >= 0) ::close(fd_);
 }
 
+void ImageMapping::makeReadOnly() {
+  readOnly_ = true;
+  ::mprotect(bytes_, size_, PROT_READ);
+}
+
 std::uint64_t ImageMapping::readBytes(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
                                       std::uint64_t length) const {
   const std::uint64_t wholeBytes = size_ / kBlockSize * kBlockSize;

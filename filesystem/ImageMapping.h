@@ -29,6 +29,8 @@ public:
   /// Bytes, as the file status said when it was opened.
   std::uint64_t size() const { return size_; }
   bool isReadOnly() const { return readOnly_; }
+  /// Gives up writing: from now on the mapping can only be read.
+  void makeReadOnly();
   /// Device and inode of the image file.
   std::uint64_t device() const { return device_; }
   std::uint64_t inode() const { return inode_; }

@@ -131,7 +131,8 @@ std::string escapedForDisplay(std::string_view text) {
 }
 
 std::string paddedField(const std::uint8_t *field, std::size_t size) {
-  while (size > 0 && (field[size - 1] == ' ' || field[size - 1] == 0)) --size;
+  while (size > 0 && (field[size - 1] == ' ' || field[size - 1] == 0))
+    --size;
   const std::uint8_t *const end = std::find(field, field + size, std::uint8_t{0});
   return {reinterpret_cast<const char *>(field), reinterpret_cast<const char *>(end)};
 }
