@@ -9,4 +9,8 @@ namespace tessary {
 /// third of the way to the background. The palette's placeholder colour is too faint for that.
 QColor secondaryLabelColor(const QPalette &palette);
 
+/// For thin lines between the parts of the window. Palettes differ too much in what their own shades of
+/// the background are, so it is derived from text and background.
+QColor separatorColor(const QPalette &palette);
+
 } // namespace tessary

@@ -1,3 +1,4 @@
+#include "app/Colors.h"
 #include "app/ContentController.h"
 #include "app/DeleteKeyFilter.h"
 #include "app/FileTable.h"
@@ -10,12 +11,13 @@
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QFrame>
 #include <QLayout>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPainter>
 #include <QScreen>
 #include <QSplitter>
+#include <QSplitterHandle>
 #include <QVBoxLayout>
 
 namespace tessary {
@@ -26,23 +28,43 @@ constexpr int sidebarWidth = 220;
 constexpr int narrowestSidebar = 140;
 constexpr int widestSidebar = 340;
 
-QWidget *makeSeparatorLine(QWidget *parent) {
-  auto *line = new QWidget(parent);
-  line->setFixedHeight(1);
-  line->setAutoFillBackground(true);
-  line->setBackgroundRole(QPalette::Mid);
-  return line;
-}
+class ThinDivider final : public QSplitterHandle {
+public:
+  using QSplitterHandle::QSplitterHandle;
+
+protected:
+  // The handle is wider than the line, so that the mouse can get hold of it.
+  void paintEvent(QPaintEvent *) override {
+    QPainter(this).fillRect(contentsRect(), separatorColor(palette()));
+  }
+};
+
+class ThinSplitter final : public QSplitter {
+public:
+  ThinSplitter() : QSplitter(Qt::Horizontal) {
+    setChildrenCollapsible(false);
+    setHandleWidth(1);
+  }
+
+protected:
+  QSplitterHandle *createHandle() override { return new ThinDivider(orientation(), this); }
+};
+
+class SeparatorLine final : public QWidget {
+public:
+  explicit SeparatorLine(QWidget *parent) : QWidget(parent) { setFixedHeight(1); }
+
+protected:
+  void paintEvent(QPaintEvent *) override { QPainter(this).fillRect(rect(), separatorColor(palette())); }
+};
 
 } // namespace
 
 void MainWindowController::_buildUI() {
   _buildToolbar();
   _buildOutline();
-  auto *splitter = new QSplitter(Qt::Horizontal);
+  auto *splitter = new ThinSplitter;
   splitter->setObjectName(QStringLiteral("SplitView"));
-  splitter->setChildrenCollapsible(false);
-  splitter->setHandleWidth(1);
   outlineView_->setMinimumWidth(narrowestSidebar);
   outlineView_->setMaximumWidth(widestSidebar);
   splitter->addWidget(outlineView_);
@@ -89,7 +111,7 @@ QWidget *MainWindowController::_makeRightPane() {
   layout->setSpacing(0);
   _buildTable();
   layout->addWidget(tableView_, 1);
-  layout->addWidget(makeSeparatorLine(pane));
+  layout->addWidget(new SeparatorLine(pane));
   auto *statusBar = new StatusBar(pane);
   layout->addWidget(statusBar);
   statusLabel_ = statusBar->statusLabel();

@@ -13,7 +13,7 @@ namespace tessary {
 namespace {
 
 constexpr int barHeight = 28;
-constexpr int gapBetweenTexts = 8;
+constexpr int gap = 8; ///< between neighbouring elements
 
 /// A frame given from the bar's bottom left corner.
 QRect frame(int x, int bottom, int width, int height) {
@@ -22,7 +22,10 @@ QRect frame(int x, int bottom, int width, int height) {
 
 } // namespace
 
-StatusLabel::StatusLabel(Qt::Alignment alignment, QWidget *parent) : QLabel(parent) {
+// ---- Labels
+
+StatusLabel::StatusLabel(Qt::Alignment alignment, QWidget *parent)
+    : QLabel(parent), widestText_(QWIDGETSIZE_MAX) {
   setTextFormat(Qt::PlainText);
   setAlignment(alignment | Qt::AlignVCenter);
   QFont small = font();
@@ -30,25 +33,22 @@ StatusLabel::StatusLabel(Qt::Alignment alignment, QWidget *parent) : QLabel(pare
   setFont(small);
 }
 
-void StatusLabel::setRightNeighbour(StatusLabel *right) {
-  rightNeighbour_ = right;
-  connect(right, &StatusLabel::textMoved, this, qOverload<>(&StatusLabel::update));
+void StatusLabel::setWidestText(int width) {
+  widestText_ = width;
+  update();
+}
+
+int StatusLabel::textWidth() const {
+  return fontMetrics().horizontalAdvance(text()) + 1; // the metrics are rounded, maybe downwards
 }
 
 QRect StatusLabel::textRect() const {
-  const QSize size(std::min(width(), fontMetrics().horizontalAdvance(text())), height());
+  const QSize size(std::min({width(), widestText_, textWidth()}), height());
   return QStyle::alignedRect(Qt::LeftToRight, alignment(), size, geometry());
 }
 
-QRect StatusLabel::paintRect() const {
-  QRect area = rect();
-  if (rightNeighbour_ && !rightNeighbour_->text().isEmpty())
-    area.setRight(std::min(area.right(), rightNeighbour_->textRect().left() - x() - gapBetweenTexts));
-  return area;
-}
-
 QString StatusLabel::shownText() const {
-  return fontMetrics().elidedText(text(), Qt::ElideRight, paintRect().width());
+  return fontMetrics().elidedText(text(), Qt::ElideRight, textRect().width());
 }
 
 bool StatusLabel::event(QEvent *event) {
@@ -62,11 +62,11 @@ bool StatusLabel::event(QEvent *event) {
 void StatusLabel::paintEvent(QPaintEvent *) {
   QPainter painter(this);
   painter.setPen(secondaryLabelColor(palette()));
-  painter.drawText(paintRect(), static_cast<int>(alignment()) | Qt::TextSingleLine, shownText());
-  if (textRect() == lastTextRect_) return;
-  lastTextRect_ = textRect();
-  emit textMoved();
+  painter.drawText(textRect().translated(-pos()), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                   shownText());
 }
+
+// ---- Bar
 
 StatusBar::StatusBar(QWidget *parent)
     : QWidget(parent), statusLabel_(new StatusLabel(Qt::AlignLeft, this)),
@@ -74,13 +74,27 @@ StatusBar::StatusBar(QWidget *parent)
   setFixedHeight(barHeight);
   setAutoFillBackground(true);
   setBackgroundRole(QPalette::Window);
-  statusLabel_->setRightNeighbour(diskSpaceLabel_);
-  statusLabel_->setGeometry(frame(8, 6, 300, 18));
+}
+
+// A label that gets a new text asks for its place to be found again.
+bool StatusBar::event(QEvent *event) {
+  if (event->type() == QEvent::LayoutRequest) placeElements();
+  return QWidget::event(event);
 }
 
 void StatusBar::resizeEvent(QResizeEvent *) {
-  diskSpaceLabel_->setGeometry(frame(214, 6, std::max(0, width() - 2 * 214), 18));
+  placeElements();
+}
+
+void StatusBar::placeElements() {
   spinner_->move(frame(width() - 30, 5, spinner_->width(), spinner_->height()).topLeft());
+  constexpr int margin = 214; // on either side of the disk space, which is centred in what is left
+  const int widest = std::max(0, spinner_->x() - gap - margin);
+  const int diskSpaceWidth = std::max(width() - 2 * margin, std::min(diskSpaceLabel_->textWidth(), widest));
+  diskSpaceLabel_->setGeometry(frame(margin, 6, diskSpaceWidth, 18));
+  statusLabel_->setGeometry(frame(8, 6, 300, 18));
+  const int diskSpaceStart = diskSpaceLabel_->text().isEmpty() ? width() : diskSpaceLabel_->textRect().left();
+  statusLabel_->setWidestText(diskSpaceStart - gap - statusLabel_->x());
 }
 
 } // namespace tessary

@@ -15,28 +15,26 @@ class StatusLabel final : public QLabel {
 public:
   StatusLabel(Qt::Alignment alignment, QWidget *parent);
 
-  /// Keeps the text clear of the one that `right` shows, also where the labels themselves overlap.
-  void setRightNeighbour(StatusLabel *right);
-  /// Where the text lies when it is not cut by a neighbour, in the parent's coordinates.
+  /// Cuts the text at this width also where the label itself is wider.
+  void setWidestText(int width);
+  /// Width of the text in full, in device-independent pixels.
+  int textWidth() const;
+  /// Where the text is drawn, in the parent's coordinates.
   QRect textRect() const;
-
-signals:
-  void textMoved();
 
 protected:
   bool event(QEvent *event) override;
   void paintEvent(QPaintEvent *event) override;
 
 private:
-  QRect paintRect() const;
   QString shownText() const;
 
-  StatusLabel *rightNeighbour_ = nullptr;
-  QRect lastTextRect_;
+  int widestText_;
 };
 
 /// The bar below the file table, 28 high: the last message on the left, used and free space in the middle,
-/// the spinner at the right edge.
+/// the spinner at the right edge. Where the bar is too narrow for both texts as they are placed, the message
+/// gives way: it may have news, but the space is a number.
 class StatusBar final : public QWidget {
   Q_OBJECT
 
@@ -48,9 +46,12 @@ public:
   Spinner *spinner() const { return spinner_; }
 
 protected:
+  bool event(QEvent *event) override;
   void resizeEvent(QResizeEvent *event) override;
 
 private:
+  void placeElements();
+
   StatusLabel *statusLabel_;
   StatusLabel *diskSpaceLabel_;
   Spinner *spinner_;
