@@ -1,0 +1,10 @@
+# Makes the seeds afresh and runs a target over them and over its corpus.
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK})
+execute_process(COMMAND ${SEEDS} ${NAME} ${WORK} COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB inputs ${WORK}/* ${CORPUS}/*)
+execute_process(COMMAND ${TARGET} ${inputs} RESULT_VARIABLE result)
+file(REMOVE_RECURSE ${WORK})
+if(result)
+  message(FATAL_ERROR "${NAME}: ${result}")
+endif()

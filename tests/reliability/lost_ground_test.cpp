@@ -1,0 +1,227 @@
+#include "filesystem/EMU3Filesystem.h"
+#include "tests/support/HostFiles.h"
+#include "tests/support/ImageBuilder.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <functional>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tessary::test {
+namespace {
+
+/// A mounted volume whose file can be cut short underneath. The parts lie pages apart, so that a cut takes
+/// some of them and leaves others.
+class LostGround : public testing::Test {
+protected:
+  LostGround() {
+    ImageBuilder image({.sizeBytes = 8 * kMiB, .slotSizeBlocks = 64});
+    FolderBuilder folder = image.root().addFolder("Banks", {.blockCount = 2});
+    folder.addFile("KICK", patternBytes(20000, 1));
+    folder.addFile("SNARE", patternBytes(20000, 2));
+    rootBlock_ = image.rootDirBlock();
+    dataBlock_ = image.dataAreaBlock();
+    fatBlock_ = image.fatStartBlock();
+    slotBlocks_ = image.slotSizeBlocks();
+    image.writeTo(path_);
+    writeBytes(hostFile_, patternBytes(20000, 3));
+    volume_ = EMU3Filesystem::initWithURL(path_);
+    volume_->setGuarded(true);
+    root_ = volume_->rootDirectory();
+    banks_ = root_->subdirectories().front();
+    kick_ = banks_->files().front();
+  }
+
+  void cutAtBlock(std::uint64_t block) const {
+    ASSERT_EQ(::truncate(path_.c_str(), static_cast<off_t>(block * 512)), 0);
+  }
+  void expectFailure(bool succeeded, const char *message) const {
+    EXPECT_FALSE(succeeded);
+    EXPECT_EQ(error_.domain, "com.tessary.error");
+    EXPECT_EQ(error_.code, 3);
+    EXPECT_EQ(error_.message, message);
+  }
+
+  TemporaryFolder folder_;
+  std::string path_ = folder_.path("volume.hda");
+  std::string hostFile_ = folder_.path("NEW.e4b");
+  std::uint64_t rootBlock_ = 0;
+  std::uint64_t dataBlock_ = 0;
+  std::uint64_t fatBlock_ = 0;
+  std::uint64_t slotBlocks_ = 0;
+  EMU3FilesystemPtr volume_;
+  EMU3DirectoryPtr root_;
+  EMU3DirectoryPtr banks_;
+  EMU3FilePtr kick_;
+  EMU3Error error_;
+};
+
+TEST_F(LostGround, ReadingEndsWhereTheFileWasCut) {
+  cutAtBlock(dataBlock_ + 8); // on a page
+  const ByteBufferPtr bytes = volume_->dataForFile(kick_);
+  ASSERT_GE(bytes->size(), 8U * 512);
+  ASSERT_LT(bytes->size(), 20000U);
+  EXPECT_EQ(bytes->size() % 512, 0U);
+  const Bytes expected = patternBytes(20000, 1);
+  EXPECT_TRUE(std::equal(bytes->begin(), bytes->begin() + 8 * 512, expected.begin()));
+}
+
+TEST_F(LostGround, EverythingThatReadsSurvivesAnEmptyFile) {
+  cutAtBlock(0);
+  EXPECT_TRUE(volume_->dataForFile(kick_)->empty());
+  EXPECT_FALSE(volume_->populateBankMetadata(kick_));
+  EXPECT_TRUE(volume_->samplesFromBankFile(banks_->files()[1]).empty());
+  EXPECT_FALSE(volume_->exportSampleAtIndex(0, banks_->files()[1], folder_.path("x.wav")));
+  EXPECT_TRUE(volume_->exportFile(banks_->files()[1], folder_.path("x.E4B")));
+  EXPECT_FALSE(volume_->reload(&error_));
+  EXPECT_TRUE(volume_->lostFolders().empty());
+  volume_->check();
+}
+
+TEST_F(LostGround, ImportReportsThatDataCouldNotBeWritten) {
+  cutAtBlock(dataBlock_ + 2 * slotBlocks_);
+  const std::uint64_t freeBefore = volume_->freeBlocks();
+  expectFailure(volume_->importFileAtURL(hostFile_, banks_, &error_), "Data write failed");
+  EXPECT_EQ(volume_->freeBlocks(), freeBefore);
+  EXPECT_EQ(banks_->files().size(), 2U);
+}
+
+TEST_F(LostGround, CopyReportsThatDataCouldNotBeWritten) {
+  cutAtBlock(dataBlock_ + 2 * slotBlocks_);
+  expectFailure(volume_->copyFile(kick_, banks_, &error_), "Data write failed");
+  expectFailure(volume_->moveFile(kick_, banks_, root_, &error_), "Data write failed");
+  EXPECT_EQ(banks_->files().size(), 2U);
+  EXPECT_TRUE(root_->files().empty());
+}
+
+TEST_F(LostGround, EntryChangesReportThatTheBlockCouldNotBeWritten) {
+  cutAtBlock(0);
+  expectFailure(volume_->renameFile(kick_, "NAME", banks_, &error_), "Block write failed");
+  EXPECT_EQ(kick_->name(), "KICK");
+  expectFailure(volume_->deleteFile(kick_, banks_, &error_), "Block write failed");
+  EXPECT_EQ(banks_->files().size(), 2U);
+}
+
+TEST_F(LostGround, FolderChangesReportThatTheBlockCouldNotBeWritten) {
+  // The place for the entry is read before the blocks are lost: only the new folder's block is gone.
+  cutAtBlock((rootBlock_ / 8 + 1) * 8);
+  std::vector<std::string> made;
+  bool succeeded = true;
+  for (int i = 0; i < 14 && succeeded; ++i) {
+    succeeded = volume_->createDirectoryNamed("N" + std::to_string(i), root_, &error_);
+  }
+  expectFailure(succeeded, "Block write failed");
+  cutAtBlock(0);
+  expectFailure(volume_->deleteDirectory(banks_, root_, &error_), "Block write failed");
+}
+
+TEST_F(LostGround, MarksThatCannotBeWrittenLeaveNoEntry) {
+  // A table behind the data: the blocks for contents and entry stand, the marks are gone.
+  ImageBuilder image({.sizeBytes = 8 * kMiB,
+                      .fatStartBlock = 8192,
+                      .rootDirBlock = 16,
+                      .dataAreaBlock = 64,
+                      .slotSizeBlocks = 64,
+                      .marksBlocks = false});
+  const std::string path = folder_.path("late-table.hda");
+  image.writeTo(path);
+  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path);
+  volume->setGuarded(true);
+  ASSERT_EQ(::truncate(path.c_str(), 8192 * 512), 0);
+  const std::uint64_t freeBefore = volume->freeBlocks();
+  expectFailure(volume->importFileAtURL(hostFile_, volume->rootDirectory(), &error_), "Block write failed");
+  EXPECT_EQ(volume->freeBlocks(), freeBefore);
+  EXPECT_TRUE(volume->rootDirectory()->files().empty());
+  EXPECT_EQ(readBytes(path, 16 * 512, 32), Bytes(32)) << "no entry names what is not marked";
+}
+
+TEST_F(LostGround, FullDiskUnderASparseImageIsReported) {
+  const std::string mountPoint = folder_.path("tmpfs");
+  ASSERT_EQ(::mkdir(mountPoint.c_str(), 0700), 0);
+  if (::mount("tmpfs", mountPoint.c_str(), "tmpfs", 0, "size=256k") != 0)
+    GTEST_SKIP() << "mounting is refused here";
+  {
+    const std::string path = mountPoint + "/volume.hda";
+    ImageBuilder image({.sizeBytes = 8 * kMiB, .slotSizeBlocks = 2048});
+    image.root().addFile("KICK", patternBytes(1000, 1));
+    image.writeTo(path);
+    const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path);
+    volume->setGuarded(true);
+    writeBytes(hostFile_, patternBytes(600000, 4));
+    expectFailure(volume->importFileAtURL(hostFile_, volume->rootDirectory(), &error_), "Data write failed");
+    EXPECT_EQ(volume->rootDirectory()->files().size(), 1U);
+    const ByteBufferPtr kick = volume->dataForFile(volume->rootDirectory()->files().front());
+    const Bytes expected = patternBytes(1000, 1);
+    EXPECT_TRUE(std::equal(kick->begin(), kick->end(), expected.begin(), expected.end()));
+  }
+  ::umount2(mountPoint.c_str(), MNT_DETACH);
+}
+
+TEST(LostGroundOfOthers, HostFileThatBecomesShorterIsNotImported) {
+  // A file of the host whose status says 4096 bytes while a few can be read, as if the rest had gone.
+  const char *const shrinking = "/sys/devices/system/cpu/online";
+  if (::access(shrinking, R_OK) != 0) GTEST_SKIP() << "no such file here";
+  const TemporaryFolder folder;
+  ImageBuilder().writeTo(folder.path("volume.hda"));
+  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(folder.path("volume.hda"));
+  const Bytes before = readBytes(folder.path("volume.hda"));
+  EMU3Error error;
+  EXPECT_FALSE(volume->importFileAtURL(shrinking, volume->rootDirectory(), &error));
+  EXPECT_EQ(error.domain, "posix");
+  EXPECT_NE(error.message.find("became shorter"), std::string::npos);
+  EXPECT_EQ(readBytes(folder.path("volume.hda")), before);
+}
+
+/// Exit status or signal of a process that runs `body`.
+int outcomeOf(const std::function<void()> &body) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    body();
+    ::_exit(0);
+  }
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status) + 1000;
+}
+
+// A page of a file mapped by somebody else in the process, and cut away.
+void touchLostPage(const TemporaryFolder &folder) {
+  const std::string path = folder.path("other");
+  writeBytes(path, Bytes(8192));
+  const int fd = ::open(path.c_str(), O_RDWR);
+  auto *bytes = static_cast<volatile char *>(::mmap(nullptr, 8192, PROT_READ, MAP_SHARED, fd, 0));
+  if (::ftruncate(fd, 0) != 0) ::_exit(9);
+  static_cast<void>(bytes[5000]);
+}
+
+TEST(LostGroundOfOthers, FaultElsewhereStillEndsTheProgram) {
+  const TemporaryFolder folder;
+  ImageBuilder().writeTo(folder.path("volume.hda"));
+  EXPECT_EQ(outcomeOf([&] {
+              std::signal(SIGBUS, SIG_DFL); // a sanitizer's own handler aside
+              const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(folder.path("volume.hda"));
+              touchLostPage(folder);
+            }),
+            SIGBUS);
+}
+
+TEST(LostGroundOfOthers, FaultElsewhereReachesTheHandlerThatWasThereBefore) {
+  const TemporaryFolder folder;
+  ImageBuilder().writeTo(folder.path("volume.hda"));
+  EXPECT_EQ(outcomeOf([&] {
+              std::signal(SIGBUS, [](int) { ::_exit(42); });
+              const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(folder.path("volume.hda"));
+              touchLostPage(folder);
+            }),
+            1042);
+}
+
+} // namespace
+} // namespace tessary::test

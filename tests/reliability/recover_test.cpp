@@ -1,0 +1,106 @@
+#include "filesystem/EMU3Filesystem.h"
+#include "tests/support/HostFiles.h"
+#include "tests/support/ImageBuilder.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace tessary::test {
+namespace {
+
+/// A volume with a folder "Lost", holding KICK and a subfolder with SNARE, whose entry has been cleared.
+class LostFolderTest : public testing::Test {
+protected:
+  LostFolderTest() {
+    ImageBuilder image;
+    FolderBuilder lost = image.root().addFolder("Lost");
+    lost.addFile("KICK", patternBytes(600, 1));
+    lost.addFolder("Inner").addFile("SNARE", patternBytes(700, 2));
+    block_ = lost.blocks().front();
+    image.pokeEntry(lost.place(), RawEntry{});
+    image.root().addFolder("Full").addFile("PAD", patternBytes(100, 3));
+    for (int i = 0; i < 14; ++i)
+      image.root().addFile("F" + std::to_string(i));
+    image.writeTo(path_);
+    volume_ = EMU3Filesystem::initWithURL(path_);
+    full_ = volume_->rootDirectory()->subdirectories().front();
+  }
+
+  TemporaryFolder folder_;
+  std::string path_ = folder_.path("volume.hda");
+  std::uint64_t block_ = 0;
+  EMU3FilesystemPtr volume_;
+  EMU3DirectoryPtr full_;
+  EMU3Error error_;
+};
+
+TEST_F(LostFolderTest, IsListedWithWhatItHolds) {
+  const std::vector<LostFolder> lost = volume_->lostFolders();
+  ASSERT_EQ(lost.size(), 2U); // the inner folder is lost with it
+  EXPECT_EQ(lost[0].block, block_);
+  EXPECT_EQ(lost[0].fileCount, 1U);
+  EXPECT_EQ(lost[0].folderCount, 1U);
+  EXPECT_EQ(lost[0].names, (std::vector<std::string>{"KICK", "Inner"}));
+}
+
+TEST_F(LostFolderTest, ComesBackWithEverythingBelowIt) {
+  ASSERT_TRUE(volume_->recoverFolder(block_, "Back", full_, &error_)) << error_.message;
+  for (const EMU3FilesystemPtr &volume : {volume_, EMU3Filesystem::initWithURL(path_)}) {
+    const EMU3DirectoryPtr back = volume->rootDirectory()->subdirectories().front()->subdirectories().front();
+    EXPECT_EQ(back->name(), "Back");
+    ASSERT_EQ(back->files().size(), 1U);
+    EXPECT_EQ(back->files().front()->name(), "KICK");
+    const Bytes expected = patternBytes(700, 2);
+    const ByteBufferPtr snare = volume->dataForFile(back->subdirectories().front()->files().front());
+    EXPECT_TRUE(std::equal(snare->begin(), snare->end(), expected.begin(), expected.end()));
+    EXPECT_TRUE(volume->lostFolders().empty());
+  }
+}
+
+TEST_F(LostFolderTest, ChangesOnlyTheNewEntry) {
+  const Bytes before = readBytes(path_);
+  ASSERT_TRUE(volume_->recoverFolder(block_, "Back", full_));
+  const Bytes after = readBytes(path_);
+  const std::size_t entry = static_cast<std::size_t>(full_->blockList().front()) * 512 + 32;
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    const bool isInEntry = i >= entry && i < entry + 32;
+    ASSERT_TRUE(before[i] == after[i] || isInEntry) << i;
+  }
+}
+
+TEST_F(LostFolderTest, ObjectsOfTheTreeStayWhatTheyAre) {
+  const EMU3FilePtr pad = full_->files().front();
+  ASSERT_TRUE(volume_->recoverFolder(block_, "Back", full_));
+  EXPECT_EQ(volume_->rootDirectory()->subdirectories().front(), full_);
+  EXPECT_EQ(full_->files().front(), pad);
+}
+
+TEST_F(LostFolderTest, NeedsAReallyFreePlace) {
+  // Of the root's 16 places one is free at first; the folder's own entry has no type byte.
+  volume_->setGuarded(true);
+  const EMU3DirectoryPtr root = volume_->rootDirectory();
+  ASSERT_TRUE(volume_->copyFile(full_->files().front(), root));
+  EXPECT_FALSE(volume_->recoverFolder(block_, "Back", root, &error_));
+  EXPECT_EQ(error_.code, 7);
+  EXPECT_EQ(error_.message, "Parent directory is full");
+}
+
+TEST_F(LostFolderTest, RefusesABlockThatIsNotLost) {
+  const Bytes before = readBytes(path_);
+  for (const std::uint64_t block :
+       {std::uint64_t{0}, volume_->rootDirBlock(), block_ + 50, ~std::uint64_t{0}}) {
+    EXPECT_FALSE(volume_->recoverFolder(block, "Back", full_, &error_));
+    EXPECT_EQ(error_.code, 5);
+  }
+  EXPECT_EQ(readBytes(path_), before);
+}
+
+TEST_F(LostFolderTest, RefusesNamesThatWouldNotReadBack) {
+  for (const char *name : {"", "    ", "sixteen letters!"}) {
+    EXPECT_FALSE(volume_->recoverFolder(block_, name, full_, &error_));
+    EXPECT_EQ(error_.code, 6) << name;
+  }
+}
+
+} // namespace
+} // namespace tessary::test
