@@ -1,17 +1,18 @@
 # bash completion for tessary-cli
 
 _tessary_cli_options() {
+  local every='--json -h --help'
   case $1 in
-    ls) echo '-R --csv --json --help' ;;
-    cat) echo '--help' ;;
-    export) echo '-d -o -R --json --help' ;;
-    wav) echo '-d -o --json --help' ;;
-    import) echo '-t --exact --json --help' ;;
-    cp | mv | rm | rename | mkdir) echo '--exact --json --help' ;;
-    rmdir) echo '-R --exact --json --help' ;;
-    recover) echo '--block --to --name --dry-run --exact --json --help' ;;
-    batch) echo '--stop --json --help' ;;
-    *) echo '--json --help' ;;
+    ls) echo "-R --recursive --csv $every" ;;
+    cat) echo '-h --help' ;;
+    export) echo "-d --directory -o --output -R --recursive $every" ;;
+    wav) echo "-d --directory -o --output $every" ;;
+    import) echo "-t --to --exact $every" ;;
+    cp | mv | rm | rename | mkdir) echo "--exact $every" ;;
+    rmdir) echo "-R --recursive --exact $every" ;;
+    recover) echo "--block --to --name --dry-run --exact $every" ;;
+    batch) echo "--stop $every" ;;
+    *) echo "$every" ;;
   esac
 }
 
@@ -38,12 +39,12 @@ _tessary_cli() {
 
   local command=${COMP_WORDS[1]}
   case $previous in
-    -d)
+    -d | --directory)
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -d -- "$current")
       return
       ;;
-    -o)
+    -o | --output)
       _tessary_cli_files "$current" ''
       return
       ;;
