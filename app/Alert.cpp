@@ -2,6 +2,8 @@
 
 #include "app/Icons.h"
 
+#include <QDialogButtonBox>
+#include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
 
@@ -25,6 +27,19 @@ QPushButton *Alert::addChoice(const QString &text, ButtonRole role) {
   if (first) setDefaultButton(button);
   if (role == RejectRole) setEscapeButton(button);
   return button;
+}
+
+void Alert::setAccessory(std::unique_ptr<QWidget> accessory) {
+  QWidget *control = accessory.release();
+  auto *grid = static_cast<QGridLayout *>(layout());
+  auto *choices = findChild<QDialogButtonBox *>();
+  int row = 0, column = 0, rowSpan = 0, columnSpan = 0;
+  grid->getItemPosition(grid->indexOf(choices), &row, &column, &rowSpan, &columnSpan);
+  grid->removeWidget(choices);
+  grid->addWidget(control, row, columnSpan - 1, Qt::AlignLeft);
+  grid->addWidget(choices, row + 1, column, rowSpan, columnSpan);
+  setTabOrder(control, defaultButton());
+  control->setFocus();
 }
 
 } // namespace tessary

@@ -17,6 +17,7 @@
 #include <QFileDialog>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPushButton>
 #include <QTableView>
 #include <QThreadPool>
 #include <algorithm>
@@ -206,11 +207,45 @@ std::vector<EMU3FilePtr> MainWindowController::_selectedFiles() const {
 }
 
 void MainWindowController::_beginSheet(std::unique_ptr<QDialog> dialog) {
-  if (sheet_ || QApplication::activeModalWidget()) return beep();
+  // A command that runs as a sheet's answer may begin the next one.
+  if ((sheet_ && sheet_->isVisible()) || QApplication::activeModalWidget()) return beep();
   sheet_ = dialog.release();
   sheet_->setAttribute(Qt::WA_DeleteOnClose);
   sheet_->setWindowFlag(Qt::Sheet);
   sheet_->open();
+}
+
+void MainWindowController::_ask(std::unique_ptr<Alert> question, std::function<void()> confirmed) {
+  connect(question.get(), &QDialog::finished, this,
+          [this, alert = question.get(), filesystem = filesystem_, confirmed = std::move(confirmed)] {
+            if (alert->clickedButton() == alert->defaultButton() && filesystem == filesystem_) confirmed();
+          });
+  _beginSheet(std::move(question));
+}
+
+void MainWindowController::_runAlert(const QString &message, const QString &informativeText) {
+  if (!quitting_) Alert(message, informativeText, window_.get()).exec();
+}
+
+void MainWindowController::_runAlert(const EMU3Error &error) {
+  _runAlert(displayText(error.localizedDescription()));
+}
+
+void MainWindowController::_runReadOnlyAlert() {
+  _runAlert(QStringLiteral("Read-Only Image"),
+            QStringLiteral("This image is opened read-only and cannot be modified."));
+}
+
+bool MainWindowController::_holdsDirectory(const EMU3DirectoryPtr &directory) const {
+  if (!filesystem_) return false;
+  const EMU3DirectoryPtr root = filesystem_->rootDirectory();
+  EMU3DirectoryPtr folder = directory;
+  while (folder && folder != root) {
+    const EMU3DirectoryPtr parent = folder->parent();
+    if (!parent || !parent->containsSubdirectory(folder)) return false;
+    folder = parent;
+  }
+  return folder != nullptr;
 }
 
 void MainWindowController::_undo() {

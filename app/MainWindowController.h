@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,6 +22,7 @@ class QWidget;
 
 namespace tessary {
 
+class Alert;
 class ContentController;
 class MainWindow;
 class SidebarController;
@@ -129,6 +131,36 @@ private:
   /// Shows the dialog as a sheet on the window and deletes it when it is answered. While another dialog is
   /// up it beeps and deletes the dialog at once.
   void _beginSheet(std::unique_ptr<QDialog> dialog);
+  /// Shows the alert as a sheet. `confirmed` runs when it ends with the first button while the image it was
+  /// asked about is still mounted; any other answer does nothing.
+  void _ask(std::unique_ptr<Alert> question, std::function<void()> confirmed);
+  /// Runs a modal alert, unless the application is quitting.
+  void _runAlert(const QString &message, const QString &informativeText = {});
+  void _runAlert(const EMU3Error &error);
+  void _runReadOnlyAlert();
+  /// Whether the folder is part of the mounted image's tree.
+  bool _holdsDirectory(const EMU3DirectoryPtr &directory) const;
+
+  // Copy and move (TransferCommands.cpp)
+  void _transferFiles(const std::vector<EMU3FilePtr> &files, bool move);
+  /// Copies or moves the files on the image's I/O queue and then shows the destination.
+  void _doTransferFiles(const std::vector<EMU3FilePtr> &files, const EMU3DirectoryPtr &fromDirectory,
+                        const EMU3DirectoryPtr &toDirectory, bool move);
+  void _filesTransferred(const EMU3DirectoryPtr &toDirectory, bool move, std::size_t succeeded,
+                         std::size_t failed);
+  /// The directory and all folders below it, each before its subfolders.
+  static std::vector<EMU3DirectoryPtr> _allDirectories(const EMU3DirectoryPtr &directory);
+
+  // Folders (FolderCommands.cpp)
+  EMU3DirectoryPtr _targetFolder() const;
+  void _createFolder(const std::string &name, const EMU3DirectoryPtr &parent);
+  void _removeFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent);
+  void _showSelectedFolder();
+  void _setFolderName(const EMU3DirectoryPtr &folder, const std::string &name);
+
+  // Files (RenameCommand.cpp)
+  void _renameFile(const EMU3FilePtr &file, const std::string &name);
+
 
   struct Item {
     QAction *item;

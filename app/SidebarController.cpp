@@ -58,6 +58,14 @@ void SidebarController::reload() {
   reloading_ = false;
 }
 
+void SidebarController::reloadItem(const EMU3DirectoryPtr &directory) {
+  const auto found = nodeOf_.find(directory);
+  if (found == nodeOf_.end() || found->second == kRootNode) return;
+  nodes_[found->second].label = folderLabel(*directory);
+  const QModelIndex index = indexOfNode(found->second);
+  emit dataChanged(index, index);
+}
+
 void SidebarController::rebuild() {
   nodeOf_.clear();
   nodes_.clear();
@@ -125,6 +133,12 @@ bool SidebarController::isVisible(const QModelIndex &index) const {
 
 bool SidebarController::hasRow(const EMU3DirectoryPtr &directory) const {
   return outlineView_ && isVisible(indexOf(directory));
+}
+
+EMU3DirectoryPtr SidebarController::selectedDirectory() const {
+  if (!outlineView_) return nullptr;
+  const QModelIndexList rows = outlineView_->selectionModel()->selectedRows();
+  return !rows.isEmpty() && isVisible(rows.first()) ? directoryAt(rows.first()) : nullptr;
 }
 
 bool SidebarController::selectRowOf(const EMU3DirectoryPtr &directory) {

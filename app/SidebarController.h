@@ -39,6 +39,8 @@ public:
   /// Shows the tree as it is now. Folders that are still there stay expanded and highlighted, the outline
   /// stays scrolled as it is, and no selection change is reported.
   void reload();
+  /// Shows the folder's row as it is now, its subfolders as they were.
+  void reloadItem(const EMU3DirectoryPtr &directory);
 
   /// The folder of an item; `root` for an invalid index.
   EMU3DirectoryPtr directoryAt(const QModelIndex &index) const;
@@ -46,6 +48,8 @@ public:
   QModelIndex indexOf(const EMU3DirectoryPtr &directory) const;
   /// Whether the folder has a row: all folders above it are expanded.
   bool hasRow(const EMU3DirectoryPtr &directory) const;
+  /// The folder of the selected row; null when no row is selected.
+  EMU3DirectoryPtr selectedDirectory() const;
   /// Selects the folder's row alone and scrolls it into view; false when it has none.
   bool selectRowOf(const EMU3DirectoryPtr &directory);
   /// Selects the first row alone, if there is one.

@@ -20,32 +20,4 @@ void MainWindowController::_deleteSelected() {
   beep();
 }
 
-void MainWindowController::_renameSelected() {
-  beep();
-}
-
-void MainWindowController::_copyToDir() {
-  beep();
-}
-
-void MainWindowController::_moveToDir() {
-  beep();
-}
-
-void MainWindowController::_newFolder() {
-  beep();
-}
-
-void MainWindowController::_renameFolder() {
-  beep();
-}
-
-void MainWindowController::_deleteFolder() {
-  beep();
-}
-
-void MainWindowController::_tableDoubleClick() {
-  beep();
-}
-
 } // namespace tessary

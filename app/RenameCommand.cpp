@@ -1,0 +1,33 @@
+#include "app/Beeper.h"
+#include "app/ContentController.h"
+#include "app/DisplayText.h"
+#include "app/MainWindow.h"
+#include "app/MainWindowController.h"
+#include "app/NameAlert.h"
+
+#include <utility>
+
+namespace tessary {
+
+void MainWindowController::_renameSelected() {
+  const std::vector<EMU3FilePtr> files = _selectedFiles();
+  if (files.size() != 1 || !filesystem_ || filesystem_->isReadOnly()) return beep();
+  auto question = std::make_unique<NameAlert>(QStringLiteral("Rename File"),
+                                              QStringLiteral("Enter a new name (max 15 characters):"),
+                                              QStringLiteral("Rename"), window_.get());
+  question->setName(QString::fromStdString(files.front()->name()));
+  const NameAlert *answer = question.get();
+  _ask(std::move(question), [this, answer, file = files.front()] {
+    const QString name = answer->trimmedName();
+    if (!name.isEmpty()) _renameFile(file, name.toStdString());
+  });
+}
+
+void MainWindowController::_renameFile(const EMU3FilePtr &file, const std::string &name) {
+  EMU3Error error;
+  if (!filesystem_->renameFile(file, name, currentDirectory_, &error)) return _runAlert(error);
+  contentCtl_->refresh();
+  _setStatus(QStringLiteral("Renamed to \"%1\".").arg(displayText(name)));
+}
+
+} // namespace tessary
