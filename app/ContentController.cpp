@@ -2,6 +2,7 @@
 
 #include "app/DisplayText.h"
 
+#include <QDrag>
 #include <QItemSelection>
 #include <QScrollBar>
 #include <algorithm>
@@ -27,6 +28,7 @@ ContentController::ContentController(QObject *parent) : QAbstractTableModel(pare
 void ContentController::setTableView(QTableView *tableView) {
   tableView_ = tableView;
   tableView->setModel(this);
+  incomingDrag_.watch(tableView);
 }
 
 // ---- Refreshing
@@ -39,6 +41,7 @@ void ContentController::refresh() {
 
   const bool sameFolder = shownDirectory_ == directory_;
   shownDirectory_ = directory_;
+  if (!sameFolder) QDrag::cancel(); // of rows that are no longer shown
   if (sameFolder && showsSameFiles(rows))
     updateTexts(std::move(rows));
   else if (sameFolder && tableView_)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/IncomingDrag.h"
 #include "filesystem/EMU3Filesystem.h"
 
 #include <QAbstractTableModel>
@@ -8,9 +9,13 @@
 #include <QTableView>
 #include <array>
 #include <functional>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace tessary {
+
+struct ImportResult;
 
 /// A column of the file table; its title is its identifier too. Widths in device-independent pixels.
 struct FileColumn {
@@ -26,7 +31,8 @@ inline constexpr std::array<FileColumn, 6> kFileColumns = {{{"Name", 220, 80},
                                                             {"Samples", 70, 55},
                                                             {"Size", 80, 60}}};
 
-/// Feeds the file table: the files of one folder as they were at the last `refresh`. Main thread only.
+/// Feeds the file table: the files of one folder as they were at the last `refresh`. Its rows can be dragged
+/// out as host files; host files dropped on the table are imported into the folder. Main thread only.
 class ContentController final : public QAbstractTableModel {
   Q_OBJECT
 
@@ -62,6 +68,21 @@ public:
   QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
   QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
+  Qt::ItemFlags flags(const QModelIndex &index) const override;
+  Qt::DropActions supportedDragActions() const override;
+  Qt::DropActions supportedDropActions() const override;
+  QStringList mimeTypes() const override;
+  /// Exports the rows' files to the host, each into a private folder of its own, and names them in row order.
+  /// A row whose export fails is left out and logged; null when none is left. The caller owns the result.
+  QMimeData *mimeData(const QModelIndexList &indexes) const override;
+  /// Any place on the table will do. Refuses the table's own rows, and everything unless a folder of a
+  /// writable image is shown.
+  bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
+                       const QModelIndex &parent) const override;
+  /// Accepts at once; the files are imported on the I/O queue.
+  bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
+                    const QModelIndex &parent) override;
+
 private:
   struct Row {
     EMU3FilePtr file;
@@ -73,6 +94,10 @@ private:
   void updateTexts(std::vector<Row> rows);
   void replaceRows(std::vector<Row> rows);
   void replaceRowsKeepingView(std::vector<Row> rows);
+  std::optional<std::string> exportForDrag(const EMU3FilePtr &file) const;
+  bool canImport() const;
+  void importDroppedFiles(const std::vector<std::string> &urls);
+  void droppedFilesImported(const EMU3FilesystemPtr &filesystem, const ImportResult &result);
 
   EMU3DirectoryPtr directory_;
   EMU3DirectoryPtr shownDirectory_; ///< whose files `rows_` holds
@@ -81,6 +106,7 @@ private:
   std::function<void(const QString &)> statusUpdate_;
   std::function<void()> afterImport_;
   std::vector<Row> rows_;
+  mutable IncomingDrag incomingDrag_; ///< mutable for what it remembers of the data
 };
 
 } // namespace tessary

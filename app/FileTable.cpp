@@ -9,7 +9,7 @@
 
 namespace tessary {
 
-FileTable::FileTable(QWidget *parent) : QTableView(parent) {
+FileTable::FileTable(QWidget *parent) : FileDropView(parent) {
   QFont cellFont = font();
   cellFont.setPixelSize(12);
   setFont(cellFont);

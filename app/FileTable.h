@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/FileDropView.h"
+
 #include <QTableView>
 #include <vector>
 
@@ -7,8 +9,8 @@ namespace tessary {
 
 /// The file table's view: whole rows, several may be selected, alternating backgrounds, vertical scroller
 /// only. When its width changes, all columns take an equal share of the change; none gets narrower than
-/// its minimum.
-class FileTable final : public QTableView {
+/// its minimum. Files are dropped on the table as a whole.
+class FileTable final : public FileDropView<QTableView> {
   Q_OBJECT
 
 public:
@@ -18,6 +20,7 @@ public:
   void setColumnWidths(const std::vector<int> &widths, const std::vector<int> &minimums);
 
 protected:
+  QModelIndex dropItemAt(const QPoint &) const override { return {}; }
   void resizeEvent(QResizeEvent *event) override;
 
 private:

@@ -7,7 +7,7 @@
 
 namespace tessary {
 
-FolderOutline::FolderOutline(QWidget *parent) : QTreeView(parent) {
+FolderOutline::FolderOutline(QWidget *parent) : FileDropView(parent) {
   QFont cellFont = font();
   cellFont.setPixelSize(12);
   setFont(cellFont);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/FileDropView.h"
+
 #include <QTreeView>
 
 namespace tessary {
@@ -9,7 +11,7 @@ namespace tessary {
 /// A click on the empty area clears the selection; the right button only asks for the context menu and
 /// selects nothing. The view lays out nested open folders recursively, so a folder that lies deeper than
 /// `kDeepestOpenLevel` stays closed: no image can exhaust the stack.
-class FolderOutline final : public QTreeView {
+class FolderOutline final : public FileDropView<QTreeView> {
   Q_OBJECT
 
 public:
@@ -19,6 +21,7 @@ public:
   explicit FolderOutline(QWidget *parent = nullptr);
 
 protected:
+  QModelIndex dropItemAt(const QPoint &position) const override { return indexAt(position); }
   void mousePressEvent(QMouseEvent *event) override;
   void mouseReleaseEvent(QMouseEvent *event) override;
   void mouseDoubleClickEvent(QMouseEvent *event) override;

@@ -24,6 +24,7 @@ namespace tessary {
 
 class Alert;
 class ContentController;
+struct ImportResult;
 class MainWindow;
 class SidebarController;
 class Spinner;
@@ -140,6 +141,14 @@ private:
   void _runReadOnlyAlert();
   /// Whether the folder is part of the mounted image's tree.
   bool _holdsDirectory(const EMU3DirectoryPtr &directory) const;
+
+  // Drops on the sidebar (SidebarDrops.cpp)
+  void _setupDragging();
+  bool _mayDrop(const EMU3DirectoryPtr &target, bool internal) const;
+  void _dropReceived(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls, bool internal);
+  void _copyDraggedFiles(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls);
+  void _importDroppedFiles(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls);
+  void _droppedFilesImported(const EMU3DirectoryPtr &target, const ImportResult &result);
 
   // Copy and move (TransferCommands.cpp)
   void _transferFiles(const std::vector<EMU3FilePtr> &files, bool move);

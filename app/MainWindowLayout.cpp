@@ -74,6 +74,7 @@ void MainWindowController::_buildUI() {
   window_->setCentralWidget(splitter);
   _installCallbacks();
   _buildMenus();
+  _setupDragging();
   _validateItems();
   _resizeContent(contentSize);
   splitter->setSizes({sidebarWidth, contentSize.width() - sidebarWidth - splitter->handleWidth()});

@@ -1,6 +1,7 @@
 #include "app/SidebarController.h"
 
 #include "app/DisplayText.h"
+#include "app/FileURLs.h"
 
 #include <QApplication>
 #include <QScrollBar>
@@ -23,6 +24,7 @@ SidebarController::SidebarController(QObject *parent)
 void SidebarController::setOutlineView(QTreeView *outlineView) {
   outlineView_ = outlineView;
   outlineView->setModel(this);
+  incomingDrag_.watch(outlineView);
   connect(outlineView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
           &SidebarController::reportSelection);
 }
@@ -217,6 +219,42 @@ QVariant SidebarController::data(const QModelIndex &index, int role) const {
   if (role == Qt::DisplayRole) return nodes_[nodeAt(index)].label;
   if (role == Qt::DecorationRole) return folderIcon_;
   return {};
+}
+
+// ---- Drops
+
+Qt::ItemFlags SidebarController::flags(const QModelIndex &index) const {
+  return QAbstractItemModel::flags(index) | Qt::ItemIsDropEnabled;
+}
+
+Qt::DropActions SidebarController::supportedDropActions() const {
+  return Qt::CopyAction | Qt::MoveAction;
+}
+
+QStringList SidebarController::mimeTypes() const {
+  return {QStringLiteral("text/uri-list")};
+}
+
+bool SidebarController::canDropMimeData(const QMimeData *data, Qt::DropAction action, int, int,
+                                        const QModelIndex &parent) const {
+  return action != Qt::IgnoreAction && validateDrop(*data, parent) == action;
+}
+
+Qt::DropAction SidebarController::validateDrop(const QMimeData &data, const QModelIndex &item) const {
+  if (!root_ || !incomingDrag_.bringsFiles(data)) return Qt::IgnoreAction;
+  const bool internal = isInternalDrag();
+  if (validateDropBlock_)
+    return validateDropBlock_(directoryAt(item), internal) ? Qt::CopyAction : Qt::IgnoreAction;
+  return internal ? Qt::MoveAction : Qt::CopyAction;
+}
+
+bool SidebarController::dropMimeData(const QMimeData *data, Qt::DropAction, int, int,
+                                     const QModelIndex &parent) {
+  if (!root_ || !dropReceived_) return false;
+  const std::vector<std::string> urls = filePaths(*data);
+  if (urls.empty()) return false;
+  dropReceived_(directoryAt(parent), urls, isInternalDrag());
+  return true;
 }
 
 } // namespace tessary

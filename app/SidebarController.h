@@ -1,13 +1,16 @@
 #pragma once
 
+#include "app/IncomingDrag.h"
 #include "filesystem/EMU3Directory.h"
 
 #include <QAbstractItemModel>
 #include <QIcon>
 #include <QPointer>
+#include <QTableView>
 #include <QTreeView>
 #include <deque>
 #include <functional>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -16,7 +19,8 @@ namespace tessary {
 
 /// Feeds the folder outline: the folder tree below `root`, each folder with an icon and a label that tells
 /// its number of files. Shows the tree as it was at the last `reload`; a folder's subfolders are read when
-/// they are first asked for. Main thread only.
+/// they are first asked for. Files can be dropped on a folder, and on the empty area for the root; whether
+/// they may, and what is done with them, is asked of callbacks. Main thread only.
 class SidebarController final : public QAbstractItemModel {
   Q_OBJECT
 
@@ -34,6 +38,22 @@ public:
   /// Told the newly selected folder: the root when nothing is selected, null when there is no root either.
   void setSelectionChanged(std::function<void(const EMU3DirectoryPtr &)> callback) {
     selectionChanged_ = std::move(callback);
+  }
+
+  /// A drag of this table's rows is an internal drag. The view is not owned.
+  void setSourceTableView(QTableView *tableView) { sourceTableView_ = tableView; }
+  QTableView *sourceTableView() const { return sourceTableView_; }
+
+  /// Asked whether files may be dropped on a folder, and told whether the drag is internal; what may be is
+  /// copied. Unset, internal drags are offered as a move and all others as a copy.
+  void setValidateDropBlock(std::function<bool(const EMU3DirectoryPtr &target, bool internal)> callback) {
+    validateDropBlock_ = std::move(callback);
+  }
+  /// Performs a drop of host files, given by their paths, on a folder.
+  void setDropReceived(std::function<void(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls,
+                                          bool internal)>
+                           callback) {
+    dropReceived_ = std::move(callback);
   }
 
   /// Shows the tree as it is now. Folders that are still there stay expanded and highlighted, the outline
@@ -62,6 +82,16 @@ public:
   bool hasChildren(const QModelIndex &parent = {}) const override;
   QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
 
+  Qt::ItemFlags flags(const QModelIndex &index) const override;
+  Qt::DropActions supportedDropActions() const override;
+  QStringList mimeTypes() const override;
+  /// `parent` is the item dropped on, or invalid for the empty area. Nothing is dropped between items: row
+  /// and column are not looked at.
+  bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
+                       const QModelIndex &parent) const override;
+  bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
+                    const QModelIndex &parent) override;
+
 private:
   using NodeId = std::size_t;
   static constexpr NodeId kRootNode = 0;
@@ -86,11 +116,17 @@ private:
   void expand(const std::unordered_set<EMU3DirectoryPtr> &directories);
   void highlight(const EMU3DirectoryPtr &directory);
   void reportSelection();
+  bool isInternalDrag() const { return incomingDrag_.comesFrom(sourceTableView_); }
+  Qt::DropAction validateDrop(const QMimeData &data, const QModelIndex &item) const;
 
   const QIcon folderIcon_;
   EMU3DirectoryPtr root_;
   QPointer<QTreeView> outlineView_;
   std::function<void(const EMU3DirectoryPtr &)> selectionChanged_;
+  QPointer<QTableView> sourceTableView_;
+  std::function<bool(const EMU3DirectoryPtr &, bool)> validateDropBlock_;
+  std::function<void(const EMU3DirectoryPtr &, const std::vector<std::string> &, bool)> dropReceived_;
+  mutable IncomingDrag incomingDrag_; ///< mutable for what it remembers of the data
   bool reloading_ = false;
   // Nodes refer to each other by number, so that a chain of any depth is dropped without recursion.
   mutable std::deque<Node> nodes_;

@@ -1,0 +1,103 @@
+#include "app/ContentController.h"
+#include "app/DisplayText.h"
+#include "app/ExportedFile.h"
+#include "app/FileURLs.h"
+#include "app/ImportFiles.h"
+#include "app/MainQueue.h"
+#include "app/PrivateFolder.h"
+#include "filesystem/SystemLog.h"
+
+#include <QMimeData>
+#include <memory>
+#include <set>
+#include <utility>
+
+namespace tessary {
+
+Qt::ItemFlags ContentController::flags(const QModelIndex &index) const {
+  const Qt::ItemFlags flags = QAbstractTableModel::flags(index) | Qt::ItemIsDropEnabled;
+  return index.isValid() ? flags | Qt::ItemIsDragEnabled : flags;
+}
+
+Qt::DropActions ContentController::supportedDragActions() const {
+  return Qt::CopyAction;
+}
+
+Qt::DropActions ContentController::supportedDropActions() const {
+  return Qt::CopyAction;
+}
+
+QStringList ContentController::mimeTypes() const {
+  return {QStringLiteral("text/uri-list")};
+}
+
+// ---- Dragging rows out
+
+QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
+  if (!filesystem_) return nullptr;
+  std::set<std::size_t> rows; // there is an index for each column
+  for (const QModelIndex &index : indexes)
+    if (index.isValid()) rows.insert(static_cast<std::size_t>(index.row()));
+  QList<QUrl> urls;
+  for (const std::size_t row : rows)
+    if (const std::optional<std::string> path = exportForDrag(rows_[row].file)) urls.append(fileURL(*path));
+  if (urls.isEmpty()) return nullptr;
+  auto data = std::make_unique<QMimeData>();
+  data->setUrls(urls);
+  return data.release();
+}
+
+std::optional<std::string> ContentController::exportForDrag(const EMU3FilePtr &file) const {
+  const std::optional<std::string> folder = makePrivateFolder("EMU3Drag");
+  if (!folder) return std::nullopt;
+  EMU3Error error;
+  std::optional<std::string> path = exportIntoFolder(*filesystem_, file, shownDirectory_, *folder, &error);
+  if (!path) systemLog("Drag export failed for " + file->name() + ": " + error.description());
+  return path;
+}
+
+// ---- Drops on the table
+
+bool ContentController::canImport() const {
+  return filesystem_ && !filesystem_->isReadOnly() && directory_;
+}
+
+bool ContentController::canDropMimeData(const QMimeData *data, Qt::DropAction action, int, int,
+                                        const QModelIndex &) const {
+  return action == Qt::CopyAction && !incomingDrag_.comesFrom(tableView_) && canImport() &&
+         incomingDrag_.bringsFiles(*data);
+}
+
+bool ContentController::dropMimeData(const QMimeData *data, Qt::DropAction, int, int, const QModelIndex &) {
+  if (!canImport()) return false;
+  const std::vector<std::string> urls = filePaths(*data);
+  if (urls.empty()) return false;
+  importDroppedFiles(urls);
+  return true;
+}
+
+void ContentController::importDroppedFiles(const std::vector<std::string> &urls) {
+  filesystem_->ioQueue().async(
+      [controller = QPointer(this), filesystem = filesystem_, directory = directory_, urls] {
+        const ImportResult result = importFiles(*filesystem, urls, directory);
+        onMainQueue([controller, filesystem, result] {
+          if (controller) controller->droppedFilesImported(filesystem, result);
+        });
+      });
+}
+
+void ContentController::droppedFilesImported(const EMU3FilesystemPtr &filesystem,
+                                             const ImportResult &result) {
+  if (filesystem != filesystem_) return;
+  refresh();
+  const QString imported = QString::number(result.imported);
+  if (statusUpdate_ && result.failed() == 0)
+    statusUpdate_(QStringLiteral("Imported %1 file(s).").arg(imported));
+  else if (statusUpdate_)
+    statusUpdate_(QStringLiteral("Imported %1 file(s), %2 failed: %3")
+                      .arg(imported, QString::number(result.failed()),
+                           result.lastErrorText(QStringLiteral("unknown error"))));
+  if (afterImport_) afterImport_();
+}
+
+} // namespace tessary
