@@ -21,9 +21,10 @@ std::string pathInFolder(const std::string &folder, const std::string &name) {
   return std::filesystem::path(folder) / name;
 }
 
-bool isImageItself(const EMU3Filesystem &filesystem, const std::string &path) {
+bool mayExportTo(const std::string &path, const EMU3Filesystem &filesystem, EMU3Error *error) {
   std::error_code notThere;
-  return std::filesystem::equivalent(filesystem.imageURL(), path, notThere);
+  if (!std::filesystem::equivalent(filesystem.imageURL(), path, notThere)) return true;
+  return fail(error, {kHostErrorDomain, EBUSY, path + ": This is the image itself"});
 }
 
 std::optional<std::string> exportIntoFolder(EMU3Filesystem &filesystem, const EMU3FilePtr &file,
@@ -34,11 +35,7 @@ std::optional<std::string> exportIntoFolder(EMU3Filesystem &filesystem, const EM
     fail(error, {kEngineErrorDomain, kErrorEntryNotFound, "Dentry block not found"});
     return std::nullopt;
   }
-  if (isImageItself(filesystem, path)) {
-    fail(error, {kHostErrorDomain, EBUSY, path + ": This is the image itself"});
-    return std::nullopt;
-  }
-  if (!filesystem.exportFile(file, path, error)) return std::nullopt;
+  if (!mayExportTo(path, filesystem, error) || !filesystem.exportFile(file, path, error)) return std::nullopt;
   return path;
 }
 

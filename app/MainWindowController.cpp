@@ -183,6 +183,12 @@ void MainWindowController::_updateDiskSpaceLabel() {
                                        : QString());
 }
 
+void MainWindowController::_showChanges() {
+  contentCtl_->refresh();
+  sidebarCtl_->reload();
+  _updateDiskSpaceLabel();
+}
+
 void MainWindowController::_setTitle(const QString &title) {
   // Qt puts its mark of a changed document in place of "[*]" unless that is written twice.
   window_->setWindowTitle(QString(title).replace(QLatin1String("[*]"), QLatin1String("[*][*]")));

@@ -8,6 +8,7 @@
 #include <QString>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -127,6 +128,8 @@ private:
   void _selectDirectory(const EMU3DirectoryPtr &directory);
   void _bankDetailsRead(const EMU3FilesystemPtr &filesystem, const EMU3DirectoryPtr &directory);
   void _updateDiskSpaceLabel();
+  /// Shows in the table, the outline and the disk-space line what has changed in the image.
+  void _showChanges();
   void _setTitle(const QString &title);
   void _setStatus(const QString &text);
   /// Shows the dialog as a sheet on the window and deletes it when it is answered. While another dialog is
@@ -170,6 +173,35 @@ private:
   // Files (RenameCommand.cpp)
   void _renameFile(const EMU3FilePtr &file, const std::string &name);
 
+
+  // Export (ExportCommands.cpp)
+  /// Asks for a folder of the host. `chosen` runs with its path unless the image was replaced meanwhile.
+  void _chooseFolder(const QString &message, const QString &prompt,
+                     std::function<void(const std::string &folder)> chosen);
+  void _exportFiles(const std::vector<EMU3FilePtr> &files, const EMU3DirectoryPtr &directory,
+                    const std::string &folder);
+  void _exportSamplesOfBanks(const std::vector<EMU3FilePtr> &banks, const EMU3DirectoryPtr &directory,
+                             const std::string &folder);
+  void _samplesExported(const EMU3FilesystemPtr &filesystem, std::size_t exported, std::size_t failed);
+
+  // Import (ImportCommand.cpp)
+  void _importFiles(const std::vector<std::string> &urls);
+  void _filesImported(const EMU3FilesystemPtr &filesystem, const ImportResult &result);
+
+  // Delete with undo (DeleteCommands.cpp)
+  /// Where a step registers what takes it back; none for what the user has newly done.
+  using CounterpartSide = std::optional<UndoManager::Side>;
+  void _deleteFiles(const std::vector<EMU3FilePtr> &files, const EMU3DirectoryPtr &directory,
+                    CounterpartSide side);
+  void _filesDeleted(const EMU3FilesystemPtr &filesystem, const std::vector<std::string> &backups,
+                     const EMU3DirectoryPtr &directory, CounterpartSide side);
+  void _restoreFromBackup(const std::vector<std::string> &backups, const EMU3DirectoryPtr &toDirectory,
+                          UndoManager::Side counterpart);
+  void _filesRestored(const EMU3FilesystemPtr &filesystem, const std::vector<EMU3FilePtr> &restored,
+                      const EMU3DirectoryPtr &directory, UndoManager::Side side);
+  void _deleteRestoredFiles(const std::vector<EMU3FilePtr> &files, const EMU3DirectoryPtr &fromDirectory,
+                            UndoManager::Side counterpart);
+  void _registerDeleteStep(CounterpartSide side, UndoManager::Call step);
 
   struct Item {
     QAction *item;

@@ -1,0 +1,130 @@
+#include "app/Beeper.h"
+#include "app/ExportedFile.h"
+#include "app/MainQueue.h"
+#include "app/MainWindow.h"
+#include "app/MainWindowController.h"
+#include "filesystem/HostFileName.h"
+#include "filesystem/SystemLog.h"
+
+#include <QFile>
+#include <QFileDialog>
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace tessary {
+namespace {
+
+struct SampleCounts {
+  std::size_t exported = 0;
+  std::size_t failed = 0;
+};
+
+std::vector<EMU3FilePtr> banksAmong(const std::vector<EMU3FilePtr> &files) {
+  std::vector<EMU3FilePtr> banks;
+  std::copy_if(files.begin(), files.end(), std::back_inserter(banks),
+               [](const EMU3FilePtr &file) { return file->fileType() == kFileTypeBank; });
+  return banks;
+}
+
+/// Samples that share a type string write the same host file, one after another.
+void exportSamplesOf(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, const std::string &folder,
+                     SampleCounts *counts) {
+  const std::string name = bank->name();
+  const std::vector<std::string> samples = filesystem.samplesFromBankFile(bank);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const std::string path = pathInFolder(folder, hostFileName(name + "_" + samples[i]) + ".wav");
+    EMU3Error error;
+    if (mayExportTo(path, filesystem, &error) && filesystem.exportSampleAtIndex(i, bank, path, &error)) {
+      ++counts->exported;
+      continue;
+    }
+    ++counts->failed;
+    systemLog("Sample export failed for " + name + "[" + samples[i] + "]: " + error.description());
+  }
+}
+
+} // namespace
+
+void MainWindowController::_chooseFolder(const QString &message, const QString &prompt,
+                                         std::function<void(const std::string &folder)> chosen) {
+  auto chooser = std::make_unique<QFileDialog>(window_.get(), message);
+  chooser->setFileMode(QFileDialog::Directory);
+  chooser->setOption(QFileDialog::ShowDirsOnly);
+  chooser->setLabelText(QFileDialog::Accept, prompt);
+  connect(chooser.get(), &QFileDialog::fileSelected, this,
+          [this, filesystem = filesystem_, chosen = std::move(chosen)](const QString &path) {
+            if (filesystem == filesystem_) chosen(QFile::encodeName(path).toStdString());
+          });
+  _beginSheet(std::move(chooser));
+}
+
+// ---- Files
+
+void MainWindowController::_exportSelected() {
+  const std::vector<EMU3FilePtr> files = _selectedFiles();
+  if (files.empty()) return beep();
+  _chooseFolder(QStringLiteral("Export %1 file(s) to folder").arg(QString::number(files.size())),
+                QStringLiteral("Export Here"),
+                [this, files, directory = currentDirectory_](const std::string &folder) {
+                  _exportFiles(files, directory, folder);
+                });
+}
+
+void MainWindowController::_exportFiles(const std::vector<EMU3FilePtr> &files,
+                                        const EMU3DirectoryPtr &directory, const std::string &folder) {
+  std::size_t failures = 0;
+  for (const EMU3FilePtr &file : files) {
+    EMU3Error error;
+    if (exportIntoFolder(*filesystem_, file, directory, folder, &error)) continue;
+    ++failures;
+    systemLog("Export failed for " + file->name() + ": " + error.description());
+  }
+  if (failures == 0)
+    _setStatus(QStringLiteral("Exported %1 file(s) successfully.").arg(QString::number(files.size())));
+  else
+    _setStatus(QStringLiteral("Exported with %1 failure(s).").arg(QString::number(failures)));
+}
+
+// ---- Samples
+
+void MainWindowController::_exportSamples() {
+  const std::vector<EMU3FilePtr> files = _selectedFiles();
+  if (files.empty()) return beep();
+  const std::vector<EMU3FilePtr> banks = banksAmong(files);
+  if (banks.empty())
+    return _runAlert(QStringLiteral("No Banks Selected"),
+                     QStringLiteral("Please select one or more bank files to export samples from."));
+  _chooseFolder(QStringLiteral("Export samples from %1 bank(s)").arg(QString::number(banks.size())),
+                QStringLiteral("Export Samples"),
+                [this, banks, directory = currentDirectory_](const std::string &folder) {
+                  _exportSamplesOfBanks(banks, directory, folder);
+                });
+}
+
+void MainWindowController::_exportSamplesOfBanks(const std::vector<EMU3FilePtr> &banks,
+                                                 const EMU3DirectoryPtr &directory,
+                                                 const std::string &folder) {
+  filesystem_->ioQueue().async(
+      [controller = QPointer(this), filesystem = filesystem_, banks, directory, folder] {
+        SampleCounts counts;
+        for (const EMU3FilePtr &bank : banks)
+          // What the entry of a bank deleted meanwhile led to may be another file's by now.
+          if (directory->containsFile(bank)) exportSamplesOf(*filesystem, bank, folder, &counts);
+        onMainQueue([controller, filesystem, counts] {
+          if (controller) controller->_samplesExported(filesystem, counts.exported, counts.failed);
+        });
+      });
+}
+
+void MainWindowController::_samplesExported(const EMU3FilesystemPtr &filesystem, std::size_t exported,
+                                            std::size_t failed) {
+  if (filesystem != filesystem_) return;
+  if (failed == 0)
+    _setStatus(QStringLiteral("Exported %1 sample(s) successfully.").arg(QString::number(exported)));
+  else
+    _setStatus(QStringLiteral("Exported %1 sample(s) with %2 failure(s).")
+                   .arg(QString::number(exported), QString::number(failed)));
+}
+
+} // namespace tessary
