@@ -164,7 +164,7 @@ TEST_P(ReadOnly, ImportReadsTheHostFileBeforeItIsRefused) {
 TEST_P(ReadOnly, ImportOfAFileTooLargeForAnyVolumeIsRefusedForBeingReadOnly) {
   const std::string path = volume.host().path("large.wav");
   writeText(path, "x");
-  ASSERT_EQ(::truncate(path.c_str(), 40 * 1024 * 1024), 0);
+  ASSERT_EQ(::truncate(path.c_str(), 32 * 1024 * 1024), 0);
   expectRefused([&](EMU3Error *e) { return volume.filesystem->importFileAtURL(path, root, e); });
 }
 

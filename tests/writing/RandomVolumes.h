@@ -1,0 +1,21 @@
+#pragma once
+
+#include "tests/writing/Random.h"
+#include "tests/writing/WritableVolume.h"
+
+#include <string>
+
+namespace tessary::test {
+
+/// A small volume of random geometry with a random tree. For `Guards::off` one on which the bare rules keep
+/// image and tree together: a table for every block and no file longer than a slot.
+ImageBuilder randomVolume(Random &random, Guards guards);
+
+/// A name that an operation takes. Bare: one that its entry holds whole.
+std::string randomName(Random &random, Guards guards);
+/// A name that renaming a file or creating a folder refuses.
+std::string randomBadName(Random &random, Guards guards);
+/// Contents of a new file, at most one slot long when bare, three when guarded.
+Bytes randomContents(Random &random, std::uint64_t slotBytes, Guards guards);
+
+} // namespace tessary::test
