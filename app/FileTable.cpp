@@ -3,6 +3,7 @@
 #include "app/CellDelegate.h"
 
 #include <QHeaderView>
+#include <QMouseEvent>
 #include <algorithm>
 #include <cmath>
 #include <numeric>
@@ -41,6 +42,10 @@ void FileTable::setColumnWidths(const std::vector<int> &widths, const std::vecto
   sharedWidth_ = std::accumulate(widths_.begin(), widths_.end(), 0.0);
   horizontalHeader()->setMinimumSectionSize(*std::min_element(minimums.begin(), minimums.end()));
   applyWidths();
+}
+
+void FileTable::mouseDoubleClickEvent(QMouseEvent *event) {
+  if (event->button() == Qt::LeftButton) QTableView::mouseDoubleClickEvent(event);
 }
 
 void FileTable::resizeEvent(QResizeEvent *event) {

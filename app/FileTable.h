@@ -21,6 +21,7 @@ public:
 
 protected:
   QModelIndex dropItemAt(const QPoint &) const override { return {}; }
+  void mouseDoubleClickEvent(QMouseEvent *event) override;
   void resizeEvent(QResizeEvent *event) override;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "app/CellDelegate.h"
 
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QMouseEvent>
 
@@ -41,6 +42,20 @@ void FolderOutline::mouseDoubleClickEvent(QMouseEvent *event) {
 
 void FolderOutline::mouseMoveEvent(QMouseEvent *event) {
   if (event->buttons() == Qt::NoButton || event->buttons() & Qt::LeftButton) QTreeView::mouseMoveEvent(event);
+}
+
+void FolderOutline::contextMenuEvent(QContextMenuEvent *event) {
+  if (event->reason() == QContextMenuEvent::Keyboard)
+    emit menuRequested({}, viewport()->mapToGlobal(placeOfSelectedRow()));
+  else
+    emit menuRequested(indexAt(event->pos()), event->globalPos());
+}
+
+/// In the viewport; its top left corner when no selected row is in sight.
+QPoint FolderOutline::placeOfSelectedRow() const {
+  const QModelIndexList rows = selectionModel()->selectedRows();
+  const QRect row = rows.isEmpty() ? QRect() : visualRect(rows.first());
+  return row.intersects(viewport()->rect()) ? row.center() : QPoint();
 }
 
 void FolderOutline::closeWhenTooDeep(const QModelIndex &index) {

@@ -20,14 +20,21 @@ public:
 
   explicit FolderOutline(QWidget *parent = nullptr);
 
+signals:
+  /// The context menu is to come up there. `clicked` is the row that was clicked for it: invalid for the
+  /// empty area, and when the keyboard asked for the menu.
+  void menuRequested(const QModelIndex &clicked, const QPoint &globalPosition);
+
 protected:
   QModelIndex dropItemAt(const QPoint &position) const override { return indexAt(position); }
   void mousePressEvent(QMouseEvent *event) override;
   void mouseReleaseEvent(QMouseEvent *event) override;
   void mouseDoubleClickEvent(QMouseEvent *event) override;
   void mouseMoveEvent(QMouseEvent *event) override;
+  void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
+  QPoint placeOfSelectedRow() const;
   void closeWhenTooDeep(const QModelIndex &index);
 };
 

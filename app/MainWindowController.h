@@ -16,6 +16,8 @@ class QAction;
 class QDialog;
 class QMenu;
 class QMenuBar;
+class QModelIndex;
+class QPoint;
 class QTreeView;
 class QTableView;
 class QToolBar;
@@ -70,7 +72,8 @@ public:
   StatusLabel *diskSpaceLabel() const { return diskSpaceLabel_; }
   Spinner *spinner() const { return spinner_; }
   UndoManager *undoManager() { return &undoManager_; }
-  /// The folder whose row the folder menu was last opened on; null when it was the empty area.
+  /// The folder whose row was clicked when the folder menu was last opened; null when it was the empty area
+  /// or the keyboard.
   EMU3DirectoryPtr clickedDirectory() const { return clickedDirectory_; }
 
   bool validateUserInterfaceItem(Action action) const;
@@ -113,6 +116,7 @@ private:
   // Toolbar and menus (MainWindowMenus.cpp)
   void _buildToolbar();
   void _buildMenus();
+  void _showFolderMenu(const QModelIndex &clicked, const QPoint &globalPosition);
   std::unique_ptr<QMenu> _buildFolderMenu();
   std::unique_ptr<QMenu> _buildContextMenu();
   QAction *_makeToolbarItem(const QString &identifier);
@@ -172,7 +176,6 @@ private:
 
   // Files (RenameCommand.cpp)
   void _renameFile(const EMU3FilePtr &file, const std::string &name);
-
 
   // Export (ExportCommands.cpp)
   /// Asks for a folder of the host. `chosen` runs with its path unless the image was replaced meanwhile.

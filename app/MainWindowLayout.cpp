@@ -16,6 +16,7 @@
 #include <QMenuBar>
 #include <QPainter>
 #include <QScreen>
+#include <QShortcut>
 #include <QSplitter>
 #include <QSplitterHandle>
 #include <QVBoxLayout>
@@ -82,7 +83,9 @@ void MainWindowController::_buildUI() {
 }
 
 void MainWindowController::_buildOutline() {
-  outlineView_ = new FolderOutline;
+  auto *outline = new FolderOutline;
+  connect(outline, &FolderOutline::menuRequested, this, &MainWindowController::_showFolderMenu);
+  outlineView_ = outline;
   outlineView_->setObjectName(QStringLiteral("OutlineView"));
   outlineView_->setAccessibleName(QStringLiteral("Folders"));
   sidebarCtl_ = new SidebarController(this);
@@ -102,6 +105,11 @@ void MainWindowController::_buildTable() {
   }
   table->setColumnWidths(widths, minimums);
   connect(table, &QTableView::doubleClicked, this, &MainWindowController::_tableDoubleClick);
+  for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+    auto *shortcut =
+        new QShortcut(key, table, this, &MainWindowController::_tableDoubleClick, Qt::WidgetShortcut);
+    shortcut->setAutoRepeat(false);
+  }
   tableView_ = table;
 }
 

@@ -104,17 +104,16 @@ QAction *MainWindowController::_makeToolbarItem(const QString &identifier) {
 
 void MainWindowController::_buildMenus() {
   folderMenu_ = _buildFolderMenu();
-  outlineView_->setContextMenuPolicy(Qt::CustomContextMenu);
-  connect(outlineView_, &QWidget::customContextMenuRequested, this, [this](const QPoint &position) {
-    const QModelIndex clicked = outlineView_->indexAt(position);
-    clickedDirectory_ = clicked.isValid() ? sidebarCtl_->directoryAt(clicked) : nullptr;
-    folderMenu_->popup(outlineView_->viewport()->mapToGlobal(position));
-  });
   fileMenu_ = _buildContextMenu();
   tableView_->setContextMenuPolicy(Qt::CustomContextMenu);
   connect(tableView_, &QWidget::customContextMenuRequested, this, [this](const QPoint &position) {
     fileMenu_->popup(tableView_->viewport()->mapToGlobal(position));
   });
+}
+
+void MainWindowController::_showFolderMenu(const QModelIndex &clicked, const QPoint &globalPosition) {
+  clickedDirectory_ = clicked.isValid() ? sidebarCtl_->directoryAt(clicked) : nullptr;
+  folderMenu_->popup(globalPosition);
 }
 
 std::unique_ptr<QMenu> MainWindowController::_buildFolderMenu() {
