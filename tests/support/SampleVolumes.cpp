@@ -170,11 +170,13 @@ ImageBuilder nestedVolume(std::size_t depth) {
 ImageBuilder hugeClaimsVolume() {
   ImageBuilder image({.sizeBytes = 40 * kMiB});
   auto folder = image.root().addFolder("Claims", {.blockCount = 7});
-  const Bytes contents = IffBank().tocSize(0xFFFFFFEB).build();
-  folder.addFile("Claim 1", contents, {.sizeBytes = 65535 * kBlockBytes});
-  for (std::size_t i = 2; i <= 112; ++i)
+  const std::uint64_t claimedBytes = 65535 * kBlockBytes;
+  folder.addFile("Claim 01", smallBank(2), {.slot = std::uint16_t{1}, .sizeBytes = claimedBytes});
+  folder.addFile("Claim 02", IffBank().tocSize(0xFFFFFFEB).build(),
+                 {.slot = std::uint16_t{2}, .sizeBytes = claimedBytes});
+  for (std::size_t i = 3; i <= 112; ++i)
     folder.addFile(numbered("Claim", i), {},
-                   {.slot = std::uint16_t{1},
+                   {.slot = i % 16 == 0 ? std::uint16_t{2} : std::uint16_t{1},
                     .blocksInLastCluster = std::uint16_t{65535},
                     .bytesInLastBlock = std::uint16_t{512},
                     .storesContents = false});

@@ -37,8 +37,8 @@ ImageBuilder cyclicVolume();
 ImageBuilder sharedBlocksVolume();
 /// Folders nested in each other, `depth` deep (at most 32,000).
 ImageBuilder nestedVolume(std::size_t depth);
-/// A folder with 112 banks that all claim 65,535 blocks and a table of contents as long; every claim lies
-/// inside the image of 40 MiB, which holds next to nothing.
+/// A folder with 112 banks that all claim 65,535 blocks, some of them a table of contents as long. Every
+/// claim lies inside the image of 40 MiB, which holds next to nothing.
 ImageBuilder hugeClaimsVolume();
 /// 256 KiB of random bytes behind the signature. Odd seeds keep a header that leads to the root block.
 ImageBuilder randomVolume(std::uint32_t seed);

@@ -1,0 +1,239 @@
+// The in-memory tree: files and folders as plain values.
+
+#include "filesystem/EMU3Directory.h"
+#include "filesystem/EMU3Error.h"
+#include "filesystem/EMU3File.h"
+#include "tests/support/MountedVolume.h"
+
+#include <clocale>
+#include <gtest/gtest.h>
+
+namespace tessary {
+namespace {
+
+EMU3FilePtr fileOfRawType(std::uint8_t rawType, const std::string &name = "File") {
+  auto file = std::make_shared<EMU3File>();
+  file->setName(name);
+  file->setRawType(rawType);
+  return file;
+}
+
+TEST(FileModel, NewFileHasEveryNumberZeroAndEveryObjectEmpty) {
+  const EMU3File file;
+  EXPECT_EQ(file.rawType(), 0);
+  EXPECT_EQ(file.entryId(), 0);
+  EXPECT_EQ(file.startCluster(), 0);
+  EXPECT_EQ(file.clusterCount(), 0);
+  EXPECT_EQ(file.blocksInLastCluster(), 0);
+  EXPECT_EQ(file.bytesInLastBlock(), 0);
+  EXPECT_EQ(file.name(), "");
+  EXPECT_EQ(file.fileType(), 0);
+  EXPECT_EQ(file.fileSize(), 0U);
+  EXPECT_EQ(file.dentryBlock(), 0);
+  EXPECT_EQ(file.dentryOffset(), 0);
+  EXPECT_EQ(file.cachedData(), nullptr);
+  EXPECT_EQ(file.bankName(), std::nullopt);
+  EXPECT_EQ(file.bankFormat(), 0);
+  EXPECT_EQ(file.presetCount(), 0U);
+  EXPECT_EQ(file.sampleCount(), 0U);
+}
+
+TEST(FileModel, EveryFieldHoldsWhatWasSet) {
+  EMU3File file;
+  file.setRawType(0x83);
+  file.setEntryId(255);
+  file.setStartCluster(65535);
+  file.setClusterCount(7);
+  file.setBlocksInLastCluster(65534);
+  file.setBytesInLastBlock(512);
+  file.setName("KICK");
+  file.setFileType(3);
+  file.setFileSize(1ULL << 40);
+  file.setDentryBlock(32767);
+  file.setDentryOffset(15);
+  const auto data = std::make_shared<const ByteBuffer>(3, std::uint8_t{9});
+  file.setCachedData(data);
+  file.setBankName("Bank");
+  file.setBankFormat(4);
+  file.setPresetCount(5);
+  file.setSampleCount(6);
+
+  EXPECT_EQ(file.rawType(), 0x83);
+  EXPECT_EQ(file.entryId(), 255);
+  EXPECT_EQ(file.startCluster(), 65535);
+  EXPECT_EQ(file.clusterCount(), 7);
+  EXPECT_EQ(file.blocksInLastCluster(), 65534);
+  EXPECT_EQ(file.bytesInLastBlock(), 512);
+  EXPECT_EQ(file.name(), "KICK");
+  EXPECT_EQ(file.fileType(), 3);
+  EXPECT_EQ(file.fileSize(), 1ULL << 40);
+  EXPECT_EQ(file.dentryBlock(), 32767);
+  EXPECT_EQ(file.dentryOffset(), 15);
+  EXPECT_EQ(file.cachedData(), data);
+  EXPECT_EQ(file.bankDetails(), (BankDetails{"Bank", 4, 5, 6}));
+}
+
+TEST(FileModel, TypeFollowsFromTheTypeByte) {
+  for (int rawType = 0; rawType <= 255; ++rawType) {
+    const auto expected = rawType == 0x80 ? 2 : rawType == 0x81 || rawType == 0x83 ? 1 : 0;
+    EXPECT_EQ(fileTypeForRawType(static_cast<std::uint8_t>(rawType)), expected) << rawType;
+  }
+}
+
+TEST(FileModel, TypeTextIsFileForEveryUnknownType) {
+  EMU3File file;
+  for (const auto &[type, text] :
+       {std::pair{0, "File"}, {1, "Bank"}, {2, "System"}, {3, "File"}, {-1, "File"}}) {
+    file.setFileType(type);
+    EXPECT_EQ(file.fileTypeString(), text) << type;
+  }
+}
+
+TEST(FileModel, IsDeletedExactlyWhenTheTypeByteIsZero) {
+  EXPECT_TRUE(fileOfRawType(0)->isDeleted());
+  for (int rawType = 1; rawType <= 255; ++rawType)
+    EXPECT_FALSE(fileOfRawType(static_cast<std::uint8_t>(rawType))->isDeleted()) << rawType;
+}
+
+TEST(FileModel, SizeTextChangesUnitAt1024AndAt1048576Bytes) {
+  const std::pair<std::uint64_t, const char *> sizes[] = {
+      {0, "0 B"},
+      {1, "1 B"},
+      {1023, "1023 B"},
+      {1024, "1.0 KB"},
+      {1536, "1.5 KB"},
+      {1048575, "1024.0 KB"},
+      {1048576, "1.0 MB"},
+      {33553920, "32.0 MB"},
+      {1075, "1.0 KB"},
+      {1076, "1.1 KB"},
+      {1ULL << 40, "1048576.0 MB"},
+  };
+  for (const auto &[size, text] : sizes) {
+    EMU3File file;
+    file.setFileSize(size);
+    EXPECT_EQ(file.fileSizeString(), text);
+  }
+}
+
+TEST(FileModel, SizeTextDoesNotFollowTheLocale) {
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  for (const char *locale : {"de_DE.UTF-8", "fr_FR.UTF-8", "C.UTF-8"})
+    if (std::setlocale(LC_ALL, locale)) {
+      EXPECT_EQ(fileSizeStringFor(1536), "1.5 KB") << locale;
+    }
+  std::setlocale(LC_ALL, before.c_str());
+}
+
+TEST(FileModel, DescriptionNamesFileTypeAndSize) {
+  EMU3File file;
+  file.setName("Strings");
+  file.setFileType(1);
+  file.setFileSize(2048);
+  EXPECT_EQ(file.description(), "<EMU3File: Strings (Bank) 2.0 KB>");
+}
+
+TEST(FileModel, FirstContentsCachedStay) {
+  EMU3File file;
+  const auto first = std::make_shared<const ByteBuffer>(1, std::uint8_t{1});
+  const auto second = std::make_shared<const ByteBuffer>(1, std::uint8_t{2});
+  EXPECT_EQ(file.cacheDataIfUnset(first), first);
+  EXPECT_EQ(file.cacheDataIfUnset(second), first);
+  EXPECT_EQ(file.cachedData(), first);
+}
+
+TEST(FolderModel, NewFolderHasEmptyListsAndZeros) {
+  const EMU3Directory folder;
+  EXPECT_EQ(folder.entryId(), 0);
+  EXPECT_EQ(folder.name(), "");
+  EXPECT_TRUE(folder.blockList().empty());
+  EXPECT_TRUE(folder.files().empty());
+  EXPECT_TRUE(folder.subdirectories().empty());
+  EXPECT_EQ(folder.parent(), nullptr);
+  EXPECT_EQ(folder.dentryBlock(), 0);
+  EXPECT_EQ(folder.dentryOffset(), 0);
+}
+
+TEST(FolderModel, AllFilesLeavesOutDeletedOnesAndKeepsTheOrder) {
+  EMU3Directory folder;
+  folder.setName("Drums");
+  for (const auto &file : {fileOfRawType(0x81, "A"), fileOfRawType(0, "B"), fileOfRawType(0x82, "C")})
+    folder.appendFile(file);
+  EXPECT_EQ(test::namesOf(folder.allFiles()), (std::vector<std::string>{"A", "C"}));
+  EXPECT_EQ(folder.totalFileCount(), 2U);
+  EXPECT_EQ(folder.description(), "<EMU3Directory: Drums (3 files, 0 subdirs)>");
+}
+
+TEST(FolderModel, CountOfAFolderDoesNotIncludeItsSubfolders) {
+  const auto folder = std::make_shared<EMU3Directory>();
+  for (const char *name : {"One", "Two"}) {
+    const auto below = std::make_shared<EMU3Directory>();
+    below->setName(name);
+    below->appendFile(fileOfRawType(0x81));
+    folder->appendSubdirectory(below);
+  }
+  EXPECT_EQ(folder->totalFileCount(), 0U);
+  EXPECT_TRUE(folder->allFiles().empty());
+  EXPECT_EQ(folder->description(), "<EMU3Directory:  (0 files, 2 subdirs)>");
+}
+
+TEST(FolderModel, ListsAreCopiesThatLaterChangesDoNotReach) {
+  EMU3Directory folder;
+  folder.appendFile(fileOfRawType(0x81, "A"));
+  const auto before = folder.files();
+  folder.appendFile(fileOfRawType(0x81, "B"));
+  EXPECT_EQ(before.size(), 1U);
+  EXPECT_EQ(folder.files().size(), 2U);
+}
+
+TEST(FolderModel, RemovalTakesOutThatObjectAlone) {
+  EMU3Directory folder;
+  const auto first = fileOfRawType(0x81, "Same");
+  const auto second = fileOfRawType(0x81, "Same");
+  folder.setFiles({first, second});
+  folder.removeFile(second);
+  folder.removeFile(fileOfRawType(0x81, "Same"));
+  EXPECT_EQ(folder.files(), std::vector<EMU3FilePtr>{first});
+  EXPECT_TRUE(folder.containsFile(first));
+  EXPECT_FALSE(folder.containsFile(second));
+}
+
+TEST(FolderModel, ReleasingTheLastOwnerReleasesTheSubtree) {
+  auto root = std::make_shared<EMU3Directory>();
+  const auto child = std::make_shared<EMU3Directory>();
+  child->setParent(root);
+  root->appendSubdirectory(child);
+  const auto file = fileOfRawType(0x81);
+  root->appendFile(file);
+  const std::weak_ptr<EMU3Directory> watched = root;
+  ASSERT_EQ(child->parent(), root);
+
+  root.reset();
+  EXPECT_TRUE(watched.expired());
+  EXPECT_EQ(child->parent(), nullptr);
+  EXPECT_EQ(child.use_count(), 1);
+  EXPECT_EQ(file.use_count(), 1);
+}
+
+TEST(FolderModel, PreOrderVisitsEachFolderBeforeItsSubfolders) {
+  const auto make = [](const char *name, std::vector<EMU3DirectoryPtr> below = {}) {
+    auto folder = std::make_shared<EMU3Directory>();
+    folder->setName(name);
+    folder->setSubdirectories(std::move(below));
+    return folder;
+  };
+  const auto root = make("root", {make("a", {make("a1"), make("a2")}), make("b")});
+  EXPECT_EQ(test::namesOf(directoriesInPreOrder(root)),
+            (std::vector<std::string>{"root", "a", "a1", "a2", "b"}));
+}
+
+TEST(EngineError, DescriptionCarriesDomainCodeAndMessage) {
+  const EMU3Error error{kEngineErrorDomain, 4, "Image is full (no free slots)"};
+  EXPECT_EQ(error.description(), "Error Domain=com.tessary.error Code=4 \"Image is full (no free slots)\"");
+  EXPECT_EQ(error.localizedDescription(), "Image is full (no free slots)");
+  EXPECT_TRUE(error.isSet());
+  EXPECT_FALSE(EMU3Error().isSet());
+}
+
+} // namespace
+} // namespace tessary

@@ -1,0 +1,317 @@
+// What opens, what does not, and with which words.
+
+#include "filesystem/EMU3Filesystem.h"
+#include "tests/support/EngineInternals.h"
+#include "tests/support/HostFiles.h"
+#include "tests/support/MountedVolume.h"
+#include "tests/support/OtherUser.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <future>
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace tessary {
+namespace {
+
+using namespace test;
+
+EMU3Error errorOfOpening(const std::string &path) {
+  EMU3Error error;
+  EXPECT_EQ(EMU3Filesystem::initWithURL(path, &error), nullptr) << path;
+  return error;
+}
+
+void expectError(const EMU3Error &error, std::int64_t code, const std::string &message) {
+  EXPECT_EQ(error.domain, "com.tessary.error");
+  EXPECT_EQ(error.code, code);
+  EXPECT_EQ(error.message, message);
+}
+
+const char *const kTooSmall = "File too small to be an E-MU disk image";
+const char *const kNoSignature = "Not an E-MU 3/4 disk image (missing \"EMU3\" signature)";
+
+/// Number of descriptors that this process has open.
+std::size_t openDescriptors() {
+  return namesIn("/proc/self/fd").size();
+}
+
+/// How often the host says that the path is mapped into this process.
+std::size_t mappingsOf(const std::string &path) {
+  const std::string maps = readText("/proc/self/maps");
+  std::size_t count = 0;
+  for (std::size_t at = maps.find(path); at != std::string::npos; at = maps.find(path, at + 1))
+    ++count;
+  return count;
+}
+
+TEST(Opening, MissingFileCannotBeOpened) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("missing.hda");
+  expectError(errorOfOpening(path), 2, "Cannot open file: " + path);
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(Opening, FileInAFolderThatIsNoneCannotBeOpened) {
+  const TemporaryFolder folder;
+  writeText(folder.path("file"), "x");
+  const std::string path = folder.path("file/disk.hda");
+  expectError(errorOfOpening(path), 2, "Cannot open file: " + path);
+}
+
+TEST(Opening, EmptyPathCannotBeOpened) {
+  expectError(errorOfOpening(""), 2, "Cannot open file: ");
+}
+
+TEST(Opening, FolderCannotBeMapped) {
+  const TemporaryFolder folder;
+  expectError(errorOfOpening(folder.path()), 2, "mmap failed");
+}
+
+TEST(Opening, EmptyFileCannotBeMapped) {
+  const TemporaryFolder folder;
+  writeText(folder.path("empty.hda"), "");
+  expectError(errorOfOpening(folder.path("empty.hda")), 2, "mmap failed");
+}
+
+TEST(Opening, FileOfOneByteIsTooSmall) {
+  const TemporaryFolder folder;
+  writeText(folder.path("disk.hda"), "E");
+  expectError(errorOfOpening(folder.path("disk.hda")), 1, kTooSmall);
+}
+
+TEST(Opening, FileOf511BytesIsTooSmall) {
+  const TemporaryFolder folder;
+  ImageBuilder({.sizeBytes = 511}).writeTo(folder.path("disk.hda"));
+  ASSERT_EQ(readBytes(folder.path("disk.hda")).size(), 511U);
+  expectError(errorOfOpening(folder.path("disk.hda")), 1, kTooSmall);
+}
+
+TEST(Opening, FileOf512BytesWithTheSignatureOpens) {
+  const MountedVolume volume(ImageBuilder({.sizeBytes = 512}));
+  EXPECT_EQ(volume->totalBlocks(), 1U);
+  EXPECT_TRUE(volume.root()->files().empty());
+}
+
+TEST(Opening, EachByteOfTheSignatureCounts) {
+  for (std::size_t i = 0; i < 4; ++i) {
+    const TemporaryFolder folder;
+    ImageBuilder image;
+    image.poke(i, {static_cast<std::uint8_t>(image.peek(i, 1)[0] + 1)});
+    image.writeTo(folder.path("disk.hda"));
+    expectError(errorOfOpening(folder.path("disk.hda")), 1, kNoSignature);
+  }
+}
+
+TEST(Opening, SignatureEndingInFourIsRefused) {
+  const TemporaryFolder folder;
+  ImageBuilder image;
+  image.poke(3, "4").writeTo(folder.path("disk.hda"));
+  expectError(errorOfOpening(folder.path("disk.hda")), 1, kNoSignature);
+}
+
+TEST(Opening, FailsTheSameWithoutAnErrorToFill) {
+  const TemporaryFolder folder;
+  writeText(folder.path("small.hda"), "EMU3");
+  EXPECT_EQ(EMU3Filesystem::initWithURL(folder.path("small.hda")), nullptr);
+  EXPECT_EQ(EMU3Filesystem::initWithURL(folder.path("missing.hda")), nullptr);
+}
+
+TEST(Opening, SuccessLeavesTheErrorAlone) {
+  const TemporaryFolder folder;
+  ImageBuilder().writeTo(folder.path("disk.hda"));
+  EMU3Error error;
+  ASSERT_NE(EMU3Filesystem::initWithURL(folder.path("disk.hda"), &error), nullptr);
+  EXPECT_FALSE(error.isSet());
+}
+
+TEST(Opening, FifoIsRefusedAndNeverWaitedFor) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("fifo.hda");
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  auto opening = std::async(std::launch::async, [&] { return errorOfOpening(path); });
+  const bool ended = opening.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+  if (!ended) ::close(::open(path.c_str(), O_RDWR)); // lets the waiting open go on, so that the test ends
+  EXPECT_TRUE(ended);
+  expectError(opening.get(), 2, "mmap failed");
+}
+
+TEST(Opening, DeviceIsRefused) {
+  expectError(errorOfOpening("/dev/null"), 2, "mmap failed");
+}
+
+TEST(Opening, SocketCannotBeOpened) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("socket");
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  ASSERT_LT(path.size(), sizeof address.sun_path);
+  path.copy(address.sun_path, path.size());
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+  expectError(errorOfOpening(path), 2, "Cannot open file: " + path);
+  ::close(socket);
+}
+
+TEST(Opening, LinkToAnImageOpens) {
+  const TemporaryFolder folder;
+  ImageBuilder().writeTo(folder.path("disk.hda"));
+  std::filesystem::create_symlink("disk.hda", folder.path("link.hda"));
+  const auto filesystem = EMU3Filesystem::initWithURL(folder.path("link.hda"));
+  ASSERT_NE(filesystem, nullptr);
+  EXPECT_EQ(filesystem->volumeLabel(), "link.hda");
+}
+
+TEST(Opening, DanglingLinkCannotBeOpened) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("link.hda");
+  std::filesystem::create_symlink("gone.hda", path);
+  expectError(errorOfOpening(path), 2, "Cannot open file: " + path);
+}
+
+class OpeningAsOtherUser : public testing::Test {
+protected:
+  OpeningAsOtherUser() {
+    ImageBuilder().writeTo(path_);
+    ::chmod(folder_.path().c_str(), 0755);
+  }
+
+  TemporaryFolder folder_;
+  const std::string path_ = folder_.path("disk.hda");
+};
+
+TEST_F(OpeningAsOtherUser, FileThatMayNotBeReadCannotBeOpened) {
+  ::chmod(path_.c_str(), 0000);
+  const OtherUser other;
+  expectError(errorOfOpening(path_), 2, "Cannot open file: " + path_);
+}
+
+TEST_F(OpeningAsOtherUser, FolderThatMayNotBeReadCannotBeOpened) {
+  const std::string path = folder_.path("folder");
+  std::filesystem::create_directory(path);
+  ::chmod(path.c_str(), 0000);
+  const OtherUser other;
+  expectError(errorOfOpening(path), 2, "Cannot open file: " + path);
+}
+
+TEST_F(OpeningAsOtherUser, FileThatMayOnlyBeReadOpensReadOnly) {
+  ::chmod(path_.c_str(), 0444);
+  const OtherUser other;
+  const auto filesystem = EMU3Filesystem::initWithURL(path_);
+  ASSERT_NE(filesystem, nullptr);
+  EXPECT_TRUE(filesystem->isReadOnly());
+}
+
+TEST_F(OpeningAsOtherUser, ReadOnlyImageShowsItsBlocksAsWritable) {
+  // The bounds are the only rule of a writable view; the public operations refuse before they ask for one.
+  ::chmod(path_.c_str(), 0444);
+  const OtherUser other;
+  const auto filesystem = EMU3Filesystem::initWithURL(path_);
+  ASSERT_NE(filesystem, nullptr);
+  EXPECT_TRUE(EMU3FilesystemInternals::mutableBlockPtr(*filesystem, 0));
+}
+
+TEST_F(OpeningAsOtherUser, ReadOnlyImageRefusesEveryChangeFirst) {
+  ImageBuilder image;
+  image.root().addFile("File", bytesOf("contents"));
+  image.root().addFolder("Folder");
+  image.writeTo(path_);
+  ::chmod(path_.c_str(), 0444);
+  const OtherUser other;
+  const auto filesystem = EMU3Filesystem::initWithURL(path_);
+  ASSERT_NE(filesystem, nullptr);
+  const auto root = filesystem->rootDirectory();
+  const auto file = fileNamed(root, "File");
+  const auto folder = folderNamed(root, "Folder");
+  const auto refused = [](auto &&change) {
+    EMU3Error error;
+    EXPECT_FALSE(change(&error));
+    expectError(error, 3, "Image is read-only");
+  };
+  refused([&](EMU3Error *error) { return filesystem->deleteFile(file, root, error); });
+  refused([&](EMU3Error *error) { return filesystem->copyFile(file, folder, error); });
+  refused([&](EMU3Error *error) { return filesystem->moveFile(file, root, root, error); });
+  refused([&](EMU3Error *error) { return filesystem->renameFile(file, "", root, error); });
+  refused([&](EMU3Error *error) { return filesystem->createDirectoryNamed("", root, error); });
+  refused([&](EMU3Error *error) { return filesystem->deleteDirectory(folder, root, error); });
+}
+
+TEST(Opening, FileThatMayBeWrittenOpensForWriting) {
+  const MountedVolume volume{ImageBuilder()};
+  EXPECT_FALSE(volume->isReadOnly());
+}
+
+TEST(Opening, ImageIsMappedOnceAndReleasedWithTheFilesystem) {
+  const std::size_t descriptors = openDescriptors();
+  auto volume = std::make_unique<MountedVolume>(ImageBuilder());
+  const std::string path = volume->imagePath();
+  const std::size_t mounted = openDescriptors();
+  EXPECT_LE(mounted, descriptors + 2); // the image's, and the claim that keeps a second program from writing
+  EXPECT_EQ(mappingsOf(path), 1U);
+  ASSERT_TRUE((*volume)->reload());
+  EXPECT_EQ(openDescriptors(), mounted);
+  EXPECT_EQ(mappingsOf(path), 1U);
+  volume.reset();
+  EXPECT_EQ(openDescriptors(), descriptors);
+  EXPECT_EQ(mappingsOf(path), 0U);
+}
+
+TEST(Opening, FailedOpenLeavesNoDescriptorAndNoMapping) {
+  const TemporaryFolder folder;
+  const std::string small = folder.path("small.hda");
+  const std::string wrong = folder.path("wrong.hda");
+  const std::string empty = folder.path("empty.hda");
+  writeText(small, "EMU3");
+  writeBytes(wrong, Bytes(4096));
+  writeText(empty, "");
+  const std::size_t descriptors = openDescriptors();
+  for (const auto &path : {small, wrong, empty, folder.path(), folder.path("missing")}) {
+    errorOfOpening(path);
+    EXPECT_EQ(mappingsOf(path), 0U) << path;
+  }
+  EXPECT_EQ(openDescriptors(), descriptors);
+}
+
+TEST(Opening, DescriptorIsNotInheritedByOtherPrograms) {
+  const MountedVolume volume{ImageBuilder()};
+  int seen = 0;
+  for (const std::string &name : namesIn("/proc/self/fd")) {
+    std::error_code gone; // the one that listed the folder
+    if (std::filesystem::read_symlink("/proc/self/fd/" + name, gone) != volume.imagePath()) continue;
+    ++seen;
+    EXPECT_NE(::fcntl(std::atoi(name.c_str()), F_GETFD) & FD_CLOEXEC, 0);
+  }
+  EXPECT_GE(seen, 1);
+}
+
+TEST(Opening, QueueIsMadeWithTheLabelOfTheSystem) {
+  const MountedVolume volume{ImageBuilder()};
+  EXPECT_EQ(volume->ioQueue().label(), "com.tessary.io");
+}
+
+TEST(Opening, ChangesNothingInTheImage) {
+  const ImageBuilder image = [] {
+    ImageBuilder built;
+    built.root().addFolder("Folder").addFile("File", patternBytes(3000));
+    return built;
+  }();
+  const MountedVolume volume(image);
+  volume->dataForFile(fileNamed(folderNamed(volume.root(), "Folder"), "File"));
+  EXPECT_EQ(readBytes(volume.imagePath()), image.build());
+}
+
+TEST(Opening, ErrorsCarryTheSystemsDomain) {
+  const EMU3Error error = EMU3FilesystemInternals::errorCode(7, "Parent directory is full");
+  expectError(error, 7, "Parent directory is full");
+  EXPECT_EQ(error.localizedDescription(), "Parent directory is full");
+}
+
+} // namespace
+} // namespace tessary
