@@ -7,7 +7,7 @@ namespace tessary::cli {
 
 void printProblem(std::ostream &err, const std::string &prefix, const std::string &item,
                   const std::string &message) {
-  const bool namesItem = item.empty() || message.find(item) != std::string::npos;
+  const bool namesItem = item.empty() || message.starts_with(item + ": ") || message.ends_with(": " + item);
   err << prefix << escapedForDisplay(namesItem ? message : item + ": " + message) << '\n' << std::flush;
 }
 

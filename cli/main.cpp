@@ -1,14 +1,29 @@
 #include "cli/Interruption.h"
 #include "cli/TessaryCli.h"
 
+#include <cerrno>
 #include <csignal>
 #include <exception>
+#include <fcntl.h>
 #include <iostream>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
+namespace {
+
+// A standard descriptor that is closed would be given to the image, and the answer be written into it.
+// Reading gives nothing then and writing fails, as it would have.
+void occupyStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) ::open("/dev/null", O_RDONLY);
+  }
+}
+
+} // namespace
+
 int main(int argc, char **argv) {
+  occupyStandardDescriptors();
   std::signal(SIGPIPE,
               SIG_DFL); // ends the program quietly, also where it was started with the signal ignored
   std::ios::sync_with_stdio(false);

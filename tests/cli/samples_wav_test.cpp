@@ -1,0 +1,136 @@
+#include "tests/cli/CliRun.h"
+#include "tests/support/BankBuilder.h"
+#include "tests/support/HostFiles.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tessary::test {
+namespace {
+
+using Names = std::vector<std::string>;
+
+class Samples : public CliTest {
+protected:
+  Samples() {
+    ImageBuilder image;
+    FolderBuilder root = image.root();
+    root.addFile("BRASS", IffBank()
+                              .preset("Brass")
+                              .sample("one", patternBytes(1000, 1))
+                              .sample("two", patternBytes(500, 2), "ESND")
+                              .toc({.type = "E4S1", .name = "three"})
+                              .build());
+    root.addFile("LOST", IffBank().toc({.type = "E4S1", .name = "gone"}).build());
+    root.addFile("OLD", emulatorThreeBank("Old", 1, 2));
+    root.addFile("OS", bytesOf("system"), {.type = 0x80});
+    root.addFile("ON/E", IffBank().sample("one", patternBytes(100, 1), "E4S/").build());
+    use(image);
+  }
+
+  std::string out_ = newHostFolder("out");
+  std::string inOut(const std::string &name) const { return out_ + "/" + name; }
+};
+using Wav = Samples;
+
+TEST_F(Samples, AreListedInTheirOrder) {
+  EXPECT_EQ(cliJson("samples", {"/BRASS"}), parsedJson(R"({"ok":true,"samples":["E4S1","ESND","E4S1"]})"));
+  EXPECT_EQ(cli("samples", {"/BRASS"}),
+            (Answer{0, "Index  Sample\n    0  E4S1\n    1  ESND\n    2  E4S1\n", ""}));
+}
+
+TEST_F(Samples, BanksOfOtherFormatsListNone) {
+  EXPECT_EQ(cliJson("samples", {"/OLD"}), parsedJson(R"({"ok":true,"samples":[]})"));
+  EXPECT_EQ(cli("samples", {"/OLD"}), (Answer{0, "Index  Sample\n", ""}));
+}
+
+TEST_F(Samples, FileThatIsNoBankIsTheEnginesError) {
+  EXPECT_EQ(cliJson("samples", {"/OS"}), failure("com.tessary.error", 6, "Not a bank file"));
+  EXPECT_EQ(cli("samples", {"/OS"}), (Answer{1, "", "tessary-cli: /OS: Not a bank file\n"}));
+}
+
+TEST_F(Wav, AllSamplesAreNamedAfterBankAndType) {
+  EXPECT_EQ(
+      cli("wav", {"/BRASS", "-d", out_}),
+      (Answer{0,
+              "Exported /BRASS[0] to " + inOut("BRASS_E4S1.wav") + "\nExported /BRASS[1] to " +
+                  inOut("BRASS_ESND.wav") + "\nExported /BRASS[2] to " + inOut("BRASS_E4S1 (2).wav") + "\n",
+              ""}));
+  EXPECT_EQ(namesIn(out_), (Names{"BRASS_E4S1 (2).wav", "BRASS_E4S1.wav", "BRASS_ESND.wav"}));
+  EXPECT_EQ(readBytes(inOut("BRASS_E4S1 (2).wav")), readBytes(inOut("BRASS_E4S1.wav")));
+  const std::string wav = readText(inOut("BRASS_ESND.wav"));
+  EXPECT_EQ(wav.size(), 544U);
+  EXPECT_EQ(wav.substr(0, 4) + wav.substr(8, 8), "RIFFWAVEfmt ");
+}
+
+TEST_F(Wav, JsonHasAMemberForEachSample) {
+  EXPECT_EQ(cliJson("wav", {"/BRASS", "-d", out_}), allDone({"/BRASS[0]", "/BRASS[1]", "/BRASS[2]"}));
+}
+
+TEST_F(Wav, OneSampleByItsIndex) {
+  EXPECT_EQ(cliJson("wav", {"/BRASS", "1", "-d", out_}), allDone({"/BRASS[1]"}));
+  EXPECT_EQ(namesIn(out_), Names{"BRASS_ESND.wav"});
+  EXPECT_EQ(cliJson("wav", {"/BRASS", "2", "-d", out_}), allDone({"/BRASS[2]"}));
+  EXPECT_EQ(namesIn(out_), (Names{"BRASS_E4S1.wav", "BRASS_ESND.wav"}));
+  EXPECT_EQ(cliJson("wav", {"/BRASS", "0", "-o", inOut("any")}), allDone({"/BRASS[0]"}));
+  EXPECT_EQ(readBytes(inOut("any")), readBytes(inOut("BRASS_E4S1.wav")));
+}
+
+TEST_F(Wav, OutputIsForOneSample) {
+  EXPECT_EQ(cliJson("wav", {"/BRASS", "-o", inOut("any")}),
+            failure("com.tessary.cli", 4, "-o names the target of one sample"));
+  EXPECT_EQ(cliJson("wav", {"/ON\\/E", "-o", inOut("any")}), allDone({"/ON\\/E[0]"}));
+  EXPECT_EQ(namesIn(out_), Names{"any"});
+}
+
+TEST_F(Wav, NamesDoNotSteerThePath) {
+  EXPECT_EQ(cli("wav", {"/ON\\/E", "-d", out_}).status, 0);
+  EXPECT_EQ(namesIn(out_), Names{"ON%2FE_E4S%2F.wav"});
+}
+
+TEST_F(Wav, ErrorsOfOneSampleAreTheExportsOwn) {
+  const auto failed = [](const std::string &item, int code, const std::string &message) {
+    return parsedJson(R"({"ok":false,"results":[{"item":")" + item +
+                      R"(","ok":false,"error":{"domain":"com.tessary.error","code":)" + std::to_string(code) +
+                      R"(,"message":")" + message + R"("}}]})");
+  };
+  EXPECT_EQ(cliJson("wav", {"/BRASS", "3", "-d", out_}), failed("/BRASS[3]", 6, "Sample index out of range"));
+  EXPECT_EQ(cliJson("wav", {"/OS", "0", "-d", out_}), failed("/OS[0]", 6, "Sample index out of range"));
+  EXPECT_EQ(cliJson("wav", {"/OLD", "0", "-d", out_}), failed("/OLD[0]", 6, "Sample index out of range"));
+  EXPECT_EQ(cliJson("wav", {"/LOST", "0", "-d", out_}), failed("/LOST[0]", 2, "Sample chunk not found"));
+  EXPECT_EQ(cli("wav", {"/LOST", "0", "-d", out_}),
+            (Answer{1, "", "tessary-cli: /LOST[0]: Sample chunk not found\n"}));
+  EXPECT_EQ(namesIn(out_), Names{});
+}
+
+TEST_F(Wav, AllSamplesOfWhatListsNone) {
+  EXPECT_EQ(cliJson("wav", {"/OLD", "-d", out_}), allDone({}));
+  EXPECT_EQ(cliJson("wav", {"/OS", "-d", out_}), failure("com.tessary.error", 6, "Not a bank file"));
+}
+
+TEST_F(Wav, FailingWriteIsTheEnginesError) {
+  std::filesystem::create_directory(inOut("BRASS_ESND.wav"));
+  const nlohmann::json answer = cliJson("wav", {"/BRASS", "-d", out_});
+  EXPECT_EQ(answer.at("results").at(0).at("ok"), true);
+  EXPECT_EQ(answer.at("results").at(1).at("error"),
+            parsedJson(R"({"domain":"com.tessary.error","code":3,"message":"Failed to write sample file"})"));
+  EXPECT_EQ(answer.at("results").at(2).at("ok"), true);
+}
+
+TEST_F(Wav, IndexIsADecimalNumberFrom0On) {
+  for (const char *word : {"one", "", "-1", "+1", "1.0", "0x1", " 1", "99999999999999999999"}) {
+    EXPECT_EQ(cli("wav", {"/BRASS", "-d", out_, "--", word}).status, 2) << word;
+  }
+  EXPECT_EQ(cli("wav", {"/BRASS", "01", "-d", out_}).status, 0);
+  EXPECT_EQ(namesIn(out_), Names{"BRASS_ESND.wav"});
+}
+
+TEST_F(Wav, TheImageItselfIsNeverReplaced) {
+  const Bytes before = readBytes(imagePath());
+  EXPECT_EQ(cli("wav", {"/BRASS", "0", "-o", imagePath()}).status, 1);
+  EXPECT_EQ(readBytes(imagePath()), before);
+}
+
+} // namespace
+} // namespace tessary::test
