@@ -20,6 +20,8 @@ extern const CommandEntry kRemoveCommand;
 extern const CommandEntry kRenameCommand;
 extern const CommandEntry kMakeFolderCommand;
 extern const CommandEntry kRemoveFolderCommand;
+extern const CommandEntry kCheckCommand;
+extern const CommandEntry kRecoverCommand;
 extern const CommandEntry kBatchCommand;
 
 namespace {
@@ -27,7 +29,8 @@ namespace {
 constexpr std::array kCommands{
     &kInfoCommand,    &kListCommand,   &kStatCommand,       &kCatCommand,          &kExportCommand,
     &kSamplesCommand, &kWavCommand,    &kImportCommand,     &kCopyCommand,         &kMoveCommand,
-    &kRemoveCommand,  &kRenameCommand, &kMakeFolderCommand, &kRemoveFolderCommand, &kBatchCommand,
+    &kRemoveCommand,  &kRenameCommand, &kMakeFolderCommand, &kRemoveFolderCommand, &kCheckCommand,
+    &kRecoverCommand, &kBatchCommand,
 };
 
 } // namespace

@@ -119,60 +119,79 @@ bool EMU3Filesystem::_importFile(const std::string &url, const std::string &name
   return _storeFile(file, toDirectory, error);
 }
 
-// Data first, then the marks of its blocks, the entry last: an entry never names what is not there yet.
 bool EMU3Filesystem::_storeFile(const NewFile &file, const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
   if (isReadOnly()) return fail(error, _errorCode(kErrorWriteRefused, "Image is read-only"));
-  if (isGuarded() && !_isInTree(toDirectory)) {
-    return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
-  }
-  if (isGuarded() && !_nameReadBack(file.name)) {
+  if (isGuarded() && !_guardsAllow(file, toDirectory, error)) return false;
+  const std::optional<NewPlace> place = _findPlace(file, toDirectory, error);
+  if (!place || !_writeFile(file, *place, error)) return false;
+  EMU3FileFields fields = fieldsOfNewFile(file.data->size(), place->slot, place->entryId);
+  fields.name = file.name;
+  fields.fileType = file.fileType;
+  fields.dentryBlock = place->dentryBlock;
+  fields.dentryOffset = place->dentryOffset;
+  toDirectory->appendFile(std::make_shared<EMU3File>(std::move(fields)));
+  return true;
+}
+
+bool EMU3Filesystem::_guardsAllow(const NewFile &file, const EMU3DirectoryPtr &toDirectory,
+                                  EMU3Error *error) const {
+  if (!_isInTree(toDirectory)) return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
+  const Dentry dentry = _dentryForNewFile(file, NewPlace{});
+  if (!_parseName(dentry.data())) {
     return fail(error, _errorCode(kErrorBadArgument, "Name must be 1–15 characters"));
   }
-  const std::uint64_t length = file.data->size();
-  const std::uint64_t blocks = blocksNeeded(length);
-  if (isGuarded() && blocks > kMaxFileBlocks) {
+  if (blocksNeeded(file.data->size()) > kMaxFileBlocks) {
     return fail(error, _errorCode(kErrorOutOfSpace, "File is too large for the volume"));
   }
+  return true;
+}
+
+std::optional<EMU3Filesystem::NewPlace>
+EMU3Filesystem::_findPlace(const NewFile &file, const EMU3DirectoryPtr &inDirectory, EMU3Error *error) const {
+  const std::uint64_t blocks = blocksNeeded(file.data->size());
+  NewPlace place;
   if (blocks > freeBlocks_) {
-    return fail(error, _errorCode(kErrorOutOfSpace, "Not enough free space on image"));
+    fail(error, _errorCode(kErrorOutOfSpace, "Not enough free space on image"));
+    return std::nullopt;
   }
-  std::int64_t dentryBlock = 0;
-  std::int64_t dentryOffset = 0;
-  if (!_findFreeDentry(toDirectory, &dentryBlock, &dentryOffset)) {
-    return fail(error, _errorCode(kErrorDirectoryFull, "Destination directory is full"));
+  if (!_findFreeDentry(inDirectory, &place.dentryBlock, &place.dentryOffset)) {
+    fail(error, _errorCode(kErrorDirectoryFull, "Destination directory is full"));
+    return std::nullopt;
   }
   const std::optional<std::uint16_t> slot = _allocFileSlot(rootDirectory());
-  const std::uint64_t first = slot ? _slotStartBlock(*slot) : 0;
-  if (!slot || imageSize() < (first + blocks) * kBlockSize) {
-    return fail(error, _errorCode(kErrorOutOfSpace, "Image is full (no free slots)"));
+  if (!slot || imageSize() < (_slotStartBlock(*slot) + blocks) * kBlockSize) {
+    fail(error, _errorCode(kErrorOutOfSpace, "Image is full (no free slots)"));
+    return std::nullopt;
   }
-  const std::uint8_t entryId = _nextEntryId(toDirectory);
-  if (!_writeData(*file.data, first)) {
+  place.slot = *slot;
+  place.entryId = _nextEntryId(inDirectory);
+  return place;
+}
+
+// Data first, then the marks of its blocks, the entry last: an entry never names what is not there yet.
+bool EMU3Filesystem::_writeFile(const NewFile &file, const NewPlace &place, EMU3Error *error) {
+  if (!_writeData(*file.data, _slotStartBlock(place.slot))) {
     return fail(error, _errorCode(kErrorWriteRefused, "Data write failed"));
   }
   const std::uint64_t faults = mapping_->writeFaults();
   const std::uint64_t usedBefore = usedBlocks_;
   const std::uint64_t freeBefore = freeBlocks_;
-  _markSlotUsed(*slot, static_cast<std::uint16_t>(blocks));
+  _markSlotUsed(place.slot, static_cast<std::uint16_t>(blocksNeeded(file.data->size())));
   if (mapping_->writeFaults() == faults) {
-    Dentry dentry = _dentryForFile(file.name, *slot, length, entryId);
-    if (file.wholeName && file.name.size() == kNameSize) {
-      std::copy(file.name.begin(), file.name.end(), dentry.begin());
-    }
-    _writeDentry(dentry, dentryBlock, dentryOffset);
+    _writeDentry(_dentryForNewFile(file, place), place.dentryBlock, place.dentryOffset);
   }
-  if (mapping_->writeFaults() != faults) {
-    usedBlocks_ = usedBefore;
-    freeBlocks_ = freeBefore;
-    return fail(error, _errorCode(kErrorWriteRefused, "Block write failed"));
+  if (mapping_->writeFaults() == faults) return true;
+  usedBlocks_ = usedBefore;
+  freeBlocks_ = freeBefore;
+  return fail(error, _errorCode(kErrorWriteRefused, "Block write failed"));
+}
+
+Dentry EMU3Filesystem::_dentryForNewFile(const NewFile &file, const NewPlace &place) const {
+  Dentry dentry = _dentryForFile(file.name, place.slot, file.data->size(), place.entryId);
+  if (file.wholeName && file.name.size() == kNameSize) {
+    std::copy(file.name.begin(), file.name.end(), dentry.begin());
   }
-  EMU3FileFields fields = fieldsOfNewFile(length, *slot, entryId);
-  fields.name = file.name;
-  fields.fileType = file.fileType;
-  fields.dentryBlock = dentryBlock;
-  fields.dentryOffset = dentryOffset;
-  toDirectory->appendFile(std::make_shared<EMU3File>(std::move(fields)));
-  return true;
+  return dentry;
 }
 
 bool EMU3Filesystem::_moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,

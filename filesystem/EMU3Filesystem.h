@@ -158,6 +158,14 @@ private:
     bool wholeName = false; ///< store a name of 16 bytes without cutting it
   };
 
+  /// Where it goes.
+  struct NewPlace {
+    std::int64_t dentryBlock = 0;
+    std::int64_t dentryOffset = 0;
+    std::uint16_t slot = 0;
+    std::uint8_t entryId = 0;
+  };
+
   EMU3Filesystem() = default;
 
   // Volume and mapping (EMU3Filesystem.cpp)
@@ -219,6 +227,11 @@ private:
   bool _importFile(const std::string &url, const std::string &name, bool wholeName,
                    const EMU3DirectoryPtr &toDirectory, EMU3Error *error);
   bool _storeFile(const NewFile &file, const EMU3DirectoryPtr &toDirectory, EMU3Error *error);
+  bool _guardsAllow(const NewFile &file, const EMU3DirectoryPtr &toDirectory, EMU3Error *error) const;
+  std::optional<NewPlace> _findPlace(const NewFile &file, const EMU3DirectoryPtr &inDirectory,
+                                     EMU3Error *error) const;
+  bool _writeFile(const NewFile &file, const NewPlace &place, EMU3Error *error);
+  format::Dentry _dentryForNewFile(const NewFile &file, const NewPlace &place) const;
   bool _moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
                  const EMU3DirectoryPtr &toDirectory, EMU3Error *error);
   bool _renameFile(const EMU3FilePtr &file, const std::string &newName, const EMU3DirectoryPtr &inDirectory,

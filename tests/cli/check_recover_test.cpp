@@ -1,0 +1,125 @@
+#include "tests/cli/CliRun.h"
+#include "tests/support/HostFiles.h"
+
+namespace tessary::test {
+namespace {
+
+using nlohmann::json;
+
+/// A volume with a folder "Lost" whose entry has been cleared, and two files that share a slot.
+class CheckRecover : public CliTest {
+protected:
+  CheckRecover() {
+    ImageBuilder image;
+    FolderBuilder drums = image.root().addFolder("Drums");
+    drums.addFile("KICK", patternBytes(600), {.slot = 1});
+    FolderBuilder lost = image.root().addFolder("Lost");
+    lost.addFile("PAD", patternBytes(700), {.slot = 2});
+    block_ = lost.blocks().front();
+    image.pokeEntry(lost.place(), RawEntry{});
+    use(image);
+  }
+  std::string block() const { return std::to_string(block_); }
+  std::uint64_t block_ = 0;
+};
+
+TEST_F(CheckRecover, SoundVolumeHasNoFindings) {
+  use(ImageBuilder());
+  EXPECT_EQ(runCli({"check", imagePath()}), (Answer{0, "Nothing found.\n", ""}));
+  EXPECT_EQ(runCli({"check", imagePath(), "--json"}), (Answer{0, "{\"ok\":true,\"findings\":[]}\n", ""}));
+}
+
+TEST_F(CheckRecover, FindingsNameThePathAndThePlace) {
+  ImageBuilder image;
+  FolderBuilder drums = image.root().addFolder("A/B");
+  drums.addFile("KICK", patternBytes(600), {.slot = 1});
+  const PlacedFile snare = drums.addFile("SNARE", patternBytes(600), {.slot = 1});
+  use(image);
+  const std::string place = "@" + std::to_string(snare.entry.block) + ":1";
+  const std::string message =
+      "The file shares 2 blocks with “KICK” in the folder “A/B”: changing or deleting one damages the other.";
+  EXPECT_EQ(
+      runCli({"check", imagePath()}),
+      (Answer{1, "Harm: /A\\/B/SNARE (" + place + "): " + message + "\nFindings: 1, of harm: 1\n", ""}));
+  const Answer answer = runCli({"check", imagePath(), "--json"});
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_EQ(
+      jsonOf(answer),
+      (json{
+          {"ok", false},
+          {"findings",
+           {{{"kind", "harm-overlap"}, {"message", message}, {"path", "/A\\/B/SNARE"}, {"place", place}}}}}));
+}
+
+TEST_F(CheckRecover, FindingsWithoutAPathHaveNone) {
+  const Answer answer = runCli({"check", imagePath(), "--json"});
+  EXPECT_EQ(answer.status, 1);
+  const json findings = jsonOf(answer).at("findings");
+  const auto lost = std::find_if(findings.begin(), findings.end(), [](const json &finding) {
+    return finding.at("kind") == "harm-lost-folder";
+  });
+  ASSERT_NE(lost, findings.end());
+  EXPECT_TRUE(lost->at("path").is_null());
+  EXPECT_EQ(lost->at("place"), "@" + block() + ":0");
+}
+
+TEST_F(CheckRecover, CheckChangesNothing) {
+  const Bytes before = readBytes(imagePath());
+  runCli({"check", imagePath()});
+  EXPECT_EQ(readBytes(imagePath()), before);
+}
+
+TEST_F(CheckRecover, RecoverListsLostFolders) {
+  EXPECT_EQ(runCli({"recover", imagePath()}),
+            (Answer{0, "Block " + block() + ", files: 1, folders: 0: PAD\n", ""}));
+  EXPECT_EQ(
+      jsonOf(runCli({"recover", imagePath(), "--json"})),
+      (json{{"ok", true},
+            {"folders", {{{"block", block_}, {"fileCount", 1}, {"folderCount", 0}, {"names", {"PAD"}}}}}}));
+  use(ImageBuilder());
+  EXPECT_EQ(runCli({"recover", imagePath()}), (Answer{0, "No lost folders.\n", ""}));
+}
+
+TEST_F(CheckRecover, RecoverSaysWhatItDoesAndDoesIt) {
+  const Answer answer =
+      runCli({"recover", imagePath(), "--block", block(), "--to", "/Drums", "--name", "Back"});
+  EXPECT_EQ(answer, (Answer{0,
+                            "The folder in block " + block() +
+                                " gets an entry “Back” in /Drums (files: 1, folders: 0: PAD)\n"
+                                "Brought back the folder in block " +
+                                block() + " as “Back”\n",
+                            ""}));
+  EXPECT_EQ(runCli({"cat", imagePath(), "/Drums/Back/PAD"}).out.size(), 700U);
+}
+
+TEST_F(CheckRecover, RecoverNamesTheFolderByItsBlockWhenNoNameIsGiven) {
+  EXPECT_EQ(jsonOf(runCli({"recover", imagePath(), "--block", block(), "--to", "/", "--json"})),
+            allDone({block()}));
+  EXPECT_EQ(runCli({"ls", imagePath(), "/Recovered " + block()}).status, 0);
+}
+
+TEST_F(CheckRecover, DryRunChangesNothing) {
+  const Bytes before = readBytes(imagePath());
+  const Answer answer = runCli({"recover", imagePath(), "--block", block(), "--to", "/", "--dry-run"});
+  EXPECT_EQ(answer.status, 0);
+  EXPECT_NE(answer.out.find("Nothing was changed"), std::string::npos);
+  EXPECT_EQ(readBytes(imagePath()), before);
+}
+
+TEST_F(CheckRecover, RefusesABlockThatIsNoLostFolder) {
+  const Bytes before = readBytes(imagePath());
+  const Answer answer = runCli({"recover", imagePath(), "--block", "9999", "--to", "/"});
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_NE(answer.err.find("No lost folder in block 9999"), std::string::npos);
+  EXPECT_EQ(readBytes(imagePath()), before);
+}
+
+TEST_F(CheckRecover, WordsThatDoNotGoTogetherAreWrong) {
+  EXPECT_EQ(runCli({"recover", imagePath(), "--block", block()}).status, 2);
+  EXPECT_EQ(runCli({"recover", imagePath(), "--to", "/"}).status, 2);
+  EXPECT_EQ(runCli({"recover", imagePath(), "--name", "Back"}).status, 2);
+  EXPECT_EQ(runCli({"recover", imagePath(), "--block", "x", "--to", "/"}).status, 2);
+}
+
+} // namespace
+} // namespace tessary::test
