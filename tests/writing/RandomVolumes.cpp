@@ -9,7 +9,8 @@ namespace {
 VolumeLayout randomLayout(Random &random, Guards guards) {
   VolumeLayout layout{.sizeBytes = random.between(200, 900) * kBlockBytes,
                       .slotSizeBlocks = random.pick(std::vector<std::uint32_t>{2, 4, 8, 16, 32}),
-                      .directoryBlocks = static_cast<std::uint32_t>(random.between(6, 30))};
+                      .directoryBlocks =
+                          static_cast<std::uint32_t>(random.between(1, random.chance(40) ? 5 : 30))};
   if (guards == Guards::off) return layout;
   if (random.chance(30)) { // a table of one block, too short for most of these volumes
     layout.rootDirBlock = 3;
@@ -19,10 +20,12 @@ VolumeLayout randomLayout(Random &random, Guards guards) {
   return layout;
 }
 
-FileOptions randomFileOptions(Random &random, Guards guards) {
+FileOptions randomFileOptions(Random &random, Guards guards, Entries entries) {
   FileOptions options;
-  options.type = random.pick(std::vector<std::uint8_t>{0x81, 0x81, 0x81, 0x80, 0x82, 0x83, 0});
-  if (random.chance(30)) options.entryId = static_cast<std::uint8_t>(random.between(240, 255));
+  options.type = random.pick(std::vector<std::uint8_t>{0x81, 0x81, 0x81, 0x80, 0x82, 0x83});
+  if (entries == Entries::any && random.chance(15)) options.type = 0;
+  if (entries == Entries::any && random.chance(30))
+    options.entryId = static_cast<std::uint8_t>(random.between(240, 255));
   options.e4b0Mark = options.type != 0 && random.chance(50);
   options.namePadding = random.chance(30) ? '\0' : ' ';
   if (guards == Guards::on && random.chance(10))
@@ -30,36 +33,83 @@ FileOptions randomFileOptions(Random &random, Guards guards) {
   return options;
 }
 
-void addRandomEntries(Random &random, Guards guards, ImageBuilder &image, FolderBuilder folder,
-                      std::size_t depth, std::size_t &filesLeft, std::size_t &foldersLeft) {
-  const std::size_t places = folder.blocks().size() * 16;
-  const std::size_t count = random.below(std::min<std::size_t>(places, random.chance(20) ? 16 : 8) + 1);
-  for (std::size_t i = 0; i < count; ++i) {
-    if (random.chance(15)) {
-      folder.addDeletedFile({.slot = static_cast<std::uint16_t>(random.between(1, 4))});
-    } else if (random.chance(30) && depth < 3 && foldersLeft > 0) {
-      --foldersLeft;
-      auto below = folder.addFolder("folder " + std::to_string(foldersLeft),
-                                    {.blockCount = random.chance(20) ? std::size_t{2} : std::size_t{1},
-                                     .entryId = random.chance(20) ? std::uint8_t{0x80} : std::uint8_t{0x40}});
-      addRandomEntries(random, guards, image, below, depth + 1, filesLeft, foldersLeft);
-    } else if (filesLeft > 0) {
-      --filesLeft;
-      const Bytes contents = randomContents(random, image.slotSizeBlocks() * kBlockBytes, guards);
-      folder.addFile("file " + std::to_string(filesLeft), contents, randomFileOptions(random, guards));
+// Fills a volume with a random tree.
+class TreeBuilder {
+public:
+  TreeBuilder(Random &random, ImageBuilder &image, Guards guards, Entries entries)
+      : random_(random), image_(image), guards_(guards), entries_(entries) {
+    // As many files as there is room for, each of at most three slots.
+    const std::uint64_t slots = (image.totalBlocks() - image.dataAreaBlock()) / image.slotSizeBlocks();
+    filesLeft_ = random.below(std::min<std::size_t>(slots / 3, 12) + 1);
+    foldersLeft_ = std::min<std::size_t>((image.dataAreaBlock() - image.rootDirBlock() - 1) / 2, 5);
+  }
+
+  void fill(FolderBuilder folder, std::size_t depth = 0) {
+    const std::size_t places = folder.blocks().size() * 16;
+    const std::size_t count = random_.chance(30) ? random_.between(places - 2, places)
+                                                 : random_.below(std::min<std::size_t>(places, 8));
+    for (std::size_t i = 0; i < count; ++i) {
+      if (random_.chance(15)) {
+        folder.addDeletedFile({.slot = static_cast<std::uint16_t>(random_.between(1, 4))});
+      } else if (random_.chance(30) && depth < 3 && foldersLeft_ > 0) {
+        addFolder(folder, depth);
+      } else if (filesLeft_ > 0) {
+        --filesLeft_;
+        const Bytes contents = randomContents(random_, image_.slotSizeBlocks() * kBlockBytes, guards_);
+        folder.addFile("file " + std::to_string(filesLeft_), contents,
+                       randomFileOptions(random_, guards_, entries_));
+      } else { // takes a place and no room
+        folder.addFile("empty " + std::to_string(i), {}, {.slot = std::uint16_t{1}});
+      }
+    }
+  }
+
+private:
+  void addFolder(FolderBuilder parent, std::size_t depth) {
+    --foldersLeft_;
+    auto folder = parent.addFolder("folder " + std::to_string(foldersLeft_),
+                                   {.blockCount = random_.chance(20) ? std::size_t{2} : std::size_t{1},
+                                    .entryId = random_.chance(20) ? std::uint8_t{0x80} : std::uint8_t{0x40}});
+    for (const std::uint64_t block : folder.blocks())
+      clearBlock(image_, block);
+    fill(folder, depth + 1);
+  }
+
+  Random &random_;
+  ImageBuilder &image_;
+  Guards guards_;
+  Entries entries_;
+  std::size_t filesLeft_ = 0;
+  std::size_t foldersLeft_ = 0;
+};
+
+// Makes a volume look used for years, with next to nothing free: what is counted as used are the words from
+// the table's start on that are not zero, wherever the table ends.
+void wearBlocks(Random &random, ImageBuilder &image) {
+  for (std::uint64_t block = image.rootDirBlock() + 1; block < image.totalBlocks(); ++block)
+    image.pokeBlock(block, 0, Bytes(kBlockBytes, 0xA5));
+  putMarks(image, 0, image.tableEntries(), 0x8000);
+  for (std::size_t i = random.below(100); i > 0; --i)
+    image.setFatEntry(random.below(image.tableEntries()), 0);
+}
+
+// The same for entries that are empty: all but the byte that says so.
+void wearEntries(ImageBuilder &image) {
+  for (std::uint64_t block = image.rootDirBlock(); block < image.dataAreaBlock(); ++block) {
+    for (std::size_t index = 0; index < 16; ++index) {
+      if (image.entryAt({block, index})[0] == 0) image.pokeBlock(block, index * 32 + 1, Bytes(31, 0xA5));
     }
   }
 }
 
 } // namespace
 
-ImageBuilder randomVolume(Random &random, Guards guards) {
+ImageBuilder randomVolume(Random &random, Guards guards, Entries entries) {
   ImageBuilder image(randomLayout(random, guards));
-  // As many files as there is room for, each of at most three slots.
-  const std::uint64_t slots = (image.totalBlocks() - image.dataAreaBlock()) / image.slotSizeBlocks();
-  std::size_t files = random.below(std::min<std::size_t>(slots / 3, 12) + 1);
-  std::size_t folders = std::min<std::size_t>((image.dataAreaBlock() - image.rootDirBlock() - 1) / 2, 5);
-  addRandomEntries(random, guards, image, image.root(), 0, files, folders);
+  const bool isWorn = random.chance(30);
+  if (isWorn) wearBlocks(random, image);
+  TreeBuilder(random, image, guards, entries).fill(image.root());
+  if (isWorn) wearEntries(image);
   return image;
 }
 

@@ -7,9 +7,14 @@
 
 namespace tessary::test {
 
+enum class Entries {
+  any,
+  plain, ///< no deleted file that is still listed, no entry ids that wrap
+};
+
 /// A small volume of random geometry with a random tree. For `Guards::off` one on which the bare rules keep
 /// image and tree together: a table for every block and no file longer than a slot.
-ImageBuilder randomVolume(Random &random, Guards guards);
+ImageBuilder randomVolume(Random &random, Guards guards, Entries entries = Entries::any);
 
 /// A name that an operation takes. Bare: one that its entry holds whole.
 std::string randomName(Random &random, Guards guards);

@@ -6,13 +6,15 @@
 
 namespace tessary::test {
 
-enum class Side { memory, image };
+/// Which side of the model's entries a tree is compared with: what the filesystem that made the changes holds
+/// of them, what a fresh parse gives, or what both agree on, for a filesystem that made some of the changes
+/// itself and read the others.
+enum class Side { memory, image, either };
 
 /// Whether the tree holds exactly the folders and files of the model, each in a folder that its entry's
-/// block belongs to, with the same names, fields, sizes and bytes. `Side::image` compares with what the
-/// entries read back as. The order of lists is not looked at: in memory a new item is appended, in the
-/// image it takes the first free entry. Files of `overtaken` are passed over: deleted ones, which the tree
-/// goes on listing when their entry has been given away.
+/// block belongs to, with the same names, fields, sizes and bytes. The order of lists is not looked at: in
+/// memory a new item is appended, in the image it takes the first free entry. Files of `overtaken` are passed
+/// over: deleted ones, which the tree goes on listing when their entry has been given away.
 testing::AssertionResult holdsModel(EMU3Filesystem &filesystem, const VolumeModel &model, Side side,
                                     const std::set<EMU3FilePtr> &overtaken = {});
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
@@ -103,6 +104,7 @@ testing::AssertionResult WritableVolume::imageIsAsExpected() const {
 
 std::string WritableVolume::hostFile(std::string_view name, std::span<const std::uint8_t> contents) const {
   const std::string path = folder().path(name);
+  std::filesystem::remove(path); // some hosts flush a file that replaces the bytes of an earlier one
   writeBytes(path, contents);
   return path;
 }
