@@ -5,6 +5,7 @@
 #include "tests/support/HostFiles.h"
 #include "tests/support/MountedVolume.h"
 #include "tests/support/OtherUser.h"
+#include "tests/writing/HostConditions.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -13,9 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace tessary {
@@ -135,7 +134,7 @@ TEST(Opening, SuccessLeavesTheErrorAlone) {
 TEST(Opening, FifoIsRefusedAndNeverWaitedFor) {
   const TemporaryFolder folder;
   const std::string path = folder.path("fifo.hda");
-  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  makeFifo(path);
   auto opening = std::async(std::launch::async, [&] { return errorOfOpening(path); });
   const bool ended = opening.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
   if (!ended) ::close(::open(path.c_str(), O_RDWR)); // lets the waiting open go on, so that the test ends
@@ -150,14 +149,8 @@ TEST(Opening, DeviceIsRefused) {
 TEST(Opening, SocketCannotBeOpened) {
   const TemporaryFolder folder;
   const std::string path = folder.path("socket");
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  ASSERT_LT(path.size(), sizeof address.sun_path);
-  path.copy(address.sun_path, path.size());
-  const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+  makeSocket(path);
   expectError(errorOfOpening(path), 2, "Cannot open file: " + path);
-  ::close(socket);
 }
 
 TEST(Opening, LinkToAnImageOpens) {
@@ -207,6 +200,19 @@ TEST_F(OpeningAsOtherUser, FileThatMayOnlyBeReadOpensReadOnly) {
   const auto filesystem = EMU3Filesystem::initWithURL(path_);
   ASSERT_NE(filesystem, nullptr);
   EXPECT_TRUE(filesystem->isReadOnly());
+}
+
+TEST(Opening, FileOnAReadOnlyFileSystemOpensReadOnly) {
+  MountedDisk disk(8 * kMiB);
+  if (!disk.isMounted()) GTEST_SKIP() << "nothing can be mounted here";
+  ImageBuilder image;
+  image.root().addFile("File", bytesOf("contents"));
+  image.writeTo(disk.path("disk.hda"));
+  ASSERT_TRUE(disk.makeReadOnly());
+  const auto filesystem = EMU3Filesystem::initWithURL(disk.path("disk.hda"));
+  ASSERT_NE(filesystem, nullptr);
+  EXPECT_TRUE(filesystem->isReadOnly());
+  EXPECT_EQ(contentsOf(*filesystem, fileNamed(filesystem->rootDirectory(), "File")), bytesOf("contents"));
 }
 
 TEST_F(OpeningAsOtherUser, ReadOnlyImageShowsItsBlocksAsWritable) {

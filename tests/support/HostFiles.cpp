@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <system_error>
 
 namespace tessary::test {
@@ -35,8 +34,18 @@ void store(const std::string &path, std::ios::openmode mode, std::uint64_t offse
 } // namespace
 
 Bytes readBytes(const std::string &path) {
+  constexpr std::size_t kPiece = 1 << 20;
   auto file = openToRead(path);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  Bytes bytes;
+  // Piece by piece: some files of the host state a size of 0.
+  for (std::size_t got = kPiece; got == kPiece;) {
+    const std::size_t before = bytes.size();
+    bytes.resize(before + kPiece);
+    file.read(reinterpret_cast<char *>(bytes.data() + before), kPiece);
+    got = static_cast<std::size_t>(file.gcount());
+    bytes.resize(before + got);
+  }
+  return bytes;
 }
 
 Bytes readBytes(const std::string &path, std::uint64_t offset, std::size_t length) {
