@@ -53,7 +53,7 @@ wait_until() {
 debian_packages() {
   case $1 in
     build) echo build-essential cmake ninja-build qt6-base-dev qt6-svg-dev libcli11-dev nlohmann-json3-dev ;;
-    tests) echo libgtest-dev libgmock-dev ;;
+    tests) echo libgtest-dev libgmock-dev openbox ;;
     lint) echo clang-format clang-tidy desktop-file-utils appstream ;;
     wayland) echo qt6-wayland ;;
     display) echo xvfb fonts-dejavu-core ;;
@@ -82,12 +82,14 @@ install_debian_packages() {
   fi
 }
 
-# The commands and libraries of a set that are not here, one a line, by the name to install or look for.
+# The commands of a set that are not here, one a line, by the name to install or look for.
 missing_programs() {
   local entry
+  [ "$(uname -s)" != Darwin ] || [ "$1" = build ] || [ "$1" = lint ] || return 0 # no X server is needed there
   case $1 in
     build) set -- cmake:cmake ninja:ninja "c++:a C++20 compiler" ;;
     lint) set -- clang-format:clang-format clang-tidy:clang-tidy desktop-file-validate:desktop-file-utils appstreamcli:AppStream ;;
+    tests) set -- openbox:openbox ;;
     display) set -- Xvfb:Xvfb ;;
     picture) set -- import:ImageMagick xdotool:xdotool ;;
     *) set -- ;;
