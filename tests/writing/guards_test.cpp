@@ -402,7 +402,7 @@ TEST(NameGuard, OffCutsThroughACharacterAndTheEntryIsLost) {
 
 // Names whose entry would read back as none: spaces, what is left of spaces and a character cut off, a
 // zero byte at the beginning, bytes that are no text.
-const std::vector<std::string> kNamesOfNothing = {" ", "               ", "              \u00e9",
+const std::vector<std::string> kNamesOfNothing = {" ", "               ", "              \u20ac",
                                                   std::string("\0name", 5),
                                                   "\xFF"
                                                   "name"};

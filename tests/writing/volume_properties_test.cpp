@@ -101,11 +101,15 @@ private:
     ASSERT_EQ(after.size(), before.size() + 1);
     EXPECT_TRUE(std::equal(before.begin(), before.end(), after.begin()));
   }
-  void noteOvertaken(const EMU3DirectoryPtr &folder, const VolumeModel::Place &place) {
-    for (const EMU3FilePtr &file : folder->files()) {
-      if (file->isDeleted() && file->dentryBlock() == place.first && file->dentryOffset() == place.second)
-        overtaken_.insert(file);
-    }
+  // The files that the tree goes on listing once the entry at `place` is another's; a deleted file whose
+  // entry it was has no part in anything any more.
+  std::vector<EMU3FilePtr> withoutOvertaken(std::vector<EMU3FilePtr> files, const VolumeModel::Place &place) {
+    std::erase_if(files, [&](const EMU3FilePtr &file) {
+      if (!file->isDeleted() || placeIn(*file) != place) return false;
+      overtaken_.insert(file);
+      return true;
+    });
+    return files;
   }
 
   // Whatever stores a file in `folder`, foreseen as `outcome`.
@@ -117,8 +121,7 @@ private:
     EMU3Error error;
     expectOutcome(operation(&error), error, outcome.error);
     if (!outcome.error.empty()) return;
-    expectAppended(before, folder->files());
-    noteOvertaken(folder, outcome.place);
+    expectAppended(withoutOvertaken(before, outcome.place), withoutOvertaken(folder->files(), outcome.place));
   }
 
   void import() {
@@ -212,7 +215,7 @@ private:
     expectOutcome(filesystem().createDirectoryNamed(name, parent, &error), error, outcome.error);
     if (!outcome.error.empty()) return;
     expectAppended(before, parent->subdirectories());
-    noteOvertaken(parent, outcome.place);
+    withoutOvertaken(parent->files(), outcome.place);
   }
 
   void deleteFolder() {
