@@ -27,7 +27,7 @@ void ItemReport::succeed(const std::string &sentence) {
   if (session_.json)
     outcomes_.push_back({current_, std::nullopt});
   else
-    session_.out() << escapedForDisplay(sentence) << '\n';
+    session_.out() << escapedForDisplay(sentence) << '\n' << std::flush;
 }
 
 void ItemReport::fail(const EMU3Error &error) {
