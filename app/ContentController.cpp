@@ -6,6 +6,7 @@
 #include <QItemSelection>
 #include <QScrollBar>
 #include <algorithm>
+#include <iterator>
 #include <unordered_set>
 #include <utility>
 
@@ -75,14 +76,25 @@ void ContentController::replaceRows(std::vector<Row> rows) {
   endResetModel();
 }
 
+EMU3FilePtr ContentController::nearestFileIn(const std::vector<Row> &rows, int row) const {
+  std::unordered_set<EMU3FilePtr> kept;
+  for (const Row &other : rows)
+    kept.insert(other.file);
+  const auto isKept = [&](const Row &candidate) { return kept.contains(candidate.file); };
+  const auto from = rows_.begin() + row;
+  const auto after = std::find_if(from, rows_.end(), isKept);
+  if (after != rows_.end()) return after->file;
+  const auto before = std::find_if(std::make_reverse_iterator(from), rows_.rend(), isKept);
+  return before != rows_.rend() ? before->file : nullptr;
+}
+
 void ContentController::replaceRowsKeepingView(std::vector<Row> rows) {
   QItemSelectionModel *selection = tableView_->selectionModel();
   std::unordered_set<EMU3FilePtr> selected;
   for (const QModelIndex &row : selection->selectedRows())
     selected.insert(rows_[static_cast<std::size_t>(row.row())].file);
   const QModelIndex currentIndex = selection->currentIndex();
-  const EMU3FilePtr current =
-      currentIndex.isValid() ? rows_[static_cast<std::size_t>(currentIndex.row())].file : nullptr;
+  const EMU3FilePtr current = currentIndex.isValid() ? nearestFileIn(rows, currentIndex.row()) : nullptr;
   const int scrolled = tableView_->verticalScrollBar()->value();
 
   replaceRows(std::move(rows));

@@ -57,7 +57,8 @@ public:
   const std::function<void()> &afterImport() const { return afterImport_; }
 
   /// Shows the folder's files as they are now. While the folder stays the same, files that are still there
-  /// stay selected and the table stays scrolled as it is.
+  /// stay selected and the table stays scrolled as it is; where the current row's file has gone, the row that
+  /// follows becomes the current one.
   void refresh();
 
   /// The files shown, in row order.
@@ -93,6 +94,8 @@ private:
   bool showsSameFiles(const std::vector<Row> &rows) const;
   void updateTexts(std::vector<Row> rows);
   void replaceRows(std::vector<Row> rows);
+  /// The file shown in that row when it is among `rows`, or else the nearest one that is: below it first.
+  EMU3FilePtr nearestFileIn(const std::vector<Row> &rows, int row) const;
   void replaceRowsKeepingView(std::vector<Row> rows);
   std::optional<std::string> exportForDrag(const EMU3FilePtr &file) const;
   bool canImport() const;

@@ -70,6 +70,9 @@ void MainWindowController::showWindow() {
 
 void MainWindowController::prepareToQuit() {
   quitting_ = true;
+  // A question that is still open counts as answered with no.
+  for (QDialog *dialog : window_->findChildren<QDialog *>())
+    if (dialog->isVisible()) dialog->reject();
   window_->hide();
 }
 
