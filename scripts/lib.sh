@@ -159,7 +159,8 @@ build() {
   ! nothing_to_build "$preset" || return 0
   say "Building ($preset)…"
   if command -v ccache >/dev/null; then
-    export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    # What was compiled in one copy of the project serves the next, wherever it lies.
+    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
   fi
   if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
     grep -E -A 15 'error|Error|FAILED' "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2
