@@ -1,7 +1,9 @@
 #include "app/FileTable.h"
 
 #include "app/CellDelegate.h"
+#include "app/DragPicture.h"
 
+#include <QDrag>
 #include <QHeaderView>
 #include <QMouseEvent>
 #include <algorithm>
@@ -42,6 +44,25 @@ void FileTable::setColumnWidths(const std::vector<int> &widths, const std::vecto
   sharedWidth_ = std::accumulate(widths_.begin(), widths_.end(), 0.0);
   horizontalHeader()->setMinimumSectionSize(*std::min_element(minimums.begin(), minimums.end()));
   applyWidths();
+}
+
+void FileTable::startDrag(Qt::DropActions supportedActions) {
+  QMimeData *files = model()->mimeData(selectedIndexes());
+  if (!files) return;
+  auto *drag = new QDrag(this);
+  drag->setMimeData(files);
+  drag->setPixmap(dragPicture(selectedNames(), *this));
+  drag->setHotSpot(kDragPictureHotSpot);
+  drag->exec(supportedActions, Qt::CopyAction);
+}
+
+QStringList FileTable::selectedNames() const {
+  QModelIndexList rows = selectionModel()->selectedRows();
+  std::sort(rows.begin(), rows.end());
+  QStringList names;
+  for (const QModelIndex &row : rows)
+    names += row.data().toString();
+  return names;
 }
 
 void FileTable::mouseDoubleClickEvent(QMouseEvent *event) {

@@ -2,6 +2,7 @@
 
 #include "app/FileDropView.h"
 
+#include <QStringList>
 #include <QTableView>
 #include <vector>
 
@@ -9,7 +10,7 @@ namespace tessary {
 
 /// The file table's view: whole rows, several may be selected, alternating backgrounds, vertical scroller
 /// only. When its width changes, all columns take an equal share of the change; none gets narrower than
-/// its minimum. Files are dropped on the table as a whole.
+/// its minimum. Files are dropped on the table as a whole; while rows are dragged their names go along.
 class FileTable final : public FileDropView<QTableView> {
   Q_OBJECT
 
@@ -21,6 +22,7 @@ public:
 
 protected:
   QModelIndex dropItemAt(const QPoint &) const override { return {}; }
+  void startDrag(Qt::DropActions supportedActions) override;
   void mouseDoubleClickEvent(QMouseEvent *event) override;
   void resizeEvent(QResizeEvent *event) override;
 
@@ -28,6 +30,7 @@ private:
   void shareWidthChange(double change);
   void applyWidths();
   void columnResizedByUser(int column, int width);
+  QStringList selectedNames() const;
 
   // Widths are kept unrounded, so that many small changes add up to the same as one large one.
   std::vector<double> widths_;

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QPixmap>
+#include <QPoint>
+#include <QStringList>
+
+class QWidget;
+
+namespace tessary {
+
+/// What is drawn beside the pointer while files are dragged: the first few of their names, in the font and
+/// colours of the widget that they are dragged from.
+QPixmap dragPicture(const QStringList &names, const QWidget &widget);
+
+/// Where the pointer is with regard to the picture: the place that is dropped on stays in sight.
+inline constexpr QPoint kDragPictureHotSpot(-12, -10);
+
+} // namespace tessary
