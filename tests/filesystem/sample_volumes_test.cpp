@@ -5,11 +5,18 @@
 #include "tests/support/MountedVolume.h"
 #include "tests/support/SampleVolumes.h"
 
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
 #include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 namespace tessary {
 namespace {
@@ -169,6 +176,63 @@ TEST(DemoVolume, SamplesAreAudible) {
 TEST(DemoVolume, IsTheSameOnEveryRun) {
   EXPECT_EQ(demoVolume().build(), demoVolume().build());
 }
+
+// --- The program that writes them ----------------------------------------------------------------------
+
+struct ToolRun {
+  int status = -1;
+  std::string output; ///< both streams
+};
+
+ToolRun runTool(const std::string &arguments) {
+  const std::string command = std::string("\"") + TESSARY_MAKE_DEMO_IMAGE + "\" " + arguments + " 2>&1";
+  ToolRun run;
+  FILE *const pipe = ::popen(command.c_str(), "r");
+  if (pipe == nullptr) throw std::system_error(errno, std::generic_category(), command);
+  for (int byte = std::fgetc(pipe); byte != EOF; byte = std::fgetc(pipe))
+    run.output += static_cast<char>(byte);
+  const int status = ::pclose(pipe);
+  if (WIFEXITED(status)) run.status = WEXITSTATUS(status);
+  return run;
+}
+
+TEST(MakeDemoImage, WritesTheDemoVolumeSilently) {
+  const TemporaryFolder folder;
+  const ToolRun run = runTool(folder.path("demo.hda"));
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.output, "");
+  EXPECT_TRUE(readBytes(folder.path("demo.hda")) == demoVolume().build());
+}
+
+TEST(MakeDemoImage, OptionsChooseAnotherVolume) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(runTool("--big " + folder.path("big.hda")).status, 0);
+  EXPECT_EQ(std::filesystem::file_size(folder.path("big.hda")), kGiB);
+  EXPECT_EQ(runTool(folder.path("banks.hda") + " --banks112").status, 0);
+  EXPECT_EQ(std::filesystem::file_size(folder.path("banks.hda")), 256 * kMiB);
+}
+
+TEST(MakeDemoImage, WrongWordsExitWithTwoAndShowTheUsage) {
+  const TemporaryFolder folder;
+  for (const std::string &words :
+       {std::string(), std::string("--big"), folder.path("a") + " " + folder.path("b"),
+        folder.path("a") + " --small", folder.path("a") + " --big --banks112"}) {
+    const ToolRun run = runTool(words);
+    EXPECT_EQ(run.status, 2) << words;
+    EXPECT_TRUE(run.output.starts_with("Usage: make-demo-image")) << words;
+  }
+  EXPECT_TRUE(namesIn(folder.path()).empty());
+}
+
+TEST(MakeDemoImage, FailureNamesTheFile) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("missing/demo.hda");
+  const ToolRun run = runTool(path);
+  EXPECT_EQ(run.status, 1);
+  EXPECT_TRUE(run.output.starts_with("make-demo-image: " + path)) << run.output;
+}
+
+// --- Large volumes --------------------------------------------------------------------------------------
 
 TEST(BigVolume, Has40NestedFoldersOfUpTo112Files) {
   const MountedVolume volume(bigVolume());

@@ -176,7 +176,7 @@ ImageBuilder hugeClaimsVolume() {
                  {.slot = std::uint16_t{2}, .sizeBytes = claimedBytes});
   for (std::size_t i = 3; i <= 112; ++i)
     folder.addFile(numbered("Claim", i), {},
-                   {.slot = i % 16 == 0 ? std::uint16_t{2} : std::uint16_t{1},
+                   {.slot = i % 32 == 0 ? std::uint16_t{2} : std::uint16_t{1},
                     .blocksInLastCluster = std::uint16_t{65535},
                     .bytesInLastBlock = std::uint16_t{512},
                     .storesContents = false});
