@@ -49,6 +49,7 @@ void ContentController::refresh() {
     replaceRowsKeepingView(std::move(rows));
   else
     replaceRows(std::move(rows));
+  if (!sameFolder && tableView_) tableView_->scrollToTop();
 }
 
 ContentController::Row ContentController::makeRow(const EMU3FilePtr &file) {

@@ -5,8 +5,16 @@
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QMouseEvent>
+#include <QScrollBar>
+#include <algorithm>
 
 namespace tessary {
+namespace {
+
+constexpr int narrowestColumn = 200;
+constexpr int indentationPerLevel = 16;
+
+} // namespace
 
 FolderOutline::FolderOutline(QWidget *parent) : FileDropView(parent) {
   QFont cellFont = font();
@@ -14,6 +22,8 @@ FolderOutline::FolderOutline(QWidget *parent) : FileDropView(parent) {
   setFont(cellFont);
   setItemDelegate(new CellDelegate(this));
   setHeaderHidden(true);
+  header()->setMinimumSectionSize(narrowestColumn);
+  setIndentation(indentationPerLevel);
   setUniformRowHeights(true);
   setEditTriggers(NoEditTriggers);
   setSelectionMode(SingleSelection);
@@ -22,6 +32,24 @@ FolderOutline::FolderOutline(QWidget *parent) : FileDropView(parent) {
   setTextElideMode(Qt::ElideRight);
   setFrameShape(NoFrame);
   connect(this, &QTreeView::expanded, this, &FolderOutline::closeWhenTooDeep);
+}
+
+// The one column is stretched to the view's width, but not below its minimum.
+void FolderOutline::updateGeometries() {
+  QTreeView::updateGeometries();
+  const int needed = std::max(narrowestColumn, sizeHintForColumn(0));
+  if (needed != header()->minimumSectionSize()) header()->setMinimumSectionSize(needed);
+}
+
+// The view itself would scroll to where the column begins, far from the label of a row that lies deep.
+void FolderOutline::scrollTo(const QModelIndex &index, ScrollHint hint) {
+  const int before = horizontalScrollBar()->value();
+  QTreeView::scrollTo(index, hint);
+  horizontalScrollBar()->setValue(before);
+  const int left = visualRect(index).left();
+  const int right = left + sizeHintForIndex(index).width();
+  const int beyond = std::min(std::max(0, right - viewport()->width()), left);
+  horizontalScrollBar()->setValue(before + (left < 0 ? left - indentation() : beyond));
 }
 
 void FolderOutline::mousePressEvent(QMouseEvent *event) {

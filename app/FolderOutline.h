@@ -6,7 +6,9 @@
 
 namespace tessary {
 
-/// The folder outline's view: one column without a header.
+/// The folder outline's view: one column without a header, as wide as the view or, when folders are open
+/// so deep that their labels would not fit, as wide as the labels need. It then scrolls sideways to the row
+/// that is chosen.
 ///
 /// A click on the empty area clears the selection; the right button only asks for the context menu and
 /// selects nothing. The view lays out nested open folders recursively, so a folder that lies deeper than
@@ -20,12 +22,15 @@ public:
 
   explicit FolderOutline(QWidget *parent = nullptr);
 
+  void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
+
 signals:
   /// The context menu is to come up there. `clicked` is the row that was clicked for it: invalid for the
   /// empty area, and when the keyboard asked for the menu.
   void menuRequested(const QModelIndex &clicked, const QPoint &globalPosition);
 
 protected:
+  void updateGeometries() override;
   QModelIndex dropItemAt(const QPoint &position) const override { return indexAt(position); }
   void mousePressEvent(QMouseEvent *event) override;
   void mouseReleaseEvent(QMouseEvent *event) override;

@@ -220,7 +220,7 @@ void MainWindowController::_beginSheet(std::unique_ptr<QDialog> dialog) {
   if ((sheet_ && sheet_->isVisible()) || QApplication::activeModalWidget()) return beep();
   sheet_ = dialog.release();
   sheet_->setAttribute(Qt::WA_DeleteOnClose);
-  sheet_->setWindowFlag(Qt::Sheet);
+  sheet_->setWindowFlags((sheet_->windowFlags() & ~Qt::WindowType_Mask) | Qt::Sheet);
   sheet_->open();
 }
 

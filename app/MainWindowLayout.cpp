@@ -146,6 +146,7 @@ void MainWindowController::_setupKeyboardShortcuts() {
 void MainWindowController::setMenuBar(QMenuBar *menuBar) {
   const QSize content = window_->centralWidget()->size();
   window_->setMenuBar(menuBar);
+  menuBar->show(); // now, not when the event loop comes round
   _resizeContent(content);
   _centerWindow();
 }

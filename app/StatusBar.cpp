@@ -88,10 +88,12 @@ void StatusBar::resizeEvent(QResizeEvent *) {
 
 void StatusBar::placeElements() {
   spinner_->move(frame(width() - 30, 5, spinner_->width(), spinner_->height()).topLeft());
-  constexpr int margin = 214; // on either side of the disk space, which is centred in what is left
-  const int widest = std::max(0, spinner_->x() - gap - margin);
-  const int diskSpaceWidth = std::max(width() - 2 * margin, std::min(diskSpaceLabel_->textWidth(), widest));
-  diskSpaceLabel_->setGeometry(frame(margin, 6, diskSpaceWidth, 18));
+  QRect diskSpace = frame(214, 6, width() - 2 * 214, 18); // in the middle
+  if (diskSpace.width() < diskSpaceLabel_->textWidth()) {
+    diskSpace.setWidth(diskSpaceLabel_->textWidth());
+    diskSpace.moveRight(std::min(diskSpace.right(), spinner_->x() - gap));
+  }
+  diskSpaceLabel_->setGeometry(diskSpace);
   statusLabel_->setGeometry(frame(8, 6, 300, 18));
   const int diskSpaceStart = diskSpaceLabel_->text().isEmpty() ? width() : diskSpaceLabel_->textRect().left();
   statusLabel_->setWidestText(diskSpaceStart - gap - statusLabel_->x());
