@@ -10,6 +10,7 @@
 #include "app/SidebarController.h"
 #include "app/Spinner.h"
 #include "app/StatusBar.h"
+#include "app/WorkQueue.h"
 #include "filesystem/Text.h"
 
 #include <QApplication>
@@ -62,7 +63,10 @@ MainWindowController::MainWindowController() : window_(std::make_unique<MainWind
   _setupKeyboardShortcuts();
 }
 
-MainWindowController::~MainWindowController() = default;
+// What still runs there posts to the application, which must be there for it.
+MainWindowController::~MainWindowController() {
+  workQueue().waitForDone();
+}
 
 void MainWindowController::showWindow() {
   window_->show();
@@ -91,7 +95,7 @@ void MainWindowController::_openImage() {
 void MainWindowController::openImageAtURL(const std::string &imageURL) {
   spinner_->start();
   _setStatus(QStringLiteral("Opening image…"));
-  QThreadPool::globalInstance()->start([controller = QPointer(this), imageURL] {
+  workQueue().start([controller = QPointer(this), imageURL] {
     EMU3Error error;
     EMU3FilesystemPtr filesystem = EMU3Filesystem::initWithURL(imageURL, &error);
     if (filesystem) filesystem->setGuarded(true);

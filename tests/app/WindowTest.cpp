@@ -5,6 +5,7 @@
 #include "app/SidebarController.h"
 #include "app/Spinner.h"
 #include "app/StatusBar.h"
+#include "app/WorkQueue.h"
 #include "filesystem/SerialQueue.h"
 
 #include <QApplication>
@@ -73,32 +74,28 @@ void HeldVolume::letGo() {
   if (const auto volume = std::exchange(volume_, nullptr)) volume->operationLock.unlock();
 }
 
-struct HeldThreadPool::Gate {
+struct HeldWorkQueue::Gate {
   QSemaphore open;
   int threads = 0;
 };
 
-HeldThreadPool::HeldThreadPool() : gate_(std::make_shared<Gate>()) {
-  QThreadPool *pool = QThreadPool::globalInstance();
-  gate_->threads = pool->maxThreadCount();
-  pool->setMaxThreadCount(1);
-  pool->start([gate = gate_] { gate->open.acquire(); });
+HeldWorkQueue::HeldWorkQueue() : gate_(std::make_shared<Gate>()) {
+  gate_->threads = workQueue().maxThreadCount();
+  workQueue().setMaxThreadCount(1);
+  workQueue().start([gate = gate_] { gate->open.acquire(); });
 }
 
-void HeldThreadPool::letGo() {
+void HeldWorkQueue::letGo() {
   const auto gate = std::exchange(gate_, nullptr);
   if (!gate) return;
   gate->open.release();
-  QThreadPool::globalInstance()->setMaxThreadCount(gate->threads);
+  workQueue().setMaxThreadCount(gate->threads);
 }
 
 bool waitUntilIdle() {
   constexpr int milliseconds = 30000;
   const bool idle = QTest::qWaitFor(
-      [] {
-        return QThreadPool::globalInstance()->activeThreadCount() == 0 && SerialQueue::pendingBlocks() == 0;
-      },
-      milliseconds);
+      [] { return workQueue().activeThreadCount() == 0 && SerialQueue::pendingBlocks() == 0; }, milliseconds);
   // What was posted may queue more: a completed opening does.
   QCoreApplication::processEvents();
   return idle && (SerialQueue::pendingBlocks() == 0 || waitUntilIdle());

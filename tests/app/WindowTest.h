@@ -20,14 +20,6 @@
 
 class QMessageBox;
 
-/// Texts of labels and dialogs in failure messages.
-inline void PrintTo(const QString &text, std::ostream *stream) {
-  *stream << '"' << text.toStdString() << '"';
-}
-inline void PrintTo(const QStringList &texts, std::ostream *stream) {
-  *stream << '[' << texts.join(QStringLiteral(" | ")).toStdString() << ']';
-}
-
 namespace tessary::test {
 
 /// Counts the beeps as long as it lives.
@@ -73,11 +65,11 @@ private:
   std::shared_ptr<SharedVolume> volume_;
 };
 
-/// Holds back everything given to the global thread pool until it is let go. Needs the pool to be idle.
-class HeldThreadPool {
+/// Holds back every opening of an image until it is let go. Needs the work queue to be idle.
+class HeldWorkQueue {
 public:
-  HeldThreadPool();
-  ~HeldThreadPool() { letGo(); }
+  HeldWorkQueue();
+  ~HeldWorkQueue() { letGo(); }
   void letGo();
 
 private:
