@@ -110,6 +110,16 @@ TEST_F(Export, ReplacedFileGetsThemToo) {
   EXPECT_EQ(permissionsOf(target()), mode_t{0644});
 }
 
+TEST_F(Export, ToAPlainNameWritesInTheCurrentFolder) {
+  const std::filesystem::path earlier = std::filesystem::current_path();
+  std::filesystem::current_path(host.path());
+  const bool isExported = exportTo("file.E4B");
+  std::filesystem::current_path(earlier);
+  EXPECT_TRUE(isExported);
+  EXPECT_EQ(readBytes(target()), contents);
+  EXPECT_EQ(namesIn(host.path()), std::vector<std::string>{"file.E4B"});
+}
+
 TEST_F(Export, IntoAFolderThatIsNotThereFails) {
   EMU3Error error;
   EXPECT_FALSE(exportTo(host.path("absent/file.E4B"), &error));

@@ -105,6 +105,17 @@ TEST(FolderEntryGuard, DeletingADeletedFileLeavesTheFileThatHasItsEntryNow) {
   EXPECT_EQ(namesOf(volume.openedAnew()->rootDirectory()->files()), std::vector<std::string>{"file"});
 }
 
+TEST(FolderEntryGuard, DeletingADeletedFileLeavesTheFolderThatHasItsEntryNow) {
+  ImageBuilder image(smallLayout());
+  image.root().addFile("gone", patternBytes(10, 1), {.type = 0});
+  const WritableVolume volume(std::move(image), Guards::on);
+  const EMU3FilePtr gone = volume.root()->files().at(0);
+  ASSERT_TRUE(volume->createDirectoryNamed("folder", volume.root()));
+  volume->deleteFile(gone, volume.root());
+  EXPECT_EQ(namesOf(volume.openedAnew()->rootDirectory()->subdirectories()),
+            std::vector<std::string>{"folder"});
+}
+
 // --- Marks stay inside the table -------------------------------------------------------------------
 
 struct TableEnd {

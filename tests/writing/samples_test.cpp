@@ -284,6 +284,18 @@ TEST(SampleExport, SlowWalkThroughALongBankEnds) {
   EXPECT_EQ(Bank(bank.build()).failureOf(0), kNoChunkError);
 }
 
+TEST(SampleExport, OfABankThatRunsOffTheImageGivesTheAudioThatIsThere) {
+  const Bytes contents = e4bank().sample("a", patternBytes(2000, 1)).build();
+  ImageBuilder image(smallLayout());
+  image.root().addFile("bank", contents);
+  image.resize(18 * kBlockBytes + 77); // two of its blocks
+  const MountedVolume volume(image);
+  const TemporaryFolder host;
+  ASSERT_TRUE(volume->exportSampleAtIndex(0, volume.root()->files()[0], host.path("a.wav")));
+  EXPECT_EQ(readBytes(host.path("a.wav")),
+            wavOf(Bytes(contents.begin() + 20 + 32 + 8, contents.begin() + 1024)));
+}
+
 TEST(SampleExport, WavReplacesAnEarlierFileWithThePermissionsOfANewOne) {
   const Umask umask(022);
   const Bank bank(e4bank().sample("a", patternBytes(500, 1)).build());

@@ -439,8 +439,23 @@ private:
     expectOutcome(done, error, foreseen);
   }
 
+  // Whether one of the filesystems still lists a folder where the next one in `parent` goes. That case has
+  // its own test, FolderMadeWhereAnotherOneWasHasItsOwnName.
+  bool takesThePlaceOfAKnownFolder(const EMU3DirectoryPtr &parent) {
+    if (!twin(parent)) return false;
+    const auto place = model_.freeEntry(fresh_->rootDirectory(), twin(parent));
+    if (!place) return false;
+    for (const Side &side : sides_) {
+      for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(side.filesystem->rootDirectory())) {
+        if (folder->dentryBlock() == place->first && folder->dentryOffset() == place->second) return true;
+      }
+    }
+    return false;
+  }
+
   void createFolder() {
     const EMU3DirectoryPtr parent = anyFolder();
+    if (takesThePlaceOfAKnownFolder(parent)) return import();
     const std::string name = anyName();
     const std::string foreseen =
         twin(parent) ? model_.createFolder(fresh_->rootDirectory(), twin(parent), name).error : kNoEntryError;
