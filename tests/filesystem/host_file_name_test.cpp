@@ -10,9 +10,8 @@ namespace tessary {
 namespace {
 
 TEST(HostFileName, OrdinaryNamesStayAsTheyAre) {
-  for (const char *name :
-       {"KICK", "Cymbals & Hats", "  PAD", "A.B.C", ".hidden", "...", "100%", "% of", "5%x", "~", "-rf",
-        "back\\slash", "Caf\xC3\xA9", "\xF0\x9F\xA5\x81", "a:b", "*?\"<>|"}) {
+  for (const char *name : {"KICK", "Cymbals & Hats", "  PAD", "A.B.C", ".hidden", "...", "100%", "% of",
+                           "5%x", "~", "-rf", "back\\slash", "Caf\xC3\xA9", "\xF0\x9F\xA5\x81", "*?\"<>|"}) {
     EXPECT_EQ(hostFileName(name), name);
     EXPECT_EQ(nameFromHostFileName(name), name);
   }

@@ -72,6 +72,8 @@ TEST(HostileVolume, MemoryDoesNotGrowWithTheBytesClaimed) {
   for (const auto &file : folder->files())
     claimed += file->fileSize();
   ASSERT_GT(claimed, 3 * kGiB);
+  // Sanitizers keep memory of their own for each byte looked at; all files share the bytes of this one.
+  volume->populateBankMetadata(fileNamed(folder, "Claim 02"));
   const std::uint64_t before = privateMemory();
   browse(*volume);
   EXPECT_LT(privateMemory(), before + 16 * kMiB);

@@ -123,7 +123,7 @@ ImageBuilder demoVolume() {
   addEarlierBanks(root);
   image.root().addFolder("Sketches");
   image.root().addFile("System Software", patternBytes(200 * 1024, 7), {.type = 0x80});
-  image.root().addFile("Notes", bytesOf("Spring sessions: drums at 92, keep the Caf\xC3\xA9 Choir dry.\r\n"),
+  image.root().addFile("Notes", bytesOf("Spring takes: drums at 92, keep the Caf\xC3\xA9 Choir dry.\r\n"),
                        {.type = 0x82});
   return image;
 }
