@@ -17,8 +17,11 @@ Alert::Alert(const QString &message, const QString &informativeText, QWidget *pa
   setText(message);
   setInformativeText(informativeText);
   // The text format does not reach this label.
-  if (auto *label = findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel")))
-    label->setTextFormat(Qt::PlainText);
+  if (QLabel *label = informativeLabel()) label->setTextFormat(Qt::PlainText);
+}
+
+QLabel *Alert::informativeLabel() const {
+  return findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel"));
 }
 
 QPushButton *Alert::addChoice(const QString &text, ButtonRole role) {
@@ -38,6 +41,9 @@ void Alert::setAccessory(std::unique_ptr<QWidget> accessory) {
   grid->removeWidget(choices);
   grid->addWidget(control, row, columnSpan - 1, Qt::AlignLeft);
   grid->addWidget(choices, row + 1, column, rowSpan, columnSpan);
+  // Screen readers read the label first. In one with a buddy, though, an ampersand is a mnemonic.
+  QLabel *label = informativeLabel();
+  if (label && !label->text().contains(QLatin1Char('&'))) label->setBuddy(control);
   setTabOrder(control, defaultButton());
   control->setFocus();
 }

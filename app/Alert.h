@@ -19,6 +19,9 @@ public:
 
   /// Puts a control below the texts and gives it the focus. Call it when all buttons are there.
   void setAccessory(std::unique_ptr<QWidget> accessory);
+
+private:
+  QLabel *informativeLabel() const;
 };
 
 } // namespace tessary

@@ -73,6 +73,7 @@ void MainWindowController::_buildUI() {
   splitter->setStretchFactor(0, 0);
   splitter->setStretchFactor(1, 1);
   window_->setCentralWidget(splitter);
+  outlineView_->setFocus();
   _installCallbacks();
   _buildMenus();
   _setupDragging();

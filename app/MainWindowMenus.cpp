@@ -78,6 +78,7 @@ void MainWindowController::_buildToolbar() {
     QAction *item = _makeToolbarItem(QString::fromLatin1(identifier));
     toolbar->addAction(item);
     QWidget *button = toolbar->widgetForAction(item);
+    button->setFocusPolicy(Qt::TabFocus);
     button->setToolTip({});
     button->installEventFilter(noToolTips);
   }

@@ -50,9 +50,9 @@ public:
     validateDropBlock_ = std::move(callback);
   }
   /// Performs a drop of host files, given by their paths, on a folder.
-  void setDropReceived(std::function<void(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls,
-                                          bool internal)>
-                           callback) {
+  void setDropReceived(
+      std::function<void(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls, bool internal)>
+          callback) {
     dropReceived_ = std::move(callback);
   }
 

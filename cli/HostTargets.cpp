@@ -4,7 +4,6 @@
 #include "filesystem/HostFileName.h"
 
 #include <cerrno>
-#include <cstddef>
 #include <sys/stat.h>
 
 namespace tessary::cli {
@@ -30,10 +29,11 @@ bool HostTargets::identify(const std::string &path, FileId *id) {
 
 std::string HostTargets::claim(const std::string &folder, const std::string &stem,
                                const std::string &extension) {
-  const std::string safeStem = hostFileName(stem);
-  for (std::size_t number = 1;; ++number) {
-    const std::string suffix = number == 1 ? "" : " (" + std::to_string(number) + ")";
-    std::string path = joined(folder, safeStem + suffix + extension);
+  const std::string base = joined(folder, hostFileName(stem));
+  std::size_t &number = lastTried_[base + extension];
+  while (true) {
+    ++number;
+    std::string path = base + (number == 1 ? "" : " (" + std::to_string(number) + ")") + extension;
     FileId existing;
     if (identify(path, &existing) && written_.contains(existing)) continue;
     if (claimed_.insert(path).second) return path;

@@ -3,9 +3,11 @@
 #include "filesystem/EMU3Error.h"
 #include "filesystem/EMU3Filesystem.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -32,6 +34,7 @@ private:
 
   FileId image_{};
   std::unordered_set<std::string> claimed_;
+  std::unordered_map<std::string, std::size_t> lastTried_; ///< the number, by the path without one
   std::set<FileId> written_;
 };
 

@@ -100,6 +100,7 @@ bool EMU3Filesystem::_isLiveFolderEntry(std::int64_t block, std::int64_t offset)
 }
 
 std::string_view EMU3Filesystem::_entryName(const std::string &name) const {
+  if (!isValidUtf8(name)) return {};
   if (isGuarded()) return prefixOfWholeCharacters(name, kMaxNameBytes);
   return std::string_view(name).substr(0, kMaxNameBytes);
 }

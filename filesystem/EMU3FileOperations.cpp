@@ -32,6 +32,16 @@ EMU3FileFields fieldsOfNewFile(std::uint64_t length, std::uint16_t slot, std::ui
   return fields;
 }
 
+// A deleted file may still be in the list with the entry that a new file has taken: deleting it later would
+// clear the new one's entry.
+void forgetDeletedFileAt(EMU3Directory &directory, std::int64_t block, std::int64_t offset) {
+  for (const EMU3FilePtr &file : directory.files()) {
+    if (file->isDeleted() && file->dentryBlock() == block && file->dentryOffset() == offset) {
+      directory.removeFile(file);
+    }
+  }
+}
+
 } // namespace
 
 bool EMU3Filesystem::deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
@@ -110,7 +120,8 @@ bool EMU3Filesystem::_importFile(const std::string &url, const std::string &name
                                  const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
   std::uint64_t size = 0;
   if (!hostFileSize(url, &size, error)) return false;
-  if (isGuarded() && blocksNeeded(size) > kMaxFileBlocks) { // known before gigabytes are read for nothing
+  if (isGuarded() && !isReadOnly() &&
+      blocksNeeded(size) > kMaxFileBlocks) { // known before gigabytes are read for nothing
     return fail(error, _errorCode(kErrorOutOfSpace, "File is too large for the volume"));
   }
   const NewFile file{name, kFileTypeBank, readHostFile(url, error), wholeName};
@@ -124,6 +135,7 @@ bool EMU3Filesystem::_storeFile(const NewFile &file, const EMU3DirectoryPtr &toD
   if (isGuarded() && !_guardsAllow(file, toDirectory, error)) return false;
   const std::optional<NewPlace> place = _findPlace(file, toDirectory, error);
   if (!place || !_writeFile(file, *place, error)) return false;
+  if (isGuarded()) forgetDeletedFileAt(*toDirectory, place->dentryBlock, place->dentryOffset);
   EMU3FileFields fields = fieldsOfNewFile(file.data->size(), place->slot, place->entryId);
   fields.name = file.name;
   fields.fileType = file.fileType;

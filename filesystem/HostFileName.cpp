@@ -76,7 +76,7 @@ std::string nameFromHostFileName(const std::string &hostName) {
     name += static_cast<char>(hexDigit(hostName[i + 1]) * 16 + hexDigit(hostName[i + 2]));
     i += 2;
   }
-  return name;
+  return hostFileName(name) == hostName ? name : hostName; // the rule makes no other name
 }
 
 } // namespace tessary

@@ -147,7 +147,8 @@ bool isMappableFile(const std::string &path, EMU3Error *error) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) return fail(error, cannotOpen(path));
   if (S_ISREG(status.st_mode)) return true;
-  return fail(error, ::access(path.c_str(), R_OK) == 0 ? cannotMap() : cannotOpen(path));
+  const bool opens = !S_ISSOCK(status.st_mode) && ::access(path.c_str(), R_OK) == 0;
+  return fail(error, opens ? cannotMap() : cannotOpen(path));
 }
 
 } // namespace

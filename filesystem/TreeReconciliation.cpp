@@ -50,6 +50,9 @@ void EMU3Filesystem::_reconcileTree() {
     const auto [known, read] = std::move(pending.back());
     pending.pop_back();
     known->setFiles(reconciled(known->files(), read->files(), isSameFile));
+    // A file deleted and replaced by one of the same name and size looks the same but holds other bytes.
+    for (const EMU3FilePtr &file : known->files())
+      file->setCachedData(nullptr);
     const std::vector<EMU3DirectoryPtr> below = known->subdirectories();
     const std::vector<EMU3DirectoryPtr> readBelow = read->subdirectories();
     std::vector<EMU3DirectoryPtr> kept =

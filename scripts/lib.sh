@@ -160,7 +160,8 @@ build() {
   say "Building ($preset)…"
   if command -v ccache >/dev/null; then
     # What was compiled in one copy of the project serves the next, wherever it lies.
-    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 \
+      CCACHE_SLOPPINESS=pch_defines,time_macros
   fi
   if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
     grep -E -A 15 'error|Error|FAILED' "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2

@@ -164,14 +164,17 @@ TEST_F(Delete, KeyWhileTheQuestionIsUpBeepsAndAsksNoSecondTime) {
 TEST_F(Delete, KeyWhileTheReadOnlyAlertIsUpRunsNoSecondAlert) {
   imagePath_ = mountReadOnly(drums());
   chooseFiles({QStringLiteral("KICK")});
-  int alerts = 0;
-  QTimer::singleShot(50, window(), [&] {
+  qsizetype alerts = 0;
+  QTimer pressing;
+  pressing.callOnTimeout([&] {
     QWidget *alert = QApplication::activeModalWidget();
-    ASSERT_NE(alert, nullptr);
+    if (!alert) return;
+    pressing.stop();
     QTest::keyClick(alert, Qt::Key_Backspace, Qt::ControlModifier);
-    alerts = static_cast<int>(window()->findChildren<QDialog *>().size());
+    alerts = window()->findChildren<QDialog *>().size();
     alert->close();
   });
+  pressing.start(10);
   clickToolbar("DeleteItem");
   EXPECT_EQ(alerts, 1);
   EXPECT_EQ(beeps_.count(), 1);

@@ -29,6 +29,7 @@ std::string runAndKill(const std::string &image, const TemporaryFolder &scratch,
                        unsigned microseconds) {
   const std::string said = scratch.path("said");
   const std::string seedText = std::to_string(seed);
+  ::unlink(said.c_str()); // what the last worker said is not this one's
   const pid_t worker = ::fork();
   if (worker == 0) {
     const int out = ::open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);

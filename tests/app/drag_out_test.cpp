@@ -1,0 +1,189 @@
+#include "app/ContentController.h"
+#include "tests/app/FileCommandTest.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/MountedVolume.h"
+
+#include <QFile>
+#include <QMimeData>
+#include <QUrl>
+#include <filesystem>
+#include <sys/stat.h>
+
+namespace tessary {
+namespace {
+
+using test::Bytes;
+using test::bytesOf;
+using test::ImageBuilder;
+using test::patternBytes;
+
+/// What the table makes of rows that are dragged: the real drag asks for it once, as it starts.
+class DragOut : public test::FileCommandTest {
+protected:
+  ContentController *content() const { return controller_->contentCtl(); }
+
+  std::unique_ptr<QMimeData> dragged(const QStringList &files) {
+    chooseFiles(files);
+    return std::unique_ptr<QMimeData>(content()->mimeData(table()->selectionModel()->selectedIndexes()));
+  }
+  static std::vector<std::string> pathsIn(const std::unique_ptr<QMimeData> &data) {
+    std::vector<std::string> paths;
+    if (data)
+      for (const QUrl &url : data->urls())
+        paths.push_back(QFile::encodeName(url.toLocalFile()).toStdString());
+    return paths;
+  }
+  std::filesystem::path dragFolder() const {
+    return std::filesystem::path(folder_.path("tmp")) / ("tessary-" + std::to_string(::geteuid())) /
+           "EMU3Drag";
+  }
+};
+
+ImageBuilder threeFiles() {
+  ImageBuilder image;
+  auto folder = image.root().addFolder("Mixed");
+  folder.addFile("BANK", patternBytes(70'000, 3));
+  folder.addFile("SYSTEM", bytesOf("system"), {.type = 0x80});
+  folder.addFile("PLAIN", bytesOf("plain"), {.type = 0x82});
+  return image;
+}
+
+TEST_F(DragOut, EachRowIsAFileInAPrivateFolderOfItsOwn) {
+  mount(threeFiles());
+  const auto paths = pathsIn(dragged({"BANK"}));
+  ASSERT_EQ(paths.size(), 1U);
+  const std::filesystem::path path = paths[0];
+  EXPECT_EQ(path.filename(), "BANK.E4B");
+  EXPECT_EQ(test::readBytes(path), patternBytes(70'000, 3));
+  EXPECT_EQ(path.parent_path().parent_path(), dragFolder());
+  EXPECT_TRUE(std::filesystem::equivalent(path.parent_path().parent_path(), dragFolder()));
+  struct stat status {};
+  ASSERT_EQ(::stat(path.parent_path().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0700U);
+}
+
+TEST_F(DragOut, RowsComeInTheirOrderOnceEach) {
+  mount(threeFiles());
+  const auto paths = pathsIn(dragged({"PLAIN", "BANK", "SYSTEM"}));
+  std::vector<std::string> names;
+  for (const std::filesystem::path path : paths)
+    names.push_back(path.filename());
+  EXPECT_EQ(names, (std::vector<std::string>{"BANK.E4B", "SYSTEM.E4B", "PLAIN.E4B"}));
+  EXPECT_EQ(test::namesIn(dragFolder()).size(), 3U);
+}
+
+TEST_F(DragOut, IsNothingButTheFilesAddresses) {
+  mount(threeFiles());
+  EXPECT_EQ(dragged({"BANK"})->formats(), QStringList{"text/uri-list"});
+}
+
+TEST_F(DragOut, TwiceMakesTwoCopies) {
+  mount(threeFiles());
+  const auto first = pathsIn(dragged({"PLAIN"}));
+  const auto second = pathsIn(dragged({"PLAIN"}));
+  ASSERT_EQ(first.size(), 1U);
+  ASSERT_EQ(second.size(), 1U);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(test::readText(first[0]), "plain");
+  EXPECT_EQ(test::readText(second[0]), "plain");
+}
+
+TEST_F(DragOut, FilesOfOneNameDoNotReplaceEachOther) {
+  ImageBuilder image;
+  auto folder = image.root().addFolder("Twins");
+  folder.addFile("TWIN", bytesOf("one"));
+  folder.addFile("TWIN", bytesOf("two"));
+  mount(image);
+  table()->selectAll();
+  const std::unique_ptr<QMimeData> data(content()->mimeData(table()->selectionModel()->selectedIndexes()));
+  const auto paths = pathsIn(data);
+  ASSERT_EQ(paths.size(), 2U);
+  EXPECT_EQ(test::readText(paths[0]), "one");
+  EXPECT_EQ(test::readText(paths[1]), "two");
+}
+
+TEST_F(DragOut, NameThatTheHostCannotBearStaysInItsFolder) {
+  ImageBuilder image;
+  auto folder = image.root().addFolder("Odd");
+  folder.addFile("../../A", bytesOf("up"));
+  folder.addFile("..", bytesOf("dots"));
+  folder.addFile("50%2F50", bytesOf("percent"));
+  mount(image);
+  table()->selectAll();
+  const std::unique_ptr<QMimeData> data(content()->mimeData(table()->selectionModel()->selectedIndexes()));
+  std::vector<std::string> names;
+  for (const std::filesystem::path path : pathsIn(data)) {
+    EXPECT_EQ(path.parent_path().parent_path(), dragFolder());
+    EXPECT_TRUE(std::filesystem::exists(path));
+    names.push_back(path.filename());
+  }
+  EXPECT_EQ(names, (std::vector<std::string>{"..%2F..%2FA.E4B", "%2E%2E.E4B", "50%252F50.E4B"}));
+}
+
+TEST_F(DragOut, WorksOnAReadOnlyImage) {
+  mountReadOnly(threeFiles());
+  const auto paths = pathsIn(dragged({"PLAIN"}));
+  ASSERT_EQ(paths.size(), 1U);
+  EXPECT_EQ(test::readText(paths[0]), "plain");
+}
+
+TEST_F(DragOut, IsLoggedAndLeftOutWhenTheExportFails) {
+  mount(threeFiles());
+  const EMU3DirectoryPtr folder = controller_->currentDirectory();
+  ASSERT_TRUE(controller_->filesystem()->deleteFile(test::fileNamed(folder, "SYSTEM"), folder));
+  const test::CapturedLog log;
+  const auto paths = pathsIn(dragged({"SYSTEM", "PLAIN"}));
+  ASSERT_EQ(paths.size(), 1U);
+  EXPECT_EQ(std::filesystem::path(paths[0]).filename(), "PLAIN.E4B");
+  EXPECT_EQ(log.lines(),
+            std::vector<std::string>{"Drag export failed for SYSTEM: "
+                                     "Error Domain=com.tessary.error Code=5 \"Dentry block not found\""});
+}
+
+TEST_F(DragOut, IsNoDragWhenEveryExportFails) {
+  mount(threeFiles());
+  const EMU3DirectoryPtr folder = controller_->currentDirectory();
+  ASSERT_TRUE(controller_->filesystem()->deleteFile(test::fileNamed(folder, "SYSTEM"), folder));
+  const test::CapturedLog log;
+  EXPECT_EQ(dragged({"SYSTEM"}), nullptr);
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
+TEST_F(DragOut, IsNoDragAndSilentWithoutAPlaceForTheFiles) {
+  mount(threeFiles());
+  const std::string noFolder = folder_.path("no folder");
+  test::writeText(noFolder, "");
+  const test::CapturedLog log;
+  qputenv("TMPDIR", QByteArray::fromStdString(noFolder));
+  EXPECT_EQ(dragged({"PLAIN"}), nullptr);
+  EXPECT_TRUE(log.lines().empty());
+  EXPECT_EQ(status(), "Mixed — 3 file(s)");
+}
+
+TEST_F(DragOut, IsNoDragWithoutAnImage) {
+  mount(threeFiles());
+  const QModelIndex row = table()->model()->index(0, 0);
+  controller_->contentCtl()->setFilesystem(nullptr);
+  EXPECT_EQ(content()->mimeData({row}), nullptr);
+  EXPECT_FALSE(std::filesystem::exists(dragFolder()));
+}
+
+TEST_F(DragOut, RowsOfferNothingButACopy) {
+  mount(threeFiles());
+  EXPECT_EQ(content()->supportedDragActions(), Qt::CopyAction);
+  EXPECT_TRUE(table()->dragEnabled());
+  for (int column = 0; column < content()->columnCount(); ++column)
+    EXPECT_TRUE(content()->flags(content()->index(0, column)).testFlag(Qt::ItemIsDragEnabled));
+  EXPECT_FALSE(outline()->dragEnabled()) << "folders are no files";
+}
+
+TEST_F(DragOut, WhereTheHostsTemporaryDirectoryHasAnOddNameTheAddressIsStillRight) {
+  mount(threeFiles());
+  const test::HostTemporaryDirectory odd(folder_.path("t m#p%41"));
+  const auto paths = pathsIn(dragged({"PLAIN"}));
+  ASSERT_EQ(paths.size(), 1U);
+  EXPECT_EQ(test::readText(paths[0]), "plain");
+}
+
+} // namespace
+} // namespace tessary
