@@ -1,3 +1,4 @@
+#include "filesystem/DeletedEntries.h"
 #include "filesystem/EMU3Filesystem.h"
 #include "filesystem/HostFile.h"
 #include "filesystem/Text.h"
@@ -30,16 +31,6 @@ EMU3FileFields fieldsOfNewFile(std::uint64_t length, std::uint16_t slot, std::ui
   fields.rawType = kRawTypeBank;
   fields.entryId = entryId;
   return fields;
-}
-
-// A deleted file may still be in the list with the entry that a new file has taken: deleting it later would
-// clear the new one's entry.
-void forgetDeletedFileAt(EMU3Directory &directory, std::int64_t block, std::int64_t offset) {
-  for (const EMU3FilePtr &file : directory.files()) {
-    if (file->isDeleted() && file->dentryBlock() == block && file->dentryOffset() == offset) {
-      directory.removeFile(file);
-    }
-  }
 }
 
 } // namespace

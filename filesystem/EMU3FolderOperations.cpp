@@ -1,3 +1,4 @@
+#include "filesystem/DeletedEntries.h"
 #include "filesystem/EMU3Filesystem.h"
 #include "filesystem/Text.h"
 
@@ -77,6 +78,7 @@ bool EMU3Filesystem::_createDirectory(const std::string &name, const EMU3Directo
   if (mapping_->writeFaults() != faults) {
     return fail(error, _errorCode(kErrorWriteRefused, "Block write failed"));
   }
+  if (isGuarded()) forgetDeletedFileAt(*inDirectory, dentryBlock, dentryOffset);
   auto folder = std::make_shared<EMU3Directory>();
   folder->setName(name);
   folder->setEntryId(kFolderId);

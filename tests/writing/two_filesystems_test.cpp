@@ -185,7 +185,7 @@ TEST_F(TwoFilesystems, FileReplacedByOneOfItsNameAndSizeReadsAsTheNewOne) {
   EXPECT_EQ(contentsOf(mine(), fileNamed(root(), "last")), patternBytes(600, 8));
 }
 
-TEST_F(TwoFilesystems, DISABLED_CountersAreThoseOfTheImageAfterTheOthersChange) {
+TEST_F(TwoFilesystems, CountersAreThoseOfTheImageAfterTheOthersChange) {
   ASSERT_TRUE(import(*other, "new", otherRoot(), patternBytes(5000, 1)));
   takeNotice();
   EXPECT_EQ(countersOf(mine()), countersOf(*volume.openedAnew()));
