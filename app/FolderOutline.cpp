@@ -57,7 +57,12 @@ void FolderOutline::mousePressEvent(QMouseEvent *event) {
   if (indexAt(event->position().toPoint()).isValid())
     QTreeView::mousePressEvent(event);
   else
-    selectionModel()->clear();
+    pressOnEmptyArea();
+}
+
+void FolderOutline::pressOnEmptyArea() {
+  selectionModel()->clear();
+  emit emptyAreaPressed();
 }
 
 void FolderOutline::mouseReleaseEvent(QMouseEvent *event) {

@@ -28,6 +28,8 @@ signals:
   /// The context menu is to come up there. `clicked` is the row that was clicked for it: invalid for the
   /// empty area, and when the keyboard asked for the menu.
   void menuRequested(const QModelIndex &clicked, const QPoint &globalPosition);
+  /// The left button was pressed where there is no row. Nothing is selected now, as perhaps before.
+  void emptyAreaPressed();
 
 protected:
   void updateGeometries() override;
@@ -39,6 +41,7 @@ protected:
   void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
+  void pressOnEmptyArea();
   QPoint placeOfSelectedRow() const;
   void closeWhenTooDeep(const QModelIndex &index);
 };

@@ -139,6 +139,9 @@ void MainWindowController::_unmountImage() {
 void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
   filesystem_ = std::move(filesystem);
   clickedDirectory_ = nullptr;
+  // What is chosen from a menu is meant for the image that it came up over.
+  folderMenu_->close();
+  fileMenu_->close();
   _validateItems();
 }
 
@@ -176,6 +179,14 @@ void MainWindowController::_selectDirectory(const EMU3DirectoryPtr &directory) {
   });
   _setStatus(
       QStringLiteral("%1 — %2 file(s)").arg(displayText(directory->name()), QString::number(files.size())));
+}
+
+/// A click that leaves the outline's selection as it was reports no change, but what is shown may be another
+/// folder: drops and copies show theirs without a highlight.
+void MainWindowController::_showChosenFolder() {
+  const EMU3DirectoryPtr selected = sidebarCtl_->selectedDirectory();
+  const EMU3DirectoryPtr chosen = selected ? selected : sidebarCtl_->root();
+  if (chosen != currentDirectory_) _selectDirectory(chosen);
 }
 
 void MainWindowController::_bankDetailsRead(const EMU3FilesystemPtr &filesystem,

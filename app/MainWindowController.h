@@ -130,6 +130,7 @@ private:
   void _showNoFolder();
   void _loadFilesystem();
   void _selectDirectory(const EMU3DirectoryPtr &directory);
+  void _showChosenFolder();
   void _bankDetailsRead(const EMU3FilesystemPtr &filesystem, const EMU3DirectoryPtr &directory);
   void _updateDiskSpaceLabel();
   /// Shows in the table, the outline and the disk-space line what has changed in the image.

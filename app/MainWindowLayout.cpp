@@ -86,6 +86,8 @@ void MainWindowController::_buildUI() {
 void MainWindowController::_buildOutline() {
   auto *outline = new FolderOutline;
   connect(outline, &FolderOutline::menuRequested, this, &MainWindowController::_showFolderMenu);
+  connect(outline, &FolderOutline::emptyAreaPressed, this, &MainWindowController::_showChosenFolder);
+  connect(outline, &FolderOutline::pressed, this, &MainWindowController::_showChosenFolder);
   outlineView_ = outline;
   outlineView_->setObjectName(QStringLiteral("OutlineView"));
   outlineView_->setAccessibleName(QStringLiteral("Folders"));

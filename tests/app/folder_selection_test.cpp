@@ -1,5 +1,6 @@
 #include "app/ContentController.h"
 #include "app/SidebarController.h"
+#include "tests/app/FileDrag.h"
 #include "tests/app/WindowTest.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/SampleVolumes.h"
@@ -109,6 +110,57 @@ TEST_F(FolderSelection, ClearingTheSelectionShowsTheRoot) {
   EXPECT_EQ(fileNames(), QStringList{"LOOSE"});
   EXPECT_EQ(status(), QStringLiteral("disk.hda — 1 file(s)"));
   EXPECT_EQ(controller_->currentDirectory(), controller_->filesystem()->rootDirectory());
+}
+
+TEST_F(FolderSelection, ClickOnTheEmptyAreaShowsTheRootOfAnImageWithoutFolders) {
+  ImageBuilder image;
+  image.root().addFile("LOOSE");
+  mount(image);
+  ASSERT_EQ(fileNames(), QStringList());
+  click(outline()->viewport(), emptyPlace(outline()));
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(fileNames(), QStringList{"LOOSE"});
+  EXPECT_EQ(status(), QStringLiteral("disk.hda — 1 file(s)"));
+}
+
+TEST_F(FolderSelection, ClickOnTheEmptyAreaShowsTheRootWhenNothingIsHighlighted) {
+  ImageBuilder image = twoFolders();
+  image.root().addFile("LOOSE");
+  mount(image);
+  click(outline()->viewport(), emptyPlace(outline()));
+  ASSERT_EQ(highlightedLabel(), QString());
+  FileDrag drag({folder_.path("no such file")});
+  drag.dropOn(outline()->viewport(), outline()->visualRect(folderItem({"Pads"})).center());
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_EQ(fileNames(), (QStringList{"WARM", "COLD"}));
+  ASSERT_EQ(highlightedLabel(), QString());
+  click(outline()->viewport(), emptyPlace(outline()));
+  EXPECT_EQ(fileNames(), QStringList{"LOOSE"});
+}
+
+TEST_F(FolderSelection, ClickOnTheHighlightedFolderShowsItAgain) {
+  mount(twoFolders());
+  FileDrag drag({folder_.path("no such file")});
+  drag.dropOn(outline()->viewport(), outline()->visualRect(folderItem({"Pads"})).center());
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_EQ(fileNames(), (QStringList{"WARM", "COLD"}));
+  ASSERT_EQ(highlightedLabel(), QStringLiteral("Drums (3)"));
+  chooseFolder({"Drums"});
+  EXPECT_EQ(fileNames(), (QStringList{"KICK", "OLD", "NOTES"}));
+  EXPECT_EQ(status(), QStringLiteral("Drums — 3 file(s)"));
+}
+
+TEST_F(FolderSelection, ClickOnTheFolderShownLeavesTheStatusLine) {
+  mount(twoFolders());
+  controller_->contentCtl()->statusUpdate()(QStringLiteral("Imported 2 file(s)."));
+  chooseFolder({"Drums"});
+  EXPECT_EQ(status(), QStringLiteral("Imported 2 file(s)."));
+}
+
+TEST_F(FolderSelection, ClickOnTheEmptyAreaDoesNothingWithoutAnImage) {
+  click(outline()->viewport(), emptyPlace(outline()));
+  EXPECT_EQ(status(), QStringLiteral("No image loaded"));
+  EXPECT_EQ(controller_->currentDirectory(), nullptr);
 }
 
 TEST_F(FolderSelection, NestedFoldersAreShownToo) {

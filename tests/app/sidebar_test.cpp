@@ -155,8 +155,25 @@ TEST_F(SidebarTest, ClearingTheSelectionReportsTheRoot) {
   click(outline_.viewport(), test::emptyPlace(&outline_));
   EXPECT_EQ(reported_, std::vector{root});
   EXPECT_FALSE(outline_.selectionModel()->hasSelection());
-  click(outline_.viewport(), test::emptyPlace(&outline_));
-  EXPECT_EQ(reported_.size(), 1U) << "nothing changed";
+}
+
+TEST_F(SidebarTest, EveryPressOnTheEmptyAreaIsTold) {
+  const auto root = makeFolder("disk.hda");
+  makeFolder("Drums", root);
+  show(root);
+  int pressed = 0;
+  QObject::connect(&outline_, &FolderOutline::emptyAreaPressed, [&] {
+    ++pressed;
+    EXPECT_FALSE(outline_.selectionModel()->hasSelection());
+  });
+  clickRow(&outline_, sidebar_.index(0, 0));
+  EXPECT_EQ(pressed, 0);
+  for (int press = 1; press <= 2; ++press) {
+    click(outline_.viewport(), test::emptyPlace(&outline_));
+    EXPECT_EQ(pressed, press);
+  }
+  click(outline_.viewport(), test::emptyPlace(&outline_), Qt::RightButton);
+  EXPECT_EQ(pressed, 2);
 }
 
 TEST_F(SidebarTest, ClearingTheSelectionAfterTheRootIsGoneReportsNull) {

@@ -364,6 +364,27 @@ TEST_F(ContextMenus, FolderMenuKnowsTheClickedRowAndSelectsNothing) {
   EXPECT_EQ(highlightedLabel(), highlighted);
 }
 
+TEST_F(ContextMenus, CloseWhenTheImageIsReplaced) {
+  const std::string other = writeImage(smallVolume(), "other.hda");
+  for (QAbstractItemView *view :
+       {static_cast<QAbstractItemView *>(outline()), static_cast<QAbstractItemView *>(table())}) {
+    ASSERT_NE(popUpAt(view, view->visualRect(view->model()->index(1, 0)).center()), nullptr);
+    openImage(other);
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+    EXPECT_EQ(controller_->clickedDirectory(), nullptr);
+  }
+}
+
+TEST_F(ContextMenus, CloseWhenTheImageIsUnmounted) {
+  for (QAbstractItemView *view :
+       {static_cast<QAbstractItemView *>(outline()), static_cast<QAbstractItemView *>(table())}) {
+    mount(smallVolume());
+    ASSERT_NE(popUpAt(view, view->visualRect(view->model()->index(1, 0)).center()), nullptr);
+    controller_->_unmountImage();
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+  }
+}
+
 TEST_F(ContextMenus, TableHasTheFileMenu) {
   QMenu *menu = popUpAt(table(), table()->visualRect(table()->model()->index(1, 0)).center());
   ASSERT_NE(menu, nullptr);
