@@ -90,8 +90,12 @@ void MainWindowController::_doTransferFiles(const std::vector<EMU3FilePtr> &file
 void MainWindowController::_filesTransferred(const EMU3DirectoryPtr &toDirectory, bool move,
                                              std::size_t succeeded, std::size_t failed) {
   _updateDiskSpaceLabel();
-  // Deleted while its files were waiting, the destination is nothing to show.
-  if (_holdsDirectory(toDirectory)) _selectDirectory(toDirectory);
+  // Deleted while its files were waiting, the destination is nothing to show. Files may have left all the
+  // same.
+  if (_holdsDirectory(toDirectory))
+    _selectDirectory(toDirectory);
+  else
+    contentCtl_->refresh();
   sidebarCtl_->reload();
   sidebarCtl_->selectRowOf(toDirectory);
   const QString failures =

@@ -1,4 +1,5 @@
 #include "app/Spinner.h"
+#include "filesystem/SerialQueue.h"
 #include "tests/app/SheetTest.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/MountedVolume.h"
@@ -7,6 +8,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
+#include <thread>
 
 namespace tessary {
 namespace {
@@ -93,6 +95,20 @@ TEST_F(TransferTest, CancelAndEscapeTransferNothing) {
   popUp().setCurrentIndex(kB);
   pressKey(Qt::Key_Escape);
   EXPECT_EQ(status(), before);
+  EXPECT_EQ(namesOnImage(path, {"A"}).size(), 3U);
+}
+
+TEST_F(TransferTest, PositionOutsideTheListOfFoldersTransfersNothing) {
+  const std::string path = mount(volume());
+  const QString before = status();
+  askWhereToMove({"FIRST"});
+  answerWithFolder(-1, "Move");
+  EXPECT_EQ(status(), before);
+  askWhereToMove({"FIRST"});
+  popUp().addItem("beyond the last");
+  answerWithFolder(kB + 1, "Move");
+  EXPECT_EQ(status(), before);
+  EXPECT_EQ(beeps_.count(), 0);
   EXPECT_EQ(namesOnImage(path, {"A"}).size(), 3U);
 }
 
@@ -362,6 +378,25 @@ TEST_F(TransferTest, IntoAFolderDeletedMeanwhileFailsAndDoesNotShowIt) {
   EXPECT_EQ(controller_->currentDirectory(), folder({"A"}));
   EXPECT_EQ(fileNames(), QStringList({"FIRST", "SECOND", "THIRD"}));
   EXPECT_EQ(test::readBytes(path), deleted);
+}
+
+TEST_F(TransferTest, FilesMovedIntoAFolderDeletedBeforeThatIsShownAreListedNoMore) {
+  mount(volume());
+  const EMU3DirectoryPtr b = folder({"B"});
+  askWhereToMove({"FIRST", "THIRD"});
+  popUp().setCurrentIndex(kB);
+  test::clickButton(&question(), "Move");
+  // The files move while the main thread waits here; that they did reaches it later.
+  while (SerialQueue::pendingBlocks() > 0)
+    std::this_thread::yield();
+  ASSERT_EQ(b->allFiles().size(), 3U);
+  ASSERT_TRUE(controller_->filesystem()->deleteDirectory(b, folder({})));
+  ASSERT_EQ(fileNames(), QStringList({"FIRST", "SECOND", "THIRD"}));
+  ASSERT_TRUE(test::waitUntilIdle());
+  EXPECT_EQ(status(), "Moved 2 file(s).");
+  EXPECT_EQ(fileNames(), QStringList({"SECOND"}));
+  EXPECT_EQ(outlineLabels(), QStringList({"A (1)"}));
+  EXPECT_EQ(controller_->currentDirectory(), folder({"A"}));
 }
 
 TEST_F(TransferTest, FileDeletedMeanwhileFails) {
