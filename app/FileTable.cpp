@@ -1,16 +1,31 @@
 #include "app/FileTable.h"
 
 #include "app/CellDelegate.h"
+#include "app/DisplayText.h"
 #include "app/DragPicture.h"
+#include "app/ExportedFile.h"
+#include "app/FileURLs.h"
 
 #include <QDrag>
 #include <QHeaderView>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <algorithm>
 #include <cmath>
 #include <numeric>
 
 namespace tessary {
+namespace {
+
+/// Of the files that come along: a selected row whose export fails does not.
+QStringList exportedNames(const QMimeData &files) {
+  QStringList names;
+  for (const std::string &path : filePaths(files))
+    names += displayText(nameOfExportedFile(path));
+  return names;
+}
+
+} // namespace
 
 FileTable::FileTable(QWidget *parent) : FileDropView(parent) {
   QFont cellFont = font();
@@ -51,18 +66,9 @@ void FileTable::startDrag(Qt::DropActions supportedActions) {
   if (!files) return;
   auto *drag = new QDrag(this);
   drag->setMimeData(files);
-  drag->setPixmap(dragPicture(selectedNames(), *this));
+  drag->setPixmap(dragPicture(exportedNames(*files), *this));
   drag->setHotSpot(kDragPictureHotSpot);
   drag->exec(supportedActions, Qt::CopyAction);
-}
-
-QStringList FileTable::selectedNames() const {
-  QModelIndexList rows = selectionModel()->selectedRows();
-  std::sort(rows.begin(), rows.end());
-  QStringList names;
-  for (const QModelIndex &row : rows)
-    names += row.data().toString();
-  return names;
 }
 
 void FileTable::mouseDoubleClickEvent(QMouseEvent *event) {

@@ -2,7 +2,6 @@
 
 #include "app/FileDropView.h"
 
-#include <QStringList>
 #include <QTableView>
 #include <vector>
 
@@ -10,7 +9,8 @@ namespace tessary {
 
 /// The file table's view: whole rows, several may be selected, alternating backgrounds, vertical scroller
 /// only. When its width changes, all columns take an equal share of the change; none gets narrower than
-/// its minimum. Files are dropped on the table as a whole; while rows are dragged their names go along.
+/// its minimum. Files are dropped on the table as a whole; while rows are dragged the names of their files go
+/// along.
 class FileTable final : public FileDropView<QTableView> {
   Q_OBJECT
 
@@ -30,7 +30,6 @@ private:
   void shareWidthChange(double change);
   void applyWidths();
   void columnResizedByUser(int column, int width);
-  QStringList selectedNames() const;
 
   // Widths are kept unrounded, so that many small changes add up to the same as one large one.
   std::vector<double> widths_;

@@ -9,7 +9,9 @@
 
 #include <QHeaderView>
 #include <QImage>
+#include <QMimeData>
 #include <QTest>
+#include <QUrl>
 #include <filesystem>
 
 namespace tessary {
@@ -307,6 +309,15 @@ TEST_F(TableDrop, FollowsTheImageWhileTheDragIsOverIt) {
   EXPECT_EQ(drag.moveTo(tablePlane(), {52, 50}), Qt::IgnoreAction);
 }
 
+TEST_F(TableDrop, RejectsAddressesThatAreNoFilesAlsoWhenTheyWereOffered) {
+  const QString before = status();
+  QMimeData data;
+  data.setUrls({QUrl(QStringLiteral("https://tessary.example/Hat.E4B"))});
+  EXPECT_FALSE(table()->model()->dropMimeData(&data, Qt::CopyAction, -1, -1, {}));
+  ASSERT_TRUE(test::waitUntilIdle());
+  EXPECT_EQ(status(), before);
+}
+
 /// Whether the middle of the area's lower edge has the colour of a highlight.
 bool isFramed(QWidget *plane, const QRect &area) {
   const QImage picture = plane->grab().toImage();
@@ -450,6 +461,34 @@ TEST_F(DropTest, SidebarRefusesOnAReadOnlyImage) {
   EXPECT_EQ(dropOnRoot(drag), Qt::IgnoreAction);
 }
 
+/// A drop as the outline hands it on that has found the drag acceptable, whatever has become of that since.
+bool handOn(SidebarController &sidebar, const std::string &file, const QModelIndex &folder) {
+  QMimeData data;
+  data.setUrls({QUrl::fromLocalFile(QString::fromStdString(file))});
+  return sidebar.dropMimeData(&data, Qt::CopyAction, -1, -1, folder);
+}
+
+TEST_F(SidebarDrop, AcceptedBeforeTheImageWasUnmountedDoesNothing) {
+  const EMU3DirectoryPtr root = controller_->filesystem()->rootDirectory();
+  controller_->_unmountImage();
+  EXPECT_FALSE(handOn(*controller_->sidebarCtl(), writeHostFile("Hat", bytesOf("hat")), {}));
+  controller_->sidebarCtl()->setRoot(root); // as if the outline had still to hear of it
+  handOn(*controller_->sidebarCtl(), writeHostFile("Hat", bytesOf("hat")), {});
+  ASSERT_TRUE(test::waitUntilIdle());
+  EXPECT_EQ(status(), "No image loaded");
+  EXPECT_EQ(controller_->currentDirectory(), nullptr);
+  EXPECT_TRUE(namesOnImage(path_, {}).empty());
+}
+
+TEST_F(DropTest, SidebarDropAcceptedBeforeTheImageWasReadOnlyDoesNothing) {
+  mountReadOnly(drumsAndPads());
+  const QString before = status();
+  handOn(*controller_->sidebarCtl(), writeHostFile("Hat", bytesOf("hat")), folderItem({"Pads"}));
+  ASSERT_TRUE(test::waitUntilIdle());
+  EXPECT_EQ(status(), before);
+  EXPECT_EQ(controller_->currentDirectory()->name(), "Drums");
+}
+
 TEST_F(SidebarDrop, FolderDeletedMeanwhileIsNotShown) {
   HeldQueue held(*controller_->filesystem());
   FileDrag drag({writeHostFile("Hat", bytesOf("hat"))});
@@ -583,6 +622,16 @@ TEST_F(LoneSidebar, HandsOverTargetAndFiles) {
   EXPECT_EQ(files, (std::vector<std::string>{"/tmp/one", "/tmp/two"}));
   EXPECT_EQ(drag_.dropOn(outline_.viewport(), {100, 300}), Qt::CopyAction);
   EXPECT_EQ(target, root_);
+}
+
+TEST_F(LoneSidebar, RejectsADropWithoutFiles) {
+  showRoot();
+  bool received = false;
+  sidebar_.setDropReceived([&](const auto &...) { received = true; });
+  QMimeData data;
+  data.setUrls({QUrl(QStringLiteral("https://tessary.example/Hat.E4B"))});
+  EXPECT_FALSE(sidebar_.dropMimeData(&data, Qt::CopyAction, -1, -1, sidebar_.index(0, 0)));
+  EXPECT_FALSE(received);
 }
 
 TEST_F(LoneSidebar, WhatWasRefusedIsNotHandedOver) {

@@ -1,9 +1,12 @@
+#include "app/DragPicture.h"
 #include "app/SidebarController.h"
 #include "tests/app/FileCommandTest.h"
+#include "tests/support/CapturedLog.h"
 #include "tests/support/MountedVolume.h"
 
 #include <QApplication>
 #include <QDrag>
+#include <QImage>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
@@ -118,6 +121,9 @@ protected:
     drag->setMimeData(data);
     return drag->exec(actions);
   }
+
+  /// The drag that goes on.
+  const QDrag *dragOfRows() const { return table()->findChild<QDrag *>(); }
 
   static Qt::CursorShape cursor() {
     const QCursor *shown = QGuiApplication::overrideCursor();
@@ -246,6 +252,44 @@ TEST_F(RowDrag, OfFilesOfOneNameTakesTheFirstForEach) {
   dragRow("LAST", folder({"Other"}));
   EXPECT_EQ(filesOnImage(path, {"Other"}),
             (StoredFiles{{"TWIN", bytesOf("one")}, {"TWIN", bytesOf("one")}, {"LAST", bytesOf("last")}}));
+}
+
+TEST_F(RowDrag, NamesThatDifferInCaseAloneAreDifferentFiles) {
+  ImageBuilder image;
+  auto drums = image.root().addFolder("Drums");
+  drums.addFile("Kick", bytesOf("soft"));
+  drums.addFile("KICK", bytesOf("loud"));
+  image.root().addFolder("Pads");
+  const std::string path = mount(image);
+  dragRow("KICK", folder({"Pads"}));
+  EXPECT_EQ(filesOnImage(path, kPads), (StoredFiles{{"KICK", bytesOf("loud")}}));
+}
+
+TEST_F(RowDrag, PictureNamesTheFilesThatComeAlong) {
+  mountDrumsAndPads();
+  chooseFiles({"KICK", "SNARE", "A.B.C"});
+  const EMU3DirectoryPtr drums = controller_->currentDirectory();
+  ASSERT_TRUE(controller_->filesystem()->deleteFile(test::fileNamed(drums, "SNARE"), drums));
+  const test::CapturedLog log; // that its export failed
+  bool looked = false;
+  dragRow("KICK", folder({"Drums"}), [&] {
+    EXPECT_EQ(dragOfRows()->pixmap().toImage(), dragPicture({"KICK", "A.B.C"}, *table()).toImage());
+    looked = true;
+  });
+  EXPECT_TRUE(looked);
+}
+
+TEST_F(RowDrag, AcceptedBeforeTheTargetWasTheFolderShownDoesNothing) {
+  mountDrumsAndPads();
+  const QString before = status();
+  bool handedOn = false;
+  dragRow("KICK", folder({"Drums"}), [&] {
+    handedOn = outline()->model()->dropMimeData(dragOfRows()->mimeData(), Qt::CopyAction, -1, -1,
+                                                folderItem({"Drums"}));
+  });
+  EXPECT_TRUE(handedOn);
+  EXPECT_EQ(status(), before);
+  EXPECT_EQ(namesOnImage(path_, kDrums), (std::vector<std::string>{"KICK", "SNARE", "A.B.C"}));
 }
 
 TEST_F(RowDrag, FilesThatGoWhileTheyAreDraggedAreSkipped) {
