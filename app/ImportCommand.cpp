@@ -16,7 +16,6 @@ void MainWindowController::_importFile() {
     return _runAlert(QStringLiteral("Read-Only Image"),
                      QStringLiteral("This image is opened read-only and cannot be modified.\n\n"
                                     "Make sure the .hda file is not locked and has write permissions."));
-  if (!currentDirectory_) return beep();
   auto chooser =
       std::make_unique<QFileDialog>(window_.get(), QStringLiteral("Select E-MU bank file(s) to import"));
   chooser->setFileMode(QFileDialog::ExistingFiles);
@@ -29,6 +28,8 @@ void MainWindowController::_importFile() {
 }
 
 void MainWindowController::_importFiles(const std::vector<std::string> &urls) {
+  // Of an image without folders nothing is shown at first: its files go into the root.
+  if (!currentDirectory_) _selectDirectory(filesystem_->rootDirectory());
   spinner_->start();
   filesystem_->ioQueue().async(
       [controller = QPointer(this), filesystem = filesystem_, directory = currentDirectory_, urls] {

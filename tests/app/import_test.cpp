@@ -50,14 +50,23 @@ TEST_F(Import, IntoAReadOnlyImageNeverOpensTheChooser) {
   EXPECT_EQ(sheet<QDialog>(), nullptr);
 }
 
-TEST_F(Import, WithNoFolderShownBeeps) {
+TEST_F(Import, WithNoFolderShownGoesIntoTheRootAndShowsIt) {
   ImageBuilder image;
   image.root().addFile("LONELY", patternBytes(10));
-  mount(image);
+  const std::string path = mount(image);
   ASSERT_EQ(controller_->currentDirectory(), nullptr);
+  import({writeHostFile("SNARE.E4B", patternBytes(50))});
+  EXPECT_EQ(beeps_.count(), 0);
+  EXPECT_EQ(status(), QStringLiteral("Imported 1 file(s)."));
+  EXPECT_EQ(fileNames(), (QStringList{"LONELY", "SNARE"}));
+  EXPECT_EQ(namesOnImage(path, {}), (std::vector<std::string>{"LONELY", "SNARE"}));
+}
+
+TEST_F(Import, CancelledWithNoFolderShownShowsNone) {
+  mount(ImageBuilder());
   clickToolbar("ImportItem");
-  EXPECT_EQ(beeps_.count(), 1);
-  EXPECT_EQ(sheet<QDialog>(), nullptr);
+  QTest::keyClick(sheet<QFileDialog>(), Qt::Key_Escape);
+  EXPECT_EQ(controller_->currentDirectory(), nullptr);
 }
 
 TEST_F(Import, AsksForFilesOfAnyKind) {
