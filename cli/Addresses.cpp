@@ -5,6 +5,7 @@
 #include "cli/NamePattern.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <unordered_set>
@@ -113,7 +114,7 @@ std::vector<FileItem> matchingFiles(const EMU3Filesystem &volume, const Address 
 std::vector<FolderItem> matchingFolders(const EMU3Filesystem &volume, const Address &address) {
   const EMU3DirectoryPtr holder = holderOf(volume, address);
   if (holder == nullptr) return {};
-  std::vector<FolderItem> items = foldersIn(holder, pathOfHolder(address));
+  std::vector<FolderItem> items = foldersIn(holder, pathOfHolder(address), Beside::anyEntry);
   std::erase_if(items, [&](const FolderItem &item) {
     return !matchesPattern(address.parts.back(), item.directory->name());
   });
@@ -148,9 +149,9 @@ private:
 };
 
 std::string addressIn(const std::string &parent, const std::string &name, EntryPlace place,
-                      bool isFirstOfName) {
+                      bool isMeantByName) {
   std::string path = pathAddress(parent, name);
-  return isFirstOfName && path.size() <= kLongestPath ? path : placeAddress(place);
+  return isMeantByName && path.size() <= kLongestPath ? path : placeAddress(place);
 }
 
 } // namespace
@@ -217,14 +218,33 @@ std::vector<FileItem> filesIn(const EMU3DirectoryPtr &directory, const std::stri
   return items;
 }
 
-std::vector<FolderItem> foldersIn(const EMU3DirectoryPtr &directory, const std::string &address) {
+std::vector<FolderItem> foldersIn(const EMU3DirectoryPtr &directory, const std::string &address,
+                                  Beside beside) {
   std::vector<FolderItem> items;
   std::unordered_set<std::string> names;
+  if (beside == Beside::anyEntry) {
+    for (const EMU3FilePtr &file : directory->allFiles())
+      names.insert(file->name());
+  }
   for (const EMU3DirectoryPtr &folder : directory->subdirectories()) {
     const std::string name = folder->name();
     items.push_back({folder, addressIn(address, name, placeOf(folder), names.insert(name).second)});
   }
   return items;
+}
+
+std::vector<FolderItem> foldersFrom(FolderItem top, Beside beside) {
+  std::vector<FolderItem> found;
+  std::vector<FolderItem> waiting{std::move(top)};
+  while (!waiting.empty()) {
+    FolderItem item = std::move(waiting.back());
+    waiting.pop_back();
+    std::vector<FolderItem> below = foldersIn(item.directory, item.address, beside);
+    waiting.insert(waiting.end(), std::make_move_iterator(below.rbegin()),
+                   std::make_move_iterator(below.rend()));
+    found.push_back(std::move(item));
+  }
+  return found;
 }
 
 } // namespace tessary::cli

@@ -41,10 +41,20 @@ std::vector<FileItem> resolveFiles(const EMU3Filesystem &volume, const std::vect
 std::vector<EntryItem> resolveEntries(const EMU3Filesystem &volume, const std::vector<std::string> &words);
 NewEntry resolveNewEntry(const EMU3Filesystem &volume, const std::string &word);
 
+/// What else an address could be taken for where a folder's is shown.
+enum class Beside {
+  folders,  ///< only folders are meant there
+  anyEntry, ///< files too: a path that a file has as well is none for the folder
+};
+
 /// A folder's files that are not deleted, and its subfolders, each with an address made from the folder's
-/// own. It is the path, or the place where an earlier entry of the same kind bears the same name or the path
-/// would be long: addresses of deeply nested folders do not grow with their depth.
+/// own. It is the path, or the place where the path leads to another entry or would be long: addresses of
+/// deeply nested folders do not grow with their depth.
 std::vector<FileItem> filesIn(const EMU3DirectoryPtr &directory, const std::string &address);
-std::vector<FolderItem> foldersIn(const EMU3DirectoryPtr &directory, const std::string &address);
+std::vector<FolderItem> foldersIn(const EMU3DirectoryPtr &directory, const std::string &address,
+                                  Beside beside);
+/// The folder and all below it, each before its subfolders, with their addresses. Goes as deep as the tree
+/// does without recursion.
+std::vector<FolderItem> foldersFrom(FolderItem top, Beside beside);
 
 } // namespace tessary::cli

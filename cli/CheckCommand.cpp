@@ -1,19 +1,38 @@
 #include "cli/AddressSyntax.h"
+#include "cli/Addresses.h"
 #include "cli/Command.h"
-#include "cli/EntryPaths.h"
 #include "cli/JsonWriter.h"
 #include "filesystem/Text.h"
 
 #include <algorithm>
 #include <string>
+#include <unordered_map>
 
 namespace tessary::cli {
 namespace {
 
-std::string pathOf(const VolumeFinding &finding) {
-  if (!finding.folder) return {};
-  return finding.file ? fileAddress(finding.folder, *finding.file) : folderAddress(finding.folder);
-}
+// Addresses of what the findings are about.
+class FindingAddresses final {
+public:
+  explicit FindingAddresses(const EMU3Filesystem &volume) {
+    for (FolderItem &item : foldersFrom({volume.rootDirectory(), "/"}, Beside::anyEntry))
+      folders_.emplace(item.directory.get(), std::move(item.address));
+  }
+
+  // Empty where the finding is about no folder of the tree.
+  std::string of(const VolumeFinding &finding) const {
+    const auto folder = folders_.find(finding.folder.get());
+    if (folder == folders_.end()) return {};
+    if (!finding.file) return folder->second;
+    for (const FileItem &item : filesIn(finding.folder, folder->second)) {
+      if (item.file == finding.file) return item.address;
+    }
+    return {};
+  }
+
+private:
+  std::unordered_map<const EMU3Directory *, std::string> folders_;
+};
 
 std::string placeOf(const VolumeFinding &finding) {
   return finding.place ? placeAddress({finding.place->first, finding.place->second}) : std::string();
@@ -23,38 +42,41 @@ nlohmann::json orNull(const std::string &text) {
   return text.empty() ? nlohmann::json(nullptr) : nlohmann::json(text);
 }
 
-void writeJson(const std::vector<VolumeFinding> &findings, std::ostream &out) {
+void writeJson(const std::vector<VolumeFinding> &findings, const FindingAddresses &addresses,
+               std::ostream &out) {
   JsonWriter writer(out);
   writer.beginObject().member("ok", findings.empty()).key("findings").beginArray();
   for (const VolumeFinding &finding : findings) {
     writer.beginObject().member("kind", finding.kind).member("message", finding.message);
-    writer.member("path", orNull(pathOf(finding))).member("place", orNull(placeOf(finding))).endObject();
+    writer.member("path", orNull(addresses.of(finding)))
+        .member("place", orNull(placeOf(finding)))
+        .endObject();
   }
   writer.endArray().endObject().endLine();
 }
 
 // "Harm: /Drums/KICK (@7:3): The file …"
-void printFinding(const VolumeFinding &finding, std::ostream &out) {
+void printFinding(const VolumeFinding &finding, const std::string &path, std::ostream &out) {
   std::string line = finding.isHarm() ? "Harm: " : "Oddity: ";
-  const std::string path = pathOf(finding);
   const std::string place = placeOf(finding);
-  if (!path.empty() && !place.empty())
+  if (!path.empty() && !place.empty() && path != place)
     line += path + " (" + place + "): ";
   else if (!path.empty() || !place.empty())
-    line += path + place + ": ";
+    line += (path.empty() ? place : path) + ": ";
   out << escapedForDisplay(line + finding.message) << '\n';
 }
 
-void printText(const std::vector<VolumeFinding> &findings, std::ostream &out) {
+void printText(const std::vector<VolumeFinding> &findings, const FindingAddresses &addresses,
+               std::ostream &out) {
   if (findings.empty()) {
     out << "Nothing found.\n";
     return;
   }
   for (const VolumeFinding &finding : findings)
-    printFinding(finding, out);
+    printFinding(finding, addresses.of(finding), out);
   const auto harms = std::count_if(findings.begin(), findings.end(),
                                    [](const VolumeFinding &finding) { return finding.isHarm(); });
-  out << "Findings: " << findings.size() << ", of harm: " << harms << '\n';
+  out << "Findings: " << std::to_string(findings.size()) << ", of harm: " << std::to_string(harms) << '\n';
 }
 
 class CheckCommand final : public Command {
@@ -63,10 +85,11 @@ public:
 
   ExitStatus run(Session &session) override {
     const std::vector<VolumeFinding> findings = session.volume->check();
+    const FindingAddresses addresses(*session.volume);
     if (session.json)
-      writeJson(findings, session.out());
+      writeJson(findings, addresses, session.out());
     else
-      printText(findings, session.out());
+      printText(findings, addresses, session.out());
     return findings.empty() ? ExitStatus::done : ExitStatus::failed;
   }
 };

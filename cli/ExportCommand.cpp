@@ -86,7 +86,7 @@ private:
 
   void queueMembers(const FolderItem &item, const std::string &path) {
     std::vector<FileItem> files = filesIn(item.directory, item.address);
-    std::vector<FolderItem> folders = foldersIn(item.directory, item.address);
+    std::vector<FolderItem> folders = foldersIn(item.directory, item.address, Beside::anyEntry);
     for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder)
       waiting_.push_back({*folder, path});
     for (auto file = files.rbegin(); file != files.rend(); ++file)

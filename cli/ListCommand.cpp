@@ -14,23 +14,6 @@
 namespace tessary::cli {
 namespace {
 
-/// The folders to list, each before its subfolders, with their addresses. Goes as deep as the tree does
-/// without recursion.
-std::vector<FolderItem> foldersToList(FolderItem top, bool recursive) {
-  std::vector<FolderItem> listed;
-  std::vector<FolderItem> waiting{std::move(top)};
-  while (!waiting.empty()) {
-    FolderItem item = std::move(waiting.back());
-    waiting.pop_back();
-    if (recursive) {
-      std::vector<FolderItem> below = foldersIn(item.directory, item.address);
-      waiting.insert(waiting.end(), below.rbegin(), below.rend());
-    }
-    listed.push_back(std::move(item));
-  }
-  return listed;
-}
-
 void refreshDetails(const std::vector<FolderItem> &folders, Session &session) {
   for (const FolderItem &folder : folders) {
     for (const EMU3FilePtr &file : folder.directory->allFiles()) {
@@ -155,7 +138,11 @@ public:
     const bool csv = CommandWords::isGiven(csv_);
     FolderItem top = resolveFolder(*session.volume, CommandWords::textIfGiven(folder_).value_or("/"));
     const EMU3DirectoryPtr directory = top.directory;
-    const std::vector<FolderItem> folders = foldersToList(std::move(top), recursive);
+    std::vector<FolderItem> folders;
+    if (recursive)
+      folders = foldersFrom(std::move(top), Beside::folders);
+    else
+      folders.push_back(std::move(top));
     refreshDetails(folders, session);
     if (session.json)
       answerInJson(directory, recursive, session.out());

@@ -1,6 +1,9 @@
 #include "tests/cli/CliRun.h"
 #include "tests/support/HostFiles.h"
 
+#include <set>
+#include <string>
+
 namespace tessary::test {
 namespace {
 
@@ -49,6 +52,42 @@ TEST_F(CheckRecover, FindingsNameThePathAndThePlace) {
           {"ok", false},
           {"findings",
            {{{"kind", "harm-overlap"}, {"message", message}, {"path", "/A\\/B/SNARE"}, {"place", place}}}}}));
+}
+
+// Two folders "Twin", in the second two files "SAME", a file "Notes" beside a folder "Notes". Every file's
+// size field is out of range.
+TEST_F(CheckRecover, PathsOfFindingsLeadToTheEntriesThemselves) {
+  ImageBuilder image;
+  FolderBuilder root = image.root();
+  const FileOptions odd{.bytesInLastBlock = 600};
+  root.addFolder("Twin").addFile("SAME", bytesOf("a"), odd);
+  FolderBuilder second = root.addFolder("Twin");
+  second.addFile("SAME", bytesOf("b"), odd);
+  second.addFile("SAME", bytesOf("c"), odd);
+  root.addFile("Notes", bytesOf("d"), odd);
+  root.addFolder("Notes").addFile("IN", bytesOf("e"), odd);
+  use(image);
+  std::set<std::string> paths;
+  const json findings = jsonOf(cli("check", {"--json"})).at("findings");
+  for (const json &finding : findings) {
+    if (finding.at("kind") != "oddity-size") continue;
+    const std::string path = finding.at("path");
+    const json file = cliJson("stat", {path}).at("file");
+    EXPECT_EQ("@" + file.at("dentryBlock").dump() + ":" + file.at("dentryOffset").dump(), finding.at("place"))
+        << path;
+    paths.insert(path);
+  }
+  EXPECT_EQ(paths, (std::set<std::string>{"/Twin/SAME", "@34:1/SAME", "@36:1", "/Notes", "@34:3/IN"}));
+}
+
+TEST_F(CheckRecover, FolderWithAFilesNameIsNamedByItsPlaceAlone) {
+  ImageBuilder image;
+  image.root().addFile("Notes", bytesOf("file"));
+  image.root().addFolder("Notes", {.blockList = {35, 20000}});
+  use(image);
+  const Answer answer = cli("check");
+  EXPECT_NE(answer.out.find("Harm: @34:1: The folder’s block 20000"), std::string::npos) << answer;
+  EXPECT_EQ(cli("ls", {"@34:1"}).status, 0);
 }
 
 TEST_F(CheckRecover, FindingsWithoutAPathHaveNone) {

@@ -165,6 +165,23 @@ TEST_F(Export, SlashAtTheEndMeansTheFolderWhereAFileHasItsName) {
   EXPECT_EQ(namesIn(out_), (Names{"X", "X.E4B"}));
 }
 
+TEST_F(Export, FolderThatHasAFilesNameIsNamedByItsPlace) {
+  ImageBuilder image;
+  FolderBuilder root = image.root();
+  root.addFile("Notes", bytesOf("file"));
+  root.addFolder("Notes").addFile("IN", bytesOf("in"));
+  FolderBuilder drums = root.addFolder("Drums");
+  drums.addFile("Sub", bytesOf("file below"));
+  drums.addFolder("Sub").addFile("DEEP", bytesOf("deep"));
+  use(image);
+  EXPECT_EQ(cliJson("export", {"-R", "/Note*", "-d", out_}), allDone({"/Notes", "@34:1", "@34:1/IN"}));
+  EXPECT_EQ(namesIn(out_), (Names{"Notes", "Notes.E4B"}));
+  EXPECT_EQ(cliJson("export", {"-R", "/Drums", "-d", out_}),
+            allDone({"/Drums", "/Drums/Sub", "@36:1", "@36:1/DEEP"}));
+  EXPECT_EQ(cliJson("export", {"-R", "@36:1", "-d", newHostFolder("again")}),
+            allDone({"@36:1", "@36:1/DEEP"}));
+}
+
 TEST_F(Export, RootBecomesAFolderOfTheVolumesName) {
   EXPECT_EQ(cliJson("export", {"-R", "/", "-d", out_}).at("ok"), true);
   EXPECT_EQ(namesIn(out_), Names{"disk.hda"});

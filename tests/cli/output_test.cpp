@@ -58,18 +58,29 @@ struct Grouping : std::numpunct<char> {
 };
 
 TEST_F(Output, NumbersDoNotDependOnTheLocale) {
+  ImageBuilder image; // more than a thousand findings
+  for (int folder = 0; folder < 10; ++folder) {
+    FolderBuilder full = image.root().addFolder("F" + std::to_string(folder), {.blockCount = 7});
+    for (int file = 0; file < 112; ++file)
+      full.addFile("N" + std::to_string(file), bytesOf("x"), {.slot = 1, .bytesInLastBlock = 600});
+  }
+  image.root().addFile("Acid", IffBank().preset("Acid").sample("C1", patternBytes(100)).build());
+  use(image);
   const std::locale grouping(std::locale::classic(), new Grouping);
   for (const std::vector<std::string> &words :
        std::vector<std::vector<std::string>>{{"info", imagePath()},
                                              {"info", imagePath(), "--json"},
                                              {"stat", imagePath(), "/Acid"},
-                                             {"ls", imagePath()}}) {
+                                             {"ls", imagePath()},
+                                             {"check", imagePath()},
+                                             {"check", imagePath(), "--json"}}) {
     std::istringstream in;
     std::ostringstream out;
     std::ostringstream err;
     out.imbue(grouping);
-    EXPECT_EQ(runTessaryCli(words, in, out, err), 0);
-    EXPECT_EQ(out.str(), runCli(words).out);
+    const Answer expected = runCli(words);
+    EXPECT_EQ(runTessaryCli(words, in, out, err), expected.status);
+    EXPECT_EQ(out.str(), expected.out) << words.front();
   }
 }
 
