@@ -128,6 +128,7 @@ TocScan scanToc(const FileContents &contents, const TocRange &range, const Detec
       log.line("E4B0", "✓ Sample/Audio found: " + shown);
       break;
     case EntryClass::unknown:
+      if (!log.isOn()) break;
       log.line("E4B0",
                "? Unknown chunk type: " + withReplacement(type, '.') + " (not counted in standard scan)");
       break;

@@ -64,16 +64,9 @@ std::uint64_t findAudio(const ByteBuffer &bank, const TypeBytes &type) {
   }
 }
 
-} // namespace
-
-std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {
+// Empty when the bank lists no samples.
+std::vector<std::string> listedSamples(const FileContents &contents) {
   std::vector<std::string> samples;
-  if (file->fileType() != kFileTypeBank) {
-    fail(error, _errorCode(kErrorBadArgument, "Not a bank file"));
-    return samples;
-  }
-  const std::shared_lock lock(shared_->operationLock);
-  const FileContents contents = _contentsOfFile(file);
   std::array<std::uint8_t, kTocEntriesOffset> header{};
   if (contents.read(0, header.data(), header.size()) < header.size()) return samples;
   if (!beginsWith(header.data(), "FORM") || !beginsWith(header.data() + kFormTypeOffset, "E4B0"))
@@ -90,17 +83,38 @@ std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &
   return samples;
 }
 
+} // namespace
+
+std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {
+  if (file->fileType() != kFileTypeBank) {
+    fail(error, _errorCode(kErrorBadArgument, "Not a bank file"));
+    return {};
+  }
+  const std::shared_lock lock(shared_->operationLock);
+  if (!_mayReadContents(file)) {
+    fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
+    return {};
+  }
+  return listedSamples(_contentsOfFile(file));
+}
+
+// The bank is read once, so that the list and the audio are of one file.
 bool EMU3Filesystem::exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile,
                                          const std::string &toURL, EMU3Error *error) {
-  const std::vector<std::string> samples = samplesFromBankFile(fromBankFile, error);
-  if (index >= samples.size()) return fail(error, _errorCode(kErrorBadArgument, "Sample index out of range"));
-  TypeBytes type{};
-  std::memcpy(type.data(), samples[index].data(), std::min(samples[index].size(), type.size()));
   ByteBufferPtr bank;
   {
     const std::shared_lock lock(shared_->operationLock);
+    if (!_mayReadContents(fromBankFile)) {
+      return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
+    }
     bank = _bytesOfFile(fromBankFile);
   }
+  const std::vector<std::string> samples = fromBankFile->fileType() == kFileTypeBank
+                                               ? listedSamples(FileContents(bank))
+                                               : std::vector<std::string>();
+  if (index >= samples.size()) return fail(error, _errorCode(kErrorBadArgument, "Sample index out of range"));
+  TypeBytes type{};
+  std::memcpy(type.data(), samples[index].data(), std::min(samples[index].size(), type.size()));
   const std::uint64_t audio = bank->size() < kTocEntriesOffset ? 0 : findAudio(*bank, type);
   if (audio == 0) return fail(error, _errorCode(kErrorCannotReachData, "Sample chunk not found"));
   const auto length = static_cast<std::uint32_t>(bank->size() - audio);

@@ -159,6 +159,10 @@ bool EMU3Filesystem::_isAnywhereInTree(const EMU3FilePtr &file) const {
                      [&](const EMU3DirectoryPtr &folder) { return folder->containsFile(file); });
 }
 
+bool EMU3Filesystem::_mayReadContents(const EMU3FilePtr &file) const {
+  return !isGuarded() || file->cachedData() || _isAnywhereInTree(file);
+}
+
 std::optional<std::string> EMU3Filesystem::_nameReadBack(const std::string &name) const {
   return _parseName(_dentryForFile(name, 0, 0, 0).data());
 }

@@ -61,6 +61,16 @@ void EMU3Directory::setName(std::string value) {
   name_ = std::move(value);
 }
 
+std::string EMU3Directory::storedName() const {
+  const std::lock_guard lock(mutex_);
+  return storedName_;
+}
+
+void EMU3Directory::setStoredName(std::string value) {
+  const std::lock_guard lock(mutex_);
+  storedName_ = std::move(value);
+}
+
 std::vector<std::int64_t> EMU3Directory::blockList() const {
   const std::lock_guard lock(mutex_);
   return blockList_;

@@ -31,6 +31,9 @@ public:
   /// UTF-8; the root carries the volume label.
   std::string name() const;
   void setName(std::string value);
+  /// The name that the folder's entry holds, as it reads back; a folder that was renamed has another `name`.
+  std::string storedName() const;
+  void setStoredName(std::string value);
   /// Block numbers of the folder's entry blocks, in on-disk order.
   std::vector<std::int64_t> blockList() const;
   void setBlockList(std::vector<std::int64_t> value);
@@ -75,6 +78,7 @@ public:
 private:
   mutable std::mutex mutex_;
   std::string name_;
+  std::string storedName_;
   std::vector<std::int64_t> blockList_;
   std::vector<EMU3FilePtr> files_;
   std::vector<EMU3DirectoryPtr> subdirectories_;

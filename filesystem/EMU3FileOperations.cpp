@@ -74,6 +74,8 @@ bool EMU3Filesystem::exportFile(const EMU3FilePtr &file, const std::string &toUR
   ByteBufferPtr data;
   {
     const std::shared_lock lock(shared_->operationLock);
+    if (!_mayReadContents(file))
+      return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
     data = _bytesOfFile(file);
   }
   return writeHostFileAtomically(toURL, {{data->data(), data->size()}}, error);
@@ -82,10 +84,16 @@ bool EMU3Filesystem::exportFile(const EMU3FilePtr &file, const std::string &toUR
 bool EMU3Filesystem::_deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
                                  EMU3Error *error) {
   if (isReadOnly()) return fail(error, _errorCode(kErrorWriteRefused, "Image is read-only"));
-  const auto place = static_cast<std::uint64_t>(file->dentryBlock());
-  if ((isGuarded() && !_holdsFile(inDirectory, file)) || !_mutableBlockPtr(place)) {
+  if (isGuarded() && !_holdsFile(inDirectory, file)) {
     return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
   }
+  return _removeFile(file, inDirectory, error);
+}
+
+bool EMU3Filesystem::_removeFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
+                                 EMU3Error *error) {
+  const auto place = static_cast<std::uint64_t>(file->dentryBlock());
+  if (!_mutableBlockPtr(place)) return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
   const std::uint64_t faults = mapping_->writeFaults();
   if (!mapping_->clearDentry(place, static_cast<std::size_t>(file->dentryOffset()))) {
     return fail(error, _errorCode(kErrorWriteRefused, "Block write failed"));
@@ -99,11 +107,13 @@ bool EMU3Filesystem::_deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr
 bool EMU3Filesystem::_copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory,
                                EMU3Error *error) {
   if (isReadOnly()) return fail(error, _errorCode(kErrorWriteRefused, "Image is read-only"));
-  // A file that has left the tree no longer owns the slot that its contents would be read from.
-  if (isGuarded() && !file->cachedData() && !_isAnywhereInTree(file)) {
-    return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
+  if (!_mayReadContents(file)) return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
+  const ByteBufferPtr data = _bytesOfFile(file);
+  // A copy that lacks what could not be read would pass for the whole file, and a move would delete that.
+  if (data->size() < _contentsOfFile(file).size()) {
+    return fail(error, _errorCode(kErrorWriteRefused, "Data write failed"));
   }
-  return _storeFile({file->name(), file->fileType(), _bytesOfFile(file)}, toDirectory, error);
+  return _storeFile({file->name(), file->fileType(), data->size(), data}, toDirectory, error);
 }
 
 // The host file is read before the lock is taken.
@@ -111,12 +121,15 @@ bool EMU3Filesystem::_importFile(const std::string &url, const std::string &name
                                  const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
   std::uint64_t size = 0;
   if (!hostFileSize(url, &size, error)) return false;
-  if (isGuarded() && !isReadOnly() &&
-      blocksNeeded(size) > kMaxFileBlocks) { // known before gigabytes are read for nothing
-    return fail(error, _errorCode(kErrorOutOfSpace, "File is too large for the volume"));
+  NewFile file{name, kFileTypeBank, size, nullptr, wholeName};
+  if (isGuarded() && !isReadOnly() && blocksNeeded(size) > kMaxFileBlocks) {
+    const Change change(*this);
+    return _guardsAllow(file, toDirectory,
+                        error); // false for its size, before gigabytes are read for nothing
   }
-  const NewFile file{name, kFileTypeBank, readHostFile(url, error), wholeName};
+  file.data = readHostFile(url, error);
   if (!file.data) return false;
+  file.size = file.data->size();
   const Change change(*this);
   return _storeFile(file, toDirectory, error);
 }
@@ -127,7 +140,7 @@ bool EMU3Filesystem::_storeFile(const NewFile &file, const EMU3DirectoryPtr &toD
   const std::optional<NewPlace> place = _findPlace(file, toDirectory, error);
   if (!place || !_writeFile(file, *place, error)) return false;
   if (isGuarded()) forgetDeletedFileAt(*toDirectory, place->dentryBlock, place->dentryOffset);
-  EMU3FileFields fields = fieldsOfNewFile(file.data->size(), place->slot, place->entryId);
+  EMU3FileFields fields = fieldsOfNewFile(file.size, place->slot, place->entryId);
   fields.name = file.name;
   fields.fileType = file.fileType;
   fields.dentryBlock = place->dentryBlock;
@@ -143,7 +156,7 @@ bool EMU3Filesystem::_guardsAllow(const NewFile &file, const EMU3DirectoryPtr &t
   if (!_parseName(dentry.data())) {
     return fail(error, _errorCode(kErrorBadArgument, "Name must be 1–15 characters"));
   }
-  if (blocksNeeded(file.data->size()) > kMaxFileBlocks) {
+  if (blocksNeeded(file.size) > kMaxFileBlocks) {
     return fail(error, _errorCode(kErrorOutOfSpace, "File is too large for the volume"));
   }
   return true;
@@ -151,7 +164,7 @@ bool EMU3Filesystem::_guardsAllow(const NewFile &file, const EMU3DirectoryPtr &t
 
 std::optional<EMU3Filesystem::NewPlace>
 EMU3Filesystem::_findPlace(const NewFile &file, const EMU3DirectoryPtr &inDirectory, EMU3Error *error) const {
-  const std::uint64_t blocks = blocksNeeded(file.data->size());
+  const std::uint64_t blocks = blocksNeeded(file.size);
   NewPlace place;
   if (blocks > freeBlocks_) {
     fail(error, _errorCode(kErrorOutOfSpace, "Not enough free space on image"));
@@ -179,7 +192,7 @@ bool EMU3Filesystem::_writeFile(const NewFile &file, const NewPlace &place, EMU3
   const std::uint64_t faults = mapping_->writeFaults();
   const std::uint64_t usedBefore = usedBlocks_;
   const std::uint64_t freeBefore = freeBlocks_;
-  _markSlotUsed(place.slot, static_cast<std::uint16_t>(blocksNeeded(file.data->size())));
+  _markSlotUsed(place.slot, static_cast<std::uint16_t>(blocksNeeded(file.size)));
   if (mapping_->writeFaults() == faults) {
     _writeDentry(_dentryForNewFile(file, place), place.dentryBlock, place.dentryOffset);
   }
@@ -190,7 +203,7 @@ bool EMU3Filesystem::_writeFile(const NewFile &file, const NewPlace &place, EMU3
 }
 
 Dentry EMU3Filesystem::_dentryForNewFile(const NewFile &file, const NewPlace &place) const {
-  Dentry dentry = _dentryForFile(file.name, place.slot, file.data->size(), place.entryId);
+  Dentry dentry = _dentryForFile(file.name, place.slot, file.size, place.entryId);
   if (file.wholeName && file.name.size() == kNameSize) {
     std::copy(file.name.begin(), file.name.end(), dentry.begin());
   }

@@ -3,6 +3,7 @@
 #include "filesystem/Text.h"
 
 #include <algorithm>
+#include <limits>
 #include <shared_mutex>
 #include <utility>
 
@@ -48,22 +49,23 @@ bool EMU3Filesystem::_parseFilesystemWithError(EMU3Error *error) {
     return fail(error,
                 _errorCode(kErrorNotAnImage, "Not an E-MU 3/4 disk image (missing \"EMU3\" signature)"));
   }
-  rootDirBlock_ = format::readLE32(header.data() + format::kHeaderRootDirBlock);
-  dataAreaBlock_ = format::readLE32(header.data() + format::kHeaderDataAreaBlock);
-  fatStartBlock_ = format::readLE32(header.data() + format::kHeaderFatStartBlock);
-  slotSizeBlocks_ = std::uint64_t{format::readLE32(header.data() + format::kHeaderSlotSize)} * 2;
+  const auto fieldOr = [&header](std::size_t offset, std::uint64_t unset) {
+    const std::uint64_t value = format::readLE32(header.data() + offset);
+    return value == 0 ? unset : value;
+  };
+  rootDirBlock_ = fieldOr(format::kHeaderRootDirBlock, format::kDefaultRootDirBlock);
+  dataAreaBlock_ = fieldOr(format::kHeaderDataAreaBlock, format::kDefaultDataAreaBlock);
+  fatStartBlock_ = fieldOr(format::kHeaderFatStartBlock, format::kDefaultFatStartBlock);
+  slotSizeBlocks_ = fieldOr(format::kHeaderSlotSize, format::kDefaultSlotSizeBlocks / 2) * 2;
   totalBlocks_ = imageSize() / format::kBlockSize;
   {
     const std::lock_guard lock(treeMutex_);
     volumeLabel_ = lastPathComponent(imageURL_);
     if (volumeLabel_.empty()) volumeLabel_ = "EMU3 Volume";
   }
-  // The scan starts where the header says, zero included; the defaults hold for everything after it.
+  // The scan starts where the header says, zero included; the defaults hold for everything else.
+  firstScannedBlock_ = fieldOr(format::kHeaderFatStartBlock, 0);
   _scanAllocationTable();
-  if (rootDirBlock_ == 0) rootDirBlock_ = format::kDefaultRootDirBlock;
-  if (dataAreaBlock_ == 0) dataAreaBlock_ = format::kDefaultDataAreaBlock;
-  if (fatStartBlock_ == 0) fatStartBlock_ = format::kDefaultFatStartBlock;
-  if (slotSizeBlocks_ == 0) slotSizeBlocks_ = format::kDefaultSlotSizeBlocks;
   _storeRoot(_freshRoot());
   return true;
 }
@@ -92,10 +94,10 @@ std::string EMU3Filesystem::volumeLabel() const {
   return volumeLabel_;
 }
 
-// Always up to 1024 blocks from `fatStartBlock` on, bounded by the image's end alone.
+// Always up to 1024 blocks from where the header has the table, bounded by the image's end alone.
 void EMU3Filesystem::_scanAllocationTable() {
   std::uint64_t used = 0;
-  const std::uint64_t first = fatStartBlock_;
+  const std::uint64_t first = firstScannedBlock_;
   const std::uint64_t scanned =
       mapping_->countNonZeroWords(first, first + format::kMaxScannedFatBlocks, &used);
   const std::uint64_t clusters = scanned * format::kFatEntriesPerBlock;
@@ -127,8 +129,9 @@ std::uint64_t EMU3Filesystem::_fatEndBlock() const {
 }
 
 std::uint64_t EMU3Filesystem::describedBlocks() const {
-  const std::uint64_t end = std::min(_fatEndBlock(), std::max(totalBlocks(), fatStartBlock()));
-  return (end - fatStartBlock()) * format::kFatEntriesPerBlock;
+  const std::uint64_t first = fatStartBlock();
+  const std::uint64_t end = std::min(_fatEndBlock(), totalBlocks());
+  return (std::max(first, end) - first) * format::kFatEntriesPerBlock;
 }
 
 EMU3Filesystem::Change::Change(EMU3Filesystem &filesystem) : filesystem_(filesystem) {

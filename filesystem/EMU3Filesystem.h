@@ -154,7 +154,8 @@ private:
   struct NewFile {
     std::string name;
     std::int64_t fileType = kFileTypeBank;
-    ByteBufferPtr data;
+    std::uint64_t size = 0; ///< bytes
+    ByteBufferPtr data;     ///< `size` bytes; null as long as only the guards are asked
     bool wholeName = false; ///< store a name of 16 bytes without cutting it
   };
 
@@ -218,11 +219,16 @@ private:
   bool _isInTree(const EMU3DirectoryPtr &directory) const;
   bool _holdsFile(const EMU3DirectoryPtr &directory, const EMU3FilePtr &file) const;
   bool _isAnywhereInTree(const EMU3FilePtr &file) const;
+  /// Guarded: whether the contents are still this file's. One that has left the tree no longer owns the
+  /// slot that they would be read from.
+  bool _mayReadContents(const EMU3FilePtr &file) const;
   /// What the entry of a new file of this name reads back as; none for a name of spaces alone.
   std::optional<std::string> _nameReadBack(const std::string &name) const;
 
   // Unlocked bodies of the public changes (EMU3FileOperations.cpp, EMU3FolderOperations.cpp)
   bool _deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory, EMU3Error *error);
+  /// What `_deleteFile` does to a file of which it is known that the folder holds it.
+  bool _removeFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory, EMU3Error *error);
   bool _copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory, EMU3Error *error);
   bool _importFile(const std::string &url, const std::string &name, bool wholeName,
                    const EMU3DirectoryPtr &toDirectory, EMU3Error *error);
@@ -261,6 +267,7 @@ private:
   std::atomic<std::uint64_t> dataAreaBlock_ = 0;
   std::atomic<std::uint64_t> slotSizeBlocks_ = 0;
   std::atomic<std::uint64_t> fatStartBlock_ = 0;
+  std::atomic<std::uint64_t> firstScannedBlock_ = 0;
 
   mutable std::mutex treeMutex_; ///< guards the two below
   EMU3DirectoryPtr rootDirectory_;

@@ -81,6 +81,7 @@ bool EMU3Filesystem::_createDirectory(const std::string &name, const EMU3Directo
   if (isGuarded()) forgetDeletedFileAt(*inDirectory, dentryBlock, dentryOffset);
   auto folder = std::make_shared<EMU3Directory>();
   folder->setName(name);
+  folder->setStoredName(_nameReadBack(name).value_or(std::string()));
   folder->setEntryId(kFolderId);
   folder->setParent(inDirectory);
   folder->setDentryBlock(dentryBlock);
@@ -114,7 +115,7 @@ bool EMU3Filesystem::_deleteDirectory(const EMU3DirectoryPtr &directory, const E
     step.isEmptied = true;
     const EMU3DirectoryPtr folder = step.folder;
     for (const EMU3FilePtr &file : folder->files())
-      _deleteFile(file, folder, nullptr);
+      _removeFile(file, folder, nullptr);
     const std::vector<EMU3DirectoryPtr> below = folder->subdirectories();
     for (auto next = below.rbegin(); next != below.rend(); ++next)
       pending.push_back({*next, folder});

@@ -33,6 +33,7 @@ EMU3FilePtr fileFromDentry(const std::uint8_t *dentry, std::string name, std::in
 EMU3DirectoryPtr folderFromDentry(const std::uint8_t *dentry, std::string name, std::int64_t block,
                                   std::size_t index, const EMU3DirectoryPtr &parent) {
   auto folder = std::make_shared<EMU3Directory>();
+  folder->setStoredName(name);
   folder->setName(std::move(name));
   folder->setEntryId(dentry[kDentryEntryId]);
   folder->setParent(parent);

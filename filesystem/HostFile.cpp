@@ -3,9 +3,12 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <new>
 #include <random>
+#include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -52,6 +55,34 @@ Descriptor openRegularFile(const std::string &path, struct stat *status, EMU3Err
   return Descriptor(fd);
 }
 
+// Throws when the file does not fit into memory.
+ByteBufferPtr readWhole(const std::string &path, EMU3Error *error) {
+  struct stat status {};
+  const Descriptor file = openRegularFile(path, &status, error);
+  if (!file) return nullptr;
+  const auto expected = static_cast<std::size_t>(status.st_size);
+  auto bytes = std::make_shared<ByteBuffer>();
+  bytes->resize(expected + 1); // one more, so that the end is seen without growing
+  std::size_t length = 0;
+  while (true) {
+    if (length == bytes->size()) bytes->resize(length * 2);
+    const ssize_t got = ::read(file.get(), bytes->data() + length, bytes->size() - length);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) {
+      fail(error, hostError(errno, path));
+      return nullptr;
+    }
+    if (got == 0) break;
+    length += static_cast<std::size_t>(got);
+  }
+  if (length < expected) { // half a sample stored as if it were whole would be a silent loss
+    fail(error, {kHostErrorDomain, EIO, path + ": The file became shorter while it was read"});
+    return nullptr;
+  }
+  bytes->resize(length);
+  return bytes;
+}
+
 bool writeAll(int fd, std::span<const std::uint8_t> bytes) {
   while (!bytes.empty()) {
     const ssize_t written = ::write(fd, bytes.data(), bytes.size());
@@ -68,6 +99,14 @@ bool mayReplace(const std::string &path, EMU3Error *error) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return true;
   return fail(error, notRegular(path, status.st_mode));
+}
+
+// The file that a link leads to is replaced, not the link. One that leads nowhere is replaced itself.
+std::string withoutLink(const std::string &path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return path;
+  const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr), &std::free);
+  return resolved ? resolved.get() : path;
 }
 
 std::string temporaryPathBeside(const std::string &path) {
@@ -101,44 +140,29 @@ bool hostFileSize(const std::string &path, std::uint64_t *size, EMU3Error *error
 }
 
 ByteBufferPtr readHostFile(const std::string &path, EMU3Error *error) {
-  struct stat status {};
-  const Descriptor file = openRegularFile(path, &status, error);
-  if (!file) return nullptr;
-  const auto expected = static_cast<std::size_t>(status.st_size);
-  auto bytes = std::make_shared<ByteBuffer>();
-  bytes->resize(expected + 1); // one more, so that the end is seen without growing
-  std::size_t length = 0;
-  while (true) {
-    if (length == bytes->size()) bytes->resize(length * 2);
-    const ssize_t got = ::read(file.get(), bytes->data() + length, bytes->size() - length);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) {
-      fail(error, hostError(errno, path));
-      return nullptr;
-    }
-    if (got == 0) break;
-    length += static_cast<std::size_t>(got);
+  try {
+    return readWhole(path, error);
+  } catch (const std::bad_alloc &) {
+    fail(error, hostError(ENOMEM, path));
+  } catch (const std::length_error &) {
+    fail(error, hostError(EFBIG, path));
   }
-  if (length < expected) { // half a sample stored as if it were whole would be a silent loss
-    fail(error, {kHostErrorDomain, EIO, path + ": The file became shorter while it was read"});
-    return nullptr;
-  }
-  bytes->resize(length);
-  return bytes;
+  return nullptr;
 }
 
 bool writeHostFileAtomically(const std::string &path,
                              std::initializer_list<std::span<const std::uint8_t>> parts, EMU3Error *error) {
   if (!mayReplace(path, error)) return false;
+  const std::string target = withoutLink(path);
   std::string temporaryPath;
-  Descriptor file(createTemporaryFile(path, &temporaryPath));
+  Descriptor file(createTemporaryFile(target, &temporaryPath));
   if (!file) return fail(error, hostError(errno, path));
   bool written = true;
   for (const std::span<const std::uint8_t> part : parts)
     written = written && writeAll(file.get(), part);
   int problem = written ? 0 : errno;
   if (!file.close() && problem == 0) problem = errno;
-  if (problem == 0 && std::rename(temporaryPath.c_str(), path.c_str()) != 0) problem = errno;
+  if (problem == 0 && std::rename(temporaryPath.c_str(), target.c_str()) != 0) problem = errno;
   if (problem == 0) return true;
   ::unlink(temporaryPath.c_str());
   return fail(error, hostError(problem, path));

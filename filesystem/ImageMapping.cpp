@@ -114,7 +114,7 @@ void replaceName(std::uint8_t *to, const std::uint8_t *from) {
 }
 
 // Counts the non-zero 16-bit values of up to 1024 blocks, 32 values at a time. A comparison gives -1 where
-// a value is zero; a lane counts at most 16,384 of them in 1024 blocks.
+// a value is zero; a lane counts at most 8,192 of them in 1024 blocks.
 std::uint64_t countNonZeroIn(const std::uint8_t *bytes, std::uint64_t blocks) {
   using Words [[gnu::vector_size(16), gnu::may_alias]] = std::int16_t;
   constexpr std::size_t stride = 4 * sizeof(Words);

@@ -10,7 +10,8 @@ namespace {
 using Place = std::pair<std::int64_t, std::int64_t>;
 
 bool isSameFolder(const EMU3Directory &known, const EMU3Directory &read) {
-  return known.entryId() == read.entryId() && known.blockList() == read.blockList();
+  return known.entryId() == read.entryId() && known.blockList() == read.blockList() &&
+         known.storedName() == read.storedName();
 }
 
 // Keeps from `known` what `read` still holds, in the order known, and appends what is new.

@@ -118,11 +118,11 @@ TEST(FileModel, SizeTextChangesUnitAt1024AndAt1048576Bytes) {
 
 TEST(FileModel, SizeTextDoesNotFollowTheLocale) {
   const std::string before = std::setlocale(LC_ALL, nullptr);
-  for (const char *locale : {"de_DE.UTF-8", "fr_FR.UTF-8", "C.UTF-8"})
-    if (std::setlocale(LC_ALL, locale)) {
-      EXPECT_EQ(fileSizeStringFor(1536), "1.5 KB") << locale;
-    }
+  const bool hasComma = std::setlocale(LC_ALL, "de_DE.UTF-8") || std::setlocale(LC_ALL, "fr_FR.UTF-8");
+  const std::string text = fileSizeStringFor(1536);
   std::setlocale(LC_ALL, before.c_str());
+  if (!hasComma) GTEST_SKIP() << "no locale with a decimal comma is installed";
+  EXPECT_EQ(text, "1.5 KB");
 }
 
 TEST(FileModel, DescriptionNamesFileTypeAndSize) {

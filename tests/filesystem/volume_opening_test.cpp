@@ -175,6 +175,12 @@ protected:
     ImageBuilder().writeTo(path_);
     ::chmod(folder_.path().c_str(), 0755);
   }
+  void SetUp() override {
+    const OtherUser other;
+    struct stat status {};
+    if (::stat(path_.c_str(), &status) != 0)
+      GTEST_SKIP() << "temporary files are out of another user's reach";
+  }
 
   TemporaryFolder folder_;
   const std::string path_ = folder_.path("disk.hda");

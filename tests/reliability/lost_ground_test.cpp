@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <fstream>
 #include <functional>
 #include <sys/mman.h>
 #include <sys/mount.h>
@@ -99,6 +100,32 @@ TEST_F(LostGround, CopyReportsThatDataCouldNotBeWritten) {
   expectFailure(volume_->moveFile(kick_, banks_, root_, &error_), "Data write failed");
   EXPECT_EQ(banks_->files().size(), 2U);
   EXPECT_TRUE(root_->files().empty());
+}
+
+// A page of a mapped image that cannot be read, as where a medium is damaged: a page of an empty file in its
+// place.
+bool makeUnreadable(const std::string &image, std::uint64_t offset, const std::string &emptyFile) {
+  std::ifstream maps("/proc/self/maps");
+  for (std::string line; std::getline(maps, line);) {
+    if (!line.ends_with(" " + image)) continue;
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const int fd = ::open(emptyFile.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the address comes as text
+    auto *place = reinterpret_cast<std::uint8_t *>(std::stoull(line, nullptr, 16)) + offset / page * page;
+    const bool done = ::mmap(place, page, PROT_READ, MAP_SHARED | MAP_FIXED, fd, 0) == place;
+    ::close(fd);
+    return done;
+  }
+  return false;
+}
+
+TEST_F(LostGround, FileThatCannotBeReadWholeIsNeitherCopiedNorMoved) {
+  ASSERT_TRUE(makeUnreadable(path_, (dataBlock_ + 16) * 512, folder_.path("empty")));
+  expectFailure(volume_->copyFile(kick_, root_, &error_), "Data write failed");
+  expectFailure(volume_->moveFile(kick_, banks_, root_, &error_), "Data write failed");
+  EXPECT_TRUE(root_->files().empty());
+  EXPECT_TRUE(banks_->containsFile(kick_));
+  EXPECT_TRUE(volume_->copyFile(banks_->files()[1], root_)); // the other is whole
 }
 
 TEST_F(LostGround, EntryChangesReportThatTheBlockCouldNotBeWritten) {

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace tessary::test {
@@ -27,6 +29,20 @@ bool inAnotherProcess(const std::function<bool()> &body) {
   int status = 0;
   ::waitpid(child, &status, 0);
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+TEST(TwoPrograms, ImageLetGoOfAndOpenedByAnotherThreadIsNotTakenForAnotherPrograms) {
+  const TemporaryFolder folder;
+  const std::string path = smallImage(folder);
+  std::atomic<int> readOnly = 0;
+  const auto openOften = [&] {
+    for (int i = 0; i < 500; ++i)
+      readOnly += EMU3Filesystem::initWithURL(path)->isReadOnly() ? 1 : 0;
+  };
+  std::thread other(openOften);
+  openOften();
+  other.join();
+  EXPECT_EQ(readOnly, 0);
 }
 
 TEST(TwoPrograms, SecondOneGetsTheImageReadOnly) {

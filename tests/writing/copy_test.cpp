@@ -164,7 +164,7 @@ TEST_P(Copy, EntryIdComesFromTheDestinationAlone) {
   EXPECT_EQ(destination->files().back()->entryId(), 4);
 }
 
-TEST_P(Copy, OfAFileThatRunsOffTheImageStoresWhatThereIs) {
+TEST_P(Copy, OfAFileThatRunsOffTheImageTakesWhatThereIsAndFindsNoSlotForIt) {
   ImageBuilder image(smallLayout());
   image.root().addFile("source", patternBytes(600, 1), {.blocksInLastCluster = std::uint16_t{65535}});
   image.resize(32 * kBlockBytes); // slots 1 and 2

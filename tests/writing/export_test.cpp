@@ -147,6 +147,25 @@ TEST_F(Export, OntoADeviceFailsAndLeavesIt) {
   EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 }
 
+TEST_F(Export, OntoALinkReplacesTheFileThatItLeadsTo) {
+  std::filesystem::create_directory(host.path("elsewhere"));
+  writeText(host.path("elsewhere/real"), "earlier");
+  std::filesystem::create_symlink("elsewhere/real", target());
+  ASSERT_TRUE(exportTo(target()));
+  EXPECT_TRUE(std::filesystem::is_symlink(target()));
+  EXPECT_EQ(readBytes(host.path("elsewhere/real")), contents);
+  EXPECT_EQ(namesIn(host.path("elsewhere")), std::vector<std::string>{"real"});
+  EXPECT_EQ(namesIn(host.path()), (std::vector<std::string>{"elsewhere", "file.E4B"}));
+}
+
+TEST_F(Export, OntoALinkThatLeadsNowhereReplacesTheLink) {
+  std::filesystem::create_symlink("absent", target());
+  ASSERT_TRUE(exportTo(target()));
+  EXPECT_FALSE(std::filesystem::is_symlink(target()));
+  EXPECT_EQ(readBytes(target()), contents);
+  EXPECT_EQ(namesIn(host.path()), std::vector<std::string>{"file.E4B"});
+}
+
 TEST_F(Export, WhenNothingMoreCanBeWrittenLeavesNoTemporaryBehind) {
   const FileSizeLimit limit(1000);
   expectFailure(target(), EFBIG, {});

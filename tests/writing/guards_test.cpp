@@ -649,6 +649,27 @@ TEST_F(GoneGuard, IsLookedAtBeforeNameSpaceAndSize) {
   takeImageAsExpected();
   expectRefused(
       [&](EMU3Error *e) { return filesystem().createDirectoryNamed("16 characters...", other, e); });
+  const std::string blankAndLarge = volume->folder().path("  .e4b");
+  writeText(blankAndLarge, "");
+  ASSERT_EQ(::truncate(blankAndLarge.c_str(), 40 * 1024 * 1024), 0);
+  expectRefused([&](EMU3Error *e) { return filesystem().importFileAtURL(blankAndLarge, other, e); });
+  EMU3Error error;
+  EXPECT_FALSE(filesystem().importFileAtURL(blankAndLarge, root(), &error));
+  EXPECT_EQ(error.code, 6); // and the name before the size
+}
+
+TEST_F(GoneGuard, ContentsOfAFileThatHasLeftTheTreeAreNotReadFromItsOldSlot) {
+  const EMU3FilePtr gone = fileNamed(root(), "file");
+  ASSERT_TRUE(filesystem().deleteFile(gone, root()));
+  const std::string target = volume->folder().path("gone.E4B");
+  EMU3Error error;
+  EXPECT_FALSE(filesystem().exportFile(gone, target, &error));
+  EXPECT_EQ(error.description(), kNoEntryError);
+  EXPECT_FALSE(filesystem().exportSampleAtIndex(0, gone, target, &error));
+  EXPECT_EQ(error.description(), kNoEntryError);
+  EXPECT_TRUE(filesystem().samplesFromBankFile(gone, &error).empty());
+  EXPECT_EQ(error.description(), kNoEntryError);
+  EXPECT_FALSE(std::filesystem::exists(target));
 }
 
 TEST(GoneGuardOff, DeletedFileStillClearsTheEntryAtItsOldPlace) {

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 
 #include <unistd.h>
 
@@ -196,6 +197,18 @@ TEST_P(Import, RefusesWhatEvenRootCannotRead) {
 }
 
 #ifdef __linux__
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they end the program themselves
+TEST(ImportOfAHugeFile, IsRefusedWhenItDoesNotFitIntoMemory) {
+  int policy = 1;
+  std::ifstream("/proc/sys/vm/overcommit_memory") >> policy;
+  if (policy == 1) GTEST_SKIP() << "memory is promised without end here";
+  const WritableVolume volume(ImageBuilder(smallLayout()), Guards::off); // guarded, its size is reason enough
+  const std::string path = volume.hostFile("huge.e4b", bytesOf("x"));
+  if (::truncate(path.c_str(), off_t{1} << 43) != 0) GTEST_SKIP() << "no such file can be made here";
+  expectRefused(volume, path, ENOMEM);
+}
+#endif
+
 TEST_P(Import, ReadsAFileToItsEndWhateverItsStatedSize) {
   const WritableVolume volume(ImageBuilder(smallLayout()), GetParam());
   const Bytes contents = readBytes("/proc/version");
