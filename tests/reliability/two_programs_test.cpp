@@ -1,4 +1,5 @@
 #include "filesystem/EMU3Filesystem.h"
+#include "filesystem/SharedVolume.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/TemporaryFolder.h"
@@ -6,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <fcntl.h>
 #include <functional>
 #include <sys/wait.h>
 #include <thread>
@@ -43,6 +45,17 @@ TEST(TwoPrograms, ImageLetGoOfAndOpenedByAnotherThreadIsNotTakenForAnotherProgra
   openOften();
   other.join();
   EXPECT_EQ(readOnly, 0);
+}
+
+TEST(TwoPrograms, ClaimEndsWithItsLastOwnerAlsoWhileTheFileIsStillOpen) {
+  const TemporaryFolder folder;
+  const std::string path = smallImage(folder);
+  const int first = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  const int second = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  EXPECT_TRUE(sharedVolumeFor(~0ULL, 1)->claimForWriting(first));
+  EXPECT_TRUE(sharedVolumeFor(~0ULL, 1)->claimForWriting(second));
+  ::close(first);
+  ::close(second);
 }
 
 TEST(TwoPrograms, SecondOneGetsTheImageReadOnly) {
