@@ -20,6 +20,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace tessary {
@@ -119,6 +120,9 @@ public:
   /// (the block holds no lost folder), 6 and 7.
   bool recoverFolder(std::uint64_t block, const std::string &name, const EMU3DirectoryPtr &inDirectory,
                      EMU3Error *error = nullptr);
+  /// Whether `recoverFolder` would write the entry; false with the error it would give. Changes nothing.
+  bool canRecoverFolder(std::uint64_t block, const std::string &name, const EMU3DirectoryPtr &inDirectory,
+                        EMU3Error *error = nullptr);
 
 private:
   friend struct EMU3FilesystemInternals; // tests of the primitives
@@ -251,6 +255,10 @@ private:
   std::uint64_t _findFreeDirectoryBlock() const;
   bool _canHoldFolder(std::uint64_t block) const;
   std::vector<LostFolder> _lostFolders() const;
+  /// Directory block and index for the entry of a lost folder; none, with the error, where it is refused.
+  std::optional<std::pair<std::uint64_t, std::size_t>>
+  _placeForLostFolder(std::uint64_t block, const std::string &name, const EMU3DirectoryPtr &inDirectory,
+                      EMU3Error *error) const;
 
   std::string imageURL_;
   std::unique_ptr<ImageMapping> mapping_;

@@ -68,33 +68,47 @@ std::vector<LostFolder> EMU3Filesystem::_lostFolders() const {
   return found;
 }
 
+bool EMU3Filesystem::canRecoverFolder(std::uint64_t block, const std::string &name,
+                                      const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
+  const std::shared_lock lock(shared_->operationLock);
+  return _placeForLostFolder(block, name, inDirectory, error).has_value();
+}
+
 bool EMU3Filesystem::recoverFolder(std::uint64_t block, const std::string &name,
                                    const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
   const Change change(*this);
-  if (isReadOnly()) return fail(error, _errorCode(kErrorWriteRefused, "Image is read-only"));
+  const auto place = _placeForLostFolder(block, name, inDirectory, error);
+  if (!place) return false;
+  const std::string_view stored = prefixOfWholeCharacters(name, kMaxNameBytes);
+  if (!mapping_->writeDentry(place->first, place->second, _dentryForFolder(stored, block))) {
+    return fail(error, _errorCode(kErrorWriteRefused, "Block write failed"));
+  }
+  _reconcileTree();
+  return true;
+}
+
+std::optional<std::pair<std::uint64_t, std::size_t>>
+EMU3Filesystem::_placeForLostFolder(std::uint64_t block, const std::string &name,
+                                    const EMU3DirectoryPtr &inDirectory, EMU3Error *error) const {
+  const auto refused = [&](EMU3ErrorCode code, const char *message) {
+    fail(error, _errorCode(code, message));
+    return std::nullopt;
+  };
+  if (isReadOnly()) return refused(kErrorWriteRefused, "Image is read-only");
   const std::vector<LostFolder> lost = _lostFolders();
   const bool isLost =
       std::any_of(lost.begin(), lost.end(), [&](const LostFolder &folder) { return folder.block == block; });
-  if (!isLost || !_isInTree(inDirectory)) {
-    return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
-  }
+  if (!isLost || !_isInTree(inDirectory)) return refused(kErrorEntryNotFound, "Dentry block not found");
   if (name.empty() || utf16Length(name) > kMaxNameBytes || !_nameReadBack(name)) {
-    return fail(error, _errorCode(kErrorBadArgument, "Name must be 1–15 characters"));
+    return refused(kErrorBadArgument, "Name must be 1–15 characters");
   }
   for (const std::int64_t number : inDirectory->blockList()) {
     Block entries{};
     const auto place = static_cast<std::uint64_t>(number);
     if (!_blockPtr(place).read(0, entries.data(), entries.size())) continue;
-    const std::optional<std::size_t> index = firstEmptyDentry(entries);
-    if (!index) continue;
-    const std::string_view stored = prefixOfWholeCharacters(name, kMaxNameBytes);
-    if (!mapping_->writeDentry(place, *index, _dentryForFolder(stored, block))) {
-      return fail(error, _errorCode(kErrorWriteRefused, "Block write failed"));
-    }
-    _reconcileTree();
-    return true;
+    if (const auto index = firstEmptyDentry(entries)) return std::pair(place, *index);
   }
-  return fail(error, _errorCode(kErrorDirectoryFull, "Parent directory is full"));
+  return refused(kErrorDirectoryFull, "Parent directory is full");
 }
 
 } // namespace tessary

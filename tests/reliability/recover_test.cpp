@@ -1,8 +1,10 @@
 #include "filesystem/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
+#include "tests/support/OtherUser.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace tessary::test {
@@ -91,6 +93,52 @@ TEST_F(LostFolderTest, RefusesABlockThatIsNotLost) {
        {std::uint64_t{0}, volume_->rootDirBlock(), block_ + 50, ~std::uint64_t{0}}) {
     EXPECT_FALSE(volume_->recoverFolder(block, "Back", full_, &error_));
     EXPECT_EQ(error_.code, 5);
+  }
+  EXPECT_EQ(readBytes(path_), before);
+}
+
+TEST_F(LostFolderTest, AskingFirstGivesTheAnswerOfTheChangeAndChangesNothing) {
+  const EMU3DirectoryPtr root = volume_->rootDirectory();
+  ASSERT_TRUE(volume_->copyFile(full_->files().front(), root)); // its last free place
+  const Bytes before = readBytes(path_);
+  struct Case {
+    std::uint64_t block;
+    const char *name;
+    EMU3DirectoryPtr folder;
+  };
+  for (const Case &refused :
+       {Case{block_ + 50, "Back", full_}, Case{block_, "Back", nullptr}, Case{block_, "    ", full_},
+        Case{block_, "sixteen letters!", full_}, Case{block_, "Back", root}}) {
+    EMU3Error asked;
+    EXPECT_FALSE(volume_->canRecoverFolder(refused.block, refused.name, refused.folder, &asked));
+    EXPECT_FALSE(volume_->recoverFolder(refused.block, refused.name, refused.folder, &error_));
+    EXPECT_EQ(asked.description(), error_.description());
+  }
+  EMU3Error none;
+  EXPECT_TRUE(volume_->canRecoverFolder(block_, "Back", full_, &none));
+  EXPECT_FALSE(none.isSet());
+  EXPECT_EQ(readBytes(path_), before);
+  EXPECT_TRUE(volume_->recoverFolder(block_, "Back", full_));
+}
+
+TEST_F(LostFolderTest, ReadOnlyImageIsRefusedBeforeAnythingElse) {
+  using std::filesystem::perms;
+  const Bytes before = readBytes(path_);
+  volume_.reset();
+  std::filesystem::permissions(path_, perms::owner_read | perms::group_read | perms::others_read);
+  std::filesystem::permissions(folder_.path(""), perms::all);
+  {
+    const OtherUser user;
+    volume_ = EMU3Filesystem::initWithURL(path_);
+    ASSERT_NE(volume_, nullptr);
+    EXPECT_EQ(volume_->lostFolders().size(), 2U);
+    for (const char *name : {"Back", ""}) {
+      EMU3Error asked;
+      EXPECT_FALSE(volume_->canRecoverFolder(block_, name, volume_->rootDirectory(), &asked));
+      EXPECT_FALSE(volume_->recoverFolder(block_, name, volume_->rootDirectory(), &error_));
+      EXPECT_EQ(error_.description(), R"(Error Domain=com.tessary.error Code=3 "Image is read-only")");
+      EXPECT_EQ(asked.description(), error_.description());
+    }
   }
   EXPECT_EQ(readBytes(path_), before);
 }
