@@ -1,7 +1,6 @@
 #include "cli/CliError.h"
 #include "cli/Command.h"
 #include "cli/CommandRunner.h"
-#include "cli/ShellWords.h"
 
 #include <cstddef>
 #include <istream>
@@ -29,7 +28,7 @@ public:
       ++line.number;
       if (text.ends_with('\r')) text.pop_back(); // written on another system
       if (isPassedOver(text)) continue;
-      const ExitStatus status = runLine(text, line, session);
+      const ExitStatus status = runBatchLine(text, line, session.streams);
       session.out().flush(); // whoever feeds the lines may wait for the answer
       if (status == ExitStatus::interrupted) return status;
       if (status == ExitStatus::done) continue;
@@ -37,6 +36,11 @@ public:
       if (stopsAtFailure) break;
     }
     if (session.interrupted()) return answerInterrupted(session);
+    if (session.streams.in.bad()) {
+      answerFailure(session.streams, session.json, session.problemPrefix, "",
+                    cliError(kCliFailed, "The lines could not be read to the end"));
+      return ExitStatus::failed;
+    }
     return anyFailed ? ExitStatus::failed : ExitStatus::done;
   }
 
@@ -45,15 +49,6 @@ private:
   static ExitStatus answerInterrupted(const Session &session) {
     if (!session.json) printProblem(session.streams.err, session.problemPrefix, "", "Interrupted");
     return ExitStatus::interrupted;
-  }
-
-  static ExitStatus runLine(const std::string &text, const BatchLine &line, const Session &session) {
-    std::string problem;
-    const auto words = shellWords(text, &problem);
-    if (words) return runBatchLine(*words, line, session.streams);
-    answerFailure(session.streams, line.json, problemPrefixForLine(line.number), "",
-                  cliError(kCliWrongWords, problem));
-    return ExitStatus::wrongWords;
   }
 
   const CommandWords::Word *stop_ = nullptr;

@@ -2,7 +2,10 @@
 
 #include "filesystem/EMU3Error.h"
 
+#include <cerrno>
 #include <cstdint>
+#include <exception>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -16,10 +19,17 @@ enum CliErrorCode : std::int64_t {
   kCliWrongWords = 2, ///< a line's words are wrong
   kCliInterrupted = 3,
   kCliRefused = 4, ///< what the command does not do to this item
+  kCliFailed = 5,  ///< what nothing else has a word for
 };
 
 inline EMU3Error cliError(CliErrorCode code, std::string message) {
   return {kCliErrorDomain, code, std::move(message)};
+}
+
+/// The error that an exception of the libraries below means for the item, or the command, at work.
+inline EMU3Error errorOf(const std::exception &problem, const std::string &item) {
+  if (dynamic_cast<const std::bad_alloc *>(&problem) != nullptr) return hostError(ENOMEM, item);
+  return cliError(kCliFailed, item + ": " + problem.what());
 }
 
 /// Thrown where a whole command fails before it has begun with its items. Caught in one place, which

@@ -30,8 +30,8 @@ public:
 /// What holds for a command besides its words.
 struct CommandTraits {
   bool hasJson = true;
-  bool changesVolume = false; ///< takes --exact
-  bool isBatchLine = true;    ///< can be a line of a batch
+  bool takesExact = false; ///< changes the volume by rules that have guards
+  bool isBatchLine = true; ///< can be a line of a batch
 };
 
 /// A row of the command table.

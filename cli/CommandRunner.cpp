@@ -2,8 +2,10 @@
 
 #include "cli/CliError.h"
 #include "cli/CommandWords.h"
+#include "cli/ShellWords.h"
 
 #include <algorithm>
+#include <exception>
 #include <set>
 #include <vector>
 
@@ -31,7 +33,7 @@ std::string usageOf(const CommandEntry &entry, bool withImage) {
   usage += entry.name;
   if (withImage) usage += " IMAGE";
   if (!entry.words.empty()) usage.append(" ").append(entry.words);
-  if (entry.traits.changesVolume) usage += " [--exact]";
+  if (entry.traits.takesExact) usage += " [--exact]";
   if (entry.traits.hasJson) usage += " [--json]";
   return usage;
 }
@@ -57,29 +59,52 @@ bool asksForJson(std::span<const std::string> words) {
 class Run final {
 public:
   Run(const Streams &streams, const BatchLine *line)
-      : streams_(streams), line_(line), json_(line != nullptr && line->json),
-        prefix_(line != nullptr ? problemPrefixForLine(line->number) : std::string(kProgram) + ": ") {}
+      : streams_(streams), line_(line), prefix_(problemPrefix(line)), json_(linesAreJson()) {}
 
   ExitStatus run(std::span<const std::string> words) {
-    const bool answersInJson = json_ || asksForJson(words);
-    try {
-      return runWords(words);
-    } catch (const WrongWords &wrong) {
-      const std::string message = name_.empty() ? wrong.message : name_ + ": " + wrong.message;
-      answerFailure(streams_, answersInJson, prefix_, "", cliError(kCliWrongWords, message));
-      if (!answersInJson && line_ == nullptr) printHint();
-      return ExitStatus::wrongWords;
-    } catch (const CommandFailure &failure) {
-      answerFailure(streams_, answersInJson, prefix_, failure.item, failure.error);
-      return ExitStatus::failed;
-    } catch (const Interrupted &) {
-      answerFailure(streams_, answersInJson, prefix_, "", cliError(kCliInterrupted, "Interrupted"));
-      return ExitStatus::interrupted;
-    }
+    return answering([&] { return runWords(words); });
+  }
+
+  ExitStatus runLine(const std::string &text) {
+    return answering([&] {
+      std::string problem;
+      const auto words = shellWords(text, &problem);
+      if (!words) throw WrongWords{problem};
+      return runWords(*words);
+    });
   }
 
 private:
+  static std::string problemPrefix(const BatchLine *line) {
+    const std::string prefix = std::string(kProgram) + ": ";
+    return line == nullptr ? prefix : prefix + "line " + std::to_string(line->number) + ": ";
+  }
+
+  bool linesAreJson() const { return line_ != nullptr && line_->json; }
+
+  // The one place that answers for a command that failed as a whole.
+  template <typename Work> ExitStatus answering(const Work &work) {
+    try {
+      return work();
+    } catch (const WrongWords &wrong) {
+      const std::string message = name_.empty() ? wrong.message : name_ + ": " + wrong.message;
+      answerFailure(streams_, json_, prefix_, "", cliError(kCliWrongWords, message));
+      if (!json_ && line_ == nullptr) printHint();
+      return ExitStatus::wrongWords;
+    } catch (const CommandFailure &failure) {
+      answerFailure(streams_, json_, prefix_, failure.item, failure.error);
+      return ExitStatus::failed;
+    } catch (const Interrupted &) {
+      answerFailure(streams_, json_, prefix_, "", cliError(kCliInterrupted, "Interrupted"));
+      return ExitStatus::interrupted;
+    } catch (const std::exception &problem) { // out of memory, above all
+      answerFailure(streams_, json_, prefix_, "", errorOf(problem, name_));
+      return ExitStatus::failed;
+    }
+  }
+
   ExitStatus runWords(std::span<const std::string> words) {
+    json_ = linesAreJson() || asksForJson(words); // a guess, for words that turn out wrong
     const std::vector<std::string> ordered = commandFirst(words);
     const CommandEntry *entry = findCommand(ordered.front());
     if (entry == nullptr) throw WrongWords{"no such command: " + ordered.front()};
@@ -89,7 +114,7 @@ private:
     return runEntry(*entry, std::span(ordered).subspan(1));
   }
 
-  // Options may stand before the command's name too; they are moved behind it.
+  // Options, and the "--" that ends them, may stand before the command's name too; they are moved behind it.
   static std::vector<std::string> commandFirst(std::span<const std::string> words) {
     std::vector<std::string> ordered(words.begin(), words.end());
     if (!ordered.empty() && !ordered.front().starts_with("-")) return ordered;
@@ -98,31 +123,46 @@ private:
     while (name < words.size() && words[name] != "--" && words[name].starts_with("-")) {
       name += withValue.contains(words[name]) ? 2U : 1U;
     }
-    if (name >= words.size() || words[name] == "--") throw WrongWords{"a command is missing"};
+    if (name < words.size() && words[name] == "--") ++name;
+    if (name >= words.size()) throw WrongWords{"a command is missing"};
     const auto at = ordered.begin() + static_cast<std::ptrdiff_t>(name);
     std::rotate(ordered.begin(), at, at + 1);
     return ordered;
   }
 
+  // The words that every command has besides its own; null where this one does not.
+  struct CommonWords {
+    const CommandWords::Word *image = nullptr;
+    const CommandWords::Word *exact = nullptr;
+    const CommandWords::Word *json = nullptr;
+  };
+
+  CommonWords declareAll(CommandWords &words, const CommandTraits &traits, Command &command) const {
+    CommonWords common;
+    if (line_ == nullptr) common.image = words.required("IMAGE", "The disk image");
+    command.declare(words);
+    if (traits.takesExact) {
+      common.exact = words.flag("--exact", "Change the volume by the bare rules, without the guards against\n"
+                                           "overwriting what those rules do not look at");
+    }
+    if (traits.hasJson) common.json = words.flag("--json", "Answer with one JSON object on one line");
+    return common;
+  }
+
   ExitStatus runEntry(const CommandEntry &entry, std::span<const std::string> given) {
     const std::unique_ptr<Command> command = entry.make();
-    const bool withImage = line_ == nullptr;
-    CommandWords words(std::string(entry.summary), usageOf(entry, withImage), std::string(entry.details));
-    const CommandWords::Word *image = withImage ? words.required("IMAGE", "The disk image") : nullptr;
-    command->declare(words);
-    const CommandWords::Word *exact = nullptr;
-    if (entry.traits.changesVolume) {
-      exact = words.flag("--exact", "Change the volume by the bare rules, without the guards against\n"
-                                    "overwriting what those rules do not look at");
-    }
-    const CommandWords::Word *json = nullptr;
-    if (entry.traits.hasJson) json = words.flag("--json", "Answer with one JSON object on one line");
-    if (!words.read(given)) return showHelp(words);
-    if (json_ && json == nullptr) throw WrongWords{"has no JSON answer"};
-    json_ = json_ || (json != nullptr && CommandWords::isGiven(json));
+    CommandWords words(std::string(entry.summary), usageOf(entry, line_ == nullptr),
+                       std::string(entry.details));
+    const CommonWords common = declareAll(words, entry.traits, *command);
+    const bool asksForHelp = !words.read(given);
+    json_ = linesAreJson();
+    if (asksForHelp) return showHelp(words);
+    if (json_ && common.json == nullptr) throw WrongWords{"has no JSON answer"};
+    json_ = json_ || (common.json != nullptr && CommandWords::isGiven(common.json));
     command->check(json_);
-    const EMU3FilesystemPtr volume = withImage ? mounted(CommandWords::text(image)) : line_->volume;
-    const GuardedVolume guarded(volume, exact != nullptr && CommandWords::isGiven(exact));
+    const EMU3FilesystemPtr volume =
+        common.image != nullptr ? mounted(CommandWords::text(common.image)) : line_->volume;
+    const GuardedVolume guarded(volume, common.exact != nullptr && CommandWords::isGiven(common.exact));
     if (streams_.interrupted()) throw Interrupted{};
     Session session{streams_, volume, json_, prefix_};
     return command->run(session);
@@ -153,23 +193,19 @@ private:
 
   const Streams &streams_;
   const BatchLine *line_;
-  bool json_;
   std::string prefix_;
+  bool json_;        ///< whether the answer is an object
   std::string name_; ///< of the command, once it is known
 };
 
 } // namespace
 
-std::string problemPrefixForLine(std::size_t number) {
-  return std::string(kProgram) + ": line " + std::to_string(number) + ": ";
-}
-
 ExitStatus runCommandLine(std::span<const std::string> words, const Streams &streams) {
   return Run(streams, nullptr).run(words);
 }
 
-ExitStatus runBatchLine(std::span<const std::string> words, const BatchLine &line, const Streams &streams) {
-  return Run(streams, &line).run(words);
+ExitStatus runBatchLine(const std::string &text, const BatchLine &line, const Streams &streams) {
+  return Run(streams, &line).runLine(text);
 }
 
 } // namespace tessary::cli

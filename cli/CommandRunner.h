@@ -18,10 +18,7 @@ struct BatchLine {
 
 /// Runs one command, given as the words behind the program's name.
 ExitStatus runCommandLine(std::span<const std::string> words, const Streams &streams);
-/// Runs one line of a batch, given as its words: a command without IMAGE.
-ExitStatus runBatchLine(std::span<const std::string> words, const BatchLine &line, const Streams &streams);
-
-/// How the lines about problems begin on a batch's line.
-std::string problemPrefixForLine(std::size_t number);
+/// Runs one line of a batch: a command without IMAGE, its words quoted as in a shell.
+ExitStatus runBatchLine(const std::string &text, const BatchLine &line, const Streams &streams);
 
 } // namespace tessary::cli

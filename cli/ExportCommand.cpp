@@ -57,31 +57,26 @@ public:
   }
 
   ExitStatus exportTo(const FileItem &item, const std::string &target) {
-    if (report_.begin(item.address)) writeFile(item, target);
+    writeFile(item, target);
     return report_.finish();
   }
 
 private:
   // False when the user has interrupted.
   bool exportItem(const FileItem &item, const std::string &hostFolder) {
-    if (!report_.begin(item.address)) return false;
-    writeFile(item, targets_.claim(hostFolder, item.file->name(), kExtension));
-    return true;
+    return writeFile(item, targets_.claim(hostFolder, item.file->name(), kExtension));
   }
 
   // A folder that cannot be made on the host takes what is below it along.
   bool exportItem(const FolderItem &item, const std::string &hostFolder) {
-    if (!report_.begin(item.address)) return false;
     const std::string path = targets_.claim(hostFolder, item.directory->name(), "");
-    EMU3Error error;
-    if (!makeHostFolder(path, &error)) {
-      report_.fail(error);
-      return true;
-    }
-    targets_.wrote(path);
-    report_.succeed("Exported the folder " + item.address + " to " + path);
-    queueMembers(item, path);
-    return true;
+    return report_.run(item.address, "Exported the folder " + item.address + " to " + path,
+                       [&](EMU3Error *error) {
+                         if (!makeHostFolder(path, error)) return false;
+                         targets_.wrote(path);
+                         queueMembers(item, path);
+                         return true;
+                       });
   }
 
   void queueMembers(const FolderItem &item, const std::string &path) {
@@ -93,14 +88,14 @@ private:
       waiting_.push_back({*file, path});
   }
 
-  void writeFile(const FileItem &item, const std::string &target) {
-    EMU3Error error;
-    const bool written =
-        targets_.mayWrite(target, &error) && session_.volume->exportFile(item.file, target, &error);
-    item.file->setCachedData(nullptr); // a whole volume does not fit into memory
-    if (!written) return report_.fail(error);
-    targets_.wrote(target);
-    report_.succeed("Exported " + item.address + " to " + target);
+  // False when the user has interrupted.
+  bool writeFile(const FileItem &item, const std::string &target) {
+    return report_.run(item.address, "Exported " + item.address + " to " + target, [&](EMU3Error *error) {
+      if (!targets_.mayWrite(target, error)) return false;
+      if (!session_.volume->exportFile(item.file, target, error)) return false;
+      targets_.wrote(target);
+      return true;
+    });
   }
 
   Session &session_;

@@ -17,12 +17,10 @@ public:
     const std::vector<FileItem> files = resolveFiles(*session.volume, CommandWords::texts(files_));
     ItemReport report(session, files.size());
     for (const FileItem &item : files) {
-      if (!report.begin(item.address)) break;
-      EMU3Error error;
-      if (session.volume->deleteFile(item.file, item.directory, &error))
-        report.succeed("Deleted " + item.address);
-      else
-        report.fail(error);
+      const auto work = [&](EMU3Error *error) {
+        return session.volume->deleteFile(item.file, item.directory, error);
+      };
+      if (!report.run(item.address, "Deleted " + item.address, work)) break;
     }
     return report.finish();
   }
@@ -42,13 +40,9 @@ public:
     const FileItem item = resolveFile(*session.volume, CommandWords::text(file_));
     const std::string name = CommandWords::text(name_);
     ItemReport report(session, 1);
-    if (!report.begin(item.address)) return report.finish();
-    EMU3Error error;
-    if (session.volume->renameFile(item.file, name, item.directory, &error)) {
-      report.succeed("Renamed " + item.address + " to " + name);
-    } else {
-      report.fail(error);
-    }
+    report.run(item.address, "Renamed " + item.address + " to " + name, [&](EMU3Error *error) {
+      return session.volume->renameFile(item.file, name, item.directory, error);
+    });
     return report.finish();
   }
 
@@ -67,7 +61,7 @@ extern const CommandEntry kRemoveCommand{
     "\n"
     "Example:\n"
     "  tessary-cli rm disk.hda '/Drums/OLD*'\n",
-    {.changesVolume = true},
+    {.takesExact = true},
     makeCommand<RemoveCommand>,
 };
 
@@ -80,7 +74,7 @@ extern const CommandEntry kRenameCommand{
     "\n"
     "Example:\n"
     "  tessary-cli rename disk.hda /Drums/KICK 'Kick 2'\n",
-    {.changesVolume = true},
+    {.takesExact = true},
     makeCommand<RenameCommand>,
 };
 

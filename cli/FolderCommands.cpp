@@ -18,13 +18,9 @@ public:
     const std::string word = CommandWords::text(folder_);
     const NewEntry entry = resolveNewEntry(*session.volume, word);
     ItemReport report(session, 1);
-    if (!report.begin(word)) return report.finish();
-    EMU3Error error;
-    if (session.volume->createDirectoryNamed(entry.name, entry.parent, &error)) {
-      report.succeed("Created the folder " + word);
-    } else {
-      report.fail(error);
-    }
+    report.run(word, "Created the folder " + word, [&](EMU3Error *error) {
+      return session.volume->createDirectoryNamed(entry.name, entry.parent, error);
+    });
     return report.finish();
   }
 
@@ -46,13 +42,9 @@ public:
     if (!CommandWords::isGiven(recursive_) && !isEmpty(*item.directory))
       refuse("The folder is not empty", item);
     ItemReport report(session, 1);
-    if (!report.begin(item.address)) return report.finish();
-    EMU3Error error;
-    if (session.volume->deleteDirectory(item.directory, parent, &error)) {
-      report.succeed("Deleted the folder " + item.address);
-    } else {
-      report.fail(error);
-    }
+    report.run(item.address, "Deleted the folder " + item.address, [&](EMU3Error *error) {
+      return session.volume->deleteDirectory(item.directory, parent, error);
+    });
     return report.finish();
   }
 
@@ -81,7 +73,7 @@ extern const CommandEntry kMakeFolderCommand{
     "\n"
     "Example:\n"
     "  tessary-cli mkdir disk.hda /Drums/Snares\n",
-    {.changesVolume = true},
+    {.takesExact = true},
     makeCommand<MakeFolderCommand>,
 };
 
@@ -93,7 +85,7 @@ extern const CommandEntry kRemoveFolderCommand{
     "\n"
     "Example:\n"
     "  tessary-cli rmdir disk.hda /Drums/Snares\n",
-    {.changesVolume = true},
+    {.takesExact = true},
     makeCommand<RemoveFolderCommand>,
 };
 

@@ -21,13 +21,10 @@ public:
     const std::vector<std::string> hostFiles = CommandWords::texts(hostFiles_);
     ItemReport report(session, hostFiles.size());
     for (const std::string &hostFile : hostFiles) {
-      if (!report.begin(hostFile)) break;
-      EMU3Error error;
-      if (session.volume->importFileAtURL(hostFile, folder.directory, &error)) {
-        report.succeed("Imported " + hostFile + " into " + folder.address);
-      } else {
-        report.fail(error);
-      }
+      const auto work = [&](EMU3Error *error) {
+        return session.volume->importFileAtURL(hostFile, folder.directory, error);
+      };
+      if (!report.run(hostFile, "Imported " + hostFile + " into " + folder.address, work)) break;
     }
     return report.finish();
   }
@@ -49,7 +46,7 @@ extern const CommandEntry kImportCommand{
     "\n"
     "Example:\n"
     "  tessary-cli import disk.hda kick.e4b snare.e4b -t /Drums\n",
-    {.changesVolume = true},
+    {.takesExact = true},
     makeCommand<ImportCommand>,
 };
 

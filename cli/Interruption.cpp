@@ -4,6 +4,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace tessary::cli {
@@ -58,7 +59,8 @@ InterruptibleInput::int_type InterruptibleInput::underflow() {
     if (!waitForInput()) return traits_type::eof();
     length = ::read(descriptor_, buffer_.data(), buffer_.size());
   } while (length < 0 && (errno == EINTR || errno == EAGAIN));
-  if (length <= 0) return traits_type::eof();
+  if (length < 0) throw std::system_error(errno, std::generic_category()); // makes the stream bad
+  if (length == 0) return traits_type::eof();
   setg(buffer_.data(), buffer_.data(), buffer_.data() + length);
   return traits_type::to_int_type(*gptr());
 }

@@ -1,8 +1,10 @@
 #include "cli/ItemReport.h"
 
+#include "cli/CliError.h"
 #include "cli/JsonWriter.h"
 #include "filesystem/Text.h"
 
+#include <exception>
 #include <string_view>
 
 namespace tessary::cli {
@@ -14,29 +16,44 @@ constexpr const char *kClearLine = "\r\x1b[K";
 
 } // namespace
 
-bool ItemReport::begin(const std::string &item) {
+bool ItemReport::run(const std::string &item, const std::string &sentence,
+                     const std::function<bool(EMU3Error *)> &work) {
   if (session_.interrupted()) return false;
-  current_ = item;
   ++begun_;
-  showProgress();
+  showProgress(item);
+  EMU3Error error;
+  const bool done = attempt(item, work, &error);
+  clearProgress();
+  if (done)
+    succeed(item, sentence);
+  else
+    fail(item, error);
   return true;
 }
 
-void ItemReport::succeed(const std::string &sentence) {
-  clearProgress();
+bool ItemReport::attempt(const std::string &item, const std::function<bool(EMU3Error *)> &work,
+                         EMU3Error *error) {
+  try {
+    return work(error);
+  } catch (const std::exception &problem) {
+    *error = errorOf(problem, item);
+    return false;
+  }
+}
+
+void ItemReport::succeed(const std::string &item, const std::string &sentence) {
   if (session_.json)
-    outcomes_.push_back({current_, std::nullopt});
+    outcomes_.push_back({item, std::nullopt});
   else
     session_.out() << escapedForDisplay(sentence) << '\n' << std::flush;
 }
 
-void ItemReport::fail(const EMU3Error &error) {
-  clearProgress();
+void ItemReport::fail(const std::string &item, const EMU3Error &error) {
   anyFailed_ = true;
   if (session_.json)
-    outcomes_.push_back({current_, error});
+    outcomes_.push_back({item, error});
   else
-    printProblem(session_.streams.err, session_.problemPrefix, current_, error.message);
+    printProblem(session_.streams.err, session_.problemPrefix, item, error.message);
 }
 
 ExitStatus ItemReport::finish() {
@@ -49,11 +66,10 @@ ExitStatus ItemReport::finish() {
   return anyFailed_ ? ExitStatus::failed : ExitStatus::done;
 }
 
-void ItemReport::showProgress() const {
+void ItemReport::showProgress(const std::string &item) const {
   if (!session_.streams.surroundings.errIsTerminal || expected_ < 2) return;
-  const std::string item = escapedForDisplay(current_);
   session_.streams.err << kClearLine << std::to_string(begun_) << " of " << std::to_string(expected_) << ": "
-                       << prefixOfWholeCharacters(item, kLongestShown) << std::flush;
+                       << prefixOfWholeCharacters(escapedForDisplay(item), kLongestShown) << std::flush;
 }
 
 void ItemReport::clearProgress() const {

@@ -5,6 +5,7 @@
 #include "filesystem/EMU3Error.h"
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,9 +17,8 @@ namespace tessary::cli {
 ///
 ///     ItemReport report(session, items.size());
 ///     for (const Item &item : items) {
-///       if (!report.begin(item.address)) break;
-///       if (work(item, &error)) report.succeed("Deleted " + item.address);
-///       else report.fail(error);
+///       const auto work = [&](EMU3Error *error) { return remove(item, error); };
+///       if (!report.run(item.address, "Deleted " + item.address, work)) break;
 ///     }
 ///     return report.finish();
 class ItemReport final {
@@ -26,11 +26,11 @@ public:
   /// `expected` is the number of items, for the progress.
   ItemReport(Session &session, std::size_t expected) : session_(session), expected_(expected) {}
 
-  /// Starts the next item. False when the user has interrupted: nothing more is to be begun.
-  bool begin(const std::string &item);
-  /// Ends the item that was begun, with the sentence that says what was done.
-  void succeed(const std::string &sentence);
-  void fail(const EMU3Error &error);
+  /// Does an item. False when it was not begun because the user has interrupted: nothing more is to be.
+  /// `sentence` says what was done. `work` returns whether it succeeded and fills the error where not; what
+  /// it throws is the item's failure.
+  bool run(const std::string &item, const std::string &sentence,
+           const std::function<bool(EMU3Error *)> &work);
 
   /// Completes the answer.
   ExitStatus finish();
@@ -41,13 +41,16 @@ private:
     std::optional<EMU3Error> error;
   };
 
-  void showProgress() const;
+  static bool attempt(const std::string &item, const std::function<bool(EMU3Error *)> &work,
+                      EMU3Error *error);
+  void succeed(const std::string &item, const std::string &sentence);
+  void fail(const std::string &item, const EMU3Error &error);
+  void showProgress(const std::string &item) const;
   void clearProgress() const;
   void writeJson(bool ok) const;
 
   Session &session_;
   std::size_t expected_;
-  std::string current_;
   std::size_t begun_ = 0;
   std::vector<Outcome> outcomes_; ///< for the JSON answer alone
   bool anyFailed_ = false;

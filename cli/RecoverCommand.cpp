@@ -80,16 +80,13 @@ private:
                     << std::endl; // seen before anything is changed
     }
     ItemReport report(session, 1);
-    if (!report.begin(item)) return report.finish();
-    if (CommandWords::isGiven(dryRun_)) {
-      report.succeed("Nothing was changed");
-      return report.finish();
-    }
-    EMU3Error error;
-    if (session.volume->recoverFolder(number_, name, target.directory, &error))
-      report.succeed("Brought back the folder in block " + item + " as “" + name + "”");
-    else
-      report.fail(error);
+    const bool isDryRun = CommandWords::isGiven(dryRun_);
+    const std::string done =
+        isDryRun ? "Nothing was changed" : "Brought back the folder in block " + item + " as “" + name + "”";
+    report.run(item, done, [&](EMU3Error *error) {
+      return isDryRun ? session.volume->canRecoverFolder(number_, name, target.directory, error)
+                      : session.volume->recoverFolder(number_, name, target.directory, error);
+    });
     return report.finish();
   }
 
@@ -114,7 +111,7 @@ extern const CommandEntry kRecoverCommand{
     "Examples:\n"
     "  tessary-cli recover disk.hda\n"
     "  tessary-cli recover disk.hda --block 37 --to / --name Drums --dry-run\n",
-    {.changesVolume = true},
+    {},
     makeCommand<RecoverCommand>,
 };
 

@@ -6,6 +6,7 @@
 #include "cli/ItemReport.h"
 #include "cli/JsonWriter.h"
 #include "cli/TextTable.h"
+#include "filesystem/Text.h"
 
 #include <cstddef>
 #include <numeric>
@@ -19,7 +20,6 @@ namespace {
 std::vector<std::string> samplesOf(const Session &session, const FileItem &item) {
   EMU3Error error;
   std::vector<std::string> samples = session.volume->samplesFromBankFile(item.file, &error);
-  item.file->setCachedData(nullptr);
   if (error.isSet()) throw CommandFailure{error, item.address};
   return samples;
 }
@@ -80,6 +80,11 @@ public:
     if (host_.target() && wanted.size() > 1) {
       throw CommandFailure{cliError(kCliRefused, "-o names the target of one sample"), item.address};
     }
+    if (wanted.empty()) {
+      const std::string sentence = "The bank lists no samples: " + item.address;
+      if (host_.target()) throw CommandFailure{cliError(kCliRefused, sentence), item.address};
+      if (!session.json) session.out() << escapedForDisplay(sentence) << '\n';
+    }
     return writeSamples(session, item, samples, wanted);
   }
 
@@ -95,21 +100,18 @@ private:
     ItemReport report(session, wanted.size());
     for (const std::size_t index : wanted) {
       const std::string name = item.address + "[" + std::to_string(index) + "]";
-      if (!report.begin(name)) break;
       const std::string sample = index < samples.size() ? samples[index] : "";
       const std::string target =
           host_.target() ? *host_.target()
                          : targets.claim(host_.folder(), item.file->name() + "_" + sample, ".wav");
-      EMU3Error error;
-      const bool written = targets.mayWrite(target, &error) &&
-                           session.volume->exportSampleAtIndex(index, item.file, target, &error);
-      if (written) targets.wrote(target);
-      if (written)
-        report.succeed("Exported " + name + " to " + target);
-      else
-        report.fail(error);
+      const auto work = [&](EMU3Error *error) {
+        if (!targets.mayWrite(target, error)) return false;
+        if (!session.volume->exportSampleAtIndex(index, item.file, target, error)) return false;
+        targets.wrote(target);
+        return true;
+      };
+      if (!report.run(name, "Exported " + name + " to " + target, work)) break;
     }
-    item.file->setCachedData(nullptr);
     return report.finish();
   }
 

@@ -24,14 +24,10 @@ public:
     const FolderItem folder = resolveFolder(*session.volume, folderWord);
     ItemReport report(session, files.size());
     for (const FileItem &item : files) {
-      if (!report.begin(item.address)) break;
-      EMU3Error error;
-      const bool done = transfer(*session.volume, item, folder.directory, &error);
-      item.file->setCachedData(nullptr);
-      if (done)
-        report.succeed(doneWord() + item.address + " into " + folder.address);
-      else
-        report.fail(error);
+      const auto work = [&](EMU3Error *error) {
+        return transfer(*session.volume, item, folder.directory, error);
+      };
+      if (!report.run(item.address, doneWord() + item.address + " into " + folder.address, work)) break;
     }
     return report.finish();
   }
@@ -70,7 +66,7 @@ extern const CommandEntry kCopyCommand{
     "\n"
     "Example:\n"
     "  tessary-cli cp disk.hda '/Drums/K*' /Backup\n",
-    {.changesVolume = true},
+    {.takesExact = true},
     makeCommand<CopyCommand>,
 };
 
@@ -82,7 +78,7 @@ extern const CommandEntry kMoveCommand{
     "\n"
     "Example:\n"
     "  tessary-cli mv disk.hda /KICK /SNARE /Drums\n",
-    {.changesVolume = true},
+    {.takesExact = true},
     makeCommand<MoveCommand>,
 };
 

@@ -62,17 +62,21 @@ bool readSome(int descriptor, std::string *to) {
   return length > 0;
 }
 
+// A host file in place of the program's end.
+void giveFile(const std::string &path, int access, Ends *ends) {
+  ::close(ends->theirs);
+  ends->theirs = ::open(path.c_str(), access | O_CLOEXEC);
+  if (ends->theirs < 0) fail(path.c_str());
+}
+
 } // namespace
 
 Subprocess::Subprocess(const std::vector<std::string> &words, const SubprocessOptions &options) {
-  const Ends in = makePipe(true);
+  Ends in = makePipe(true);
   Ends out = options.outIsTerminal ? makeTerminal() : makePipe(false);
   const Ends err = options.errIsTerminal ? makeTerminal() : makePipe(false);
-  if (!options.outFile.empty()) {
-    ::close(out.theirs);
-    out.theirs = ::open(options.outFile.c_str(), O_WRONLY | O_CLOEXEC);
-    if (out.theirs < 0) fail(options.outFile.c_str());
-  }
+  if (!options.inFile.empty()) giveFile(options.inFile, O_RDONLY, &in);
+  if (!options.outFile.empty()) giveFile(options.outFile, O_WRONLY, &out);
   std::vector<char *> arguments{const_cast<char *>(TESSARY_CLI_PROGRAM)};
   for (const std::string &word : words)
     arguments.push_back(const_cast<char *>(word.c_str()));

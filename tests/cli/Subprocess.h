@@ -21,7 +21,8 @@ struct SubprocessOptions {
   bool ignoresSigint = false;
   bool ignoresSigpipe = false;
   std::vector<int> closed{}; ///< standard descriptors that are not open
-  std::string outFile{};     ///< a host file in place of the pipe
+  std::string inFile{};      ///< host files in place of the pipes
+  std::string outFile{};
 };
 
 /// The program itself, run with pipes to its standard streams. Ended, if it still runs, at the end of the

@@ -1,5 +1,6 @@
 #include "tests/cli/CliRun.h"
 #include "tests/support/HostFiles.h"
+#include "tests/support/OtherUser.h"
 
 #include <set>
 #include <string>
@@ -143,6 +144,50 @@ TEST_F(CheckRecover, DryRunChangesNothing) {
   EXPECT_EQ(answer.status, 0);
   EXPECT_NE(answer.out.find("Nothing was changed"), std::string::npos);
   EXPECT_EQ(readBytes(imagePath()), before);
+}
+
+class RecoverRefused : public CheckRecover {
+protected:
+  // By the change and by its rehearsal alike, in both forms of the answer.
+  void expectRefusal(const std::string &to, const std::string &name, int code, const std::string &message) {
+    const Bytes before = readBytes(imagePath());
+    for (const bool rehearses : {false, true}) {
+      std::vector<std::string> words{"--block", block(), "--to", to, "--name", name};
+      if (rehearses) words.push_back("--dry-run");
+      const Answer answer = cli("recover", words);
+      EXPECT_EQ(answer.status, 1) << answer;
+      EXPECT_EQ(answer.err, "tessary-cli: " + block() + ": " + message + "\n");
+      json results{{{"item", block()}, {"ok", false}}};
+      results[0]["error"] = failure("com.tessary.error", code, message).at("error");
+      EXPECT_EQ(cliJson("recover", words), (json{{"ok", false}, {"results", results}}));
+    }
+    EXPECT_EQ(readBytes(imagePath()), before);
+  }
+};
+
+TEST_F(RecoverRefused, NamesThatTheEntryCannotHold) {
+  for (const char *name : {"", "    ", "sixteen letters!"})
+    expectRefusal("/Drums", name, 6, "Name must be 1–15 characters");
+}
+
+TEST_F(RecoverRefused, FullFolder) {
+  ImageBuilder image;
+  FolderBuilder lost = image.root().addFolder("Lost");
+  lost.addFile("PAD", patternBytes(700));
+  FolderBuilder full = image.root().addFolder("Full");
+  for (int i = 0; i < 16; ++i)
+    full.addFile("F" + std::to_string(i));
+  image.pokeEntry(lost.place(), RawEntry{});
+  block_ = lost.blocks().front();
+  use(image);
+  expectRefusal("/Full", "Back", 7, "Parent directory is full");
+}
+
+TEST_F(RecoverRefused, ReadOnlyImage) {
+  makeReadOnly();
+  const OtherUser user;
+  expectRefusal("/", "Back", 3, "Image is read-only");
+  EXPECT_EQ(cli("recover"), (Answer{0, "Block " + block() + ", files: 1, folders: 0: PAD\n", ""}));
 }
 
 TEST_F(CheckRecover, RefusesABlockThatIsNoLostFolder) {

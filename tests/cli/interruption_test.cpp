@@ -1,6 +1,7 @@
 // What is seen of an interruption, and of the progress on a terminal. The signal itself: program_test.cpp.
 
 #include "tests/cli/CliRun.h"
+#include "tests/support/BankBuilder.h"
 #include "tests/support/HostFiles.h"
 
 #include <memory>
@@ -32,6 +33,16 @@ protected:
              const std::string &input = "") const {
     words.insert(words.begin() + 1, imagePath());
     return runCli(words, input, interruptedWhen(std::move(condition)));
+  }
+  /// A volume with a bank of three samples.
+  void useBank() const {
+    ImageBuilder image;
+    image.root().addFile("BANK", IffBank()
+                                     .sample("one", patternBytes(100, 1))
+                                     .sample("two", patternBytes(100, 2), "ESND")
+                                     .sample("three", patternBytes(100, 3), "E4S3")
+                                     .build());
+    use(image);
   }
   bool isGone(const std::string &name) const {
     const Names names = volumeNames();
@@ -69,6 +80,17 @@ TEST_F(Interruption, HoldsForEveryCommandOfSeveralItems) {
   EXPECT_EQ(volumeNames("/Drums"), (Names{"D", "A", "B", "x"}));
   EXPECT_EQ(run({"export", "-R", "/Drums", "-d", out}, [&] { return namesIn(out).size() == 1; }).status, 130);
   EXPECT_EQ(namesIn(out), Names{"Drums"});
+}
+
+TEST_F(Interruption, WavOfAllSamplesStopsBehindTheOneInProgress) {
+  useBank();
+  const std::string out = newHostFolder("out");
+  EXPECT_EQ(run({"wav", "/BANK", "-d", out}, [&] { return namesIn(out).size() == 2; }),
+            (Answer{130,
+                    "Exported /BANK[0] to " + out + "/BANK_E4S1.wav\nExported /BANK[1] to " + out +
+                        "/BANK_ESND.wav\n",
+                    "tessary-cli: Interrupted\n"}));
+  EXPECT_EQ(namesIn(out), (Names{"BANK_E4S1.wav", "BANK_ESND.wav"}));
 }
 
 TEST_F(Interruption, BeforeTheFirstItemChangesNothing) {
@@ -119,6 +141,18 @@ TEST_F(Progress, LongWorkShowsItOnATerminalAndTakesItBack) {
   EXPECT_EQ(shown.out, plain.out);
   EXPECT_EQ(plain.err, "");
   EXPECT_EQ(shown.err, "\r\x1b[K1 of 2: /A\r\x1b[K\r\x1b[K2 of 2: /B\r\x1b[K");
+}
+
+TEST_F(Progress, WavOfSeveralSamplesShowsIt) {
+  useBank();
+  const std::string out = newHostFolder("out");
+  const Answer plain = cli("wav", {"/BANK", "-d", out});
+  const Answer shown = cli("wav", {"/BANK", "-d", out}, {.errIsTerminal = true, .interrupted = {}});
+  EXPECT_EQ(shown.status, plain.status);
+  EXPECT_EQ(shown.out, plain.out);
+  EXPECT_EQ(plain.err, "");
+  EXPECT_EQ(shown.err, "\r\x1b[K1 of 3: /BANK[0]\r\x1b[K\r\x1b[K2 of 3: /BANK[1]\r\x1b[K"
+                       "\r\x1b[K3 of 3: /BANK[2]\r\x1b[K");
 }
 
 TEST_F(Progress, OneItemShowsNone) {

@@ -104,6 +104,15 @@ TEST_F(Wav, ErrorsOfOneSampleAreTheExportsOwn) {
   EXPECT_EQ(namesIn(out_), Names{});
 }
 
+TEST_F(Wav, BankWithoutSamplesSaysSo) {
+  EXPECT_EQ(cli("wav", {"/OLD", "-d", out_}), (Answer{0, "The bank lists no samples: /OLD\n", ""}));
+  EXPECT_EQ(cli("wav", {"/OLD", "-o", inOut("any")}),
+            (Answer{1, "", "tessary-cli: The bank lists no samples: /OLD\n"}));
+  EXPECT_EQ(cliJson("wav", {"/OLD", "-o", inOut("any")}),
+            failure("com.tessary.cli", 4, "The bank lists no samples: /OLD"));
+  EXPECT_EQ(namesIn(out_), Names{});
+}
+
 TEST_F(Wav, AllSamplesOfWhatListsNone) {
   EXPECT_EQ(cliJson("wav", {"/OLD", "-d", out_}), allDone({}));
   EXPECT_EQ(cliJson("wav", {"/OS", "-d", out_}), failure("com.tessary.error", 6, "Not a bank file"));

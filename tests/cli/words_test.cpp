@@ -8,9 +8,9 @@
 namespace tessary::test {
 namespace {
 
-const std::vector<std::string> kCommands{"info",    "ls",     "stat",   "cat",   "export",
-                                         "samples", "wav",    "import", "cp",    "mv",
-                                         "rm",      "rename", "mkdir",  "rmdir", "batch"};
+const std::vector<std::string> kCommands{"info",  "ls",     "stat",  "cat",     "export", "samples",
+                                         "wav",   "import", "cp",    "mv",      "rm",     "rename",
+                                         "mkdir", "rmdir",  "check", "recover", "batch"};
 
 class Words : public CliTest {
 protected:
@@ -56,12 +56,14 @@ TEST_F(Words, EveryCommandButCatTakesJson) {
   EXPECT_EQ(cli("cat", {"/KICK", "--json"}).status, 2);
 }
 
-TEST_F(Words, ExactIsTakenByTheCommandsThatChangeTheVolume) {
+// recover has no bare rules: it always looks at the place it writes to.
+TEST_F(Words, ExactIsTakenByTheCommandsThatHaveGuards) {
   for (const std::string &command : kCommands) {
     const bool offersExact = runCli({command, "--help"}).out.find("--exact") != std::string::npos;
-    const std::vector<std::string> changing{"import", "cp", "mv", "rm", "rename", "mkdir", "rmdir"};
-    EXPECT_EQ(offersExact, std::count(changing.begin(), changing.end(), command) == 1) << command;
+    const std::vector<std::string> guarded{"import", "cp", "mv", "rm", "rename", "mkdir", "rmdir"};
+    EXPECT_EQ(offersExact, std::count(guarded.begin(), guarded.end(), command) == 1) << command;
   }
+  EXPECT_EQ(cli("recover", {"--exact"}).status, 2);
 }
 
 TEST_F(Words, VersionIsTheProjects) {
@@ -128,7 +130,26 @@ TEST_F(Words, TwoDashesEndTheOptions) {
             R"({"ok":true,"results":[{"item":"/-R","ok":true}]})"
             "\n");
   EXPECT_EQ(volumeNames(), (std::vector<std::string>{"--json", "Drums/"}));
-  EXPECT_EQ(runCli({"--", "info", imagePath()}).status, 2);
+}
+
+TEST_F(Words, TwoDashesMayStandBeforeTheCommand) {
+  const Answer expected = cli("info");
+  EXPECT_EQ(runCli({"--", "info", imagePath()}), expected);
+  EXPECT_EQ(runCli({"--json", "--", "info", imagePath()}), cli("info", {"--json"}));
+  EXPECT_EQ(runCli({"--", "rename", imagePath(), "/KICK", "--json"}).status, 0);
+  EXPECT_EQ(volumeNames(), (std::vector<std::string>{"--json", "Drums/"}));
+  EXPECT_EQ(runCli({"--"}).err, "tessary-cli: a command is missing\nSee: tessary-cli --help\n");
+  EXPECT_EQ(runCli({"--", "--help"}).err, "tessary-cli: no such command: --help\nSee: tessary-cli --help\n");
+  EXPECT_EQ(runCli({"--", "--", "info"}).err, "tessary-cli: no such command: --\nSee: tessary-cli --help\n");
+}
+
+TEST_F(Words, JsonAsAnOptionsValueAsksForNoJson) {
+  const CurrentFolder current(hostPath(""));
+  newHostFolder("--json");
+  EXPECT_EQ(cli("export", {"/NONE", "-d", "--json"}), (Answer{1, "", "tessary-cli: No such file: /NONE\n"}));
+  EXPECT_EQ(jsonOf(cli("export", {"/NONE", "-d", "--json", "--json"})),
+            failure("com.tessary.cli", 1, "No such file: /NONE"));
+  EXPECT_EQ(jsonOf(cli("export", {"--json", "-d"})).at("ok"), false); // wrong words, read as far as they go
 }
 
 TEST_F(Words, WordsThatNameCommandsAreOrdinaryWords) {
