@@ -1,6 +1,8 @@
 #include "cli/Addresses.h"
+#include "cli/CliError.h"
 #include "cli/Command.h"
 
+#include <exception>
 #include <ios>
 
 namespace tessary::cli {
@@ -11,15 +13,23 @@ public:
   void declare(CommandWords &words) override { file_ = words.required("FILE", "The file"); }
 
   ExitStatus run(Session &session) override {
-    const EMU3FilePtr file = resolveFile(*session.volume, CommandWords::text(file_)).file;
-    const ByteBufferPtr data = session.volume->dataForFile(file);
-    file->setCachedData(nullptr);
+    const FileItem item = resolveFile(*session.volume, CommandWords::text(file_));
+    const ByteBufferPtr data = contentsOf(item, *session.volume);
+    item.file->setCachedData(nullptr); // a batch may show a whole volume, which does not fit into memory
     session.out().write(reinterpret_cast<const char *>(data->data()),
                         static_cast<std::streamsize>(data->size()));
     return ExitStatus::done;
   }
 
 private:
+  static ByteBufferPtr contentsOf(const FileItem &item, EMU3Filesystem &volume) {
+    try {
+      return volume.dataForFile(item.file);
+    } catch (const std::exception &problem) { // the contents do not fit into memory
+      throw CommandFailure{errorOf(problem, item.address), item.address};
+    }
+  }
+
   const CommandWords::Word *file_ = nullptr;
 };
 

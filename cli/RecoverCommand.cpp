@@ -66,17 +66,22 @@ public:
   }
 
 private:
+  const LostFolder &wantedOf(const std::vector<LostFolder> &folders) const {
+    const auto wanted = std::find_if(folders.begin(), folders.end(),
+                                     [&](const LostFolder &folder) { return folder.block == number_; });
+    if (wanted != folders.end()) return *wanted;
+    const std::string item = std::to_string(number_);
+    throw CommandFailure{cliError(kCliNotFound, "No lost folder in block " + item), item};
+  }
+
   ExitStatus bringBack(Session &session, const std::vector<LostFolder> &folders) {
     const std::string item = std::to_string(number_);
     const FolderItem target = resolveFolder(*session.volume, CommandWords::text(to_));
-    const auto lost = std::find_if(folders.begin(), folders.end(),
-                                   [&](const LostFolder &folder) { return folder.block == number_; });
-    if (lost == folders.end())
-      throw CommandFailure{cliError(kCliNotFound, "No lost folder in block " + item), item};
+    const LostFolder &lost = wantedOf(folders);
     const std::string name = CommandWords::textIfGiven(name_).value_or("Recovered " + item);
     if (!session.json) {
       session.out() << escapedForDisplay("The folder in block " + item + " gets an entry “" + name + "” in " +
-                                         target.address + " (" + contentsOf(*lost) + ")")
+                                         target.address + " (" + contentsOf(lost) + ")")
                     << std::endl; // seen before anything is changed
     }
     ItemReport report(session, 1);

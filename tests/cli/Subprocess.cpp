@@ -5,6 +5,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <termios.h>
@@ -89,6 +90,10 @@ Subprocess::Subprocess(const std::vector<std::string> &words, const SubprocessOp
     ::dup2(err.theirs, STDERR_FILENO);
     for (const int descriptor : options.closed)
       ::close(descriptor);
+    if (options.addressSpace != 0) {
+      const rlimit limit{options.addressSpace, options.addressSpace};
+      ::setrlimit(RLIMIT_AS, &limit);
+    }
     ::signal(SIGINT, options.ignoresSigint ? SIG_IGN : SIG_DFL);
     ::signal(SIGPIPE, options.ignoresSigpipe ? SIG_IGN : SIG_DFL);
     ::execv(TESSARY_CLI_PROGRAM, arguments.data());

@@ -20,8 +20,9 @@ struct SubprocessOptions {
   bool outIsTerminal = false;
   bool ignoresSigint = false;
   bool ignoresSigpipe = false;
-  std::vector<int> closed{}; ///< standard descriptors that are not open
-  std::string inFile{};      ///< host files in place of the pipes
+  std::size_t addressSpace = 0; ///< most that it may map, in bytes; 0 for no limit
+  std::vector<int> closed{};    ///< standard descriptors that are not open
+  std::string inFile{};         ///< host files in place of the pipes
   std::string outFile{};
 };
 

@@ -189,6 +189,18 @@ TEST_F(Program, ContentsAreNotKeptFromLineToLine) {
   EXPECT_LT(ownMemoryOf(program.pid()), 16U * 1024);
   EXPECT_EQ(program.finish(), (Ending{0, 0}));
 }
+
+TEST_F(Program, ContentsThatDoNotFitIntoMemoryFailTheirLineAlone) {
+  ImageBuilder image({.sizeBytes = 512 * kMiB, .slotSizeBlocks = 4096});
+  image.root().addFile("KICK", bytesOf("kick"));
+  image.root().addFile("LONG", {}, {.sizeBytes = 30 * kMiB});
+  use(image);
+  const SubprocessOptions smallMemory{.addressSpace = 512 * kMiB + 24 * kMiB};
+  const Result result = run({"batch", imagePath()}, smallMemory, "cat /LONG\ncat /KICK\n");
+  EXPECT_EQ(result.ending, (Ending{1, 0}));
+  EXPECT_EQ(result.out, "kick");
+  EXPECT_EQ(result.err, "tessary-cli: line 1: /LONG: Cannot allocate memory\n");
+}
 #endif
 
 TEST_F(Program, OutputDoesNotDependOnATerminal) {
