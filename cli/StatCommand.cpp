@@ -1,3 +1,4 @@
+#include "cli/AddressSyntax.h"
 #include "cli/Addresses.h"
 #include "cli/Command.h"
 #include "cli/FileFacts.h"
@@ -23,8 +24,7 @@ void printText(const EMU3File &file, std::ostream &out) {
   line("Type:                   ", fileTypeStringFor(fields.fileType));
   line("Type byte:              ", hexadecimal(fields.rawType));
   line("Entry id:               ", std::to_string(fields.entryId));
-  line("Entry's place:          ",
-       "@" + std::to_string(fields.dentryBlock) + ":" + std::to_string(fields.dentryOffset));
+  line("Entry's place:          ", placeAddress({fields.dentryBlock, fields.dentryOffset}));
   line("Size:                   ",
        std::to_string(fields.fileSize) + " bytes (" + fileSizeStringFor(fields.fileSize) + ")");
   line("Start cluster (slot):   ", std::to_string(fields.startCluster));

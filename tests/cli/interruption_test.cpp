@@ -95,8 +95,8 @@ TEST_F(Interruption, WavOfAllSamplesStopsBehindTheOneInProgress) {
 
 TEST_F(Interruption, BeforeTheFirstItemChangesNothing) {
   const auto always = [] { return true; };
-  for (const Names &words :
-       std::vector<Names>{{"rm", "/*"}, {"mkdir", "/New"}, {"rename", "/A", "X"}, {"ls"}}) {
+  for (const Names &words : std::vector<Names>{
+           {"rm", "/*"}, {"mkdir", "/New"}, {"rename", "/A", "X"}, {"recover"}, {"check"}, {"ls"}}) {
     EXPECT_EQ(run(words, always), (Answer{130, "", "tessary-cli: Interrupted\n"})) << words.front();
   }
   EXPECT_EQ(jsonOf(run({"ls", "--json"}, always)), failure("com.tessary.cli", 3, "Interrupted"));
