@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "app/AboutPanel.h"
+#include "app/DisplayText.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
 #include "filesystem/SerialQueue.h"
@@ -44,6 +45,15 @@ bool AppDelegate::application(const std::string &openFile) {
   return true;
 }
 
+void AppDelegate::refuse(const QString &uri) {
+  mainWC_->openingFailed(
+      QStringLiteral("%1: Not a file of this computer").arg(displayText(uri.toStdString())));
+}
+
+void AppDelegate::activate() {
+  mainWC_->bringToFront();
+}
+
 void AppDelegate::_buildMenuBar() {
   auto *menuBar = new QMenuBar;
   QMenu *menu = menuBar->addMenu(QStringLiteral("Tessary"));
@@ -65,6 +75,7 @@ void AppDelegate::_showAbout() {
 }
 
 void AppDelegate::terminate() {
+  emit terminating();
   mainWC_->prepareToQuit();
   idleCheck_.start();
   exitWhenIdle();

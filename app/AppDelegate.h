@@ -27,12 +27,20 @@ public:
   bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
   /// The desktop hands over a document. Always reports success, whatever the opening does.
   bool application(const std::string &openFile);
+  /// The desktop hands over what is no file of this computer, by its address.
+  void refuse(const QString &uri);
+  /// The desktop asks for the window: brings it to the front.
+  void activate();
   /// Ends the event loop as soon as all queued work on images has run; until then no alert is raised.
   void terminate();
 
   // Commands.
   void _openImage();
   void _showAbout();
+
+signals:
+  /// The application is about to end; no document is opened any more.
+  void terminating();
 
 protected:
   bool eventFilter(QObject *watched, QEvent *event) override;

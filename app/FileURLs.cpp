@@ -12,15 +12,14 @@ bool isThisHost(const QString &host) {
          host.compare(QSysInfo::machineHostName(), Qt::CaseInsensitive) == 0;
 }
 
-/// Empty when the URL stands for no file of this host. Decoded here: the toolkit's own way loses bytes that
-/// are no UTF-8.
+} // namespace
+
+// The toolkit's own way loses bytes that are no UTF-8.
 std::string filePath(const QUrl &url) {
   if (!url.isLocalFile() || !isThisHost(url.host())) return {};
   const QByteArray path = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1());
   return path.contains('\0') ? std::string() : path.toStdString();
 }
-
-} // namespace
 
 QUrl fileURL(const std::string &path) {
   return QUrl::fromEncoded("file://" + QByteArray::fromStdString(path).toPercentEncoding("/"),

@@ -72,6 +72,13 @@ void MainWindowController::showWindow() {
   window_->show();
 }
 
+void MainWindowController::bringToFront() {
+  if (quitting_) return;
+  window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
+  window_->raise();
+  window_->activateWindow();
+}
+
 void MainWindowController::prepareToQuit() {
   quitting_ = true;
   // A question that is still open counts as answered with no.
@@ -109,17 +116,19 @@ void MainWindowController::_imageOpened(const std::string &imageURL, EMU3Filesys
                                         const EMU3Error &error) {
   spinner_->stop();
   if (quitting_) return;
-  if (!filesystem) {
-    const QString reason =
-        error.isSet() ? displayText(error.localizedDescription()) : QStringLiteral("Unknown error");
-    Alert(QStringLiteral("Cannot Open Image"), reason, window_.get()).exec();
-    _setStatus(QStringLiteral("Failed to open image."));
-    return;
-  }
+  if (!filesystem)
+    return openingFailed(error.isSet() ? displayText(error.localizedDescription())
+                                       : QStringLiteral("Unknown error"));
   _setFilesystem(std::move(filesystem));
   _setTitle(QStringLiteral("%1 — %2").arg(kAppName, displayText(lastPathComponent(imageURL))));
   _showNoFolder();
   _loadFilesystem();
+}
+
+void MainWindowController::openingFailed(const QString &reason) {
+  if (quitting_) return;
+  _runAlert(QStringLiteral("Cannot Open Image"), reason);
+  _setStatus(QStringLiteral("Failed to open image."));
 }
 
 void MainWindowController::_unmountImage() {

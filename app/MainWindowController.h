@@ -51,6 +51,8 @@ public:
   ~MainWindowController() override;
 
   void showWindow();
+  /// Puts the window before the others, with the keyboard.
+  void bringToFront();
   MainWindow *window() const { return window_.get(); }
   /// Puts the menu bar into the window, which grows by it: the content keeps its size.
   void setMenuBar(QMenuBar *menuBar);
@@ -59,6 +61,8 @@ public:
 
   /// Opens the image at a path of the host in the background and then shows it in place of the one mounted.
   void openImageAtURL(const std::string &imageURL);
+  /// Tells in a modal alert why an image was not opened.
+  void openingFailed(const QString &reason);
 
   /// The mounted image; null when there is none.
   EMU3FilesystemPtr filesystem() const { return filesystem_; }
