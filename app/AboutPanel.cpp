@@ -17,8 +17,6 @@
 #include <QTextBrowser>
 #include <QTextCursor>
 #include <QUrl>
-#include <algorithm>
-#include <cmath>
 
 namespace tessary {
 namespace {
@@ -28,39 +26,6 @@ constexpr QSize contentSize(300, 420);
 /// The frame of an element whose place is given from the panel's bottom left corner, as all of them are.
 QRect frame(int x, int bottom, int width, int height) {
   return {x, contentSize.height() - bottom - height, width, height};
-}
-
-// ---- Colours
-// -------------------------------------------------------------------------------------------------
-
-QColor mix(const QColor &color, const QColor &other, float share) {
-  const auto part = [share](float from, float to) { return from + (to - from) * share; };
-  return QColor::fromRgbF(part(color.redF(), other.redF()), part(color.greenF(), other.greenF()),
-                          part(color.blueF(), other.blueF()));
-}
-
-double luminance(const QColor &color) {
-  const auto linear = [](double value) {
-    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-  };
-  return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
-}
-
-/// From 1, no difference, to 21, black on white; 4.5 is comfortable for small text.
-double contrast(const QColor &one, const QColor &other) {
-  const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
-  return (lighter + 0.05) / (darker + 0.05);
-}
-
-/// The palette's link colour, brought nearer to the text's where it cannot be read on the window's
-/// background: many a dark palette keeps the dark blue of a light one.
-QColor linkColor(const QPalette &palette) {
-  const QColor background = palette.color(QPalette::Window);
-  const QColor link = palette.color(QPalette::Link);
-  QColor color = link;
-  for (int step = 1; step <= 10 && contrast(color, background) < 4.5; ++step)
-    color = mix(link, palette.color(QPalette::WindowText), 0.1F * static_cast<float>(step));
-  return color;
 }
 
 // ---- Text with links

@@ -13,4 +13,8 @@ QColor secondaryLabelColor(const QPalette &palette);
 /// the background are, so it is derived from text and background.
 QColor separatorColor(const QPalette &palette);
 
+/// The palette's link colour, brought nearer to the text's where it cannot be read on the window's
+/// background: many a dark palette keeps the dark blue of a light one.
+QColor linkColor(const QPalette &palette);
+
 } // namespace tessary

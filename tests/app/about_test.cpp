@@ -1,6 +1,7 @@
 #include "app/AboutPanel.h"
 
 #include "app/Links.h"
+#include "tests/app/Contrast.h"
 #include "tests/app/PaletteGuard.h"
 
 #include <QApplication>
@@ -317,18 +318,6 @@ TEST_F(AboutPanelTest, NothingReadIsCutOrOverlaps) {
   }
 }
 
-double luminance(const QColor &color) {
-  const auto linear = [](double value) {
-    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-  };
-  return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
-}
-
-double contrast(const QColor &one, const QColor &other) {
-  const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
-  return (lighter + 0.05) / (darker + 0.05);
-}
-
 TEST_F(AboutPanelTest, EverythingCanBeReadInLightAndDarkAlsoWhenItChangesWhileShown) {
   const PaletteGuard guard;
   panel.show();
@@ -337,10 +326,11 @@ TEST_F(AboutPanelTest, EverythingCanBeReadInLightAndDarkAlsoWhenItChangesWhileSh
     QApplication::processEvents();
     ASSERT_EQ(panel.palette().color(QPalette::Window), background);
     for (const char *name : labels)
-      EXPECT_GE(contrast(label(name).palette().color(QPalette::WindowText), background), 4.5) << name;
+      EXPECT_GE(test::contrast(label(name).palette().color(QPalette::WindowText), background), 4.5) << name;
     for (const char *name : linkViews)
       for (const LinkRange &link : linksOf(view(name)))
-        EXPECT_GE(contrast(link.color, background), 4.5) << name << " on " << background.name().toStdString();
+        EXPECT_GE(test::contrast(link.color, background), 4.5)
+            << name << " on " << background.name().toStdString();
   }
 }
 

@@ -2,6 +2,7 @@
 #include "app/SidebarController.h"
 #include "app/Spinner.h"
 #include "app/StatusBar.h"
+#include "tests/app/Contrast.h"
 #include "tests/app/PaletteGuard.h"
 #include "tests/app/WindowTest.h"
 #include "tests/support/SampleVolumes.h"
@@ -512,21 +513,12 @@ TEST_F(WindowLayout, NothingThatIsReadIsCutOrOverlaps) {
   }
 }
 
-double luminance(const QColor &color) {
-  const auto linear = [](double value) {
-    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-  };
-  return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
-}
-
 /// The strongest contrast that a pixel of the picture has with the background.
 double bestContrast(const QImage &picture, const QColor &background) {
   double best = 1;
   for (int y = 0; y < picture.height(); ++y)
-    for (int x = 0; x < picture.width(); ++x) {
-      const double pixel = luminance(picture.pixelColor(x, y)), ground = luminance(background);
-      best = std::max(best, (std::max(pixel, ground) + 0.05) / (std::min(pixel, ground) + 0.05));
-    }
+    for (int x = 0; x < picture.width(); ++x)
+      best = std::max(best, contrast(picture.pixelColor(x, y), background));
   return best;
 }
 
