@@ -30,7 +30,7 @@ public:
 /// What holds for a command besides its words.
 struct CommandTraits {
   bool hasJson = true;
-  bool takesExact = false; ///< changes the volume by rules that have guards
+  bool takesExact = false; ///< changes the volume
   bool isBatchLine = true; ///< can be a line of a batch
 };
 

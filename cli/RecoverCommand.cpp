@@ -111,12 +111,12 @@ extern const CommandEntry kRecoverCommand{
     "Without --block it lists the blocks of the directory area that belong to no folder and hold plausible\n"
     "entries. With it an entry is written for one, only into a place of FOLDER that is really free. What "
     "will\n"
-    "be done is said first.\n"
+    "be done is said first. That a place is free is looked at with --exact too.\n"
     "\n"
     "Examples:\n"
     "  tessary-cli recover disk.hda\n"
     "  tessary-cli recover disk.hda --block 37 --to / --name Drums --dry-run\n",
-    {},
+    {.takesExact = true},
     makeCommand<RecoverCommand>,
 };
 

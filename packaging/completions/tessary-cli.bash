@@ -10,7 +10,7 @@ _tessary_cli_options() {
     import) echo "-t --to --exact $every" ;;
     cp | mv | rm | rename | mkdir) echo "--exact $every" ;;
     rmdir) echo "-R --recursive --exact $every" ;;
-    recover) echo "--block --to --name --dry-run $every" ;;
+    recover) echo "--block --to --name --dry-run --exact $every" ;;
     batch) echo "--stop $every" ;;
     *) echo "$every" ;;
   esac
