@@ -218,40 +218,6 @@ TEST_F(Import, StartedWhileAnotherOneRunsComesAfterIt) {
   EXPECT_EQ(namesOnImage(path, {"Drums"}), (std::vector<std::string>{"DRUM 0", "ONE", "TWO"}));
 }
 
-TEST_F(Import, FoldersCanBeClickedWhileManyFilesAreImported) {
-  constexpr int files = 50;
-  ImageBuilder image({.sizeBytes = 32 * kMiB});
-  image.root().addFolder("Imports", {.blockCount = 4}).addFile("FIRST", patternBytes(10));
-  for (const char *name : {"One", "Two", "Three"})
-    image.root().addFolder(name).addFile(name, patternBytes(1000));
-  const std::string path = mount(image);
-  std::vector<std::string> paths;
-  StoredFiles expected = {{"FIRST", patternBytes(10)}};
-  for (int number = 0; number < files; ++number) {
-    const std::string name = "NEW " + std::to_string(number);
-    const Bytes contents = patternBytes(200'000, static_cast<std::uint32_t>(number));
-    paths.push_back(writeHostFile(name + ".E4B", contents));
-    expected.emplace_back(name, contents);
-  }
-  chooseFolder({"Imports"});
-  clickToolbar("ImportItem");
-  confirmPanel(paths);
-  const QStringList folders = {"One", "Two", "Three"};
-  int clicks = 0;
-  while (controller_->spinner()->users() > 0) {
-    const QString folder = folders[clicks++ % 3];
-    chooseFolder({folder});
-    ASSERT_EQ(fileNames(), QStringList{folder});
-    QTest::qWait(1);
-  }
-  ASSERT_TRUE(waitUntilIdle());
-  EXPECT_GE(clicks, 1);
-  EXPECT_EQ(fileNames(), QStringList{folders[(clicks - 1) % 3]});
-  EXPECT_EQ(outlineLabels(), (QStringList{"Imports (51)", "One (1)", "Two (1)", "Three (1)"}));
-  EXPECT_EQ(status(), QStringLiteral("Imported 50 file(s)."));
-  EXPECT_EQ(filesOnImage(path, {"Imports"}), expected);
-}
-
 TEST_F(Import, AnsweredAfterTheImageWasReplacedDoesNothing) {
   mount(volume());
   clickToolbar("ImportItem");
