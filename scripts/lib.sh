@@ -144,26 +144,32 @@ need() {
 
 processors() { getconf _NPROCESSORS_ONLN 2>/dev/null || echo 2; }
 
+# nothing_to_build PRESET TARGET
 nothing_to_build() {
   [ -f "build/$1/build.ninja" ] || return 1
-  case $(ninja -C "build/$1" -n 2>/dev/null) in
+  case $(ninja -C "build/$1" -n "$2" 2>/dev/null) in
     *"no work to do"*) return 0 ;;
     *) return 1 ;;
   esac
 }
 
-# build PRESET [OPTION...] configures and builds a preset, its output kept for the case that it fails.
+# build PRESET [--target TARGET] [OPTION...] configures and builds a preset, its output kept for the case that it
+# fails.
 build() {
-  local preset=$1 log=build/$1.log
+  local preset=$1 target=all log=build/$1.log
   shift
-  ! nothing_to_build "$preset" || return 0
+  if [ "${1:-}" = --target ]; then
+    target=$2
+    shift 2
+  fi
+  ! nothing_to_build "$preset" "$target" || return 0
   say "Building ($preset)…"
   if command -v ccache >/dev/null; then
     # What was compiled in one copy of the project serves the next, wherever it lies.
     export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 \
       CCACHE_SLOPPINESS=pch_defines,time_macros
   fi
-  if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
+  if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset" --target "$target"; } >"$log" 2>&1; then
     grep -E -A 15 'error|Error|FAILED' "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2
     die "Building failed; the whole log is $log."
   fi
