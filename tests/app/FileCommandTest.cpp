@@ -34,11 +34,6 @@ void HeldQueue::letGo() {
   if (const auto gate = std::exchange(gate_, nullptr)) gate->release();
 }
 
-void activate(QWidget *window) {
-  window->activateWindow();
-  EXPECT_TRUE(QTest::qWaitForWindowActive(window));
-}
-
 StoredFiles filesOnImage(const std::string &imagePath, const std::vector<std::string> &folder) {
   EMU3Error error;
   const EMU3FilesystemPtr filesystem = EMU3Filesystem::initWithURL(imagePath, &error);

@@ -39,9 +39,6 @@ private:
   std::shared_ptr<QSemaphore> gate_ = std::make_shared<QSemaphore>();
 };
 
-/// Makes the window the active one, as a window manager does with the one that is left when a sheet closes.
-void activate(QWidget *window);
-
 /// A file of an image: its name and contents.
 using StoredFile = std::pair<std::string, Bytes>;
 using StoredFiles = std::vector<StoredFile>;

@@ -45,6 +45,11 @@ void AlertAnswers::answer() {
                                        : button_);
 }
 
+void activate(QWidget *window) {
+  window->activateWindow();
+  EXPECT_TRUE(QTest::qWaitForWindowActive(window));
+}
+
 ShownAlert describe(const QMessageBox &alert) {
   ShownAlert shown{alert.text(), alert.informativeText(), {}};
   for (const QAbstractButton *button : alert.buttons())
@@ -135,6 +140,7 @@ QStringList rowTexts(const QAbstractItemModel &model, int row) {
 WindowTest::WindowTest() : controller_(std::make_unique<MainWindowController>()) {
   controller_->showWindow();
   if (!QTest::qWaitForWindowExposed(window())) throw std::runtime_error("the window does not come up");
+  activate(window()); // the keys that a test presses go to the active window
 }
 
 WindowTest::~WindowTest() {

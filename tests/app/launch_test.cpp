@@ -213,6 +213,7 @@ TEST_F(Quitting, QuitItemAndItsKeyEndTheApplication) {
   QTimer::singleShot(0, window(), [this] { chooseFromMenuBar(QStringLiteral("Quit Tessary")); });
   run();
   launch();
+  activate(window());
   QTimer::singleShot(0, window(),
                      [this] { QTest::keyClick(window()->windowHandle(), Qt::Key_Q, Qt::ControlModifier); });
   run();
