@@ -99,11 +99,16 @@ void HeldWorkQueue::letGo() {
 
 bool waitUntilIdle() {
   constexpr int milliseconds = 30000;
-  const bool idle = QTest::qWaitFor(
-      [] { return workQueue().activeThreadCount() == 0 && SerialQueue::pendingBlocks() == 0; }, milliseconds);
-  // What was posted may queue more: a completed opening does.
-  QCoreApplication::processEvents();
-  return idle && (SerialQueue::pendingBlocks() == 0 || waitUntilIdle());
+  const auto isIdle = [] {
+    return workQueue().activeThreadCount() == 0 && SerialQueue::pendingBlocks() == 0;
+  };
+  // What was posted may queue more, which may be done before it is asked for: a completed opening queues the
+  // details of its first folder, and these post theirs.
+  for (int generations = 3; generations > 0; --generations) {
+    if (!QTest::qWaitFor(isIdle, milliseconds)) return false;
+    QCoreApplication::processEvents();
+  }
+  return isIdle() || waitUntilIdle();
 }
 
 // ---- Mouse

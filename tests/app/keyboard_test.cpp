@@ -112,11 +112,13 @@ TEST_F(KeyboardTest, TabGoesThroughASheetFromItsControlOn) {
   chooseFromFileMenu("FIRST", "Rename…");
   EXPECT_EQ(accessibleName(&field()), "Name");
   EXPECT_EQ(accessibleLabel(&field()), "Enter a new name (max 15 characters):");
+  EXPECT_TRUE(QTest::qWaitFor([&] { return QApplication::focusWidget() == &field(); }));
   EXPECT_EQ(tabOrder().first(), "Name");
   EXPECT_EQ(tabOrder().size(), 3);
   answerSheet("Cancel");
   chooseFromFileMenu("FIRST", "Move to…");
   EXPECT_EQ(accessibleLabel(&popUp()), "Select a destination directory:");
+  EXPECT_TRUE(QTest::qWaitFor([&] { return QApplication::focusWidget() == &popUp(); }));
   EXPECT_EQ(tabOrder().first(), "disk.hda"); // the folder chosen
   EXPECT_EQ(tabOrder().size(), 3);
 }
