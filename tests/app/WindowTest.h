@@ -81,8 +81,8 @@ private:
 /// posted to the main thread has run. False after half a minute.
 bool waitUntilIdle();
 
-/// Makes the window the active one, as a window manager does with a new one and with the one that is left when a
-/// sheet closes.
+/// Makes the window the active one, as a window manager does with a new one and with the one that is left
+/// when a sheet closes.
 void activate(QWidget *window);
 
 ShownAlert describe(const QMessageBox &alert);
