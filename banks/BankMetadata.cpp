@@ -191,7 +191,7 @@ BankFormatCode searchFormat(const FileContents &contents) {
                                                     {"EMU SI-32", kEsi32},
                                                     {"ESI-32", kEsi32}}};
   constexpr std::size_t overlap = marks[0].text.size() - 1;
-  constexpr std::size_t pieceSize = 64 * 1024;
+  constexpr std::size_t pieceSize = std::size_t{64} * 1024;
   std::string piece;
   std::size_t best = marks.size();
   for (std::uint64_t offset = 0; offset < contents.size() && best > 0; offset += pieceSize) {

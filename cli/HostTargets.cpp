@@ -33,7 +33,9 @@ std::string HostTargets::claim(const std::string &folder, const std::string &ste
   std::size_t &number = lastTried_[base + extension];
   while (true) {
     ++number;
-    std::string path = base + (number == 1 ? "" : " (" + std::to_string(number) + ")") + extension;
+    std::string path = base;
+    if (number > 1) path.append(" (").append(std::to_string(number)).append(")");
+    path += extension;
     FileId existing;
     if (identify(path, &existing) && written_.contains(existing)) continue;
     if (claimed_.insert(path).second) return path;

@@ -110,7 +110,9 @@ private:
         targets.wrote(target);
         return true;
       };
-      if (!report.run(name, "Exported " + name + " to " + target, work)) break;
+      std::string done = "Exported ";
+      done.append(name).append(" to ").append(target);
+      if (!report.run(name, done, work)) break;
     }
     return report.finish();
   }
