@@ -29,7 +29,6 @@ QRect frame(int x, int bottom, int width, int height) {
 }
 
 // ---- Text with links
-// -----------------------------------------------------------------------------------------
 
 struct Run {
   QString text; ///< "\n" ends a paragraph
@@ -125,7 +124,6 @@ void addLink(QWidget *panel, const char *name, const links::Link &link, const QR
 } // namespace
 
 // ---- The panel
-// -----------------------------------------------------------------------------------------------
 
 AboutPanel::AboutPanel(QWidget *parent)
     : QDialog(parent, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |

@@ -1,7 +1,6 @@
-// window_bench import           imports 50 files of 2 MiB through the window's Import while folders are
-// clicked, and
-//                               tells how long the window stood still
-// window_bench start IMAGE      tells where the time goes until the first folder's details are on the screen
+// window_bench import                imports 50 files of 2 MiB through the window's Import while folders are
+//                                    clicked, and tells how long the window stood still
+// window_bench start IMAGE           tells where the time goes until the first folder's details are painted
 // window_bench start IMAGE TESSARY   times whole starts of the program TESSARY as well
 //
 // Runs on the platform that QT_QPA_PLATFORM names, offscreen when it names none.
@@ -115,7 +114,6 @@ private:
 };
 
 // ---- Import
-// --------------------------------------------------------------------------------------------------
 
 constexpr int importedFiles = 50;
 constexpr int otherFolders = 7;
@@ -201,7 +199,6 @@ int measureImport() {
 }
 
 // ---- Start
-// ---------------------------------------------------------------------------------------------------
 
 /// One start of this very window, step by step. `begin` is when main() began.
 void measureSteps(const std::string &image, Clock::time_point begin) {

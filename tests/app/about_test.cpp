@@ -286,7 +286,6 @@ TEST_F(AboutPanelTest, CloseButtonAndEscapeEndIt) {
 }
 
 // ---- What can be read
-// ----------------------------------------------------------------------------------------
 
 /// Where the words of an element lie in the panel.
 QRect readArea(const QWidget &element) {
