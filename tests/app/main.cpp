@@ -1,4 +1,5 @@
 #include "filesystem/SystemLog.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <QApplication>
 #include <cstdio>
@@ -19,6 +20,8 @@ void showMessage(QtMsgType, const QMessageLogContext &, const QString &message) 
 // The window's tests need no display, and show the dialogs of the toolkit itself, which they can press.
 int main(int argc, char **argv) {
   if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+  const tessary::test::TemporaryFolder settings; // the toolkit's file panels store what they showed last
+  qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(settings.path()));
   QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
   qInstallMessageHandler(showMessage);
   testing::InitGoogleTest(&argc, argv);

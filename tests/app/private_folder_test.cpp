@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <regex>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,9 +38,9 @@ TEST_F(PrivateFolder, LiesInTheFolderOfItsKindUnderAFreshUpperCaseUuid) {
   const std::optional<std::string> made = makePrivateFolder("EMU3Drag");
   ASSERT_TRUE(made);
   EXPECT_EQ(std::filesystem::path(*made).parent_path(), ours_ + "/EMU3Drag");
-  const std::regex uuid("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}");
+  const std::string uuid = "[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}";
   const std::string name = std::filesystem::path(*made).filename();
-  EXPECT_TRUE(std::regex_match(name, uuid)) << name;
+  EXPECT_THAT(name, testing::MatchesRegex(uuid));
   EXPECT_TRUE(std::filesystem::is_empty(*made));
 }
 
