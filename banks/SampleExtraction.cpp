@@ -91,10 +91,7 @@ std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &
     return {};
   }
   const std::shared_lock lock(shared_->operationLock);
-  if (!_mayReadContents(file)) {
-    fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
-    return {};
-  }
+  if (!_mayReadContents(file, error)) return {};
   return listedSamples(_contentsOfFile(file));
 }
 
@@ -104,9 +101,7 @@ bool EMU3Filesystem::exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr 
   ByteBufferPtr bank;
   {
     const std::shared_lock lock(shared_->operationLock);
-    if (!_mayReadContents(fromBankFile)) {
-      return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
-    }
+    if (!_mayReadContents(fromBankFile, error)) return false;
     bank = _bytesOfFile(fromBankFile);
   }
   const std::vector<std::string> samples = fromBankFile->fileType() == kFileTypeBank

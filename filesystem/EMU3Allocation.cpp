@@ -159,8 +159,9 @@ bool EMU3Filesystem::_isAnywhereInTree(const EMU3FilePtr &file) const {
                      [&](const EMU3DirectoryPtr &folder) { return folder->containsFile(file); });
 }
 
-bool EMU3Filesystem::_mayReadContents(const EMU3FilePtr &file) const {
-  return !isGuarded() || file->cachedData() || _isAnywhereInTree(file);
+bool EMU3Filesystem::_mayReadContents(const EMU3FilePtr &file, EMU3Error *error) const {
+  if (!isGuarded() || file->cachedData() || _isAnywhereInTree(file)) return true;
+  return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
 }
 
 std::optional<std::string> EMU3Filesystem::_nameReadBack(const std::string &name) const {

@@ -74,8 +74,7 @@ bool EMU3Filesystem::exportFile(const EMU3FilePtr &file, const std::string &toUR
   ByteBufferPtr data;
   {
     const std::shared_lock lock(shared_->operationLock);
-    if (!_mayReadContents(file))
-      return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
+    if (!_mayReadContents(file, error)) return false;
     data = _bytesOfFile(file);
   }
   return writeHostFileAtomically(toURL, {{data->data(), data->size()}}, error);
@@ -107,7 +106,7 @@ bool EMU3Filesystem::_removeFile(const EMU3FilePtr &file, const EMU3DirectoryPtr
 bool EMU3Filesystem::_copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory,
                                EMU3Error *error) {
   if (isReadOnly()) return fail(error, _errorCode(kErrorWriteRefused, "Image is read-only"));
-  if (!_mayReadContents(file)) return fail(error, _errorCode(kErrorEntryNotFound, "Dentry block not found"));
+  if (!_mayReadContents(file, error)) return false;
   const ByteBufferPtr data = _bytesOfFile(file);
   // A copy that lacks what could not be read would pass for the whole file, and a move would delete that.
   if (data->size() < _contentsOfFile(file).size()) {
@@ -123,9 +122,9 @@ bool EMU3Filesystem::_importFile(const std::string &url, const std::string &name
   if (!hostFileSize(url, &size, error)) return false;
   NewFile file{name, kFileTypeBank, size, nullptr, wholeName};
   if (isGuarded() && !isReadOnly() && blocksNeeded(size) > kMaxFileBlocks) {
+    // Refused for its size at the latest, before gigabytes are read for nothing.
     const Change change(*this);
-    return _guardsAllow(file, toDirectory,
-                        error); // false for its size, before gigabytes are read for nothing
+    return _guardsAllow(file, toDirectory, error);
   }
   file.data = readHostFile(url, error);
   if (!file.data) return false;

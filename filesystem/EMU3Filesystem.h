@@ -223,9 +223,9 @@ private:
   bool _isInTree(const EMU3DirectoryPtr &directory) const;
   bool _holdsFile(const EMU3DirectoryPtr &directory, const EMU3FilePtr &file) const;
   bool _isAnywhereInTree(const EMU3FilePtr &file) const;
-  /// Guarded: whether the contents are still this file's. One that has left the tree no longer owns the
-  /// slot that they would be read from.
-  bool _mayReadContents(const EMU3FilePtr &file) const;
+  /// Guarded: whether the contents are still this file's; false with code 5 otherwise. One that has left the
+  /// tree no longer owns the slot that they would be read from.
+  bool _mayReadContents(const EMU3FilePtr &file, EMU3Error *error) const;
   /// What the entry of a new file of this name reads back as; none for a name of spaces alone.
   std::optional<std::string> _nameReadBack(const std::string &name) const;
 

@@ -72,6 +72,13 @@ protected:
 class TableDrop : public DropTest {
 protected:
   TableDrop() { path_ = mount(drumsAndPads()); }
+  /// Shows an image with the folder "Other" and its file "BASS", whatever is still queued on the first one.
+  void openAnotherImage() {
+    ImageBuilder other;
+    other.root().addFolder("Other").addFile("BASS", bytesOf("bass"));
+    controller_->openImageAtURL(writeImage(other, "other.hda"));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return fileNames() == QStringList{"BASS"}; }));
+  }
 
   std::string path_;
 };
@@ -189,10 +196,7 @@ TEST_F(TableDrop, ChangesNothingOnAnotherImageOpenedMeanwhile) {
   HeldQueue held(*controller_->filesystem());
   FileDrag drag({writeHostFile("Hat", bytesOf("hat"))});
   dropOnTable(drag);
-  ImageBuilder other;
-  other.root().addFolder("Other").addFile("BASS", bytesOf("bass"));
-  controller_->openImageAtURL(writeImage(other, "other.hda"));
-  ASSERT_TRUE(QTest::qWaitFor([this] { return fileNames() == QStringList{"BASS"}; }));
+  openAnotherImage();
   const QString before = status();
   held.letGo();
   ASSERT_TRUE(test::waitUntilIdle());
@@ -507,10 +511,7 @@ TEST_F(SidebarDrop, ChangesNothingOnAnotherImageOpenedMeanwhile) {
   HeldQueue held(*controller_->filesystem());
   FileDrag drag({writeHostFile("Strings", bytesOf("strings"))});
   dropOnFolder(drag, {"Pads"});
-  ImageBuilder other;
-  other.root().addFolder("Other").addFile("BASS", bytesOf("bass"));
-  controller_->openImageAtURL(writeImage(other, "other.hda"));
-  ASSERT_TRUE(QTest::qWaitFor([this] { return fileNames() == QStringList{"BASS"}; }));
+  openAnotherImage();
   const QString before = status();
   held.letGo();
   ASSERT_TRUE(test::waitUntilIdle());
