@@ -3,16 +3,17 @@
 namespace tessary {
 
 void FairSharedMutex::lock() {
-  std::unique_lock guard(mutex_);
+  MutexLock guard(mutex_);
   const std::uint64_t ticket = nextTicket_++;
-  changed_.wait(guard, [&] { return nowServing_ == ticket && readers_ == 0 && !writer_; });
+  while (nowServing_ != ticket || readers_ != 0 || writer_)
+    guard.wait(changed_);
   writer_ = true;
   ++nowServing_;
 }
 
 void FairSharedMutex::unlock() {
   {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     writer_ = false;
   }
   changed_.notify_all();
@@ -20,9 +21,10 @@ void FairSharedMutex::unlock() {
 
 void FairSharedMutex::lock_shared() {
   {
-    std::unique_lock guard(mutex_);
+    MutexLock guard(mutex_);
     const std::uint64_t ticket = nextTicket_++;
-    changed_.wait(guard, [&] { return nowServing_ == ticket && !writer_; });
+    while (nowServing_ != ticket || writer_)
+      guard.wait(changed_);
     ++readers_;
     ++nowServing_;
   }
@@ -31,7 +33,7 @@ void FairSharedMutex::lock_shared() {
 
 void FairSharedMutex::unlock_shared() {
   {
-    const std::lock_guard guard(mutex_);
+    const MutexLock guard(mutex_);
     --readers_;
   }
   changed_.notify_all();

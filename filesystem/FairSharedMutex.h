@@ -1,29 +1,55 @@
 #pragma once
 
+#include "filesystem/Mutex.h"
+
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
 
 namespace tessary {
 
 /// Readers–writer lock that serves callers strictly in the order they came: a loop that takes the lock
 /// again and again cannot starve another thread, and a writer waits only for those before it.
-/// Not recursive. Meets the standard's SharedMutex requirements that std::unique_lock and
-/// std::shared_lock need.
-class FairSharedMutex final {
+/// Not recursive. Held by `WriteLock` and `ReadLock`.
+class TESSARY_CAPABILITY("shared mutex") FairSharedMutex final {
 public:
-  void lock();
-  void unlock();
-  void lock_shared();
-  void unlock_shared();
+  void lock() TESSARY_ACQUIRE();
+  void unlock() TESSARY_RELEASE();
+  void lock_shared() TESSARY_ACQUIRE_SHARED();
+  void unlock_shared() TESSARY_RELEASE_SHARED();
 
 private:
-  std::mutex mutex_;
+  Mutex mutex_;
   std::condition_variable changed_;
-  std::uint64_t nextTicket_ = 0;
-  std::uint64_t nowServing_ = 0;
-  std::uint64_t readers_ = 0;
-  bool writer_ = false;
+  std::uint64_t nextTicket_ TESSARY_GUARDED_BY(mutex_) = 0;
+  std::uint64_t nowServing_ TESSARY_GUARDED_BY(mutex_) = 0;
+  std::uint64_t readers_ TESSARY_GUARDED_BY(mutex_) = 0;
+  bool writer_ TESSARY_GUARDED_BY(mutex_) = false;
+};
+
+/// Holds a `FairSharedMutex` alone for a scope.
+class TESSARY_SCOPED_CAPABILITY WriteLock final {
+public:
+  explicit WriteLock(FairSharedMutex &mutex) TESSARY_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+  ~WriteLock() TESSARY_RELEASE() { mutex_.unlock(); }
+  WriteLock(const WriteLock &) = delete;
+  WriteLock &operator=(const WriteLock &) = delete;
+
+private:
+  FairSharedMutex &mutex_;
+};
+
+/// Holds a `FairSharedMutex` together with other readers for a scope.
+class TESSARY_SCOPED_CAPABILITY ReadLock final {
+public:
+  explicit ReadLock(FairSharedMutex &mutex) TESSARY_ACQUIRE_SHARED(mutex) : mutex_(mutex) {
+    mutex_.lock_shared();
+  }
+  ~ReadLock() TESSARY_RELEASE_GENERIC() { mutex_.unlock_shared(); }
+  ReadLock(const ReadLock &) = delete;
+  ReadLock &operator=(const ReadLock &) = delete;
+
+private:
+  FairSharedMutex &mutex_;
 };
 
 } // namespace tessary
