@@ -1,6 +1,7 @@
 #include "app/ContentController.h"
 
 #include "app/DisplayText.h"
+#include "banks/BankAnalysis.h"
 
 #include <QDrag>
 #include <QItemSelection>

@@ -5,6 +5,7 @@
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
 #include "app/PrivateFolder.h"
+#include "filesystem/ExportNames.h"
 #include "filesystem/SystemLog.h"
 
 #include <QApplication>

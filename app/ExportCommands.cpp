@@ -3,7 +3,7 @@
 #include "app/MainQueue.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
-#include "filesystem/HostFileName.h"
+#include "filesystem/ExportNames.h"
 #include "filesystem/SystemLog.h"
 
 #include <QFile>
@@ -33,7 +33,7 @@ void exportSamplesOf(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, const 
   const std::string name = bank->name();
   const std::vector<std::string> samples = filesystem.samplesFromBankFile(bank);
   for (std::size_t i = 0; i < samples.size(); ++i) {
-    const std::string path = pathInFolder(folder, hostFileName(name + "_" + samples[i]) + ".wav");
+    const std::string path = pathInFolder(folder, exportedSampleName(name, samples[i]).whole());
     EMU3Error error;
     if (mayExportTo(path, filesystem, &error) && filesystem.exportSampleAtIndex(i, bank, path, &error)) {
       ++counts->exported;

@@ -7,21 +7,15 @@
 
 namespace tessary {
 
-/// The host's name for a file exported whole: its name as the host can bear it, then ".E4B", whatever the
-/// file holds.
-std::string exportedFileName(const std::string &name);
-
-/// The name of the file that was exported to `path`: the inverse of `exportedFileName`.
-std::string nameOfExportedFile(const std::string &path);
-
 /// Path of `name` in a folder of the host.
 std::string pathInFolder(const std::string &folder, const std::string &name);
 
 /// Whether an export may write the host file at `path`. The mounted image itself is refused.
 bool mayExportTo(const std::string &path, const EMU3Filesystem &filesystem, EMU3Error *error = nullptr);
 
-/// Writes a file's bytes into a folder of the host under `exportedFileName` and returns the path. Fails with
-/// code 5 when `directory` no longer holds the file: what its entry led to may be another file's by now.
+/// Writes a file's bytes into a folder of the host under the name that `exportedFileName` gives and returns
+/// the path. Fails with code 5 when `directory` no longer holds the file: what its entry led to may be
+/// another file's by now.
 std::optional<std::string> exportIntoFolder(EMU3Filesystem &filesystem, const EMU3FilePtr &file,
                                             const EMU3DirectoryPtr &directory, const std::string &folder,
                                             EMU3Error *error = nullptr);

@@ -2,6 +2,7 @@
 #include "app/DisplayText.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
+#include "banks/BankAnalysis.h"
 
 #include <QPushButton>
 #include <utility>

@@ -3,8 +3,8 @@
 #include "app/CellDelegate.h"
 #include "app/DisplayText.h"
 #include "app/DragPicture.h"
-#include "app/ExportedFile.h"
 #include "app/FileURLs.h"
+#include "filesystem/ExportNames.h"
 
 #include <QDrag>
 #include <QHeaderView>

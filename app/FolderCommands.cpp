@@ -116,9 +116,9 @@ void MainWindowController::_renameFolder() {
   });
 }
 
-/// In the tree alone: the image keeps the old name.
 void MainWindowController::_setFolderName(const EMU3DirectoryPtr &folder, const std::string &name) {
-  folder->setName(name);
+  EMU3Error error;
+  if (!filesystem_->renameDirectory(folder, name, &error)) return _runAlert(error);
   sidebarCtl_->reloadItem(folder);
   _setStatus(QStringLiteral("Renamed to '%1'.").arg(displayText(name)));
 }

@@ -1,10 +1,10 @@
 #include "app/ContentController.h"
 #include "app/DisplayText.h"
-#include "app/ExportedFile.h"
 #include "app/ImportFiles.h"
 #include "app/MainQueue.h"
 #include "app/MainWindowController.h"
 #include "app/SidebarController.h"
+#include "filesystem/ExportNames.h"
 
 #include <QTableView>
 #include <QTreeView>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filesystem/EntryPlace.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -8,13 +10,6 @@
 #include <vector>
 
 namespace tessary::cli {
-
-/// Where a directory entry lies: its block and its index in it.
-struct EntryPlace {
-  std::int64_t block = 0;
-  std::int64_t index = 0;
-  bool operator==(const EntryPlace &) const = default;
-};
 
 /// An address taken apart: "/Drums/KICK", "@7:3", "@7:3/KICK".
 struct Address {

@@ -26,10 +26,6 @@ Address addressOf(const std::string &word) {
   failToFind("Not an address in the volume (they begin with / or @BLOCK:INDEX)", word);
 }
 
-template <typename Entry> EntryPlace placeOf(const Entry &entry) {
-  return {entry->dentryBlock(), entry->dentryOffset()};
-}
-
 template <typename Entry> Entry firstNamed(const std::vector<Entry> &entries, const std::string &name) {
   const auto found =
       std::find_if(entries.begin(), entries.end(), [&](const Entry &entry) { return entry->name() == name; });
@@ -39,7 +35,7 @@ template <typename Entry> Entry firstNamed(const std::vector<Entry> &entries, co
 EMU3DirectoryPtr folderAt(const EMU3Filesystem &volume, EntryPlace place) {
   const EMU3DirectoryPtr root = volume.rootDirectory(); // has no entry of its own
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root)) {
-    if (folder != root && placeOf(folder) == place) return folder;
+    if (folder != root && folder->place() == place) return folder;
   }
   return nullptr;
 }
@@ -47,7 +43,7 @@ EMU3DirectoryPtr folderAt(const EMU3Filesystem &volume, EntryPlace place) {
 std::optional<FileItem> fileAt(const EMU3Filesystem &volume, EntryPlace place, const std::string &word) {
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory())) {
     for (const EMU3FilePtr &file : folder->allFiles()) {
-      if (placeOf(file) == place) return FileItem{file, folder, word};
+      if (file->place() == place) return FileItem{file, folder, word};
     }
   }
   return std::nullopt;
@@ -213,7 +209,7 @@ std::vector<FileItem> filesIn(const EMU3DirectoryPtr &directory, const std::stri
   std::unordered_set<std::string> names;
   for (const EMU3FilePtr &file : directory->allFiles()) {
     const std::string name = file->name();
-    items.push_back({file, directory, addressIn(address, name, placeOf(file), names.insert(name).second)});
+    items.push_back({file, directory, addressIn(address, name, file->place(), names.insert(name).second)});
   }
   return items;
 }
@@ -228,7 +224,7 @@ std::vector<FolderItem> foldersIn(const EMU3DirectoryPtr &directory, const std::
   }
   for (const EMU3DirectoryPtr &folder : directory->subdirectories()) {
     const std::string name = folder->name();
-    items.push_back({folder, addressIn(address, name, placeOf(folder), names.insert(name).second)});
+    items.push_back({folder, addressIn(address, name, folder->place(), names.insert(name).second)});
   }
   return items;
 }

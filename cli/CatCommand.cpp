@@ -15,7 +15,6 @@ public:
   ExitStatus run(Session &session) override {
     const FileItem item = resolveFile(*session.volume, CommandWords::text(file_));
     const ByteBufferPtr data = contentsOf(item, *session.volume);
-    item.file->setCachedData(nullptr); // a batch may show a whole volume, which does not fit into memory
     session.out().write(reinterpret_cast<const char *>(data->data()),
                         static_cast<std::streamsize>(data->size()));
     return ExitStatus::done;
@@ -24,7 +23,10 @@ public:
 private:
   static ByteBufferPtr contentsOf(const FileItem &item, EMU3Filesystem &volume) {
     try {
-      return volume.dataForFile(item.file);
+      EMU3Error error;
+      ByteBufferPtr data = volume.contentsOfFile(item.file, &error);
+      if (!data) throw CommandFailure{error, item.address};
+      return data;
     } catch (const std::exception &problem) { // the contents do not fit into memory
       throw CommandFailure{errorOf(problem, item.address), item.address};
     }

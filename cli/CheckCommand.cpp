@@ -35,7 +35,7 @@ private:
 };
 
 std::string placeOf(const VolumeFinding &finding) {
-  return finding.place ? placeAddress({finding.place->first, finding.place->second}) : std::string();
+  return finding.place ? placeAddress(*finding.place) : std::string();
 }
 
 nlohmann::json orNull(const std::string &text) {

@@ -30,7 +30,6 @@ public:
 /// What holds for a command besides its words.
 struct CommandTraits {
   bool hasJson = true;
-  bool takesExact = false; ///< changes the volume
   bool isBatchLine = true; ///< can be a line of a batch
 };
 

@@ -14,26 +14,12 @@ namespace {
 
 constexpr const char *kProgram = "tessary-cli";
 
-// The guards are off for one command and on again whatever its end.
-class GuardedVolume final {
-public:
-  GuardedVolume(EMU3FilesystemPtr volume, bool exact) : volume_(std::move(volume)) {
-    volume_->setGuarded(!exact);
-  }
-  ~GuardedVolume() { volume_->setGuarded(true); }
-  GuardedVolume(const GuardedVolume &) = delete;
-  GuardedVolume &operator=(const GuardedVolume &) = delete;
-
-private:
-  EMU3FilesystemPtr volume_;
-};
-
 std::string usageOf(const CommandEntry &entry, bool withImage) {
   std::string usage = withImage ? std::string(kProgram) + " " : "";
   usage += entry.name;
   if (withImage) usage += " IMAGE";
   if (!entry.words.empty()) usage.append(" ").append(entry.words);
-  if (entry.traits.takesExact) usage += " [--exact]";
+  if (withImage) usage += " [--exact]";
   if (entry.traits.hasJson) usage += " [--json]";
   return usage;
 }
@@ -141,8 +127,8 @@ private:
     CommonWords common;
     if (line_ == nullptr) common.image = words.required("IMAGE", "The disk image");
     command.declare(words);
-    if (traits.takesExact) {
-      common.exact = words.flag("--exact", "Change the volume by the bare rules, without the guards against\n"
+    if (line_ == nullptr) {
+      common.exact = words.flag("--exact", "Mount the image by the bare rules, without the guards against\n"
                                            "overwriting what those rules do not look at");
     }
     if (traits.hasJson) common.json = words.flag("--json", "Answer with one JSON object on one line");
@@ -160,9 +146,7 @@ private:
     if (json_ && common.json == nullptr) throw WrongWords{"has no JSON answer"};
     json_ = json_ || (common.json != nullptr && CommandWords::isGiven(common.json));
     command->check(json_);
-    const EMU3FilesystemPtr volume =
-        common.image != nullptr ? mounted(CommandWords::text(common.image)) : line_->volume;
-    const GuardedVolume guarded(volume, common.exact != nullptr && CommandWords::isGiven(common.exact));
+    const EMU3FilesystemPtr volume = line_ == nullptr ? mounted(common) : line_->volume;
     if (streams_.interrupted()) throw Interrupted{};
     Session session{streams_, volume, json_, prefix_};
     return command->run(session);
@@ -179,9 +163,11 @@ private:
     return ExitStatus::done;
   }
 
-  static EMU3FilesystemPtr mounted(const std::string &image) {
+  static EMU3FilesystemPtr mounted(const CommonWords &common) {
+    const std::string image = CommandWords::text(common.image);
+    const MountRules rules = CommandWords::isGiven(common.exact) ? MountRules::bare : MountRules::guarded;
     EMU3Error error;
-    EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(image, &error);
+    EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(image, rules, &error);
     if (volume == nullptr) throw CommandFailure{error, image};
     return volume;
   }

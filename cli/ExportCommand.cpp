@@ -13,8 +13,6 @@
 namespace tessary::cli {
 namespace {
 
-constexpr const char *kExtension = ".E4B";
-
 /// An entry of the volume and the host folder it goes to.
 struct Task {
   EntryItem entry;
@@ -64,12 +62,12 @@ public:
 private:
   // False when the user has interrupted.
   bool exportItem(const FileItem &item, const std::string &hostFolder) {
-    return writeFile(item, targets_.claim(hostFolder, item.file->name(), kExtension));
+    return writeFile(item, targets_.claim(hostFolder, exportedFileName(item.file->name())));
   }
 
   // A folder that cannot be made on the host takes what is below it along.
   bool exportItem(const FolderItem &item, const std::string &hostFolder) {
-    const std::string path = targets_.claim(hostFolder, item.directory->name(), "");
+    const std::string path = targets_.claim(hostFolder, exportedFolderName(item.directory->name()));
     return report_.run(item.address, "Exported the folder " + item.address + " to " + path,
                        [&](EMU3Error *error) {
                          if (!makeHostFolder(path, error)) return false;

@@ -61,7 +61,7 @@ extern const CommandEntry kRemoveCommand{
     "\n"
     "Example:\n"
     "  tessary-cli rm disk.hda '/Drums/OLD*'\n",
-    {.takesExact = true},
+    {},
     makeCommand<RemoveCommand>,
 };
 
@@ -74,7 +74,7 @@ extern const CommandEntry kRenameCommand{
     "\n"
     "Example:\n"
     "  tessary-cli rename disk.hda /Drums/KICK 'Kick 2'\n",
-    {.takesExact = true},
+    {},
     makeCommand<RenameCommand>,
 };
 

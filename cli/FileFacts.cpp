@@ -1,16 +1,13 @@
 #include "cli/FileFacts.h"
 
+#include "banks/BankAnalysis.h"
+
 namespace tessary::cli {
 namespace {
 
 constexpr const char *kNothing = "—";
 
 } // namespace
-
-void refreshBankDetails(EMU3Filesystem &volume, const EMU3FilePtr &file) {
-  file->setBankDetails({});
-  volume.populateBankMetadata(file);
-}
 
 std::string formatCell(const BankDetails &details) {
   const char *name = bankFormatName(details.bankFormat);

@@ -8,9 +8,6 @@
 /// How files and folders of a volume are told, in words and in JSON.
 namespace tessary::cli {
 
-/// Reads a file's bank details anew; what earlier answers found is forgotten.
-void refreshBankDetails(EMU3Filesystem &volume, const EMU3FilePtr &file);
-
 /// The details as the window's columns show them: "—" for what is not known or 0.
 std::string formatCell(const BankDetails &details);
 std::string countCell(std::uint64_t count);

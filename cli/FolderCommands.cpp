@@ -73,7 +73,7 @@ extern const CommandEntry kMakeFolderCommand{
     "\n"
     "Example:\n"
     "  tessary-cli mkdir disk.hda /Drums/Snares\n",
-    {.takesExact = true},
+    {},
     makeCommand<MakeFolderCommand>,
 };
 
@@ -85,7 +85,7 @@ extern const CommandEntry kRemoveFolderCommand{
     "\n"
     "Example:\n"
     "  tessary-cli rmdir disk.hda /Drums/Snares\n",
-    {.takesExact = true},
+    {},
     makeCommand<RemoveFolderCommand>,
 };
 

@@ -1,7 +1,6 @@
 #include "cli/HostTargets.h"
 
 #include "cli/CliError.h"
-#include "filesystem/HostFileName.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -27,15 +26,14 @@ bool HostTargets::identify(const std::string &path, FileId *id) {
   return true;
 }
 
-std::string HostTargets::claim(const std::string &folder, const std::string &stem,
-                               const std::string &extension) {
-  const std::string base = joined(folder, hostFileName(stem));
-  std::size_t &number = lastTried_[base + extension];
+std::string HostTargets::claim(const std::string &folder, const HostName &name) {
+  const std::string base = joined(folder, name.stem);
+  std::size_t &number = lastTried_[base + name.extension];
   while (true) {
     ++number;
     std::string path = base;
     if (number > 1) path.append(" (").append(std::to_string(number)).append(")");
-    path += extension;
+    path += name.extension;
     FileId existing;
     if (identify(path, &existing) && written_.contains(existing)) continue;
     if (claimed_.insert(path).second) return path;

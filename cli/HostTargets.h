@@ -2,6 +2,7 @@
 
 #include "filesystem/EMU3Error.h"
 #include "filesystem/EMU3Filesystem.h"
+#include "filesystem/ExportNames.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -20,9 +21,8 @@ public:
   /// The image of the volume is never a target.
   explicit HostTargets(const EMU3Filesystem &volume);
 
-  /// The path, in a host folder, for a result named `stem` + `extension`. `stem` is a name from the image,
-  /// made safe for the host here. An empty folder is the current one.
-  std::string claim(const std::string &folder, const std::string &stem, const std::string &extension);
+  /// The path, in a host folder, for a result of this name. An empty folder is the current one.
+  std::string claim(const std::string &folder, const HostName &name);
   /// False, with an error, where writing to `path` would replace the image itself.
   bool mayWrite(const std::string &path, EMU3Error *error) const;
   /// Remembers what was written, or made, at `path`.

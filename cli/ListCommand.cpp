@@ -18,7 +18,7 @@ void refreshDetails(const std::vector<FolderItem> &folders, Session &session) {
   for (const FolderItem &folder : folders) {
     for (const EMU3FilePtr &file : folder.directory->allFiles()) {
       if (session.interrupted()) throw Interrupted{};
-      refreshBankDetails(*session.volume, file);
+      session.volume->refreshBankMetadata(file);
     }
   }
 }

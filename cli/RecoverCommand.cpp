@@ -116,7 +116,7 @@ extern const CommandEntry kRecoverCommand{
     "Examples:\n"
     "  tessary-cli recover disk.hda\n"
     "  tessary-cli recover disk.hda --block 37 --to / --name Drums --dry-run\n",
-    {.takesExact = true},
+    {},
     makeCommand<RecoverCommand>,
 };
 

@@ -103,7 +103,7 @@ private:
       const std::string sample = index < samples.size() ? samples[index] : "";
       const std::string target =
           host_.target() ? *host_.target()
-                         : targets.claim(host_.folder(), item.file->name() + "_" + sample, ".wav");
+                         : targets.claim(host_.folder(), exportedSampleName(item.file->name(), sample));
       const auto work = [&](EMU3Error *error) {
         if (!targets.mayWrite(target, error)) return false;
         if (!session.volume->exportSampleAtIndex(index, item.file, target, error)) return false;

@@ -1,3 +1,4 @@
+#include "banks/BankAnalysis.h"
 #include "cli/AddressSyntax.h"
 #include "cli/Addresses.h"
 #include "cli/Command.h"
@@ -43,7 +44,7 @@ public:
 
   ExitStatus run(Session &session) override {
     const EMU3FilePtr file = resolveFile(*session.volume, CommandWords::text(file_)).file;
-    refreshBankDetails(*session.volume, file);
+    session.volume->refreshBankMetadata(file);
     if (session.json)
       answerInJson(*file, session.out());
     else

@@ -66,7 +66,7 @@ extern const CommandEntry kCopyCommand{
     "\n"
     "Example:\n"
     "  tessary-cli cp disk.hda '/Drums/K*' /Backup\n",
-    {.takesExact = true},
+    {},
     makeCommand<CopyCommand>,
 };
 
@@ -78,7 +78,7 @@ extern const CommandEntry kMoveCommand{
     "\n"
     "Example:\n"
     "  tessary-cli mv disk.hda /KICK /SNARE /Drums\n",
-    {.takesExact = true},
+    {},
     makeCommand<MoveCommand>,
 };
 

@@ -58,6 +58,7 @@ inline constexpr std::uint8_t kRootEntryId = 1;
 inline constexpr std::uint64_t kMaxFileBlocks = 0xFFFF;
 
 using Dentry = std::array<std::uint8_t, kDentrySize>;
+using NameField = std::array<std::uint8_t, kNameSize>;
 using Block = std::array<std::uint8_t, kBlockSize>;
 
 inline std::uint16_t readLE16(const std::uint8_t *bytes) {

@@ -21,6 +21,30 @@ enum EMU3ErrorCode : std::int64_t {
   kErrorDirectoryFull = 7,
 };
 
+/// Every error that the engine raises itself; the table of their codes and texts is in EMU3Error.cpp.
+enum class EngineError {
+  imageTooSmall,
+  signatureMissing,
+  cannotOpen, ///< names the image's path
+  cannotMap,
+  mountedWithOtherRules,
+  sampleChunkNotFound,
+  imageIsReadOnly,
+  dataWriteFailed,
+  blockWriteFailed,
+  sampleWriteFailed,
+  noFreeSlot,
+  noFreeSpace,
+  fileTooLarge,
+  noFreeDirectoryBlock,
+  entryNotFound,
+  badName,
+  notABank,
+  sampleIndexOutOfRange,
+  destinationFull,
+  parentFull,
+};
+
 /// A failure as a value. Operations take `EMU3Error *error = nullptr` and fill it only when they fail
 /// and the caller gave one.
 struct EMU3Error {
@@ -29,18 +53,22 @@ struct EMU3Error {
   std::string message;
 
   /// True when a failing operation filled it.
-  bool isSet() const { return !domain.empty(); }
+  [[nodiscard]] bool isSet() const { return !domain.empty(); }
   /// The message, as shown to the user.
-  const std::string &localizedDescription() const { return message; }
+  [[nodiscard]] const std::string &localizedDescription() const { return message; }
   /// `Error Domain=com.tessary.error Code=4 "message"`, the form used in log lines.
-  std::string description() const;
+  [[nodiscard]] std::string description() const;
 };
 
+/// An error of the engine. `item` follows the text of those that name one.
+[[nodiscard]] EMU3Error engineError(EngineError which, const std::string &item = {});
+
 /// An error of the host: the item it is about, then the host's own words for `errnum`.
-EMU3Error hostError(int errnum, const std::string &item);
+[[nodiscard]] EMU3Error hostError(int errnum, const std::string &item);
 
 /// Stores `value` in `*error` when the caller gave one. Returns false, so that a failing operation can
 /// `return fail(error, …)`.
 bool fail(EMU3Error *error, EMU3Error value);
+bool fail(EMU3Error *error, EngineError which);
 
 } // namespace tessary

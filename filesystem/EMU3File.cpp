@@ -19,59 +19,28 @@ std::string withOneDecimal(double value) {
 } // namespace
 
 EMU3FileFields EMU3File::fields() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return fields_;
 }
 
-void EMU3File::setFields(EMU3FileFields fields) {
-  const std::lock_guard lock(mutex_);
-  fields_ = std::move(fields);
+EntryPlace EMU3File::place() const {
+  const MutexLock lock(mutex_);
+  return {fields_.dentryBlock, fields_.dentryOffset};
+}
+
+EMU3DirectoryPtr EMU3File::folder() const {
+  const MutexLock lock(mutex_);
+  return folder_.lock();
 }
 
 ByteBufferPtr EMU3File::cachedData() const {
-  const std::lock_guard lock(mutex_);
-  return cachedData_;
-}
-
-void EMU3File::setCachedData(ByteBufferPtr data) {
-  const std::lock_guard lock(mutex_);
-  cachedData_.swap(data); // the old contents are released after the lock
-}
-
-ByteBufferPtr EMU3File::cacheDataIfUnset(ByteBufferPtr data) {
-  const std::lock_guard lock(mutex_);
-  if (!cachedData_) cachedData_ = std::move(data);
+  const MutexLock lock(mutex_);
   return cachedData_;
 }
 
 BankDetails EMU3File::bankDetails() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return bankDetails_;
-}
-
-void EMU3File::setBankDetails(BankDetails details) {
-  const std::lock_guard lock(mutex_);
-  bankDetails_ = std::move(details);
-}
-
-void EMU3File::setBankName(std::optional<std::string> value) {
-  const std::lock_guard lock(mutex_);
-  bankDetails_.bankName = std::move(value);
-}
-
-void EMU3File::setBankFormat(std::int64_t value) {
-  const std::lock_guard lock(mutex_);
-  bankDetails_.bankFormat = value;
-}
-
-void EMU3File::setPresetCount(std::uint64_t value) {
-  const std::lock_guard lock(mutex_);
-  bankDetails_.presetCount = value;
-}
-
-void EMU3File::setSampleCount(std::uint64_t value) {
-  const std::lock_guard lock(mutex_);
-  bankDetails_.sampleCount = value;
 }
 
 std::string EMU3File::fileSizeString() const {

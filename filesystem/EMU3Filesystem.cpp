@@ -1,147 +1,255 @@
 #include "filesystem/EMU3Filesystem.h"
 
+#include "banks/BankAnalysis.h"
+#include "banks/BankSamples.h"
+#include "banks/WavFile.h"
+#include "filesystem/DiskFormat.h"
+#include "filesystem/FileChanges.h"
+#include "filesystem/FileReading.h"
+#include "filesystem/FolderChanges.h"
+#include "filesystem/FolderRecovery.h"
+#include "filesystem/HostFile.h"
 #include "filesystem/Text.h"
+#include "filesystem/TreeEditor.h"
+#include "filesystem/Volume.h"
+#include "filesystem/VolumeCheck.h"
 
-#include <algorithm>
-#include <limits>
-#include <shared_mutex>
 #include <utility>
 
+// Each operation takes the volume's lock and calls; work on host files is done before or after.
 namespace tessary {
 
-EMU3FilesystemPtr EMU3Filesystem::initWithURL(const std::string &imageURL, EMU3Error *error) {
-  EMU3FilesystemPtr filesystem(new EMU3Filesystem);
-  filesystem->imageURL_ = imageURL;
-  filesystem->ioQueue_ = std::make_unique<SerialQueue>("com.tessary.io");
-  if (!filesystem->_mapImageWithError(error) || !filesystem->reload(error)) return nullptr;
-  return filesystem;
+EMU3FilesystemPtr EMU3Filesystem::initWithURL(const std::string &imageURL, MountRules rules,
+                                              EMU3Error *error) {
+  std::shared_ptr<Volume> volume = Volume::open(imageURL, rules, error);
+  if (!volume) return nullptr;
+  return EMU3FilesystemPtr(new EMU3Filesystem(imageURL, std::move(volume)));
 }
+
+EMU3FilesystemPtr EMU3Filesystem::initWithURL(const std::string &imageURL, EMU3Error *error) {
+  return initWithURL(imageURL, MountRules::bare, error);
+}
+
+EMU3Filesystem::EMU3Filesystem(std::string imageURL, std::shared_ptr<Volume> volume)
+    : imageURL_(std::move(imageURL)), ioQueue_(std::make_unique<SerialQueue>("com.tessary.io")),
+      volume_(std::move(volume)) {}
 
 EMU3Filesystem::~EMU3Filesystem() = default;
 
-// Under the lock, so that a tree is never made from the middle of another filesystem's change.
 bool EMU3Filesystem::reload(EMU3Error *error) {
-  const std::unique_lock lock(shared_->operationLock);
-  if (!_parseFilesystemWithError(error)) return false;
-  seenChanges_ = shared_->changeCount;
-  return true;
+  const WriteLock lock(volume_->lock);
+  return volume_->read(volumeLabel(), error);
 }
 
-bool EMU3Filesystem::_mapImageWithError(EMU3Error *error) {
-  mapping_ = ImageMapping::open(imageURL_, error);
-  if (!mapping_) return false;
-  shared_ = sharedVolumeFor(mapping_->device(), mapping_->inode());
-  if (!isReadOnly() && !shared_->claimForWriting(mapping_->descriptor())) mapping_->makeReadOnly();
-  return true;
-}
+// ---- Facts
 
-EMU3Error EMU3Filesystem::_errorCode(std::int64_t code, std::string message) {
-  return {kEngineErrorDomain, code, std::move(message)};
+MountRules EMU3Filesystem::rules() const {
+  return volume_->rules().kind();
 }
-
-bool EMU3Filesystem::_parseFilesystemWithError(EMU3Error *error) {
-  if (imageSize() < format::kBlockSize) {
-    return fail(error, _errorCode(kErrorNotAnImage, "File too small to be an E-MU disk image"));
-  }
-  format::Block header{};
-  _blockPtr(0).read(0, header.data(), header.size());
-  if (!std::equal(format::kSignature.begin(), format::kSignature.end(), header.begin())) {
-    return fail(error,
-                _errorCode(kErrorNotAnImage, "Not an E-MU 3/4 disk image (missing \"EMU3\" signature)"));
-  }
-  const auto fieldOr = [&header](std::size_t offset, std::uint64_t unset) {
-    const std::uint64_t value = format::readLE32(header.data() + offset);
-    return value == 0 ? unset : value;
-  };
-  rootDirBlock_ = fieldOr(format::kHeaderRootDirBlock, format::kDefaultRootDirBlock);
-  dataAreaBlock_ = fieldOr(format::kHeaderDataAreaBlock, format::kDefaultDataAreaBlock);
-  fatStartBlock_ = fieldOr(format::kHeaderFatStartBlock, format::kDefaultFatStartBlock);
-  slotSizeBlocks_ = fieldOr(format::kHeaderSlotSize, format::kDefaultSlotSizeBlocks / 2) * 2;
-  totalBlocks_ = imageSize() / format::kBlockSize;
-  {
-    const std::lock_guard lock(treeMutex_);
-    volumeLabel_ = lastPathComponent(imageURL_);
-    if (volumeLabel_.empty()) volumeLabel_ = "EMU3 Volume";
-  }
-  // The scan starts where the header says, zero included; the defaults hold for everything else.
-  firstScannedBlock_ = fieldOr(format::kHeaderFatStartBlock, 0);
-  _scanAllocationTable();
-  _storeRoot(_freshRoot());
-  return true;
+std::uint64_t EMU3Filesystem::imageSize() const {
+  return volume_->image.size();
 }
-
-EMU3DirectoryPtr EMU3Filesystem::_freshRoot() const {
-  auto root = std::make_shared<EMU3Directory>();
-  root->setName(volumeLabel());
-  root->setEntryId(format::kRootEntryId);
-  root->setBlockList({static_cast<std::int64_t>(rootDirBlock())});
-  _parseDirectory(root);
-  return root;
+bool EMU3Filesystem::isReadOnly() const {
+  return volume_->isReadOnly();
 }
-
-void EMU3Filesystem::_storeRoot(EMU3DirectoryPtr root) {
-  const std::lock_guard lock(treeMutex_);
-  rootDirectory_.swap(root); // the old tree is released after the lock
+std::uint64_t EMU3Filesystem::totalBlocks() const {
+  return volume_->geometry().totalBlocks;
 }
-
-EMU3DirectoryPtr EMU3Filesystem::rootDirectory() const {
-  const std::lock_guard lock(treeMutex_);
-  return rootDirectory_;
+std::uint64_t EMU3Filesystem::usedBlocks() const {
+  return volume_->counters.used();
 }
-
+std::uint64_t EMU3Filesystem::freeBlocks() const {
+  return volume_->counters.free();
+}
+std::uint64_t EMU3Filesystem::totalClusters() const {
+  return volume_->totalClusters();
+}
 std::string EMU3Filesystem::volumeLabel() const {
-  const std::lock_guard lock(treeMutex_);
-  return volumeLabel_;
+  return volumeLabelOf(imageURL_);
 }
-
-// Always up to 1024 blocks from where the header has the table, bounded by the image's end alone.
-void EMU3Filesystem::_scanAllocationTable() {
-  std::uint64_t used = 0;
-  const std::uint64_t first = firstScannedBlock_;
-  const std::uint64_t scanned =
-      mapping_->countNonZeroWords(first, first + format::kMaxScannedFatBlocks, &used);
-  const std::uint64_t clusters = scanned * format::kFatEntriesPerBlock;
-  totalClusters_ = clusters;
-  usedBlocks_ = used;
-  freeBlocks_ = used > clusters ? 0 : clusters - used;
+std::uint64_t EMU3Filesystem::rootDirBlock() const {
+  return volume_->geometry().rootDirBlock;
 }
-
-std::uint16_t EMU3Filesystem::_fatEntry(std::uint64_t index) const {
-  std::array<std::uint8_t, 2> bytes{};
-  const BlockView block = _blockPtr(fatStartBlock_ + index / format::kFatEntriesPerBlock);
-  if (!block.read(index % format::kFatEntriesPerBlock * 2, bytes.data(), bytes.size())) return 0;
-  return format::readLE16(bytes.data());
+std::uint64_t EMU3Filesystem::dataAreaBlock() const {
+  return volume_->geometry().dataAreaBlock;
 }
-
-void EMU3Filesystem::_setFatEntry(std::uint64_t index, std::uint16_t value) {
-  std::array<std::uint8_t, 2> bytes{};
-  format::writeLE16(bytes.data(), value);
-  mapping_->write(fatStartBlock_ + index / format::kFatEntriesPerBlock,
-                  index % format::kFatEntriesPerBlock * 2, bytes.data(), bytes.size());
+std::uint64_t EMU3Filesystem::slotSizeBlocks() const {
+  return volume_->geometry().slotSizeBlocks;
 }
-
-std::uint64_t EMU3Filesystem::_fatEndBlock() const {
-  std::uint64_t end = std::numeric_limits<std::uint64_t>::max();
-  for (const std::uint64_t next : {rootDirBlock(), dataAreaBlock()}) {
-    if (next > fatStartBlock_) end = std::min(end, next);
-  }
-  return end;
+std::uint64_t EMU3Filesystem::fatStartBlock() const {
+  return volume_->geometry().fatStartBlock;
 }
-
 std::uint64_t EMU3Filesystem::describedBlocks() const {
-  const std::uint64_t first = fatStartBlock();
-  const std::uint64_t end = std::min(_fatEndBlock(), totalBlocks());
-  return (std::max(first, end) - first) * format::kFatEntriesPerBlock;
+  return volume_->geometry().describedBlocks();
+}
+EMU3DirectoryPtr EMU3Filesystem::rootDirectory() const {
+  return volume_->rootDirectory();
 }
 
-EMU3Filesystem::Change::Change(EMU3Filesystem &filesystem) : filesystem_(filesystem) {
-  filesystem_.shared_->operationLock.lock();
-  if (filesystem_.seenChanges_ != filesystem_.shared_->changeCount) filesystem_._reconcileTree();
+// ---- Reading
+
+ByteBufferPtr EMU3Filesystem::dataForFile(const EMU3FilePtr &file, EMU3Error *error) {
+  const ReadLock lock(volume_->lock);
+  if (!mayReadFile(*volume_, file, error)) return nullptr;
+  if (ByteBufferPtr cached = file->cachedData()) return cached;
+  return TreeEditor::cacheDataIfUnset(*file, bytesOfFile(*volume_, *file));
 }
 
-EMU3Filesystem::Change::~Change() {
-  filesystem_.seenChanges_ = ++filesystem_.shared_->changeCount;
-  filesystem_.shared_->operationLock.unlock();
+ByteBufferPtr EMU3Filesystem::contentsOfFile(const EMU3FilePtr &file, EMU3Error *error) {
+  const ReadLock lock(volume_->lock);
+  if (!mayReadFile(*volume_, file, error)) return nullptr;
+  return bytesOfFile(*volume_, *file);
+}
+
+bool EMU3Filesystem::exportFile(const EMU3FilePtr &file, const std::string &toURL, EMU3Error *error) {
+  const ByteBufferPtr data = contentsOfFile(file, error);
+  return data && writeHostFileAtomically(toURL, {{data->data(), data->size()}}, error);
+}
+
+// ---- Banks
+
+bool EMU3Filesystem::populateBankMetadata(const EMU3FilePtr &file, EMU3Error *error) {
+  return analyse(file, file->bankDetails(), error);
+}
+
+bool EMU3Filesystem::refreshBankMetadata(const EMU3FilePtr &file, EMU3Error *error) {
+  return analyse(file, {}, error);
+}
+
+bool EMU3Filesystem::analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error) {
+  const ReadLock lock(volume_->lock);
+  const bool isBank = file->fileType() == kFileTypeBank;
+  if (isBank && !mayReadFile(*volume_, file, error)) return false;
+  const bool analysed =
+      !isBank || analyseBank(tessary::contentsOfFile(*volume_, *file), file->name(), &details);
+  TreeEditor::setBankDetails(*file, std::move(details));
+  return analysed;
+}
+
+std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {
+  if (file->fileType() != kFileTypeBank) {
+    fail(error, EngineError::notABank);
+    return {};
+  }
+  const ReadLock lock(volume_->lock);
+  if (!mayReadFile(*volume_, file, error)) return {};
+  return listedSamples(tessary::contentsOfFile(*volume_, *file));
+}
+
+// The bank is read once, so that the list and the audio are of one file.
+bool EMU3Filesystem::exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile,
+                                         const std::string &toURL, EMU3Error *error) {
+  const ByteBufferPtr bytes = contentsOfFile(fromBankFile, error);
+  if (!bytes) return false;
+  const FileContents bank(bytes);
+  const std::vector<std::string> samples =
+      fromBankFile->fileType() == kFileTypeBank ? listedSamples(bank) : std::vector<std::string>();
+  if (index >= samples.size()) return fail(error, EngineError::sampleIndexOutOfRange);
+  const std::optional<BankRange> audio = audioOfSampleType(bank, samples[index]);
+  if (!audio) return fail(error, EngineError::sampleChunkNotFound);
+  const auto length = static_cast<std::uint32_t>(audio->size);
+  const auto header = wavHeader(length);
+  if (writeHostFileAtomically(toURL, {header, {bytes->data() + audio->offset, length}}, nullptr)) return true;
+  return fail(error, EngineError::sampleWriteFailed);
+}
+
+// ---- Changes of files
+
+bool EMU3Filesystem::deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
+                                EMU3Error *error) {
+  const WriteLock lock(volume_->lock);
+  return tessary::deleteFile(*volume_, file, inDirectory, error);
+}
+
+bool EMU3Filesystem::copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory,
+                              EMU3Error *error) {
+  const WriteLock lock(volume_->lock);
+  return tessary::copyFile(*volume_, file, toDirectory, error);
+}
+
+bool EMU3Filesystem::moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
+                              const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
+  const WriteLock lock(volume_->lock);
+  return tessary::moveFile(*volume_, file, fromDirectory, toDirectory, error);
+}
+
+bool EMU3Filesystem::renameFile(const EMU3FilePtr &file, const std::string &newName,
+                                const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
+  const WriteLock lock(volume_->lock);
+  return tessary::renameFile(*volume_, file, newName, inDirectory, error);
+}
+
+bool EMU3Filesystem::importFileAtURL(const std::string &url, const EMU3DirectoryPtr &toDirectory,
+                                     EMU3Error *error) {
+  const std::string name = withoutExtension(lastPathComponent(url));
+  const std::string cut(prefixOfUtf16Units(name, format::kMaxNameBytes));
+  return storeHostFile(url, cut, false, toDirectory, error);
+}
+
+bool EMU3Filesystem::restoreFileAtURL(const std::string &url, const std::string &name,
+                                      const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
+  return storeHostFile(url, name, true, toDirectory, error);
+}
+
+bool EMU3Filesystem::storeHostFile(const std::string &url, const std::string &name, bool wholeName,
+                                   const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
+  const std::optional<HostFile> source = HostFile::open(url, error);
+  if (!source) return false;
+  NewFile file{name, kFileTypeBank, source->size(), nullptr, wholeName};
+  if (!isReadOnly() && isTooLarge(*volume_, file.size)) {
+    // Refused for its size at the latest, before gigabytes are read for nothing.
+    const ReadLock lock(volume_->lock);
+    return mayStoreFile(*volume_, file, toDirectory, error);
+  }
+  file.data = source->readWhole(error);
+  if (!file.data) return false;
+  file.size = file.data->size();
+  const WriteLock lock(volume_->lock);
+  return storeFile(*volume_, file, toDirectory, error);
+}
+
+// ---- Changes of folders
+
+bool EMU3Filesystem::createDirectoryNamed(const std::string &name, const EMU3DirectoryPtr &inDirectory,
+                                          EMU3Error *error) {
+  const WriteLock lock(volume_->lock);
+  return createDirectory(*volume_, name, inDirectory, error);
+}
+
+bool EMU3Filesystem::renameDirectory(const EMU3DirectoryPtr &directory, const std::string &newName,
+                                     EMU3Error *error) {
+  const WriteLock lock(volume_->lock);
+  return tessary::renameDirectory(*volume_, directory, newName, error);
+}
+
+bool EMU3Filesystem::deleteDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &fromParent,
+                                     EMU3Error *error) {
+  const WriteLock lock(volume_->lock);
+  return tessary::deleteDirectory(*volume_, directory, fromParent, error);
+}
+
+// ---- Damage
+
+std::vector<VolumeFinding> EMU3Filesystem::check() {
+  const ReadLock lock(volume_->lock);
+  return checkVolume(*volume_);
+}
+
+std::vector<LostFolder> EMU3Filesystem::lostFolders() {
+  const ReadLock lock(volume_->lock);
+  return tessary::lostFolders(*volume_);
+}
+
+bool EMU3Filesystem::recoverFolder(std::uint64_t block, const std::string &name,
+                                   const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
+  const WriteLock lock(volume_->lock);
+  return tessary::recoverFolder(*volume_, block, name, inDirectory, error);
+}
+
+bool EMU3Filesystem::canRecoverFolder(std::uint64_t block, const std::string &name,
+                                      const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
+  const ReadLock lock(volume_->lock);
+  return tessary::canRecoverFolder(*volume_, block, name, inDirectory, error);
 }
 
 } // namespace tessary

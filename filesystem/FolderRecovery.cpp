@@ -1,15 +1,23 @@
-#include "filesystem/DentryForm.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "filesystem/FolderRecovery.h"
+
+#include "filesystem/DirectoryEntry.h"
+#include "filesystem/GuardedRules.h"
 #include "filesystem/Text.h"
 
 #include <algorithm>
-#include <set>
-#include <shared_mutex>
+#include <optional>
+#include <unordered_set>
+#include <utility>
 
 namespace tessary {
 namespace {
 
 using namespace format;
+
+// A recovery looks at what it might destroy, however the image is mounted.
+const VolumeRules &recoveryRules() {
+  return rulesFor(MountRules::guarded);
+}
 
 bool isPlausibleName(const std::string &name) {
   return std::none_of(name.begin(), name.end(), [](char character) {
@@ -24,91 +32,92 @@ bool isPlausibleFile(const std::uint8_t *dentry) {
          readLE16(dentry + kDentryBytesInLastBlock) <= kBlockSize;
 }
 
-std::optional<std::size_t> firstEmptyDentry(const Block &block) {
+std::optional<std::int64_t> firstEmptyDentry(const Block &block) {
   for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
-    if (block[index * kDentrySize] == 0) return index;
+    if (block[index * kDentrySize] == 0) return static_cast<std::int64_t>(index);
   }
   return std::nullopt;
 }
 
-} // namespace
-
-std::vector<LostFolder> EMU3Filesystem::lostFolders() {
-  const std::shared_lock lock(shared_->operationLock);
-  return _lostFolders();
+// None when the block holds no entry, or one that makes no sense.
+std::optional<LostFolder> folderIn(const Block &block) {
+  LostFolder folder;
+  for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
+    const std::uint8_t *const dentry = block.data() + index * kDentrySize;
+    if (dentry[0] == 0) continue;
+    const std::optional<std::string> name = nameOfDentry(dentry);
+    const bool isFile = isFileDentry(dentry);
+    const bool isPlausible =
+        name && isPlausibleName(*name) && (isFile ? isPlausibleFile(dentry) : !folderBlocks(dentry).empty());
+    if (!isPlausible) return std::nullopt;
+    ++(isFile ? folder.fileCount : folder.folderCount);
+    folder.names.push_back(*name);
+  }
+  if (folder.names.empty()) return std::nullopt;
+  return folder;
 }
 
-// A block of the directory area is taken for a lost folder when it belongs to none of the tree and every
-// entry in it makes sense, at least one.
-std::vector<LostFolder> EMU3Filesystem::_lostFolders() const {
-  std::set<std::int64_t> owned;
-  _collectDirectoryBlocks(rootDirectory(), &owned);
+// The place for the entry of a lost folder; none, with the error, where it is refused.
+std::optional<EntryPlace> placeForLostFolder(const Volume &volume, std::uint64_t block,
+                                             const std::string &name, const EMU3DirectoryPtr &inDirectory,
+                                             EMU3Error *error) TESSARY_REQUIRES_SHARED(volume.lock) {
+  const auto refused = [&](EngineError reason) {
+    fail(error, reason);
+    return std::nullopt;
+  };
+  if (volume.isReadOnly()) return refused(EngineError::imageIsReadOnly);
+  const std::vector<LostFolder> lost = lostFolders(volume);
+  const bool isLost =
+      std::any_of(lost.begin(), lost.end(), [&](const LostFolder &folder) { return folder.block == block; });
+  if (!isLost || !volume.tree.contains(inDirectory)) return refused(EngineError::entryNotFound);
+  if (name.empty() || utf16Length(name) > kMaxNameBytes || !recoveryRules().mayStoreName(name)) {
+    return refused(EngineError::badName);
+  }
+  for (const std::int64_t number : inDirectory->blockList()) {
+    const std::optional<Block> entries = volume.entries.read(number);
+    if (!entries) continue;
+    if (const auto index = firstEmptyDentry(*entries)) return EntryPlace{number, *index};
+  }
+  return refused(EngineError::parentFull);
+}
+
+} // namespace
+
+std::vector<LostFolder> lostFolders(const Volume &volume) {
+  const VolumeGeometry geometry = volume.geometry();
+  const std::unordered_set<std::int64_t> owned = VolumeTree::folderBlocks(volume.tree.root());
   std::vector<LostFolder> found;
-  const std::uint64_t end = std::min({dataAreaBlock(), totalBlocks(), kLastFolderBlock + 1});
-  for (std::uint64_t number = rootDirBlock_; number < end; ++number) {
-    Block block{};
-    if (owned.contains(static_cast<std::int64_t>(number)) || !_canHoldFolder(number)) continue;
-    if (!_blockPtr(number).read(0, block.data(), block.size())) continue;
-    LostFolder folder;
-    folder.block = number;
-    bool isPlausible = true;
-    for (std::size_t index = 0; index < kDentriesPerBlock && isPlausible; ++index) {
-      const std::uint8_t *const dentry = block.data() + index * kDentrySize;
-      if (dentry[0] == 0) continue;
-      const std::optional<std::string> name = _parseName(dentry);
-      const bool isFile = isFileDentry(dentry);
-      isPlausible = name && isPlausibleName(*name) &&
-                    (isFile ? isPlausibleFile(dentry) : !folderBlocks(dentry).empty());
-      if (!isPlausible) break;
-      ++(isFile ? folder.fileCount : folder.folderCount);
-      folder.names.push_back(*name);
-    }
-    if (isPlausible && !folder.names.empty()) found.push_back(std::move(folder));
+  const std::uint64_t end = std::min({geometry.dataAreaBlock, geometry.totalBlocks, kLastFolderBlock + 1});
+  for (std::uint64_t number = geometry.rootDirBlock; number < end; ++number) {
+    const auto block = static_cast<std::int64_t>(number);
+    if (owned.contains(block) || !recoveryRules().mayHoldFolder(number, geometry)) continue;
+    const std::optional<Block> bytes = volume.entries.read(block);
+    if (!bytes) continue;
+    std::optional<LostFolder> folder = folderIn(*bytes);
+    if (!folder) continue;
+    folder->block = number;
+    found.push_back(*std::move(folder));
   }
   return found;
 }
 
-bool EMU3Filesystem::canRecoverFolder(std::uint64_t block, const std::string &name,
-                                      const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  const std::shared_lock lock(shared_->operationLock);
-  return _placeForLostFolder(block, name, inDirectory, error).has_value();
+bool canRecoverFolder(const Volume &volume, std::uint64_t block, const std::string &name,
+                      const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
+  return placeForLostFolder(volume, block, name, inDirectory, error).has_value();
 }
 
-bool EMU3Filesystem::recoverFolder(std::uint64_t block, const std::string &name,
-                                   const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  const Change change(*this);
-  const auto place = _placeForLostFolder(block, name, inDirectory, error);
+bool recoverFolder(Volume &volume, std::uint64_t block, const std::string &name,
+                   const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
+  const std::optional<EntryPlace> place = placeForLostFolder(volume, block, name, inDirectory, error);
   if (!place) return false;
-  const std::string_view stored = prefixOfWholeCharacters(name, kMaxNameBytes);
-  if (!mapping_->writeDentry(place->first, place->second, _dentryForFolder(stored, block))) {
-    return fail(error, _errorCode(kErrorWriteRefused, "Block write failed"));
+  if (!volume.entries.write(*place, dentryForFolder(recoveryRules().storedName(name), block))) {
+    return fail(error, EngineError::blockWriteFailed);
   }
-  _reconcileTree();
+  if (volume.tree.adoptFolder(volume.entries, *place, inDirectory)) return true;
+  const VolumeGeometry geometry = volume.geometry();
+  volume.tree.read(volume.entries, static_cast<std::int64_t>(geometry.rootDirBlock),
+                   volume.tree.root()->name());
   return true;
-}
-
-std::optional<std::pair<std::uint64_t, std::size_t>>
-EMU3Filesystem::_placeForLostFolder(std::uint64_t block, const std::string &name,
-                                    const EMU3DirectoryPtr &inDirectory, EMU3Error *error) const {
-  const auto refused = [&](EMU3ErrorCode code, const char *message) {
-    fail(error, _errorCode(code, message));
-    return std::nullopt;
-  };
-  if (isReadOnly()) return refused(kErrorWriteRefused, "Image is read-only");
-  const std::vector<LostFolder> lost = _lostFolders();
-  const bool isLost =
-      std::any_of(lost.begin(), lost.end(), [&](const LostFolder &folder) { return folder.block == block; });
-  if (!isLost || !_isInTree(inDirectory)) return refused(kErrorEntryNotFound, "Dentry block not found");
-  if (name.empty() || utf16Length(name) > kMaxNameBytes || !_nameReadBack(name)) {
-    return refused(kErrorBadArgument, "Name must be 1–15 characters");
-  }
-  for (const std::int64_t number : inDirectory->blockList()) {
-    Block entries{};
-    const auto place = static_cast<std::uint64_t>(number);
-    if (!_blockPtr(place).read(0, entries.data(), entries.size())) continue;
-    if (const auto index = firstEmptyDentry(entries)) return std::pair(place, *index);
-  }
-  return refused(kErrorDirectoryFull, "Parent directory is full");
 }
 
 } // namespace tessary

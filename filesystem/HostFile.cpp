@@ -38,35 +38,14 @@ EMU3Error notRegular(const std::string &path, mode_t mode) {
   return {kHostErrorDomain, EINVAL, path + ": Not a regular file"};
 }
 
-// Looks before opening: opening a FIFO would wait for its other end, opening a device can act on it.
-Descriptor openRegularFile(const std::string &path, struct stat *status, EMU3Error *error) {
-  const auto refused = [&](EMU3Error reason) {
-    fail(error, std::move(reason));
-    return Descriptor(-1);
-  };
-  if (::stat(path.c_str(), status) != 0) return refused(hostError(errno, path));
-  if (!S_ISREG(status->st_mode)) return refused(notRegular(path, status->st_mode));
-  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (fd < 0) return refused(hostError(errno, path));
-  if (::fstat(fd, status) != 0 || !S_ISREG(status->st_mode)) {
-    ::close(fd);
-    return refused(notRegular(path, status->st_mode));
-  }
-  return Descriptor(fd);
-}
-
 // Throws when the file does not fit into memory.
-ByteBufferPtr readWhole(const std::string &path, EMU3Error *error) {
-  struct stat status {};
-  const Descriptor file = openRegularFile(path, &status, error);
-  if (!file) return nullptr;
-  const auto expected = static_cast<std::size_t>(status.st_size);
+ByteBufferPtr readAll(int descriptor, const std::string &path, std::uint64_t expected, EMU3Error *error) {
   auto bytes = std::make_shared<ByteBuffer>();
   bytes->resize(expected + 1); // one more, so that the end is seen without growing
   std::size_t length = 0;
   while (true) {
     if (length == bytes->size()) bytes->resize(length * 2);
-    const ssize_t got = ::read(file.get(), bytes->data() + length, bytes->size() - length);
+    const ssize_t got = ::read(descriptor, bytes->data() + length, bytes->size() - length);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) {
       fail(error, hostError(errno, path));
@@ -132,20 +111,41 @@ int createTemporaryFile(const std::string &path, std::string *temporaryPath) {
 
 } // namespace
 
-bool hostFileSize(const std::string &path, std::uint64_t *size, EMU3Error *error) {
+// Looks before opening: opening a FIFO would wait for its other end, opening a device can act on it.
+std::optional<HostFile> HostFile::open(const std::string &path, EMU3Error *error) {
+  const auto refused = [&](EMU3Error reason) {
+    fail(error, std::move(reason));
+    return std::nullopt;
+  };
   struct stat status {};
-  if (!openRegularFile(path, &status, error)) return false;
-  *size = static_cast<std::uint64_t>(status.st_size);
-  return true;
+  if (::stat(path.c_str(), &status) != 0) return refused(hostError(errno, path));
+  if (!S_ISREG(status.st_mode)) return refused(notRegular(path, status.st_mode));
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor < 0) return refused(hostError(errno, path));
+  HostFile file(path, descriptor, 0);
+  if (::fstat(descriptor, &status) != 0) return refused(hostError(errno, path));
+  if (!S_ISREG(status.st_mode)) return refused(notRegular(path, status.st_mode));
+  file.size_ = static_cast<std::uint64_t>(status.st_size);
+  return file;
 }
 
-ByteBufferPtr readHostFile(const std::string &path, EMU3Error *error) {
+HostFile::HostFile(std::string path, int descriptor, std::uint64_t size)
+    : path_(std::move(path)), descriptor_(descriptor), size_(size) {}
+
+HostFile::HostFile(HostFile &&other) noexcept
+    : path_(std::move(other.path_)), descriptor_(std::exchange(other.descriptor_, -1)), size_(other.size_) {}
+
+HostFile::~HostFile() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+ByteBufferPtr HostFile::readWhole(EMU3Error *error) const {
   try {
-    return readWhole(path, error);
+    return readAll(descriptor_, path_, size_, error);
   } catch (const std::bad_alloc &) {
-    fail(error, hostError(ENOMEM, path));
+    fail(error, hostError(ENOMEM, path_));
   } catch (const std::length_error &) {
-    fail(error, hostError(EFBIG, path));
+    fail(error, hostError(EFBIG, path_));
   }
   return nullptr;
 }

@@ -5,18 +5,35 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <string>
 
 namespace tessary {
 
-/// Reads a regular file of the host whole. Anything else (folder, FIFO, device, socket) is refused
-/// without being opened, so a FIFO never blocks; a file that becomes shorter while it is read is an error
-/// too. Returns null with the host's error, whose message names the file.
-ByteBufferPtr readHostFile(const std::string &path, EMU3Error *error);
+/// A regular file of the host, open for reading. Anything else (folder, FIFO, device, socket) is refused
+/// without being opened, so a FIFO never blocks. Errors are the host's, and name the file.
+class HostFile final {
+public:
+  static std::optional<HostFile> open(const std::string &path, EMU3Error *error);
+  ~HostFile();
+  HostFile(HostFile &&other) noexcept;
+  HostFile(const HostFile &) = delete;
+  HostFile &operator=(const HostFile &) = delete;
+  HostFile &operator=(HostFile &&) = delete;
 
-/// Size in bytes of a regular file; false with the host's error otherwise (same refusals as above).
-bool hostFileSize(const std::string &path, std::uint64_t *size, EMU3Error *error);
+  /// Bytes, when it was opened.
+  [[nodiscard]] std::uint64_t size() const { return size_; }
+  /// All its bytes; null with the error. A file that became shorter meanwhile is an error too.
+  [[nodiscard]] ByteBufferPtr readWhole(EMU3Error *error) const;
+
+private:
+  HostFile(std::string path, int descriptor, std::uint64_t size);
+
+  std::string path_;
+  int descriptor_;
+  std::uint64_t size_;
+};
 
 /// Writes the parts, one after another, as the whole file at `path`: into a temporary file beside it
 /// that then replaces it; where `path` is a link, the file that it leads to. The file gets the permissions of

@@ -1,10 +1,11 @@
-#include "filesystem/DentryForm.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "filesystem/VolumeCheck.h"
+
+#include "filesystem/DirectoryEntry.h"
+#include "filesystem/FolderRecovery.h"
 #include "filesystem/Text.h"
 
 #include <algorithm>
 #include <map>
-#include <shared_mutex>
 #include <utility>
 
 namespace tessary {
@@ -14,8 +15,6 @@ using namespace format;
 namespace {
 
 constexpr std::size_t kMostFindingsOfAKind = 200;
-
-using Place = std::pair<std::int64_t, std::int64_t>;
 
 std::string number(std::uint64_t value) {
   return std::to_string(value);
@@ -31,13 +30,14 @@ std::string counted(std::uint64_t count, const std::string &what) {
 
 } // namespace
 
-/// One look over a volume. Reads through the filesystem's block access; the caller holds the lock.
+/// One look over a volume.
 class VolumeCheck final {
 public:
-  explicit VolumeCheck(const EMU3Filesystem &volume)
-      : volume_(volume), folders_(directoriesInPreOrder(volume.rootDirectory())) {}
+  explicit VolumeCheck(const Volume &volume)
+      : volume_(volume), geometry_(volume.geometry()),
+        folders_(directoriesInPreOrder(volume.rootDirectory())) {}
 
-  std::vector<VolumeFinding> run() {
+  std::vector<VolumeFinding> run() TESSARY_REQUIRES_SHARED(volume_.lock) {
     checkHeader();
     checkTable();
     checkFolderBlocks();
@@ -59,9 +59,9 @@ private:
   };
 
   void add(std::string kind, std::string message, EMU3DirectoryPtr folder = nullptr,
-           EMU3FilePtr file = nullptr, std::optional<Place> place = std::nullopt) {
+           EMU3FilePtr file = nullptr, std::optional<EntryPlace> place = std::nullopt) {
     if (++counts_[kind] > kMostFindingsOfAKind) return;
-    if (file && !place) place = Place(file->dentryBlock(), file->dentryOffset());
+    if (file && !place) place = file->place();
     findings_.push_back({std::move(kind), std::move(message), std::move(folder), std::move(file), place});
   }
 
@@ -77,20 +77,21 @@ private:
   void checkTable();
   void checkFolderBlocks();
   void collectFiles();
-  void checkEntries();
-  void checkHiddenEntry(const EMU3DirectoryPtr &folder, const std::uint8_t *dentry, Place place);
+  void checkEntries() TESSARY_REQUIRES_SHARED(volume_.lock);
+  void checkHiddenEntry(const EMU3DirectoryPtr &folder, const std::uint8_t *dentry, EntryPlace place);
   void checkFile(const Extent &extent);
   void checkOverlaps();
-  void checkMarks();
+  void checkMarks() TESSARY_REQUIRES_SHARED(volume_.lock);
   std::vector<bool> ownedBlocks(std::uint64_t count) const;
-  void checkLostFolders();
+  void checkLostFolders() TESSARY_REQUIRES_SHARED(volume_.lock);
 
   std::uint64_t blocksInsideImage(const Extent &extent) const {
-    const std::uint64_t total = volume_.totalBlocks();
+    const std::uint64_t total = geometry_.totalBlocks;
     return std::min(extent.end, total) - std::min(extent.begin, total);
   }
 
-  const EMU3Filesystem &volume_;
+  const Volume &volume_;
+  const VolumeGeometry geometry_;
   std::vector<EMU3DirectoryPtr> folders_;
   std::vector<Extent> files_;
   std::map<std::int64_t, EMU3DirectoryPtr> folderOfBlock_;
@@ -99,43 +100,43 @@ private:
 };
 
 void VolumeCheck::checkHeader() {
-  const std::uint64_t total = volume_.totalBlocks();
+  const std::uint64_t total = geometry_.totalBlocks;
   const auto outside = [&](const char *what, std::uint64_t block) {
     if (block < total) return;
     add("harm-header", std::string("The header puts ") + what + " at block " + number(block) +
                            ", but the image ends after block " + number(total - 1) + ".");
   };
-  outside("the root folder", volume_.rootDirBlock());
-  outside("the sounds", volume_.dataAreaBlock());
-  outside("the allocation table", volume_.fatStartBlock());
-  if (volume_.dataAreaBlock() <= volume_.rootDirBlock()) {
-    add("harm-header", "The header puts the sounds (block " + number(volume_.dataAreaBlock()) +
-                           ") before the root folder (block " + number(volume_.rootDirBlock()) +
+  outside("the root folder", geometry_.rootDirBlock);
+  outside("the sounds", geometry_.dataAreaBlock);
+  outside("the allocation table", geometry_.fatStartBlock);
+  if (geometry_.dataAreaBlock <= geometry_.rootDirBlock) {
+    add("harm-header", "The header puts the sounds (block " + number(geometry_.dataAreaBlock) +
+                           ") before the root folder (block " + number(geometry_.rootDirBlock) +
                            "): a new file can overwrite folders.");
   }
-  if (volume_.fatStartBlock() == volume_.rootDirBlock() ||
-      volume_.fatStartBlock() == volume_.dataAreaBlock()) {
+  if (geometry_.fatStartBlock == geometry_.rootDirBlock ||
+      geometry_.fatStartBlock == geometry_.dataAreaBlock) {
     add("harm-header", "The allocation table begins where the header also puts something else, at block " +
-                           number(volume_.fatStartBlock()) + ".");
+                           number(geometry_.fatStartBlock) + ".");
   }
-  if (volume_.slotSizeBlocks() > total) {
-    add("oddity-header", "A slot of " + number(volume_.slotSizeBlocks()) +
+  if (geometry_.slotSizeBlocks > total) {
+    add("oddity-header", "A slot of " + number(geometry_.slotSizeBlocks) +
                              " blocks is larger than the whole image: it holds one file at most.");
   }
 }
 
 void VolumeCheck::checkTable() {
-  if (volume_.describedBlocks() >= volume_.totalBlocks()) return;
+  if (geometry_.describedBlocks() >= geometry_.totalBlocks) return;
   add("oddity-short-table", "The allocation table is too short for the volume: it describes " +
-                                number(volume_.describedBlocks()) + " of " + number(volume_.totalBlocks()) +
+                                number(geometry_.describedBlocks()) + " of " + number(geometry_.totalBlocks) +
                                 " blocks. Files beyond are safe here, since slots are chosen by the files.");
 }
 
 void VolumeCheck::checkFolderBlocks() {
   for (const EMU3DirectoryPtr &folder : folders_) {
-    const Place place(folder->dentryBlock(), folder->dentryOffset());
+    const EntryPlace place = folder->place();
     for (const std::int64_t block : folder->blockList()) {
-      if (static_cast<std::uint64_t>(block) >= volume_.totalBlocks()) {
+      if (static_cast<std::uint64_t>(block) >= geometry_.totalBlocks) {
         add("harm-folder-outside",
             "The folder’s block " + std::to_string(block) +
                 " lies behind the end of the image: what was in it is missing.",
@@ -157,7 +158,7 @@ void VolumeCheck::checkFolderBlocks() {
 void VolumeCheck::collectFiles() {
   for (const EMU3DirectoryPtr &folder : folders_) {
     for (const EMU3FilePtr &file : folder->allFiles()) {
-      const std::uint64_t begin = volume_._slotStartBlock(std::max<std::uint16_t>(file->startCluster(), 1));
+      const std::uint64_t begin = geometry_.slotStartBlock(std::max<std::uint16_t>(file->startCluster(), 1));
       files_.push_back({begin, begin + file->blocksInLastCluster(), folder, file});
     }
   }
@@ -165,11 +166,11 @@ void VolumeCheck::collectFiles() {
 
 void VolumeCheck::checkEntries() {
   for (const auto &[number, folder] : folderOfBlock_) {
-    Block block{};
-    if (!volume_._blockPtr(static_cast<std::uint64_t>(number)).read(0, block.data(), block.size())) continue;
+    const std::optional<Block> block = volume_.entries.read(number);
+    if (!block) continue;
     for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
-      const std::uint8_t *const dentry = block.data() + index * kDentrySize;
-      if (dentry[0] == 0 || EMU3Filesystem::_parseName(dentry)) continue;
+      const std::uint8_t *const dentry = block->data() + index * kDentrySize;
+      if (dentry[0] == 0 || nameOfDentry(dentry)) continue;
       checkHiddenEntry(folder, dentry, {number, static_cast<std::int64_t>(index)});
     }
   }
@@ -178,7 +179,8 @@ void VolumeCheck::checkEntries() {
 }
 
 // An entry whose name is no text is not shown, and the choice of a slot for a new file does not see it.
-void VolumeCheck::checkHiddenEntry(const EMU3DirectoryPtr &folder, const std::uint8_t *dentry, Place place) {
+void VolumeCheck::checkHiddenEntry(const EMU3DirectoryPtr &folder, const std::uint8_t *dentry,
+                                   EntryPlace place) {
   const bool isFile = isFileDentry(dentry);
   if (isFile && dentry[kDentryRawType] == kRawTypeDeleted) {
     return add("oddity-name", "A deleted entry’s name is no text.", folder, nullptr, place);
@@ -243,7 +245,7 @@ void VolumeCheck::checkOverlaps() {
 // beginnings are counted first, so that many files claiming the same blocks cost no more than one.
 std::vector<bool> VolumeCheck::ownedBlocks(std::uint64_t count) const {
   std::vector<std::int64_t> change(count + 1, 0);
-  const std::uint64_t slotSize = volume_.slotSizeBlocks();
+  const std::uint64_t slotSize = geometry_.slotSizeBlocks;
   for (const Extent &extent : files_) {
     if (extent.begin >= count) continue;
     const std::uint64_t blocks = extent.end - extent.begin;
@@ -262,10 +264,10 @@ std::vector<bool> VolumeCheck::ownedBlocks(std::uint64_t count) const {
 }
 
 void VolumeCheck::checkMarks() {
-  const std::uint64_t count = std::min(volume_.describedBlocks(), volume_.totalBlocks());
+  const std::uint64_t count = std::min(geometry_.describedBlocks(), geometry_.totalBlocks);
   std::vector<std::uint64_t> unmarkedBefore(count + 1, 0); // number of unmarked blocks below each block
   for (std::uint64_t block = 0; block < count; ++block) {
-    unmarkedBefore[block + 1] = unmarkedBefore[block] + (volume_._fatEntry(block) == 0 ? 1 : 0);
+    unmarkedBefore[block + 1] = unmarkedBefore[block] + (volume_.table.mark(block) == 0 ? 1 : 0);
   }
   for (const Extent &extent : files_) {
     const std::uint64_t unmarked =
@@ -279,7 +281,7 @@ void VolumeCheck::checkMarks() {
   const std::vector<bool> owned = ownedBlocks(count);
   std::uint64_t unowned = 0;
   std::uint64_t first = 0;
-  for (std::uint64_t block = volume_.dataAreaBlock(); block < count; ++block) {
+  for (std::uint64_t block = geometry_.dataAreaBlock; block < count; ++block) {
     if (unmarkedBefore[block + 1] != unmarkedBefore[block] || owned[block]) continue;
     if (unowned++ == 0) first = block;
   }
@@ -289,19 +291,19 @@ void VolumeCheck::checkMarks() {
 }
 
 void VolumeCheck::checkLostFolders() {
-  for (const LostFolder &lost : volume_._lostFolders()) {
+  for (const LostFolder &lost : lostFolders(volume_)) {
     add("harm-lost-folder",
         "No entry leads to the folder in block " + number(lost.block) + " any more; it holds " +
             counted(lost.fileCount, "file") + " and " + counted(lost.folderCount, "folder") +
             ", the first is " + quoted(lost.names.front()) +
             ". The command “recover” brings it back; a new folder may be made over it.",
-        nullptr, nullptr, Place(static_cast<std::int64_t>(lost.block), 0));
+        nullptr, nullptr, EntryPlace{static_cast<std::int64_t>(lost.block), 0});
   }
 }
 
-std::vector<VolumeFinding> EMU3Filesystem::check() {
-  const std::shared_lock lock(shared_->operationLock);
-  return VolumeCheck(*this).run();
+// The check looks at the very volume whose lock the caller holds, which the analysis cannot see.
+std::vector<VolumeFinding> checkVolume(const Volume &volume) TESSARY_NO_THREAD_SAFETY_ANALYSIS {
+  return VolumeCheck(volume).run();
 }
 
 } // namespace tessary

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/EMU3Directory.h"
+#include "filesystem/EntryPlace.h"
 
 #include <cstdint>
 #include <optional>
@@ -19,10 +20,10 @@ struct VolumeFinding {
   /// The folder it is in, and the file when it is about one. Null where neither applies.
   EMU3DirectoryPtr folder;
   EMU3FilePtr file;
-  /// The entry's place: directory block and index.
-  std::optional<std::pair<std::int64_t, std::int64_t>> place;
+  /// Where the entry that it is about lies.
+  std::optional<EntryPlace> place;
 
-  bool isHarm() const { return kind.starts_with("harm-"); }
+  [[nodiscard]] bool isHarm() const { return kind.starts_with("harm-"); }
 };
 
 /// A directory block with files or folders in it that belongs to no folder of the tree.

@@ -1,11 +1,12 @@
+#include "banks/BankAnalysis.h"
+
 #include "banks/BankFormat.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "filesystem/DiskFormat.h"
 #include "filesystem/SystemLog.h"
 #include "filesystem/Text.h"
 
 #include <cstdio>
 #include <cstring>
-#include <shared_mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -281,25 +282,19 @@ const char *bankFormatName(std::int64_t bankFormat) {
   }
 }
 
-bool EMU3Filesystem::populateBankMetadata(const EMU3FilePtr &file, EMU3Error *) {
-  if (file->fileType() != kFileTypeBank) return true;
-  const std::shared_lock lock(shared_->operationLock);
-  const FileContents contents = _contentsOfFile(file);
+bool analyseBank(const FileContents &contents, const std::string &fileName, BankDetails *details) {
   std::array<std::uint8_t, kMinHeaderSize> header{};
   if (contents.read(0, header.data(), header.size()) < header.size()) return false;
-  const std::string name = file->name();
-  const DetectionLog log(name);
-  BankDetails details = file->bankDetails();
+  const DetectionLog log(fileName);
   const std::uint8_t *const formType = header.data() + kFormTypeOffset;
   const bool isForm = beginsWith(header.data(), "FORM");
   if (isForm && (beginsWith(formType, "E4B") || beginsWith(formType, "E3B"))) {
     log.line("Format", "→ Detected as E4B/E3B variant (IFF format): " + shownText(formType, 4));
-    readIffBank(contents, name, log, &details);
-  } else {
-    if (isForm) log.line("Format", "→ Not an E4B/E3B format. Signature: " + shownText(formType, 4));
-    readLegacyBank(contents, name, log, &details);
+    readIffBank(contents, fileName, log, details);
+    return true;
   }
-  file->setBankDetails(std::move(details));
+  if (isForm) log.line("Format", "→ Not an E4B/E3B format. Signature: " + shownText(formType, 4));
+  readLegacyBank(contents, fileName, log, details);
   return true;
 }
 

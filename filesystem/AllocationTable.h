@@ -1,0 +1,61 @@
+#pragma once
+
+#include "filesystem/VolumeGeometry.h"
+
+#include <atomic>
+#include <cstdint>
+
+namespace tessary {
+
+class ImageMapping;
+
+/// How many blocks of a volume are used and free. Changed under the volume's lock, read from any thread.
+class BlockCounters final {
+public:
+  [[nodiscard]] std::uint64_t used() const { return used_; }
+  [[nodiscard]] std::uint64_t free() const { return free_; }
+  void set(std::uint64_t used, std::uint64_t free);
+  /// Blocks that a new file takes. The used ones always grow; the free ones stay when there are fewer than
+  /// that.
+  void take(std::uint64_t blocks);
+  /// Blocks that a deleted file gives back. The free ones always grow; the used ones stay when there are
+  /// fewer.
+  void giveBack(std::uint64_t blocks);
+
+private:
+  std::atomic<std::uint64_t> used_ = 0;
+  std::atomic<std::uint64_t> free_ = 0;
+};
+
+/// The allocation table: one 16-bit mark for each block of the image, 0 where the block is free. The only
+/// class that reads and writes marks.
+class AllocationTable final {
+public:
+  /// The table of this image; the mapping outlives it.
+  explicit AllocationTable(ImageMapping &image) : image_(image) {}
+
+  /// Which blocks hold the table. Before anything else, and again when the header was read anew.
+  void place(const VolumeGeometry &geometry) { fatStartBlock_ = geometry.fatStartBlock; }
+
+  /// The mark of a block; 0 where the table's block lies outside the image or cannot be read.
+  [[nodiscard]] std::uint16_t mark(std::uint64_t block) const;
+  /// Writes the mark of a block and flushes the table's block; does nothing where that lies outside the
+  /// image.
+  void setMark(std::uint64_t block, std::uint16_t value);
+  /// The block of the table in which a block's mark stands.
+  [[nodiscard]] std::uint64_t tableBlockOf(std::uint64_t block) const;
+
+  /// How many entries a scan found, and how many of them in use.
+  struct Scan {
+    std::uint64_t entries = 0;
+    std::uint64_t used = 0;
+  };
+  /// Counts up to 1024 blocks from where the header has the table, bounded by the image's end alone.
+  [[nodiscard]] Scan scan(const VolumeGeometry &geometry) const;
+
+private:
+  ImageMapping &image_;
+  std::uint64_t fatStartBlock_ = 0;
+};
+
+} // namespace tessary

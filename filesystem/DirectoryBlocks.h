@@ -1,0 +1,43 @@
+#pragma once
+
+#include "filesystem/DiskFormat.h"
+#include "filesystem/EntryPlace.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace tessary {
+
+class ImageMapping;
+
+/// The directory blocks of a volume: 16 entries of 32 bytes in each. The only class that reads and writes
+/// directory entries. Block numbers may be anything; what lies outside the image is not there.
+///
+/// Each write flushes its block. False: the block lies outside the image or could not be written.
+class DirectoryBlocks final {
+public:
+  /// The directory blocks of this image; the mapping outlives it.
+  explicit DirectoryBlocks(ImageMapping &image) : image_(image) {}
+
+  /// Whether the block lies inside the image.
+  [[nodiscard]] bool contains(std::int64_t block) const;
+  /// All 512 bytes; none when the block is outside the image or cannot be read.
+  [[nodiscard]] std::optional<format::Block> read(std::int64_t block) const;
+
+  /// Sets all 512 bytes to zero.
+  bool clearBlock(std::int64_t block);
+  /// Replaces an entry, so that a kill at any moment leaves the place empty or the entry whole.
+  bool write(EntryPlace place, const format::Dentry &dentry);
+  /// Replaces the 16 bytes of an entry's name at once.
+  bool writeName(EntryPlace place, const format::NameField &name);
+  /// What a deletion clears: the name and the type byte.
+  bool clearEntry(EntryPlace place);
+  /// Sets all 32 bytes of an entry to zero.
+  bool zeroEntry(EntryPlace place);
+
+private:
+  ImageMapping &image_;
+};
+
+} // namespace tessary

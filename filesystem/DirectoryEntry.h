@@ -1,0 +1,40 @@
+#pragma once
+
+#include "filesystem/DiskFormat.h"
+#include "filesystem/EMU3File.h"
+#include "filesystem/EntryPlace.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The 32 bytes of a directory entry: telling its two forms apart, reading them, making new ones.
+namespace tessary {
+
+/// Whether 32 bytes with a name have the file form; otherwise they have the folder form.
+[[nodiscard]] bool isFileDentry(const std::uint8_t *dentry);
+
+/// The name of an entry; none when the field holds nothing or no text.
+[[nodiscard]] std::optional<std::string> nameOfDentry(const std::uint8_t *dentry);
+
+/// What an entry of the file form says.
+[[nodiscard]] EMU3FileFields fileFieldsOfDentry(const std::uint8_t *dentry, std::string name,
+                                                EntryPlace place);
+
+/// The directory blocks that an entry of the folder form names, in order; places of 0 or less are empty.
+[[nodiscard]] std::vector<std::int64_t> folderBlocks(const std::uint8_t *dentry);
+
+/// The entry of a new file of `length` bytes from slot `slot` on. `storedName` has at most 15 bytes; a zero
+/// byte follows it.
+[[nodiscard]] format::Dentry dentryForFile(std::string_view storedName, std::uint16_t slot,
+                                           std::uint64_t length, std::uint8_t entryId);
+
+/// The entry of a new folder with the one directory block `block`.
+[[nodiscard]] format::Dentry dentryForFolder(std::string_view storedName, std::uint64_t block);
+
+/// The 16 bytes that a renamed entry begins with: `storedName`, then spaces alone.
+[[nodiscard]] format::NameField nameFieldForRename(std::string_view storedName);
+
+} // namespace tessary

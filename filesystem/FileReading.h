@@ -1,0 +1,25 @@
+#pragma once
+
+#include "filesystem/ByteBuffer.h"
+#include "filesystem/EMU3Error.h"
+#include "filesystem/EMU3File.h"
+#include "filesystem/FileContents.h"
+#include "filesystem/Volume.h"
+
+/// Reading the contents of files.
+namespace tessary {
+
+/// Whether the contents that the file's entry led to are still the file's; false with code 5 otherwise.
+[[nodiscard]] bool mayReadFile(const Volume &volume, const EMU3FilePtr &file, EMU3Error *error)
+    TESSARY_REQUIRES_SHARED(volume.lock);
+
+/// A file's contents as far as they lie inside the image, from its cache when it has one. Usable while the
+/// lock is held.
+[[nodiscard]] FileContents contentsOfFile(const Volume &volume, const EMU3File &file)
+    TESSARY_REQUIRES_SHARED(volume.lock);
+
+/// The same, read whole and not kept; shorter where the image cannot be read any more.
+[[nodiscard]] ByteBufferPtr bytesOfFile(const Volume &volume, const EMU3File &file)
+    TESSARY_REQUIRES_SHARED(volume.lock);
+
+} // namespace tessary

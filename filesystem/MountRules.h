@@ -1,0 +1,12 @@
+#pragma once
+
+namespace tessary {
+
+/// By which rules an image is mounted, chosen when it is, for that mount as a whole. While a process has an
+/// image mounted by one set, asking for the other is refused.
+enum class MountRules {
+  bare,    ///< the samplers' own rules, just as they are; some of them destroy what they do not look at
+  guarded, ///< refuses or avoids what the bare rules would destroy (docs/what-may-surprise.md)
+};
+
+} // namespace tessary

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "filesystem/FairSharedMutex.h"
+#include "filesystem/MountRules.h"
+#include "filesystem/Mutex.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace tessary {
+
+class Volume;
+
+/// What a process holds once for an image file that it has mounted, however often: the rules of the mount,
+/// the lock of its operations, the claim that keeps other programs from writing, and the one volume of a
+/// guarded mount.
+class MountedImage final {
+public:
+  /// The record of the image file with this device and inode; made with these rules when the process has not
+  /// mounted it yet. Null when it is mounted by the other rules.
+  static std::shared_ptr<MountedImage> of(std::uint64_t device, std::uint64_t inode, MountRules rules);
+
+  explicit MountedImage(MountRules rules) : rules_(rules) {}
+  ~MountedImage();
+  MountedImage(const MountedImage &) = delete;
+  MountedImage &operator=(const MountedImage &) = delete;
+
+  [[nodiscard]] MountRules rules() const { return rules_; }
+
+  /// Claims the image for changes by this process, for as long as it has it mounted. False when another
+  /// process has it open for changes: two programs would undo each other's allocation. `descriptor` is the
+  /// image, open for writing; it stays the caller's. Where the host has no such locks the claim succeeds.
+  [[nodiscard]] bool claimForWriting(int descriptor);
+
+  /// One public operation on the image at a time; readers of contents side by side.
+  FairSharedMutex operationLock;
+
+  /// Held while a guarded volume is looked up or read for the first time.
+  Mutex opening;
+  /// The volume that all guarded handles share, as long as there is one.
+  std::weak_ptr<Volume> guardedVolume TESSARY_GUARDED_BY(opening);
+
+private:
+  const MountRules rules_;
+  Mutex claimMutex_;
+  int claim_ TESSARY_GUARDED_BY(claimMutex_) = -1; ///< descriptor that holds the host's advisory lock
+};
+
+} // namespace tessary

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "filesystem/EMU3Error.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace tessary {
+
+class ImageMapping;
+
+/// Where the parts of a volume lie, as its header says. All numbers are blocks of 512 bytes, counted from the
+/// start of the image; they come from the image and may be anything.
+struct VolumeGeometry {
+  std::uint64_t totalBlocks = 0; ///< of the image; a last block that is not whole does not count
+  std::uint64_t rootDirBlock = 0;
+  std::uint64_t dataAreaBlock = 0;
+  std::uint64_t fatStartBlock = 0;
+  std::uint64_t slotSizeBlocks = 0;
+  /// Where the scan of the allocation table begins: as the header says, 0 included.
+  std::uint64_t firstScannedBlock = 0;
+
+  /// First block of a slot. Slot 0 wraps below the data area.
+  [[nodiscard]] std::uint64_t slotStartBlock(std::uint16_t slot) const;
+  /// First block behind the allocation table: where the root block or the data area, whichever comes first
+  /// above its start, begins.
+  [[nodiscard]] std::uint64_t tableEndBlock() const;
+  /// How many entries from the table's start on lie inside the table and the image. Blocks from that number
+  /// on cannot be marked.
+  [[nodiscard]] std::uint64_t describedBlocks() const;
+};
+
+/// Reads the header of an image. None with code 1 when it is no volume.
+[[nodiscard]] std::optional<VolumeGeometry> readGeometry(const ImageMapping &image, EMU3Error *error);
+
+} // namespace tessary

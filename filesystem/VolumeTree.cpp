@@ -1,0 +1,171 @@
+#include "filesystem/VolumeTree.h"
+
+#include "filesystem/DirectoryBlocks.h"
+#include "filesystem/DirectoryEntry.h"
+#include "filesystem/TreeEditor.h"
+
+#include <utility>
+#include <vector>
+
+namespace tessary {
+namespace {
+
+using namespace format;
+
+using BlockSet = std::unordered_set<std::int64_t>;
+
+EMU3DirectoryPtr folderFromDentry(const std::uint8_t *dentry, std::string name, EntryPlace place) {
+  auto folder = std::make_shared<EMU3Directory>();
+  TreeEditor::setName(*folder, std::move(name));
+  TreeEditor::setEntryId(*folder, dentry[kDentryEntryId]);
+  TreeEditor::setPlace(*folder, place);
+  TreeEditor::setBlockList(*folder, folderBlocks(dentry));
+  return folder;
+}
+
+// A folder whose reading has begun. The reading goes down into a subfolder at the entry that names it and
+// comes back to the entry after it.
+struct OpenFolder {
+  explicit OpenFolder(EMU3DirectoryPtr opened)
+      : directory(std::move(opened)), blockList(directory->blockList()) {}
+
+  EMU3DirectoryPtr directory;
+  std::vector<std::int64_t> blockList;
+  std::size_t nextBlock = 0;
+  std::size_t nextEntry = kDentriesPerBlock; // none left: take the next block
+  Block block{};
+  std::int64_t blockNumber = 0;
+  std::vector<EMU3FilePtr> files;
+  std::vector<EMU3DirectoryPtr> subdirectories;
+};
+
+/// Reads folders depth first in on-disk order, with a stack of its own. A damaged volume can name one block
+/// in many folders or in a cycle: a block is read by the first folder that reaches it, so the time is linear
+/// in the blocks.
+class TreeReader final {
+public:
+  explicit TreeReader(const DirectoryBlocks &blocks, BlockSet readBefore = {})
+      : blocks_(blocks), blocksRead_(std::move(readBefore)) {}
+
+  /// Fills the folder, whose block list is known, with all below it.
+  void fill(EMU3DirectoryPtr folder) {
+    stack_.emplace_back(std::move(folder));
+    while (!stack_.empty()) {
+      if (stack_.back().nextEntry < kDentriesPerBlock)
+        readEntry();
+      else if (stack_.back().nextBlock < stack_.back().blockList.size())
+        takeNextBlock();
+      else
+        closeFolder();
+    }
+  }
+
+  /// Whether a block was passed over because another folder had read it.
+  [[nodiscard]] bool metBlockReadBefore() const { return metBlockReadBefore_; }
+
+private:
+  void takeNextBlock() {
+    OpenFolder &folder = stack_.back();
+    folder.blockNumber = folder.blockList[folder.nextBlock++];
+    if (!blocks_.contains(folder.blockNumber)) return;
+    if (!blocksRead_.insert(folder.blockNumber).second) {
+      metBlockReadBefore_ = true;
+      return;
+    }
+    const std::optional<Block> block = blocks_.read(folder.blockNumber);
+    if (!block) return;
+    folder.block = *block;
+    folder.nextEntry = 0;
+  }
+
+  void readEntry() {
+    OpenFolder &folder = stack_.back();
+    const EntryPlace place{folder.blockNumber, static_cast<std::int64_t>(folder.nextEntry)};
+    const std::uint8_t *const dentry = folder.block.data() + folder.nextEntry++ * kDentrySize;
+    if (dentry[0] == 0) return;
+    std::optional<std::string> name = nameOfDentry(dentry);
+    if (!name) return;
+    if (isFileDentry(dentry)) {
+      folder.files.push_back(std::make_shared<EMU3File>(fileFieldsOfDentry(dentry, std::move(*name), place)));
+      return;
+    }
+    EMU3DirectoryPtr below = folderFromDentry(dentry, std::move(*name), place);
+    folder.subdirectories.push_back(below);
+    stack_.emplace_back(std::move(below)); // `folder` and `dentry` are no longer valid
+  }
+
+  void closeFolder() {
+    OpenFolder &folder = stack_.back();
+    TreeEditor::setFiles(folder.directory, std::move(folder.files));
+    TreeEditor::setSubdirectories(folder.directory, std::move(folder.subdirectories));
+    stack_.pop_back();
+  }
+
+  const DirectoryBlocks &blocks_;
+  BlockSet blocksRead_;
+  std::vector<OpenFolder> stack_;
+  bool metBlockReadBefore_ = false;
+};
+
+} // namespace
+
+void VolumeTree::read(const DirectoryBlocks &blocks, std::int64_t rootBlock, std::string label) {
+  auto root = std::make_shared<EMU3Directory>();
+  TreeEditor::setName(*root, std::move(label));
+  TreeEditor::setEntryId(*root, kRootEntryId);
+  TreeEditor::setBlockList(*root, {rootBlock});
+  TreeReader(blocks).fill(root);
+  EMU3DirectoryPtr earlier = std::move(root); // released after the lock
+  const MutexLock lock(mutex_);
+  root_.swap(earlier);
+}
+
+EMU3DirectoryPtr VolumeTree::root() const {
+  const MutexLock lock(mutex_);
+  return root_;
+}
+
+bool VolumeTree::contains(const EMU3DirectoryPtr &folder) const {
+  const EMU3DirectoryPtr top = root();
+  for (EMU3DirectoryPtr inside = folder; inside;) {
+    if (inside == top) return true;
+    EMU3DirectoryPtr parent = inside->parent();
+    if (parent && !parent->containsSubdirectory(inside)) return false;
+    inside = std::move(parent);
+  }
+  return false;
+}
+
+bool VolumeTree::contains(const EMU3DirectoryPtr &folder, const EMU3FilePtr &file) const {
+  return folder && folder->containsFile(file) && contains(folder);
+}
+
+bool VolumeTree::contains(const EMU3FilePtr &file) const {
+  return contains(file->folder());
+}
+
+std::unordered_set<std::int64_t> VolumeTree::folderBlocks(const EMU3DirectoryPtr &top) {
+  BlockSet found;
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(top)) {
+    const std::vector<std::int64_t> blocks = folder->blockList();
+    found.insert(blocks.begin(), blocks.end());
+  }
+  return found;
+}
+
+bool VolumeTree::adoptFolder(const DirectoryBlocks &blocks, EntryPlace place,
+                             const EMU3DirectoryPtr &parent) {
+  const std::optional<Block> block = blocks.read(place.block);
+  if (!block) return false;
+  const std::uint8_t *const dentry = block->data() + static_cast<std::size_t>(place.index) * kDentrySize;
+  std::optional<std::string> name = nameOfDentry(dentry);
+  if (!name || isFileDentry(dentry)) return false;
+  EMU3DirectoryPtr folder = folderFromDentry(dentry, std::move(*name), place);
+  TreeReader reader(blocks, folderBlocks(root()));
+  reader.fill(folder);
+  if (reader.metBlockReadBefore()) return false;
+  TreeEditor::appendSubdirectory(parent, std::move(folder));
+  return true;
+}
+
+} // namespace tessary
