@@ -1,5 +1,6 @@
 #include "cli/Command.h"
 #include "cli/JsonWriter.h"
+#include "filesystem/DiskFormat.h"
 #include "filesystem/Text.h"
 
 #include <cstdint>

@@ -1,16 +1,15 @@
 # bash completion for tessary-cli
 
 _tessary_cli_options() {
-  local every='--json -h --help'
+  local every='--exact --json -h --help'
   case $1 in
     ls) echo "-R --recursive --csv $every" ;;
-    cat) echo '-h --help' ;;
+    cat) echo '--exact -h --help' ;;
     export) echo "-d --directory -o --output -R --recursive $every" ;;
     wav) echo "-d --directory -o --output $every" ;;
-    import) echo "-t --to --exact $every" ;;
-    cp | mv | rm | rename | mkdir) echo "--exact $every" ;;
-    rmdir) echo "-R --recursive --exact $every" ;;
-    recover) echo "--block --to --name --dry-run --exact $every" ;;
+    import) echo "-t --to $every" ;;
+    rmdir) echo "-R --recursive $every" ;;
+    recover) echo "--block --to --name --dry-run $every" ;;
     batch) echo "--stop $every" ;;
     *) echo "$every" ;;
   esac
