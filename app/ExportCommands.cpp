@@ -3,7 +3,7 @@
 #include "app/MainQueue.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
-#include "filesystem/ExportNames.h"
+#include "filesystem/ExportTargets.h"
 #include "filesystem/SystemLog.h"
 
 #include <QFile>
@@ -27,20 +27,20 @@ std::vector<EMU3FilePtr> banksAmong(const std::vector<EMU3FilePtr> &files) {
   return banks;
 }
 
-/// Samples that share a type string write the same host file, one after another.
 void exportSamplesOf(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, const std::string &folder,
-                     SampleCounts *counts) {
+                     ExportTargets *targets, SampleCounts *counts) {
   const std::string name = bank->name();
-  const std::vector<std::string> samples = filesystem.samplesFromBankFile(bank);
+  const std::vector<BankSample> samples = filesystem.namedSamplesFromBankFile(bank);
   for (std::size_t i = 0; i < samples.size(); ++i) {
-    const std::string path = pathInFolder(folder, exportedSampleName(name, samples[i]).whole());
+    const std::string path = targets->claim(folder, exportedSampleName(name, samples[i].name));
     EMU3Error error;
-    if (mayExportTo(path, filesystem, &error) && filesystem.exportSampleAtIndex(i, bank, path, &error)) {
+    if (filesystem.exportSampleAtIndex(i, bank, path, &error)) {
+      targets->wrote(path);
       ++counts->exported;
       continue;
     }
     ++counts->failed;
-    systemLog("Sample export failed for " + name + "[" + samples[i] + "]: " + error.description());
+    systemLog("Sample export failed for " + name + "[" + samples[i].type + "]: " + error.description());
   }
 }
 
@@ -108,9 +108,10 @@ void MainWindowController::_exportSamplesOfBanks(const std::vector<EMU3FilePtr> 
   filesystem_->ioQueue().async(
       [controller = QPointer(this), filesystem = filesystem_, banks, directory, folder] {
         SampleCounts counts;
+        ExportTargets targets; // no sample overwrites another of this command
         for (const EMU3FilePtr &bank : banks)
           // What the entry of a bank deleted meanwhile led to may be another file's by now.
-          if (directory->containsFile(bank)) exportSamplesOf(*filesystem, bank, folder, &counts);
+          if (directory->containsFile(bank)) exportSamplesOf(*filesystem, bank, folder, &targets, &counts);
         onMainQueue([controller, filesystem, counts] {
           if (controller) controller->_samplesExported(filesystem, counts.exported, counts.failed);
         });

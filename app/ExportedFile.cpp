@@ -12,12 +12,6 @@ std::string pathInFolder(const std::string &folder, const std::string &name) {
   return std::filesystem::path(folder) / name;
 }
 
-bool mayExportTo(const std::string &path, const EMU3Filesystem &filesystem, EMU3Error *error) {
-  std::error_code notThere;
-  if (!std::filesystem::equivalent(filesystem.imageURL(), path, notThere)) return true;
-  return fail(error, {kHostErrorDomain, EBUSY, path + ": This is the image itself"});
-}
-
 std::optional<std::string> exportIntoFolder(EMU3Filesystem &filesystem, const EMU3FilePtr &file,
                                             const EMU3DirectoryPtr &directory, const std::string &folder,
                                             EMU3Error *error) {
@@ -26,7 +20,7 @@ std::optional<std::string> exportIntoFolder(EMU3Filesystem &filesystem, const EM
     fail(error, EngineError::entryNotFound);
     return std::nullopt;
   }
-  if (!mayExportTo(path, filesystem, error) || !filesystem.exportFile(file, path, error)) return std::nullopt;
+  if (!filesystem.exportFile(file, path, error)) return std::nullopt;
   return path;
 }
 

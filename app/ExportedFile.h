@@ -10,9 +10,6 @@ namespace tessary {
 /// Path of `name` in a folder of the host.
 std::string pathInFolder(const std::string &folder, const std::string &name);
 
-/// Whether an export may write the host file at `path`. The mounted image itself is refused.
-bool mayExportTo(const std::string &path, const EMU3Filesystem &filesystem, EMU3Error *error = nullptr);
-
 /// Writes a file's bytes into a folder of the host under the name that `exportedFileName` gives and returns
 /// the path. Fails with code 5 when `directory` no longer holds the file: what its entry led to may be
 /// another file's by now.

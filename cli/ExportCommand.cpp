@@ -1,9 +1,10 @@
 #include "cli/Addresses.h"
 #include "cli/CliError.h"
 #include "cli/Command.h"
+#include "cli/HostFolders.h"
 #include "cli/HostOptions.h"
-#include "cli/HostTargets.h"
 #include "cli/ItemReport.h"
+#include "filesystem/ExportTargets.h"
 
 #include <string>
 #include <utility>
@@ -40,8 +41,7 @@ std::size_t countEntries(const std::vector<EntryItem> &entries) {
 /// list of their own rather than on the stack.
 class Exporter final {
 public:
-  Exporter(Session &session, std::size_t expected)
-      : session_(session), targets_(*session.volume), report_(session, expected) {}
+  Exporter(Session &session, std::size_t expected) : session_(session), report_(session, expected) {}
 
   ExitStatus exportAll(const std::vector<EntryItem> &entries, const std::string &hostFolder) {
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
@@ -89,7 +89,6 @@ private:
   // False when the user has interrupted.
   bool writeFile(const FileItem &item, const std::string &target) {
     return report_.run(item.address, "Exported " + item.address + " to " + target, [&](EMU3Error *error) {
-      if (!targets_.mayWrite(target, error)) return false;
       if (!session_.volume->exportFile(item.file, target, error)) return false;
       targets_.wrote(target);
       return true;
@@ -97,7 +96,7 @@ private:
   }
 
   Session &session_;
-  HostTargets targets_;
+  ExportTargets targets_;
   ItemReport report_;
   std::vector<Task> waiting_; ///< the next one last
 };

@@ -1,7 +1,8 @@
 #include "cli/HostOptions.h"
 
 #include "cli/CliError.h"
-#include "cli/HostTargets.h"
+#include "cli/HostFolders.h"
+#include "filesystem/ExportTargets.h"
 
 namespace tessary::cli {
 

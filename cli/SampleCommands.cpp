@@ -1,11 +1,12 @@
 #include "cli/Addresses.h"
 #include "cli/CliError.h"
 #include "cli/Command.h"
+#include "cli/HostFolders.h"
 #include "cli/HostOptions.h"
-#include "cli/HostTargets.h"
 #include "cli/ItemReport.h"
 #include "cli/JsonWriter.h"
 #include "cli/TextTable.h"
+#include "filesystem/ExportTargets.h"
 #include "filesystem/Text.h"
 
 #include <cstddef>
@@ -17,9 +18,9 @@
 namespace tessary::cli {
 namespace {
 
-std::vector<std::string> samplesOf(const Session &session, const FileItem &item) {
+std::vector<BankSample> samplesOf(const Session &session, const FileItem &item) {
   EMU3Error error;
-  std::vector<std::string> samples = session.volume->samplesFromBankFile(item.file, &error);
+  std::vector<BankSample> samples = session.volume->namedSamplesFromBankFile(item.file, &error);
   if (error.isSet()) throw CommandFailure{error, item.address};
   return samples;
 }
@@ -30,7 +31,7 @@ public:
 
   ExitStatus run(Session &session) override {
     const FileItem item = resolveFile(*session.volume, CommandWords::text(file_));
-    const std::vector<std::string> samples = samplesOf(session, item);
+    const std::vector<BankSample> samples = samplesOf(session, item);
     if (session.json)
       answerInJson(samples, session.out());
     else
@@ -39,18 +40,18 @@ public:
   }
 
 private:
-  static void answerInJson(const std::vector<std::string> &samples, std::ostream &out) {
+  static void answerInJson(const std::vector<BankSample> &samples, std::ostream &out) {
     JsonWriter writer(out);
     writer.beginObject().member("ok", true).key("samples").beginArray();
-    for (const std::string &sample : samples)
-      writer.value(sample);
+    for (const BankSample &sample : samples)
+      writer.value(sample.type);
     writer.endArray().endObject().endLine();
   }
 
-  static void printText(const std::vector<std::string> &samples, std::ostream &out) {
-    TextTable table({{"Index", true}, {"Sample"}});
+  static void printText(const std::vector<BankSample> &samples, std::ostream &out) {
+    TextTable table({{"Index", true}, {"Sample"}, {"Name"}});
     for (std::size_t i = 0; i < samples.size(); ++i)
-      table.addRow({std::to_string(i), samples[i]});
+      table.addRow({std::to_string(i), samples[i].type, samples[i].name});
     table.print(out);
   }
 
@@ -73,7 +74,7 @@ public:
   ExitStatus run(Session &session) override {
     host_.requireFolder();
     const FileItem item = resolveFile(*session.volume, CommandWords::text(file_));
-    const std::vector<std::string> samples =
+    const std::vector<BankSample> samples =
         wanted_ ? samplesForName(session, item) : samplesOf(session, item);
     std::vector<std::size_t> wanted(wanted_ ? 1 : samples.size());
     std::iota(wanted.begin(), wanted.end(), wanted_.value_or(0));
@@ -90,22 +91,21 @@ public:
 
 private:
   // The list is wanted for the sample's name alone; what is wrong with the bank the export itself says.
-  static std::vector<std::string> samplesForName(const Session &session, const FileItem &item) {
-    return session.volume->samplesFromBankFile(item.file);
+  static std::vector<BankSample> samplesForName(const Session &session, const FileItem &item) {
+    return session.volume->namedSamplesFromBankFile(item.file);
   }
 
-  ExitStatus writeSamples(Session &session, const FileItem &item, const std::vector<std::string> &samples,
+  ExitStatus writeSamples(Session &session, const FileItem &item, const std::vector<BankSample> &samples,
                           const std::vector<std::size_t> &wanted) const {
-    HostTargets targets(*session.volume);
+    ExportTargets targets;
     ItemReport report(session, wanted.size());
     for (const std::size_t index : wanted) {
       const std::string name = item.address + "[" + std::to_string(index) + "]";
-      const std::string sample = index < samples.size() ? samples[index] : "";
+      const std::string sample = index < samples.size() ? samples[index].name : "";
       const std::string target =
           host_.target() ? *host_.target()
                          : targets.claim(host_.folder(), exportedSampleName(item.file->name(), sample));
       const auto work = [&](EMU3Error *error) {
-        if (!targets.mayWrite(target, error)) return false;
         if (!session.volume->exportSampleAtIndex(index, item.file, target, error)) return false;
         targets.wrote(target);
         return true;
@@ -143,7 +143,7 @@ extern const CommandEntry kWavCommand{
     "Write samples of an Emulator IV bank as WAV",
     "The audio is written as it stands in the bank, as mono, 16 bits, 44100 Hz. The files are named after "
     "the bank\n"
-    "and the sample, as BRASS_E4S1.wav; existing ones are replaced, and of several results of the command "
+    "and the sample, as BRASS_Low C.wav; existing ones are replaced, and of several results of the command "
     "that would\n"
     "bear one name the later get \" (2)\", \" (3)\" and so on.\n"
     "\n"

@@ -1,6 +1,5 @@
 #include "filesystem/AllocationTable.h"
 
-#include "filesystem/DiskFormat.h"
 #include "filesystem/ImageMapping.h"
 
 #include <array>
@@ -35,10 +34,28 @@ std::uint16_t AllocationTable::mark(std::uint64_t block) const {
   return readLE16(bytes.data());
 }
 
-void AllocationTable::setMark(std::uint64_t block, std::uint16_t value) {
-  std::array<std::uint8_t, 2> bytes{};
-  writeLE16(bytes.data(), value);
-  image_.write(tableBlockOf(block), block % kFatEntriesPerBlock * 2, bytes.data(), bytes.size());
+bool AllocationTable::anyMarked(std::uint64_t first, std::uint64_t count) const {
+  std::array<std::uint8_t, 16 * kBlockSize> marks; // read in pieces of so many bytes
+  std::uint64_t offset = first % kFatEntriesPerBlock * 2;
+  std::uint64_t bytes = count * 2;
+  for (std::uint64_t block = tableBlockOf(first); bytes > 0; block += 16) {
+    const std::uint64_t wanted = std::min<std::uint64_t>(bytes, marks.size() - offset);
+    const std::uint64_t got = image_.readBytes(block, offset, marks.data(), wanted);
+    if (std::any_of(marks.begin(), marks.begin() + static_cast<std::ptrdiff_t>(got),
+                    [](std::uint8_t byte) { return byte != 0; }))
+      return true;
+    if (got < wanted) return image_.containsBlock(block + (offset + got) / kBlockSize);
+    bytes -= wanted;
+    offset = 0;
+  }
+  return false;
+}
+
+void AllocationTable::setMarksInOneBlock(std::uint64_t first, std::uint64_t count, std::uint16_t value) {
+  Block marks{};
+  for (std::uint64_t i = 0; i < count; ++i)
+    writeLE16(&marks[2 * i], value);
+  image_.write(tableBlockOf(first), first % kFatEntriesPerBlock * 2, marks.data(), 2 * count);
 }
 
 AllocationTable::Scan AllocationTable::scan(const VolumeGeometry &geometry) const {

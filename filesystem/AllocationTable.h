@@ -1,7 +1,9 @@
 #pragma once
 
+#include "filesystem/DiskFormat.h"
 #include "filesystem/VolumeGeometry.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 
@@ -39,11 +41,22 @@ public:
 
   /// The mark of a block; 0 where the table's block lies outside the image or cannot be read.
   [[nodiscard]] std::uint16_t mark(std::uint64_t block) const;
-  /// Writes the mark of a block and flushes the table's block; does nothing where that lies outside the
+  /// Whether any of `count` blocks from `first` on is marked. An unreadable part of the table counts as
+  /// marked.
+  [[nodiscard]] bool anyMarked(std::uint64_t first, std::uint64_t count) const;
+  /// Writes the marks of `count` blocks from `first` on, those in one block of the table at once, and flushes
+  /// each of these. Passes over the blocks of the table that `mayWriteTo` refuses and those outside the
   /// image.
-  void setMark(std::uint64_t block, std::uint16_t value);
-  /// The block of the table in which a block's mark stands.
-  [[nodiscard]] std::uint64_t tableBlockOf(std::uint64_t block) const;
+  template <typename MayWriteTo>
+  void setMarks(std::uint64_t first, std::uint64_t count, std::uint16_t value, const MayWriteTo &mayWriteTo) {
+    while (count > 0) {
+      const std::uint64_t inBlock =
+          std::min(count, format::kFatEntriesPerBlock - first % format::kFatEntriesPerBlock);
+      if (mayWriteTo(tableBlockOf(first))) setMarksInOneBlock(first, inBlock, value);
+      first += inBlock; // wraps where the stated arithmetic does
+      count -= inBlock;
+    }
+  }
 
   /// How many entries a scan found, and how many of them in use.
   struct Scan {
@@ -54,6 +67,9 @@ public:
   [[nodiscard]] Scan scan(const VolumeGeometry &geometry) const;
 
 private:
+  [[nodiscard]] std::uint64_t tableBlockOf(std::uint64_t block) const;
+  void setMarksInOneBlock(std::uint64_t first, std::uint64_t count, std::uint16_t value);
+
   ImageMapping &image_;
   std::uint64_t fatStartBlock_ = 0;
 };

@@ -1,7 +1,8 @@
 #include "filesystem/BareRules.h"
 
+#include "filesystem/DirectoryEntry.h"
+#include "filesystem/FileReading.h"
 #include "filesystem/Text.h"
-#include "filesystem/VolumeTree.h"
 
 #include <algorithm>
 #include <limits>
@@ -10,10 +11,48 @@ namespace tessary {
 
 using namespace format;
 
+namespace {
+
+// Wherever the marks come to lie.
+void setMarks(Volume &volume, std::uint16_t slot, std::uint64_t blocks, std::uint16_t value)
+    TESSARY_REQUIRES(volume.lock) {
+  volume.table.setMarks(volume.geometry().slotStartBlock(slot), blocks, value,
+                        [](std::uint64_t) { return true; });
+}
+
+std::uint16_t blocksCounted(std::uint64_t size) {
+  return static_cast<std::uint16_t>(blocksNeeded(size));
+}
+
+} // namespace
+
+std::optional<std::string> BareRules::nameOf(const std::uint8_t *dentry) const {
+  return nameOfDentry(dentry);
+}
+
 // Cut by bytes, so a character may be cut in two.
 std::string_view BareRules::storedName(const std::string &name) const {
   if (!isValidUtf8(name)) return {};
   return std::string_view(name).substr(0, kMaxNameBytes);
+}
+
+ByteBufferPtr BareRules::contentsForExport(const Volume &volume, const EMU3File &file, EMU3Error *) const {
+  return bytesOfFile(volume, file);
+}
+
+// A copy that lacks what could not be read would pass for the whole file, and a move would delete that.
+ByteBufferPtr BareRules::contentsForCopy(const Volume &volume, const EMU3File &file, EMU3Error *error) const {
+  ByteBufferPtr data = bytesOfFile(volume, file);
+  if (data->size() == contentsOfFile(volume, file).size()) return data;
+  fail(error, EngineError::dataWriteFailed);
+  return nullptr;
+}
+
+// That of the first chunk of the sample's type, whichever of them the sample is.
+std::optional<BankRange> BareRules::audioOfSample(const FileContents &bank,
+                                                  const std::vector<BankSample> &samples,
+                                                  std::size_t index) const {
+  return audioBehindFirstChunk(bank, samples[index].type);
 }
 
 std::uint64_t BareRules::mostBlocksOfAFile() const {
@@ -22,17 +61,72 @@ std::uint64_t BareRules::mostBlocksOfAFile() const {
 
 // The slot above the highest in use anywhere in the tree; one freed below it is never handed out again. Above
 // 65535 comes 0.
-std::optional<std::uint16_t> BareRules::slotForNewFile(const VolumeTree &tree, const VolumeGeometry &) const {
+std::optional<std::uint16_t> BareRules::slotForNewFile(const Volume &volume, std::uint64_t blocks) const {
   std::uint16_t highest = 0;
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(tree.root())) {
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root())) {
     folder->lookAtFiles([&](const EMU3File &file) { highest = std::max(highest, file.startCluster()); });
   }
-  return static_cast<std::uint16_t>(highest + 1);
+  const auto slot = static_cast<std::uint16_t>(highest + 1);
+  // The end wraps where the slot is 0; the comparison is one of bytes, and wraps with it.
+  const std::uint64_t end = volume.geometry().slotStartBlock(slot) + blocks;
+  if (volume.image.size() < end * kBlockSize) return std::nullopt;
+  return slot;
+}
+
+Dentry BareRules::entryOfNewFile(const NewFile &file, const NewFilePlace &place) const {
+  Dentry dentry = dentryForFile(storedName(file.name), place.slot, file.size, place.entryId);
+  if (file.model) std::copy_n(file.model->begin(), kNameSize, dentry.begin());
+  return dentry;
+}
+
+// For an empty file they say 1 block, its entry 0.
+EMU3FileFields BareRules::fieldsOfNewFile(const NewFile &file, const NewFilePlace &place,
+                                          const Dentry &) const {
+  EMU3FileFields fields;
+  fields.name = file.name;
+  fields.fileType = file.fileType;
+  fields.startCluster = place.slot;
+  fields.clusterCount = 1;
+  fields.blocksInLastCluster = blocksCounted(file.size);
+  const std::uint64_t padded = std::max<std::uint64_t>(file.size + kBlockSize - 1, kBlockSize);
+  fields.bytesInLastBlock = static_cast<std::uint16_t>(file.size - (padded & 0xFE00) + kBlockSize);
+  fields.fileSize = file.size;
+  fields.rawType = kRawTypeBank;
+  fields.entryId = place.entryId;
+  fields.dentryBlock = place.entry.block;
+  fields.dentryOffset = place.entry.index;
+  return fields;
+}
+
+void BareRules::markNewFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const {
+  setMarks(volume, slot, blocksCounted(size), kFatUsed);
+  volume.counters.take(blocksCounted(size));
+}
+
+void BareRules::unmarkFailedFile(Volume &volume, std::uint16_t, std::uint64_t size) const {
+  volume.counters.giveBack(blocksCounted(size));
+}
+
+void BareRules::clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const {
+  setMarks(volume, deleted.startCluster, deleted.blocksInLastCluster, kFatFree);
+  volume.counters.giveBack(deleted.blocksInLastCluster);
 }
 
 // A folder's entry has no type byte, so it counts as free too.
-bool BareRules::isFree(const std::uint8_t *dentry, EntryPlace, const VolumeTree &) const {
+bool BareRules::isFree(const Volume &, const std::uint8_t *dentry, EntryPlace) const {
   return dentry[0] == 0 || dentry[kDentryRawType] == kRawTypeDeleted;
+}
+
+// What the block holds is not looked at.
+std::optional<std::int64_t> BareRules::findDirectoryBlock(const Volume &volume,
+                                                          const DirectoryBlockWish &) const {
+  const VolumeGeometry geometry = volume.geometry();
+  const std::unordered_set<std::int64_t> taken = VolumeTree::folderBlocks(volume.tree.root());
+  for (std::uint64_t block = geometry.rootDirBlock; block < geometry.dataAreaBlock; ++block) {
+    const auto number = static_cast<std::int64_t>(block);
+    if (!taken.contains(number)) return number;
+  }
+  return std::nullopt;
 }
 
 } // namespace tessary

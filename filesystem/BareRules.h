@@ -9,26 +9,70 @@ namespace tessary {
 class BareRules final : public VolumeRules {
 public:
   [[nodiscard]] MountRules kind() const override { return MountRules::bare; }
-  [[nodiscard]] bool mayUse(const VolumeTree &, const EMU3DirectoryPtr &) const override { return true; }
-  [[nodiscard]] bool mayUse(const VolumeTree &, const EMU3DirectoryPtr &,
-                            const EMU3FilePtr &) const override {
+  [[nodiscard]] bool keepsIndex() const override { return false; }
+
+  [[nodiscard]] bool mayUse(const Volume &, const EMU3DirectoryPtr &) const override { return true; }
+  [[nodiscard]] bool mayUse(const Volume &, const EMU3DirectoryPtr &, const EMU3FilePtr &) const override {
     return true;
   }
-  [[nodiscard]] bool mayUse(const VolumeTree &, const EMU3DirectoryPtr &,
+  [[nodiscard]] bool mayUse(const Volume &, const EMU3DirectoryPtr &,
                             const EMU3DirectoryPtr &) const override {
     return true;
   }
-  [[nodiscard]] bool mayRead(const VolumeTree &, const EMU3FilePtr &) const override { return true; }
+  [[nodiscard]] bool mayErase(const EMU3File &) const override { return true; }
+  [[nodiscard]] bool mayRead(const Volume &, const EMU3FilePtr &) const override { return true; }
+
+  [[nodiscard]] std::optional<std::string> nameOf(const std::uint8_t *dentry) const override;
   [[nodiscard]] std::string_view storedName(const std::string &name) const override;
   [[nodiscard]] bool mayStoreName(const std::string &) const override { return true; }
+  [[nodiscard]] std::string nameAfterStoring(const std::string &given, const std::uint8_t *) const override {
+    return given;
+  }
+  [[nodiscard]] bool storesFolderNames() const override { return false; }
+
+  [[nodiscard]] ByteBufferPtr contentsForExport(const Volume &volume, const EMU3File &file,
+                                                EMU3Error *error) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] ByteBufferPtr contentsForCopy(const Volume &volume, const EMU3File &file,
+                                              EMU3Error *error) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] std::string nameOfSample(const BankSample &sample) const override { return sample.type; }
+  [[nodiscard]] std::optional<BankRange> audioOfSample(const FileContents &bank,
+                                                       const std::vector<BankSample> &samples,
+                                                       std::size_t index) const override;
+  [[nodiscard]] bool mayWriteHostFile(const std::string &) const override { return true; }
+
+  [[nodiscard]] bool refusesBeforeReading() const override { return false; }
   [[nodiscard]] std::uint64_t mostBlocksOfAFile() const override;
-  [[nodiscard]] std::optional<std::uint16_t> slotForNewFile(const VolumeTree &tree,
-                                                            const VolumeGeometry &geometry) const override;
-  [[nodiscard]] bool mayMarkIn(std::uint64_t, const VolumeGeometry &) const override { return true; }
-  [[nodiscard]] bool isFree(const std::uint8_t *dentry, EntryPlace place,
-                            const VolumeTree &tree) const override;
-  void entryWasTaken(const EMU3DirectoryPtr &, EntryPlace) const override {}
-  [[nodiscard]] bool mayHoldFolder(std::uint64_t, const VolumeGeometry &) const override { return true; }
+  [[nodiscard]] std::optional<std::uint16_t> slotForNewFile(const Volume &volume, std::uint64_t blocks) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] format::Dentry entryOfNewFile(const NewFile &file, const NewFilePlace &place) const override;
+  [[nodiscard]] EMU3FileFields fieldsOfNewFile(const NewFile &file, const NewFilePlace &place,
+                                               const format::Dentry &dentry) const override;
+  [[nodiscard]] bool copiesKeepTheirEntry() const override { return false; }
+  [[nodiscard]] bool movesEntryAlone() const override { return false; }
+
+  void markNewFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
+      TESSARY_REQUIRES(volume.lock) override;
+  void unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
+      TESSARY_REQUIRES(volume.lock) override;
+  void clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const
+      TESSARY_REQUIRES(volume.lock) override;
+
+  [[nodiscard]] bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
+  void entryWasTaken(Volume &, const EMU3DirectoryPtr &, EntryPlace) const override {}
+  [[nodiscard]] std::optional<std::int64_t> findDirectoryBlock(const Volume &volume,
+                                                               const DirectoryBlockWish &wish) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] std::optional<FolderGrowth> growthOf(const Volume &,
+                                                     const EMU3DirectoryPtr &) const override {
+    return std::nullopt;
+  }
+  [[nodiscard]] std::unordered_set<std::int64_t>
+  blocksToKeep(const Volume &, const std::vector<EMU3DirectoryPtr> &) const override {
+    return {};
+  }
 };
 
 } // namespace tessary

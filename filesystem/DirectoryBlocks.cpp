@@ -24,6 +24,13 @@ std::optional<format::Block> DirectoryBlocks::read(std::int64_t block) const {
   return bytes;
 }
 
+std::optional<format::Dentry> DirectoryBlocks::readEntry(EntryPlace place) const {
+  format::Dentry bytes{};
+  const std::uint64_t offset = indexOf(place) * format::kDentrySize;
+  if (!image_.read(blockOf(place), offset, bytes.data(), bytes.size())) return std::nullopt;
+  return bytes;
+}
+
 bool DirectoryBlocks::clearBlock(std::int64_t block) {
   return image_.clearBlock(static_cast<std::uint64_t>(block));
 }
@@ -34,6 +41,14 @@ bool DirectoryBlocks::write(EntryPlace place, const format::Dentry &dentry) {
 
 bool DirectoryBlocks::writeName(EntryPlace place, const format::NameField &name) {
   return image_.writeDentryName(blockOf(place), indexOf(place), name.data());
+}
+
+bool DirectoryBlocks::writeFolderBlock(EntryPlace place, std::size_t position, std::int64_t number) {
+  std::array<std::uint8_t, 2> bytes{};
+  format::writeLE16(bytes.data(), static_cast<std::uint16_t>(number));
+  const std::uint64_t offset =
+      indexOf(place) * format::kDentrySize + format::kDentryFolderBlocks + 2 * position;
+  return image_.write(blockOf(place), offset, bytes.data(), bytes.size());
 }
 
 bool DirectoryBlocks::clearEntry(EntryPlace place) {

@@ -25,12 +25,17 @@ public:
   /// All 512 bytes; none when the block is outside the image or cannot be read.
   [[nodiscard]] std::optional<format::Block> read(std::int64_t block) const;
 
+  /// The 32 bytes of one entry.
+  [[nodiscard]] std::optional<format::Dentry> readEntry(EntryPlace place) const;
+
   /// Sets all 512 bytes to zero.
   bool clearBlock(std::int64_t block);
   /// Replaces an entry, so that a kill at any moment leaves the place empty or the entry whole.
   bool write(EntryPlace place, const format::Dentry &dentry);
   /// Replaces the 16 bytes of an entry's name at once.
   bool writeName(EntryPlace place, const format::NameField &name);
+  /// Replaces one of the seven block numbers of a folder's entry at once.
+  bool writeFolderBlock(EntryPlace place, std::size_t position, std::int64_t number);
   /// What a deletion clears: the name and the type byte.
   bool clearEntry(EntryPlace place);
   /// Sets all 32 bytes of an entry to zero.

@@ -43,6 +43,23 @@ EMU3FileFields fileFieldsOfDentry(const std::uint8_t *dentry, std::string name, 
   return fields;
 }
 
+std::int64_t folderBlockAt(const Dentry &dentry, std::size_t position) {
+  return static_cast<std::int16_t>(readLE16(&dentry[kDentryFolderBlocks + 2 * position]));
+}
+
+void setFolderBlockAt(Dentry &dentry, std::size_t position, std::int64_t block) {
+  writeLE16(&dentry[kDentryFolderBlocks + 2 * position], static_cast<std::uint16_t>(block));
+}
+
+void setFileEntryId(Dentry &dentry, std::uint8_t entryId) {
+  dentry[kDentryEntryId] = entryId;
+  if (!isFileDentry(dentry.data())) ++dentry[kDentryEntryId];
+}
+
+std::uint64_t blocksNeeded(std::uint64_t length) {
+  return std::max<std::uint64_t>(length + kBlockSize - 1, kBlockSize) / kBlockSize;
+}
+
 std::vector<std::int64_t> folderBlocks(const std::uint8_t *dentry) {
   std::vector<std::int64_t> blocks;
   for (std::size_t i = 0; i < kFolderBlockCount; ++i) {

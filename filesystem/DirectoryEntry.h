@@ -26,6 +26,16 @@ namespace tessary {
 /// The directory blocks that an entry of the folder form names, in order; places of 0 or less are empty.
 [[nodiscard]] std::vector<std::int64_t> folderBlocks(const std::uint8_t *dentry);
 
+/// One of an entry's seven block numbers.
+[[nodiscard]] std::int64_t folderBlockAt(const format::Dentry &dentry, std::size_t position);
+void setFolderBlockAt(format::Dentry &dentry, std::size_t position, std::int64_t block);
+
+/// Gives a file's entry an id; one with which the entry would read as a folder's is raised by 1.
+void setFileEntryId(format::Dentry &dentry, std::uint8_t entryId);
+
+/// How many blocks a file of so many bytes takes: one at least, also an empty one.
+[[nodiscard]] std::uint64_t blocksNeeded(std::uint64_t length);
+
 /// The entry of a new file of `length` bytes from slot `slot` on. `storedName` has at most 15 bytes; a zero
 /// byte follows it.
 [[nodiscard]] format::Dentry dentryForFile(std::string_view storedName, std::uint16_t slot,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace tessary {
@@ -29,6 +30,7 @@ enum class EngineError {
   cannotMap,
   mountedWithOtherRules,
   sampleChunkNotFound,
+  contentsIncomplete,
   imageIsReadOnly,
   dataWriteFailed,
   blockWriteFailed,
@@ -39,6 +41,7 @@ enum class EngineError {
   noFreeDirectoryBlock,
   entryNotFound,
   badName,
+  folderIntoItself,
   notABank,
   sampleIndexOutOfRange,
   destinationFull,
@@ -70,5 +73,11 @@ struct EMU3Error {
 /// `return fail(error, …)`.
 bool fail(EMU3Error *error, EMU3Error value);
 bool fail(EMU3Error *error, EngineError which);
+
+/// The same for operations that return an object: null.
+template <typename Object> std::shared_ptr<Object> refuse(EMU3Error *error, EngineError which) {
+  fail(error, which);
+  return nullptr;
+}
 
 } // namespace tessary

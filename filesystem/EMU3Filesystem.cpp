@@ -13,7 +13,9 @@
 #include "filesystem/TreeEditor.h"
 #include "filesystem/Volume.h"
 #include "filesystem/VolumeCheck.h"
+#include "filesystem/VolumeRules.h"
 
+#include <cerrno>
 #include <utility>
 
 // Each operation takes the volume's lock and calls; work on host files is done before or after.
@@ -98,12 +100,19 @@ ByteBufferPtr EMU3Filesystem::dataForFile(const EMU3FilePtr &file, EMU3Error *er
 ByteBufferPtr EMU3Filesystem::contentsOfFile(const EMU3FilePtr &file, EMU3Error *error) {
   const ReadLock lock(volume_->lock);
   if (!mayReadFile(*volume_, file, error)) return nullptr;
-  return bytesOfFile(*volume_, *file);
+  return volume_->rules().contentsForExport(*volume_, *file, error);
 }
 
 bool EMU3Filesystem::exportFile(const EMU3FilePtr &file, const std::string &toURL, EMU3Error *error) {
   const ByteBufferPtr data = contentsOfFile(file, error);
-  return data && writeHostFileAtomically(toURL, {{data->data(), data->size()}}, error);
+  return data && writeHostFile(toURL, {{data->data(), data->size()}}, error);
+}
+
+bool EMU3Filesystem::writeHostFile(const std::string &path,
+                                   std::initializer_list<std::span<const std::uint8_t>> parts,
+                                   EMU3Error *error) {
+  if (volume_->rules().mayWriteHostFile(path)) return writeHostFileAtomically(path, parts, error);
+  return fail(error, {kHostErrorDomain, EBUSY, path + ": This is a mounted image"});
 }
 
 // ---- Banks
@@ -127,13 +136,23 @@ bool EMU3Filesystem::analyse(const EMU3FilePtr &file, BankDetails details, EMU3E
 }
 
 std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {
+  std::vector<std::string> types;
+  for (BankSample &sample : namedSamplesFromBankFile(file, error))
+    types.push_back(std::move(sample.type));
+  return types;
+}
+
+std::vector<BankSample> EMU3Filesystem::namedSamplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {
   if (file->fileType() != kFileTypeBank) {
     fail(error, EngineError::notABank);
     return {};
   }
   const ReadLock lock(volume_->lock);
   if (!mayReadFile(*volume_, file, error)) return {};
-  return listedSamples(tessary::contentsOfFile(*volume_, *file));
+  std::vector<BankSample> samples = listedSamples(tessary::contentsOfFile(*volume_, *file));
+  for (BankSample &sample : samples)
+    sample.name = volume_->rules().nameOfSample(sample);
+  return samples;
 }
 
 // The bank is read once, so that the list and the audio are of one file.
@@ -142,14 +161,15 @@ bool EMU3Filesystem::exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr 
   const ByteBufferPtr bytes = contentsOfFile(fromBankFile, error);
   if (!bytes) return false;
   const FileContents bank(bytes);
-  const std::vector<std::string> samples =
-      fromBankFile->fileType() == kFileTypeBank ? listedSamples(bank) : std::vector<std::string>();
+  const std::vector<BankSample> samples =
+      fromBankFile->fileType() == kFileTypeBank ? listedSamples(bank) : std::vector<BankSample>();
   if (index >= samples.size()) return fail(error, EngineError::sampleIndexOutOfRange);
-  const std::optional<BankRange> audio = audioOfSampleType(bank, samples[index]);
+  const std::optional<BankRange> audio = volume_->rules().audioOfSample(bank, samples, index);
   if (!audio) return fail(error, EngineError::sampleChunkNotFound);
   const auto length = static_cast<std::uint32_t>(audio->size);
   const auto header = wavHeader(length);
-  if (writeHostFileAtomically(toURL, {header, {bytes->data() + audio->offset, length}}, nullptr)) return true;
+  EMU3Error reason;
+  if (writeHostFile(toURL, {header, {bytes->data() + audio->offset, length}}, &reason)) return true;
   return fail(error, EngineError::sampleWriteFailed);
 }
 
@@ -164,13 +184,13 @@ bool EMU3Filesystem::deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr 
 bool EMU3Filesystem::copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory,
                               EMU3Error *error) {
   const WriteLock lock(volume_->lock);
-  return tessary::copyFile(*volume_, file, toDirectory, error);
+  return tessary::copyFile(*volume_, file, toDirectory, error) != nullptr;
 }
 
 bool EMU3Filesystem::moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
                               const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
   const WriteLock lock(volume_->lock);
-  return tessary::moveFile(*volume_, file, fromDirectory, toDirectory, error);
+  return tessary::moveFile(*volume_, file, fromDirectory, toDirectory, error) != nullptr;
 }
 
 bool EMU3Filesystem::renameFile(const EMU3FilePtr &file, const std::string &newName,
@@ -182,30 +202,43 @@ bool EMU3Filesystem::renameFile(const EMU3FilePtr &file, const std::string &newN
 bool EMU3Filesystem::importFileAtURL(const std::string &url, const EMU3DirectoryPtr &toDirectory,
                                      EMU3Error *error) {
   const std::string name = withoutExtension(lastPathComponent(url));
-  const std::string cut(prefixOfUtf16Units(name, format::kMaxNameBytes));
-  return storeHostFile(url, cut, false, toDirectory, error);
+  NewFile file;
+  file.name = prefixOfUtf16Units(name, format::kMaxNameBytes);
+  return storeHostFile(url, std::move(file), toDirectory, error) != nullptr;
 }
 
-bool EMU3Filesystem::restoreFileAtURL(const std::string &url, const std::string &name,
-                                      const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  return storeHostFile(url, name, true, toDirectory, error);
+EMU3FilePtr EMU3Filesystem::restoreFileAtURL(const std::string &url, const EntryBytes &entry,
+                                             const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
+  const std::optional<std::string> name = volume_->rules().nameOf(entry.data());
+  if (!name) return refuse<EMU3File>(error, EngineError::badName);
+  NewFile file;
+  file.name = *name;
+  file.model = entry;
+  return storeHostFile(url, std::move(file), toDirectory, error);
 }
 
-bool EMU3Filesystem::storeHostFile(const std::string &url, const std::string &name, bool wholeName,
-                                   const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
+EMU3FilePtr EMU3Filesystem::storeHostFile(const std::string &url, NewFile file,
+                                          const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
   const std::optional<HostFile> source = HostFile::open(url, error);
-  if (!source) return false;
-  NewFile file{name, kFileTypeBank, source->size(), nullptr, wholeName};
-  if (!isReadOnly() && isTooLarge(*volume_, file.size)) {
-    // Refused for its size at the latest, before gigabytes are read for nothing.
+  if (!source) return nullptr;
+  file.size = source->size();
+  if (volume_->rules().refusesBeforeReading()) { // so that gigabytes are not read for nothing
     const ReadLock lock(volume_->lock);
-    return mayStoreFile(*volume_, file, toDirectory, error);
+    if (!mayStoreFile(*volume_, file, toDirectory, error)) return nullptr;
   }
   file.data = source->readWhole(error);
-  if (!file.data) return false;
+  if (!file.data) return nullptr;
   file.size = file.data->size();
   const WriteLock lock(volume_->lock);
   return storeFile(*volume_, file, toDirectory, error);
+}
+
+std::optional<EntryBytes> EMU3Filesystem::entryOfFile(const EMU3FilePtr &file, EMU3Error *error) {
+  const ReadLock lock(volume_->lock);
+  if (!mayReadFile(*volume_, file, error)) return std::nullopt;
+  std::optional<EntryBytes> entry = volume_->entries.readEntry(file->place());
+  if (!entry) fail(error, EngineError::entryNotFound);
+  return entry;
 }
 
 // ---- Changes of folders
@@ -213,13 +246,19 @@ bool EMU3Filesystem::storeHostFile(const std::string &url, const std::string &na
 bool EMU3Filesystem::createDirectoryNamed(const std::string &name, const EMU3DirectoryPtr &inDirectory,
                                           EMU3Error *error) {
   const WriteLock lock(volume_->lock);
-  return createDirectory(*volume_, name, inDirectory, error);
+  return createDirectory(*volume_, name, inDirectory, error) != nullptr;
 }
 
 bool EMU3Filesystem::renameDirectory(const EMU3DirectoryPtr &directory, const std::string &newName,
                                      EMU3Error *error) {
   const WriteLock lock(volume_->lock);
   return tessary::renameDirectory(*volume_, directory, newName, error);
+}
+
+bool EMU3Filesystem::moveDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &toDirectory,
+                                   EMU3Error *error) {
+  const WriteLock lock(volume_->lock);
+  return tessary::moveDirectory(*volume_, directory, toDirectory, error) != nullptr;
 }
 
 bool EMU3Filesystem::deleteDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &fromParent,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "banks/BankSamples.h"
 #include "filesystem/ByteBuffer.h"
 #include "filesystem/EMU3Directory.h"
 #include "filesystem/EMU3Error.h"
@@ -9,8 +10,10 @@
 #include "filesystem/VolumeFindings.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -18,6 +21,7 @@ namespace tessary {
 
 class EMU3Filesystem;
 class Volume;
+struct NewFile;
 using EMU3FilesystemPtr = std::shared_ptr<EMU3Filesystem>;
 
 /// One mounted image and every operation on it.
@@ -56,28 +60,32 @@ public:
   /// True when the image could be opened for reading alone, or another process has it open for changes.
   [[nodiscard]] bool isReadOnly() const;
   [[nodiscard]] std::uint64_t totalBlocks() const;
-  [[nodiscard]] std::uint64_t usedBlocks() const;    ///< table entries in use
-  [[nodiscard]] std::uint64_t freeBlocks() const;    ///< never counted below 0
+  /// Guarded, the blocks of the slots that are not taken; bare, table entries that are free, never counted
+  /// below 0.
+  [[nodiscard]] std::uint64_t freeBlocks() const;
+  /// Guarded, all other blocks of the image; bare, table entries in use.
+  [[nodiscard]] std::uint64_t usedBlocks() const;
   [[nodiscard]] std::uint64_t totalClusters() const; ///< blocks the scanned table describes
   [[nodiscard]] std::string volumeLabel() const;
   [[nodiscard]] std::uint64_t rootDirBlock() const;
   [[nodiscard]] std::uint64_t dataAreaBlock() const;
   [[nodiscard]] std::uint64_t slotSizeBlocks() const;
   [[nodiscard]] std::uint64_t fatStartBlock() const;
-  /// How many entries from the table's start on lie inside the table: it ends where the root block or the
-  /// data area, whichever comes first above it, begins. Blocks from that number on cannot be marked.
+  /// How many blocks, from block 0 on, the table has entries for. Those from that number on cannot be marked.
   [[nodiscard]] std::uint64_t describedBlocks() const;
   /// Root of the tree.
   [[nodiscard]] EMU3DirectoryPtr rootDirectory() const;
   /// The serial queue, "com.tessary.io", on which a user interface runs work on this image.
   [[nodiscard]] SerialQueue &ioQueue() { return *ioQueue_; }
 
-  // Reading. Contents that run off the end of the image come short.
-  /// The file's contents, cached in the file.
+  // Reading
+  /// The file's contents, cached in the file. What lies outside the image or cannot be read is missing at
+  /// their end.
   ByteBufferPtr dataForFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
-  /// The same, not kept.
+  /// The contents as they are passed on, not kept. Guarded, code 2 where they are not whole.
   ByteBufferPtr contentsOfFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
-  /// Writes a file's bytes, unchanged, as the host file; works on a read-only image.
+  /// Writes a file's bytes, unchanged, as the host file; works on a read-only image. Guarded, never writes
+  /// over a mounted image.
   bool exportFile(const EMU3FilePtr &file, const std::string &toURL, EMU3Error *error = nullptr);
 
   // Banks
@@ -89,6 +97,8 @@ public:
   /// The type strings of the samples in an Emulator IV bank's table of contents. Empty for other banks;
   /// empty with code 6 for a file that is no bank.
   std::vector<std::string> samplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
+  /// The same samples with what they are called; bare, that is their types.
+  std::vector<BankSample> namedSamplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
   /// Writes sample `index` (from 0) as a WAV file: mono, 16 bits, 44100 Hz. Codes 6, 2, 3.
   bool exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile, const std::string &toURL,
                            EMU3Error *error = nullptr);
@@ -101,19 +111,25 @@ public:
   /// Stores a host file's bytes under its name without extension, cut to 15 UTF-16 code units.
   bool importFileAtURL(const std::string &url, const EMU3DirectoryPtr &toDirectory,
                        EMU3Error *error = nullptr);
-  /// Imports the backup of a deleted file under its exact name: nothing is cut from it, and a name that
-  /// fills all 16 bytes of an entry is stored whole, as only the sampler itself writes one.
-  bool restoreFileAtURL(const std::string &url, const std::string &name, const EMU3DirectoryPtr &toDirectory,
-                        EMU3Error *error = nullptr);
+  /// The entry of a file as it stands on the image: what `restoreFileAtURL` needs once the file is deleted.
+  [[nodiscard]] std::optional<EntryBytes> entryOfFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
+  /// Brings a deleted file back from a host file with its contents and from the entry that it had: its whole
+  /// name, and guarded its kind too. The new file; null when it fails.
+  EMU3FilePtr restoreFileAtURL(const std::string &url, const EntryBytes &entry,
+                               const EMU3DirectoryPtr &toDirectory, EMU3Error *error = nullptr);
   bool renameFile(const EMU3FilePtr &file, const std::string &newName, const EMU3DirectoryPtr &inDirectory,
                   EMU3Error *error = nullptr);
 
   // Changes of folders
   bool createDirectoryNamed(const std::string &name, const EMU3DirectoryPtr &inDirectory,
                             EMU3Error *error = nullptr);
-  /// Renames the folder in the tree alone; the image keeps the old name.
+  /// Bare, renames the folder in the tree alone; the image keeps the old name.
   bool renameDirectory(const EMU3DirectoryPtr &directory, const std::string &newName,
                        EMU3Error *error = nullptr);
+  /// Moves a folder with everything in it. Nothing changes when it is in `toDirectory`; code 6 when that is
+  /// the folder itself or lies below it.
+  bool moveDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &toDirectory,
+                     EMU3Error *error = nullptr);
   /// Deletes a folder with everything in it.
   bool deleteDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &fromParent,
                        EMU3Error *error = nullptr);
@@ -135,8 +151,10 @@ private:
   EMU3Filesystem(std::string imageURL, std::shared_ptr<Volume> volume);
   /// Analyses a bank, beginning with these details; those of a file that is no bank become these.
   bool analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error);
-  bool storeHostFile(const std::string &url, const std::string &name, bool wholeName,
-                     const EMU3DirectoryPtr &toDirectory, EMU3Error *error);
+  EMU3FilePtr storeHostFile(const std::string &url, NewFile file, const EMU3DirectoryPtr &toDirectory,
+                            EMU3Error *error);
+  bool writeHostFile(const std::string &path, std::initializer_list<std::span<const std::uint8_t>> parts,
+                     EMU3Error *error);
 
   const std::string imageURL_;
   const std::unique_ptr<SerialQueue> ioQueue_;

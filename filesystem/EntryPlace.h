@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <compare>
 #include <cstdint>
 
@@ -12,5 +13,8 @@ struct EntryPlace {
 
   auto operator<=>(const EntryPlace &) const = default;
 };
+
+/// The 32 bytes of a directory entry, as they stand on the image.
+using EntryBytes = std::array<std::uint8_t, 32>;
 
 } // namespace tessary

@@ -1,9 +1,8 @@
 #include "filesystem/FileChanges.h"
 
 #include "filesystem/DirectoryEntry.h"
+#include "filesystem/EntrySpot.h"
 #include "filesystem/FileReading.h"
-#include "filesystem/SpaceAllocation.h"
-#include "filesystem/Text.h"
 #include "filesystem/TreeEditor.h"
 
 #include <algorithm>
@@ -16,46 +15,14 @@ using namespace format;
 
 namespace {
 
-/// Where a new file goes.
-struct NewPlace {
-  EntryPlace entry;
-  std::uint16_t slot = 0;
-  std::uint8_t entryId = 0;
+/// Where a new file goes, all of it found before anything is written.
+struct NewFileSpot {
+  EntrySpot entry;
+  NewFilePlace place;
 };
 
-// A file takes one block at least, also an empty one.
-std::uint64_t blocksNeeded(std::uint64_t length) {
-  return std::max<std::uint64_t>(length + kBlockSize - 1, kBlockSize) / kBlockSize;
-}
-
-// The fields in memory of a file just written. For an empty file they say 1 block, its entry 0.
-EMU3FileFields fieldsOfNewFile(const NewFile &file, const NewPlace &place) {
-  EMU3FileFields fields;
-  fields.name = file.name;
-  fields.fileType = file.fileType;
-  fields.startCluster = place.slot;
-  fields.clusterCount = 1;
-  fields.blocksInLastCluster = static_cast<std::uint16_t>(blocksNeeded(file.size));
-  const std::uint64_t padded = std::max<std::uint64_t>(file.size + kBlockSize - 1, kBlockSize);
-  fields.bytesInLastBlock = static_cast<std::uint16_t>(file.size - (padded & 0xFE00) + kBlockSize);
-  fields.fileSize = file.size;
-  fields.rawType = kRawTypeBank;
-  fields.entryId = place.entryId;
-  fields.dentryBlock = place.entry.block;
-  fields.dentryOffset = place.entry.index;
-  return fields;
-}
-
-Dentry dentryOf(const VolumeRules &rules, const NewFile &file, const NewPlace &place) {
-  Dentry dentry = dentryForFile(rules.storedName(file.name), place.slot, file.size, place.entryId);
-  if (file.wholeName && file.name.size() == kNameSize) {
-    std::copy(file.name.begin(), file.name.end(), dentry.begin());
-  }
-  return dentry;
-}
-
-std::optional<NewPlace> findPlace(const Volume &volume, const NewFile &file,
-                                  const EMU3DirectoryPtr &inDirectory, EMU3Error *error)
+std::optional<NewFileSpot> findRoom(const Volume &volume, const NewFile &file,
+                                    const EMU3DirectoryPtr &inDirectory, EMU3Error *error)
     TESSARY_REQUIRES_SHARED(volume.lock) {
   const auto refused = [&](EngineError reason) {
     fail(error, reason);
@@ -63,33 +30,49 @@ std::optional<NewPlace> findPlace(const Volume &volume, const NewFile &file,
   };
   const std::uint64_t blocks = blocksNeeded(file.size);
   if (blocks > volume.counters.free()) return refused(EngineError::noFreeSpace);
-  const std::optional<EntryPlace> entry = findFreeDentry(volume, inDirectory);
-  if (!entry) return refused(EngineError::destinationFull);
-  const VolumeGeometry geometry = volume.geometry();
-  const std::optional<std::uint16_t> slot = volume.rules().slotForNewFile(volume.tree, geometry);
-  // The end wraps where the slot is 0; the comparison is one of bytes, and wraps with it.
-  if (!slot || volume.image.size() < (geometry.slotStartBlock(*slot) + blocks) * kBlockSize) {
-    return refused(EngineError::noFreeSlot);
-  }
-  return NewPlace{*entry, *slot, nextEntryId(*inDirectory)};
+  const std::optional<EntrySpot> spot = findSpot(volume, inDirectory);
+  if (!spot) return refused(EngineError::destinationFull);
+  const std::optional<std::uint16_t> slot = volume.rules().slotForNewFile(volume, blocks);
+  if (!slot) return refused(EngineError::noFreeSlot);
+  return NewFileSpot{*spot, {spot->place, *slot, nextEntryId(*inDirectory)}};
 }
 
 // Data first, then the marks of its blocks, the entry last: an entry never names what is not there yet.
-bool writeFile(Volume &volume, const NewFile &file, const NewPlace &place, EMU3Error *error)
-    TESSARY_REQUIRES(volume.lock) {
-  const std::uint64_t firstBlock = volume.geometry().slotStartBlock(place.slot);
+bool writeFile(Volume &volume, const NewFile &file, const Dentry &dentry, const NewFileSpot &spot,
+               const EMU3DirectoryPtr &inDirectory, EMU3Error *error) TESSARY_REQUIRES(volume.lock) {
+  const std::uint16_t slot = spot.place.slot;
+  const std::uint64_t firstBlock = volume.geometry().slotStartBlock(slot);
   if (!volume.image.writeData(firstBlock, file.data->data(), file.data->size())) {
     return fail(error, EngineError::dataWriteFailed);
   }
   const std::uint64_t faults = volume.image.writeFaults();
-  const std::uint64_t usedBefore = volume.counters.used();
-  const std::uint64_t freeBefore = volume.counters.free();
-  markSlotUsed(volume, place.slot, static_cast<std::uint16_t>(blocksNeeded(file.size)));
-  if (volume.image.writeFaults() == faults)
-    volume.entries.write(place.entry, dentryOf(volume.rules(), file, place));
-  if (volume.image.writeFaults() == faults) return true;
-  volume.counters.set(usedBefore, freeBefore);
+  volume.rules().markNewFile(volume, slot, file.size);
+  if (volume.image.writeFaults() == faults && writeAtSpot(volume, inDirectory, spot.entry, dentry))
+    return true;
+  volume.rules().unmarkFailedFile(volume, slot, file.size);
   return fail(error, EngineError::blockWriteFailed);
+}
+
+// Contents and slot stay where they are: the entry is written at its new place, then the old one cleared.
+EMU3FilePtr moveEntry(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
+                      const EMU3DirectoryPtr &toDirectory, EMU3Error *error) TESSARY_REQUIRES(volume.lock) {
+  std::optional<Dentry> entry = volume.entries.readEntry(file->place());
+  if (!entry) return refuse<EMU3File>(error, EngineError::entryNotFound);
+  const std::optional<EntrySpot> spot = findSpot(volume, toDirectory);
+  if (!spot) return refuse<EMU3File>(error, EngineError::destinationFull);
+  setFileEntryId(*entry, nextEntryId(*toDirectory));
+  if (!writeAtSpot(volume, toDirectory, *spot, *entry))
+    return refuse<EMU3File>(error, EngineError::blockWriteFailed);
+  if (!volume.entries.clearEntry(file->place())) {
+    volume.entries.zeroEntry(spot->place); // the file stays where it was
+    return refuse<EMU3File>(error, EngineError::blockWriteFailed);
+  }
+  auto moved = std::make_shared<EMU3File>(
+      fileFieldsOfDentry(entry->data(), *volume.rules().nameOf(entry->data()), spot->place));
+  TreeEditor::setBankDetails(*moved, file->bankDetails());
+  volume.tree.removeFile(fromDirectory, file);
+  volume.tree.addFile(toDirectory, moved);
+  return moved;
 }
 
 } // namespace
@@ -100,57 +83,67 @@ bool isTooLarge(const Volume &volume, std::uint64_t size) {
 
 bool mayStoreFile(const Volume &volume, const NewFile &file, const EMU3DirectoryPtr &toDirectory,
                   EMU3Error *error) {
+  const VolumeRules &rules = volume.rules();
   if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
-  if (!volume.rules().mayUse(volume.tree, toDirectory)) return fail(error, EngineError::entryNotFound);
-  const bool isStoredWhole = file.wholeName && file.name.size() == kNameSize;
-  if (!isStoredWhole && !volume.rules().mayStoreName(file.name)) return fail(error, EngineError::badName);
+  if (!rules.mayUse(volume, toDirectory)) return fail(error, EngineError::entryNotFound);
+  if (!file.model && !rules.mayStoreName(file.name)) return fail(error, EngineError::badName);
   if (isTooLarge(volume, file.size)) return fail(error, EngineError::fileTooLarge);
   return true;
 }
 
-bool storeFile(Volume &volume, const NewFile &file, const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  if (!mayStoreFile(volume, file, toDirectory, error)) return false;
-  const std::optional<NewPlace> place = findPlace(volume, file, toDirectory, error);
-  if (!place || !writeFile(volume, file, *place, error)) return false;
-  volume.rules().entryWasTaken(toDirectory, place->entry);
-  TreeEditor::appendFile(toDirectory, std::make_shared<EMU3File>(fieldsOfNewFile(file, *place)));
-  return true;
+EMU3FilePtr storeFile(Volume &volume, const NewFile &file, const EMU3DirectoryPtr &toDirectory,
+                      EMU3Error *error) {
+  if (!mayStoreFile(volume, file, toDirectory, error)) return nullptr;
+  const std::optional<NewFileSpot> spot = findRoom(volume, file, toDirectory, error);
+  if (!spot) return nullptr;
+  const VolumeRules &rules = volume.rules();
+  const Dentry dentry = rules.entryOfNewFile(file, spot->place);
+  if (!writeFile(volume, file, dentry, *spot, toDirectory, error)) return nullptr;
+  auto stored = std::make_shared<EMU3File>(rules.fieldsOfNewFile(file, spot->place, dentry));
+  volume.tree.addFile(toDirectory, stored);
+  return stored;
 }
 
-bool copyFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory,
-              EMU3Error *error) {
-  if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
-  if (!mayReadFile(volume, file, error)) return false;
-  const ByteBufferPtr data = bytesOfFile(volume, *file);
-  // A copy that lacks what could not be read would pass for the whole file, and a move would delete that.
-  if (data->size() < contentsOfFile(volume, *file).size()) return fail(error, EngineError::dataWriteFailed);
-  return storeFile(volume, {file->name(), file->fileType(), data->size(), data}, toDirectory, error);
+EMU3FilePtr copyFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory,
+                     EMU3Error *error) {
+  if (volume.isReadOnly()) return refuse<EMU3File>(error, EngineError::imageIsReadOnly);
+  if (!mayReadFile(volume, file, error)) return nullptr;
+  if (!volume.rules().mayUse(volume, toDirectory)) return refuse<EMU3File>(error, EngineError::entryNotFound);
+  const ByteBufferPtr data = volume.rules().contentsForCopy(volume, *file, error);
+  if (!data) return nullptr;
+  NewFile copy{file->name(), file->fileType(), data->size(), data, std::nullopt};
+  if (volume.rules().copiesKeepTheirEntry()) copy.model = volume.entries.readEntry(file->place());
+  return storeFile(volume, copy, toDirectory, error);
 }
 
-bool moveFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
-              const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
-  if (!volume.rules().mayUse(volume.tree, fromDirectory, file))
-    return fail(error, EngineError::entryNotFound);
-  if (fromDirectory == toDirectory) return true;
-  return copyFile(volume, file, toDirectory, error) && deleteFile(volume, file, fromDirectory, error);
+EMU3FilePtr moveFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
+                     const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
+  if (volume.isReadOnly()) return refuse<EMU3File>(error, EngineError::imageIsReadOnly);
+  const VolumeRules &rules = volume.rules();
+  if (!rules.mayUse(volume, fromDirectory, file) || !rules.mayUse(volume, toDirectory)) {
+    return refuse<EMU3File>(error, EngineError::entryNotFound);
+  }
+  if (fromDirectory == toDirectory) return file;
+  if (rules.movesEntryAlone()) return moveEntry(volume, file, fromDirectory, toDirectory, error);
+  EMU3FilePtr copy = copyFile(volume, file, toDirectory, error);
+  return copy && deleteFile(volume, file, fromDirectory, error) ? copy : nullptr;
 }
 
 bool deleteFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
                 EMU3Error *error) {
   if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
-  if (!volume.rules().mayUse(volume.tree, inDirectory, file)) return fail(error, EngineError::entryNotFound);
-  return removeFile(volume, file, inDirectory, error);
+  if (!volume.rules().mayUse(volume, inDirectory, file)) return fail(error, EngineError::entryNotFound);
+  return eraseFile(volume, file, inDirectory, error);
 }
 
-bool removeFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
-                EMU3Error *error) {
-  const EntryPlace place = file->place();
-  if (!volume.entries.contains(place.block)) return fail(error, EngineError::entryNotFound);
+bool eraseFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
+               EMU3Error *error) {
+  const EMU3FileFields fields = file->fields();
+  if (!volume.entries.contains(fields.dentryBlock)) return fail(error, EngineError::entryNotFound);
   const std::uint64_t faults = volume.image.writeFaults();
-  if (!volume.entries.clearEntry(place)) return fail(error, EngineError::blockWriteFailed);
-  freeSlot(volume, file->startCluster(), file->blocksInLastCluster());
-  TreeEditor::removeFile(inDirectory, file);
+  if (!volume.entries.clearEntry(file->place())) return fail(error, EngineError::blockWriteFailed);
+  volume.tree.removeFile(inDirectory, file);
+  volume.rules().clearMarksOf(volume, fields);
   if (volume.image.writeFaults() == faults) return true;
   return fail(error, EngineError::blockWriteFailed);
 }
@@ -158,17 +151,10 @@ bool removeFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr 
 bool renameFile(Volume &volume, const EMU3FilePtr &file, const std::string &newName,
                 const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
   if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
-  const VolumeRules &rules = volume.rules();
-  if (!rules.mayUse(volume.tree, inDirectory, file)) return fail(error, EngineError::entryNotFound);
-  if (newName.empty() || utf16Length(newName) > kMaxNameBytes || !rules.mayStoreName(newName)) {
-    return fail(error, EngineError::badName);
-  }
-  const EntryPlace place = file->place();
-  if (!volume.entries.contains(place.block)) return fail(error, EngineError::entryNotFound);
-  if (!volume.entries.writeName(place, nameFieldForRename(rules.storedName(newName)))) {
-    return fail(error, EngineError::blockWriteFailed);
-  }
-  TreeEditor::setName(*file, newName);
+  if (!volume.rules().mayUse(volume, inDirectory, file)) return fail(error, EngineError::entryNotFound);
+  const std::optional<std::string> shown = renameEntry(volume, file->place(), newName, error);
+  if (!shown) return false;
+  TreeEditor::setName(*file, *shown);
   return true;
 }
 

@@ -1,6 +1,7 @@
 #include "filesystem/FileReading.h"
 
 #include "filesystem/DiskFormat.h"
+#include "filesystem/VolumeRules.h"
 
 #include <algorithm>
 #include <utility>
@@ -8,7 +9,7 @@
 namespace tessary {
 
 bool mayReadFile(const Volume &volume, const EMU3FilePtr &file, EMU3Error *error) {
-  return volume.rules().mayRead(volume.tree, file) || fail(error, EngineError::entryNotFound);
+  return volume.rules().mayRead(volume, file) || fail(error, EngineError::entryNotFound);
 }
 
 FileContents contentsOfFile(const Volume &volume, const EMU3File &file) {
@@ -20,6 +21,17 @@ FileContents contentsOfFile(const Volume &volume, const EMU3File &file) {
   std::uint64_t size = std::min<std::uint64_t>(fields.blocksInLastCluster, inside) * format::kBlockSize;
   if (fields.fileSize != 0) size = std::min(size, fields.fileSize);
   return {volume.image, first, size};
+}
+
+ByteBufferPtr wholeBytesOfFile(const Volume &volume, const EMU3File &file) {
+  const EMU3FileFields fields = file.fields();
+  const std::uint64_t first =
+      volume.geometry().slotStartBlock(std::max<std::uint16_t>(fields.startCluster, 1));
+  auto bytes = std::make_shared<ByteBuffer>();
+  bytes->resize(fields.blocksInLastCluster * format::kBlockSize);
+  if (volume.image.readBytes(first, 0, bytes->data(), bytes->size()) < bytes->size()) return nullptr;
+  if (fields.fileSize != 0) bytes->resize(std::min<std::uint64_t>(bytes->size(), fields.fileSize));
+  return bytes;
 }
 
 ByteBufferPtr bytesOfFile(const Volume &volume, const EMU3File &file) {

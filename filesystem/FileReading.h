@@ -22,4 +22,9 @@ namespace tessary {
 [[nodiscard]] ByteBufferPtr bytesOfFile(const Volume &volume, const EMU3File &file)
     TESSARY_REQUIRES_SHARED(volume.lock);
 
+/// All blocks of a file's contents, from the image alone, cut to its size; null where one of them lies
+/// outside the image or cannot be read.
+[[nodiscard]] ByteBufferPtr wholeBytesOfFile(const Volume &volume, const EMU3File &file)
+    TESSARY_REQUIRES_SHARED(volume.lock);
+
 } // namespace tessary

@@ -1,8 +1,8 @@
 #include "filesystem/FolderRecovery.h"
 
 #include "filesystem/DirectoryEntry.h"
-#include "filesystem/GuardedRules.h"
 #include "filesystem/Text.h"
+#include "filesystem/VolumeRules.h"
 
 #include <algorithm>
 #include <optional>
@@ -90,7 +90,7 @@ std::vector<LostFolder> lostFolders(const Volume &volume) {
   const std::uint64_t end = std::min({geometry.dataAreaBlock, geometry.totalBlocks, kLastFolderBlock + 1});
   for (std::uint64_t number = geometry.rootDirBlock; number < end; ++number) {
     const auto block = static_cast<std::int64_t>(number);
-    if (owned.contains(block) || !recoveryRules().mayHoldFolder(number, geometry)) continue;
+    if (owned.contains(block) || !geometry.mayHoldFolder(number)) continue;
     const std::optional<Block> bytes = volume.entries.read(block);
     if (!bytes) continue;
     std::optional<LostFolder> folder = folderIn(*bytes);
@@ -114,9 +114,7 @@ bool recoverFolder(Volume &volume, std::uint64_t block, const std::string &name,
     return fail(error, EngineError::blockWriteFailed);
   }
   if (volume.tree.adoptFolder(volume.entries, *place, inDirectory)) return true;
-  const VolumeGeometry geometry = volume.geometry();
-  volume.tree.read(volume.entries, static_cast<std::int64_t>(geometry.rootDirBlock),
-                   volume.tree.root()->name());
+  volume.readTree(volume.tree.root()->name());
   return true;
 }
 

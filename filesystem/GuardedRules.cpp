@@ -1,95 +1,276 @@
 #include "filesystem/GuardedRules.h"
 
 #include "filesystem/DirectoryEntry.h"
+#include "filesystem/FileReading.h"
 #include "filesystem/Text.h"
-#include "filesystem/TreeEditor.h"
-#include "filesystem/VolumeGeometry.h"
-#include "filesystem/VolumeTree.h"
 
 #include <algorithm>
-#include <limits>
+#include <set>
+#include <utility>
 
 namespace tessary {
 
 using namespace format;
 
-bool GuardedRules::mayUse(const VolumeTree &tree, const EMU3DirectoryPtr &folder) const {
-  return tree.contains(folder);
+namespace {
+
+// Marks are written for blocks that the table describes, and never where a folder's entries stand.
+void setMarks(Volume &volume, std::uint64_t first, std::uint64_t count, std::uint16_t value)
+    TESSARY_REQUIRES(volume.lock) {
+  const std::uint64_t described = volume.geometry().describedBlocks();
+  if (first >= described) return;
+  const std::uint64_t inTable = std::min(count, described - first);
+  const VolumeIndex &index = *volume.index;
+  volume.table.setMarks(first, inTable, value, [&](std::uint64_t tableBlock) {
+    return !index.namesBlock(static_cast<std::int64_t>(tableBlock));
+  });
+  volume.index->marksChanged(first, inTable);
 }
 
-bool GuardedRules::mayUse(const VolumeTree &tree, const EMU3DirectoryPtr &folder,
+std::uint64_t blocksFilled(std::uint64_t size) {
+  return (size + kBlockSize - 1) / kBlockSize;
+}
+
+bool isAllZero(const Block &block) {
+  return std::all_of(block.begin(), block.end(), [](std::uint8_t byte) { return byte == 0; });
+}
+
+bool hasNoEntry(const Block &block) {
+  for (std::size_t entry = 0; entry < kDentriesPerBlock; ++entry) {
+    if (block[entry * kDentrySize] != 0) return false;
+  }
+  return true;
+}
+
+// The first of an entry's seven block numbers that is below 1.
+std::optional<std::size_t> firstEmptyPosition(const Dentry &dentry) {
+  for (std::size_t position = 0; position < kFolderBlockCount; ++position) {
+    if (folderBlockAt(dentry, position) < 1) return position;
+  }
+  return std::nullopt;
+}
+
+// The blocks of live files' contents.
+class FileExtents final {
+public:
+  void add(const EMU3File &file, const VolumeGeometry &geometry) {
+    file.lookAtFields([&](const EMU3FileFields &fields) {
+      if (fields.rawType == kRawTypeDeleted || fields.blocksInLastCluster == 0) return;
+      const std::uint64_t first = geometry.slotStartBlock(std::max<std::uint16_t>(fields.startCluster, 1));
+      extents_.emplace_back(first, first + fields.blocksInLastCluster);
+    });
+  }
+
+  /// Those of the blocks that lie in a file's contents. In one pass over both, however the files overlap.
+  [[nodiscard]] std::vector<std::int64_t> thoseOf(const std::set<std::int64_t> &blocks) {
+    std::sort(extents_.begin(), extents_.end());
+    std::vector<std::int64_t> found;
+    auto extent = extents_.begin();
+    std::uint64_t furthestEnd = 0;
+    for (const std::int64_t block : blocks) {
+      const auto number = static_cast<std::uint64_t>(block);
+      for (; extent != extents_.end() && extent->first <= number; ++extent)
+        furthestEnd = std::max(furthestEnd, extent->second);
+      if (number < furthestEnd) found.push_back(block);
+    }
+    return found;
+  }
+
+private:
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> extents_; ///< first block, and that behind the last
+};
+
+} // namespace
+
+bool GuardedRules::mayUse(const Volume &volume, const EMU3DirectoryPtr &folder) const {
+  return volume.tree.contains(folder);
+}
+
+bool GuardedRules::mayUse(const Volume &volume, const EMU3DirectoryPtr &folder,
                           const EMU3FilePtr &file) const {
-  return tree.contains(folder, file);
+  return mayErase(*file) && volume.tree.contains(folder, file);
 }
 
-bool GuardedRules::mayUse(const VolumeTree &tree, const EMU3DirectoryPtr &parent,
+bool GuardedRules::mayUse(const Volume &volume, const EMU3DirectoryPtr &parent,
                           const EMU3DirectoryPtr &folder) const {
-  return parent && parent->containsSubdirectory(folder) && tree.contains(parent);
+  return parent && parent->containsSubdirectory(folder) && volume.tree.contains(parent);
 }
 
-bool GuardedRules::mayRead(const VolumeTree &tree, const EMU3FilePtr &file) const {
-  return tree.contains(file);
+// The entry of a deleted file, and what it led to, may be another's by now.
+bool GuardedRules::mayErase(const EMU3File &file) const {
+  return !file.isDeleted();
 }
 
-// A character that would be cut in two is left out: half of one is no text, and the entry would be hidden.
+bool GuardedRules::mayRead(const Volume &volume, const EMU3FilePtr &file) const {
+  return mayErase(*file) && volume.tree.contains(file);
+}
+
+// Every entry has a name, so that nothing on the volume is hidden: what is no text shows as codes.
+std::optional<std::string> GuardedRules::nameOf(const std::uint8_t *dentry) const {
+  const std::string name = withInvalidBytesAsCodes(paddedField(dentry, kNameSize));
+  if (name.find_first_not_of(' ') == std::string::npos) return "%20";
+  return name;
+}
+
+// A character that would be cut in two is left out: half of one is no text.
 std::string_view GuardedRules::storedName(const std::string &name) const {
   if (!isValidUtf8(name)) return {};
   return prefixOfWholeCharacters(name, kMaxNameBytes);
 }
 
-// Spaces alone read back as no name.
 bool GuardedRules::mayStoreName(const std::string &name) const {
-  return nameOfDentry(dentryForFile(storedName(name), 0, 0, 0).data()).has_value();
+  return storedName(name).find_first_not_of(' ') != std::string_view::npos;
+}
+
+std::string GuardedRules::nameAfterStoring(const std::string &, const std::uint8_t *field) const {
+  return *nameOf(field);
+}
+
+// Whole, or not at all: what lies outside the image or cannot be read would be missing without a word.
+ByteBufferPtr GuardedRules::contentsForExport(const Volume &volume, const EMU3File &file,
+                                              EMU3Error *error) const {
+  ByteBufferPtr data = wholeBytesOfFile(volume, file);
+  if (!data) fail(error, EngineError::contentsIncomplete);
+  return data;
+}
+
+ByteBufferPtr GuardedRules::contentsForCopy(const Volume &volume, const EMU3File &file,
+                                            EMU3Error *error) const {
+  return contentsForExport(volume, file, error);
+}
+
+std::optional<BankRange> GuardedRules::audioOfSample(const FileContents &bank,
+                                                     const std::vector<BankSample> &samples,
+                                                     std::size_t index) const {
+  return audioOfOwnChunk(bank, samples, index);
+}
+
+bool GuardedRules::mayWriteHostFile(const std::string &path) const {
+  return !MountedImage::isMounted(path);
 }
 
 std::uint64_t GuardedRules::mostBlocksOfAFile() const {
   return kMaxFileBlocks;
 }
 
-// The slot above the highest that any file's contents or cluster count reach into: a bank longer than a slot
-// runs on into the next ones.
-std::optional<std::uint16_t> GuardedRules::slotForNewFile(const VolumeTree &tree,
-                                                          const VolumeGeometry &geometry) const {
-  std::uint64_t highest = 0;
-  const std::uint64_t slotSize = geometry.slotSizeBlocks;
-  const auto raise = [&](const EMU3FileFields &fields) {
-    const std::uint64_t first = std::max<std::uint64_t>(fields.startCluster, 1);
-    const std::uint64_t filled = (fields.blocksInLastCluster + slotSize - 1) / slotSize;
-    highest = std::max(highest, first + std::max<std::uint64_t>({1, fields.clusterCount, filled}) - 1);
-  };
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(tree.root())) {
-    folder->lookAtFiles([&](const EMU3File &file) { file.lookAtFields(raise); });
+std::optional<std::uint16_t> GuardedRules::slotForNewFile(const Volume &volume, std::uint64_t blocks) const {
+  return volume.index->slots().placeFor(blocks);
+}
+
+// A copy is what its source is: only an import makes an entry anew.
+Dentry GuardedRules::entryOfNewFile(const NewFile &file, const NewFilePlace &place) const {
+  Dentry dentry = dentryForFile(storedName(file.name), place.slot, file.size, place.entryId);
+  if (!file.model) return dentry;
+  Dentry copy = *file.model;
+  constexpr std::size_t sizesEnd = kDentryBytesInLastBlock + 2;
+  std::copy(dentry.begin() + kDentryStartCluster, dentry.begin() + sizesEnd,
+            copy.begin() + kDentryStartCluster);
+  setFileEntryId(copy, place.entryId);
+  return copy;
+}
+
+EMU3FileFields GuardedRules::fieldsOfNewFile(const NewFile &, const NewFilePlace &place,
+                                             const Dentry &dentry) const {
+  return fileFieldsOfDentry(dentry.data(), *nameOf(dentry.data()), place.entry);
+}
+
+void GuardedRules::markNewFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const {
+  setMarks(volume, volume.geometry().slotStartBlock(slot), blocksFilled(size), kFatUsed);
+}
+
+// The slots were free, and none of their blocks was marked.
+void GuardedRules::unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const {
+  setMarks(volume, volume.geometry().slotStartBlock(slot), blocksFilled(size), kFatFree);
+}
+
+// Clears whole slots, but none that another live file reaches.
+void GuardedRules::clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const {
+  const VolumeGeometry geometry = volume.geometry();
+  const SlotMap &slots = volume.index->slots();
+  const std::uint64_t first = std::max<std::uint64_t>(1, deleted.startCluster);
+  const std::uint64_t last =
+      std::min(first + slots.slotsFor(deleted.blocksInLastCluster) - 1, slots.slotCount());
+  for (std::uint64_t slot = first; slot <= last; ++slot) {
+    if (slots.isReached(slot)) continue;
+    setMarks(volume, geometry.slotStartBlock(static_cast<std::uint16_t>(slot)), geometry.slotSizeBlocks,
+             kFatFree);
   }
-  if (highest + 1 > std::numeric_limits<std::uint16_t>::max()) return std::nullopt;
-  return static_cast<std::uint16_t>(highest + 1);
 }
 
-// Behind a table too short for the volume lie folders; a mark there would destroy them.
-bool GuardedRules::mayMarkIn(std::uint64_t tableBlock, const VolumeGeometry &geometry) const {
-  return tableBlock < geometry.tableEndBlock();
-}
-
-// Looks at the whole tree: on a damaged volume two folders can name the same block.
-bool GuardedRules::isFree(const std::uint8_t *dentry, EntryPlace place, const VolumeTree &tree) const {
+bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const {
   if (dentry[0] == 0) return true;
-  if (dentry[kDentryRawType] != kRawTypeDeleted) return false;
-  const EMU3DirectoryPtr root = tree.root();
-  const std::vector<EMU3DirectoryPtr> folders = directoriesInPreOrder(root);
-  return std::none_of(folders.begin(), folders.end(), [&](const EMU3DirectoryPtr &folder) {
-    return folder != root && folder->place() == place;
-  });
+  return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
 }
 
 // A deleted file of that place leaves the list: deleting it later would clear the new one's entry.
-void GuardedRules::entryWasTaken(const EMU3DirectoryPtr &folder, EntryPlace place) const {
+void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const {
   for (const EMU3FilePtr &file : folder->files()) {
-    if (file->isDeleted() && file->place() == place) TreeEditor::removeFile(folder, file);
+    if (file->isDeleted() && file->place() == place) volume.tree.removeFile(folder, file);
   }
 }
 
-// A larger number would not read back; in the allocation table the next mark would overwrite the folder.
-bool GuardedRules::mayHoldFolder(std::uint64_t block, const VolumeGeometry &geometry) const {
-  return block <= kLastFolderBlock && (block < geometry.fatStartBlock || block >= geometry.tableEndBlock());
+// A block that is all zero, else one without entries: any other may be a folder that lost its entry.
+std::optional<std::int64_t> GuardedRules::findDirectoryBlock(const Volume &volume,
+                                                             const DirectoryBlockWish &wish) const {
+  const VolumeGeometry geometry = volume.geometry();
+  std::optional<std::int64_t> withoutEntries;
+  const std::uint64_t end = std::min(geometry.dataAreaBlock, kLastFolderBlock + 1);
+  for (std::uint64_t number = geometry.rootDirBlock; number < end; ++number) {
+    const auto block = static_cast<std::int64_t>(number);
+    if (!geometry.mayHoldFolder(number) || volume.index->namesBlock(block) || wish.except == block) continue;
+    if (wish.suits && !wish.suits(block)) continue;
+    const std::optional<Block> bytes = volume.entries.read(block);
+    if (!bytes) continue;
+    if (isAllZero(*bytes)) return block;
+    if (!withoutEntries && hasNoEntry(*bytes)) withoutEntries = block;
+  }
+  return withoutEntries;
+}
+
+std::optional<FolderGrowth> GuardedRules::growthOf(const Volume &volume,
+                                                   const EMU3DirectoryPtr &folder) const {
+  if (folder == volume.tree.root()) return std::nullopt;
+  const std::optional<Dentry> entry = volume.entries.readEntry(folder->place());
+  if (!entry) return std::nullopt;
+  const std::optional<std::size_t> position = firstEmptyPosition(*entry);
+  if (!position) return std::nullopt;
+  // Some numbers make a folder's entry read as a file's.
+  const auto readsAsFolder = [&](std::int64_t block) {
+    Dentry grown = *entry;
+    setFolderBlockAt(grown, *position, block);
+    return !isFileDentry(grown.data());
+  };
+  const std::optional<std::int64_t> block = findDirectoryBlock(volume, {std::nullopt, readsAsFolder});
+  if (!block) return std::nullopt;
+  return FolderGrowth{*block, *position};
+}
+
+// What is not the deleted folders' alone: block 0, the table, other folders' blocks, the contents of files
+// outside.
+std::unordered_set<std::int64_t>
+GuardedRules::blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const {
+  const VolumeGeometry geometry = volume.geometry();
+  std::set<std::int64_t> listed;
+  for (const EMU3DirectoryPtr &folder : deleted) {
+    const std::vector<std::int64_t> blocks = folder->blockList();
+    listed.insert(blocks.begin(), blocks.end());
+  }
+  std::unordered_set<std::int64_t> kept;
+  for (const std::int64_t block : listed) {
+    if (block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block))) kept.insert(block);
+  }
+  const std::unordered_set<EMU3DirectoryPtr> gone(deleted.begin(), deleted.end());
+  FileExtents files;
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root())) {
+    if (gone.contains(folder)) continue;
+    for (const std::int64_t block : folder->blockList()) {
+      if (listed.contains(block)) kept.insert(block);
+    }
+    folder->lookAtFiles([&](const EMU3File &file) { files.add(file, geometry); });
+  }
+  for (const std::int64_t block : files.thoseOf(listed))
+    kept.insert(block);
+  return kept;
 }
 
 } // namespace tessary

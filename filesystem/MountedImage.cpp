@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <map>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -53,6 +54,16 @@ std::shared_ptr<MountedImage> MountedImage::of(std::uint64_t device, std::uint64
   image.reset(new MountedImage(rules), [identity](const MountedImage *last) { release(identity, last); });
   known.images[identity] = image;
   return image;
+}
+
+bool MountedImage::isMounted(const std::string &path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return false;
+  const Identity identity(static_cast<std::uint64_t>(status.st_dev),
+                          static_cast<std::uint64_t>(status.st_ino));
+  Registry &known = registry();
+  const MutexLock lock(known.mutex);
+  return known.images.contains(identity);
 }
 
 // The lock belongs to the open file, which the image's mapping still holds, so closing is not enough. Nobody

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace tessary {
 
@@ -19,6 +20,9 @@ public:
   /// The record of the image file with this device and inode; made with these rules when the process has not
   /// mounted it yet. Null when it is mounted by the other rules.
   static std::shared_ptr<MountedImage> of(std::uint64_t device, std::uint64_t inode, MountRules rules);
+
+  /// Whether the file at this path of the host is an image that this process has mounted.
+  [[nodiscard]] static bool isMounted(const std::string &path);
 
   explicit MountedImage(MountRules rules) : rules_(rules) {}
   ~MountedImage();

@@ -130,6 +130,19 @@ std::string escapedForDisplay(std::string_view text) {
   return shown;
 }
 
+std::string withInvalidBytesAsCodes(std::string_view text) {
+  std::string shown;
+  while (!text.empty()) {
+    const Character character = nextCharacter(text);
+    if (character.valid)
+      shown += text.substr(0, character.length);
+    else
+      shown += formatted("%%%02X", static_cast<std::uint8_t>(text.front()));
+    text.remove_prefix(character.length);
+  }
+  return shown;
+}
+
 std::string paddedField(const std::uint8_t *field, std::size_t size) {
   while (size > 0 && (field[size - 1] == ' ' || field[size - 1] == 0))
     --size;

@@ -24,6 +24,10 @@ std::string_view prefixOfWholeCharacters(std::string_view text, std::size_t byte
 /// UTF-8 written as escapes (`\n`, `\x1b`, `\u0085`), for logs and terminals. A backslash stays as it is.
 std::string escapedForDisplay(std::string_view text);
 
+/// `text` with each byte that is no part of a valid UTF-8 sequence written as '%' and two capital hexadecimal
+/// digits.
+std::string withInvalidBytesAsCodes(std::string_view text);
+
 /// The text of a fixed-width field padded with spaces or zero bytes: without them, up to the first zero
 /// byte left. Empty when the field begins with one or holds nothing else. Not checked to be UTF-8.
 std::string paddedField(const std::uint8_t *field, std::size_t size);

@@ -2,6 +2,7 @@
 
 #include "filesystem/DiskFormat.h"
 #include "filesystem/Text.h"
+#include "filesystem/VolumeRules.h"
 
 #include <utility>
 
@@ -42,8 +43,9 @@ std::shared_ptr<Volume> Volume::open(const std::string &path, MountRules rules, 
 }
 
 Volume::Volume(std::shared_ptr<MountedImage> mounted, std::unique_ptr<ImageMapping> mapping)
-    : lock(mounted->operationLock), image(*mapping), table(image), entries(image),
-      rules_(rulesFor(mounted->rules())), mounted_(std::move(mounted)), mapping_(std::move(mapping)) {}
+    : rules_(rulesFor(mounted->rules())), lock(mounted->operationLock), image(*mapping), table(image),
+      entries(image), index(rules_.keepsIndex() ? std::make_unique<VolumeIndex>(table, counters) : nullptr),
+      tree(rules_, index.get()), mounted_(std::move(mounted)), mapping_(std::move(mapping)) {}
 
 bool Volume::read(const std::string &label, EMU3Error *error) {
   const std::optional<VolumeGeometry> geometry = readGeometry(image, error);
@@ -56,8 +58,14 @@ bool Volume::read(const std::string &label, EMU3Error *error) {
   const AllocationTable::Scan scan = table.scan(*geometry);
   scannedEntries_ = scan.entries;
   counters.set(scan.used, scan.used > scan.entries ? 0 : scan.entries - scan.used);
-  tree.read(entries, static_cast<std::int64_t>(geometry->rootDirBlock), label);
+  readTree(label);
   return true;
+}
+
+void Volume::readTree(const std::string &label) {
+  const VolumeGeometry where = geometry();
+  tree.read(entries, static_cast<std::int64_t>(where.rootDirBlock), label);
+  if (index) index->build(where, tree.root());
 }
 
 VolumeGeometry Volume::geometry() const {

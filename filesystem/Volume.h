@@ -8,13 +8,15 @@
 #include "filesystem/MountedImage.h"
 #include "filesystem/Mutex.h"
 #include "filesystem/VolumeGeometry.h"
-#include "filesystem/VolumeRules.h"
+#include "filesystem/VolumeIndex.h"
 #include "filesystem/VolumeTree.h"
 
 #include <memory>
 #include <string>
 
 namespace tessary {
+
+class VolumeRules;
 
 /// One image, mapped and read: what stands behind the filesystem objects of the image. All guarded ones share
 /// one volume; a bare one has a volume, and so a tree, of its own, and shares the lock alone.
@@ -35,6 +37,8 @@ public:
 
   /// Reads header, table and tree anew. False with code 1, and nothing changed.
   bool read(const std::string &label, EMU3Error *error) TESSARY_REQUIRES(lock);
+  /// Reads the tree alone anew.
+  void readTree(const std::string &label) TESSARY_REQUIRES(lock);
 
   // What never changes, or may be read without the lock.
   [[nodiscard]] const VolumeRules &rules() const { return rules_; }
@@ -43,18 +47,23 @@ public:
   [[nodiscard]] std::uint64_t totalClusters() const { return scannedEntries_; } ///< entries the scan found
   [[nodiscard]] EMU3DirectoryPtr rootDirectory() const;
 
+private:
+  const VolumeRules &rules_;
+
+public:
   /// The image's operation lock.
   FairSharedMutex &lock;
   /// Where contents are read and written; marks and entries go through the two below.
   ImageMapping &image;
   AllocationTable table TESSARY_GUARDED_BY(lock);
   DirectoryBlocks entries TESSARY_GUARDED_BY(lock);
-  VolumeTree tree TESSARY_GUARDED_BY(lock);
   /// Changed under the lock, read from any thread.
   BlockCounters counters;
+  /// Null in a bare volume, whose rules look at the tree itself.
+  const std::unique_ptr<VolumeIndex> index TESSARY_PT_GUARDED_BY(lock);
+  VolumeTree tree TESSARY_GUARDED_BY(lock);
 
 private:
-  const VolumeRules &rules_;
   mutable Mutex geometryMutex_;
   VolumeGeometry geometry_ TESSARY_GUARDED_BY(geometryMutex_);
   std::atomic<std::uint64_t> scannedEntries_ = 0;

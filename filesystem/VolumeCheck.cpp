@@ -3,6 +3,7 @@
 #include "filesystem/DirectoryEntry.h"
 #include "filesystem/FolderRecovery.h"
 #include "filesystem/Text.h"
+#include "filesystem/VolumeRules.h"
 
 #include <algorithm>
 #include <map>
@@ -184,6 +185,10 @@ void VolumeCheck::checkHiddenEntry(const EMU3DirectoryPtr &folder, const std::ui
   const bool isFile = isFileDentry(dentry);
   if (isFile && dentry[kDentryRawType] == kRawTypeDeleted) {
     return add("oddity-name", "A deleted entry’s name is no text.", folder, nullptr, place);
+  }
+  if (volume_.rules().nameOf(dentry)) {
+    return add("oddity-name", "The entry’s name is no text; what cannot be shown of it is shown as codes.",
+               folder, nullptr, place);
   }
   add("harm-name",
       std::string(isFile ? "A file’s" : "A folder’s") +

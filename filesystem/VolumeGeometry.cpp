@@ -4,7 +4,6 @@
 #include "filesystem/ImageMapping.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace tessary {
 
@@ -15,16 +14,24 @@ std::uint64_t VolumeGeometry::slotStartBlock(std::uint16_t slot) const {
 }
 
 std::uint64_t VolumeGeometry::tableEndBlock() const {
-  std::uint64_t end = std::numeric_limits<std::uint64_t>::max();
+  std::uint64_t end = fatStartBlock + (totalBlocks + kFatEntriesPerBlock - 1) / kFatEntriesPerBlock;
   for (const std::uint64_t next : {rootDirBlock, dataAreaBlock}) {
-    if (next > fatStartBlock) end = std::min(end, next);
+    if (next >= fatStartBlock) end = std::min(end, next);
   }
   return end;
 }
 
+bool VolumeGeometry::isInTable(std::uint64_t block) const {
+  return block >= fatStartBlock && block < tableEndBlock();
+}
+
+bool VolumeGeometry::mayHoldFolder(std::uint64_t block) const {
+  return block >= std::max<std::uint64_t>(rootDirBlock, 1) && block < dataAreaBlock && block < totalBlocks &&
+         block <= kLastFolderBlock && !isInTable(block);
+}
+
 std::uint64_t VolumeGeometry::describedBlocks() const {
-  const std::uint64_t end = std::min(tableEndBlock(), totalBlocks);
-  return (std::max(fatStartBlock, end) - fatStartBlock) * kFatEntriesPerBlock;
+  return std::min((tableEndBlock() - fatStartBlock) * kFatEntriesPerBlock, totalBlocks);
 }
 
 std::optional<VolumeGeometry> readGeometry(const ImageMapping &image, EMU3Error *error) {

@@ -22,11 +22,15 @@ struct VolumeGeometry {
 
   /// First block of a slot. Slot 0 wraps below the data area.
   [[nodiscard]] std::uint64_t slotStartBlock(std::uint16_t slot) const;
-  /// First block behind the allocation table: where the root block or the data area, whichever comes first
-  /// above its start, begins.
+  /// First block behind the allocation table: where the root block or the data area begins, whichever comes
+  /// first from the table's start on, or where entries for all blocks of the image end.
   [[nodiscard]] std::uint64_t tableEndBlock() const;
-  /// How many entries from the table's start on lie inside the table and the image. Blocks from that number
-  /// on cannot be marked.
+  [[nodiscard]] bool isInTable(std::uint64_t block) const;
+  /// Whether a folder's block may lie there: between the root block and the data area, inside the image,
+  /// outside the table, and below 32768, since a folder's entry holds no larger number.
+  [[nodiscard]] bool mayHoldFolder(std::uint64_t block) const;
+  /// How many blocks, from block 0 on, the table has entries for. Blocks from that number on cannot be
+  /// marked.
   [[nodiscard]] std::uint64_t describedBlocks() const;
 };
 

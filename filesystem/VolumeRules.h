@@ -1,23 +1,57 @@
 #pragma once
 
+#include "banks/BankSamples.h"
+#include "filesystem/ByteBuffer.h"
 #include "filesystem/DiskFormat.h"
 #include "filesystem/EMU3Directory.h"
+#include "filesystem/EMU3Error.h"
 #include "filesystem/EMU3File.h"
 #include "filesystem/EntryPlace.h"
 #include "filesystem/MountRules.h"
+#include "filesystem/Volume.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
+#include <vector>
 
 namespace tessary {
 
-class VolumeTree;
-struct VolumeGeometry;
+/// Where a new file goes.
+struct NewFilePlace {
+  EntryPlace entry;
+  std::uint16_t slot = 0;
+  std::uint8_t entryId = 0;
+};
 
-/// What the changes of a volume ask where the bare and the guarded rules differ. One object a mount, chosen
-/// at mounting, without state of its own; whoever asks holds the volume's lock.
+/// What a new file is made of.
+struct NewFile {
+  std::string name;
+  std::int64_t fileType = kFileTypeBank; ///< EMU3FileType
+  std::uint64_t size = 0;                ///< bytes
+  ByteBufferPtr data;                    ///< `size` bytes; null as long as only its refusal is asked for
+  /// The entry that the new one is made from, as far as the rules keep what an entry says.
+  std::optional<format::Dentry> model;
+};
+
+/// A block that a full folder gets: its number goes into this one of the seven positions of the folder's
+/// entry.
+struct FolderGrowth {
+  std::int64_t block = 0;
+  std::size_t position = 0;
+};
+
+/// A directory block to be found: `except` is spoken for already, `suits` says whether a number will do.
+struct DirectoryBlockWish {
+  std::optional<std::int64_t> except;
+  std::function<bool(std::int64_t)> suits;
+};
+
+/// What the operations of a volume ask where the bare and the guarded rules differ. One object a mount,
+/// chosen at mounting, without state of its own; whoever asks holds the volume's lock.
 class VolumeRules {
 public:
   VolumeRules() = default;
@@ -26,40 +60,103 @@ public:
   VolumeRules &operator=(const VolumeRules &) = delete;
 
   [[nodiscard]] virtual MountRules kind() const = 0;
+  /// Whether the mount keeps a `VolumeIndex`.
+  [[nodiscard]] virtual bool keepsIndex() const = 0;
 
   // Whether an object may still be used: one that has left the tree no longer owns its entry and its
   // contents.
-  [[nodiscard]] virtual bool mayUse(const VolumeTree &tree, const EMU3DirectoryPtr &folder) const = 0;
-  [[nodiscard]] virtual bool mayUse(const VolumeTree &tree, const EMU3DirectoryPtr &folder,
-                                    const EMU3FilePtr &file) const = 0;
-  [[nodiscard]] virtual bool mayUse(const VolumeTree &tree, const EMU3DirectoryPtr &parent,
-                                    const EMU3DirectoryPtr &folder) const = 0;
-  /// Whether the contents that the file's entry led to may be read.
-  [[nodiscard]] virtual bool mayRead(const VolumeTree &tree, const EMU3FilePtr &file) const = 0;
+  [[nodiscard]] virtual bool mayUse(const Volume &volume, const EMU3DirectoryPtr &folder) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  [[nodiscard]] virtual bool mayUse(const Volume &volume, const EMU3DirectoryPtr &folder,
+                                    const EMU3FilePtr &file) const TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  [[nodiscard]] virtual bool mayUse(const Volume &volume, const EMU3DirectoryPtr &parent,
+                                    const EMU3DirectoryPtr &folder) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// Whether a file that its folder holds may be deleted.
+  [[nodiscard]] virtual bool mayErase(const EMU3File &file) const = 0;
+  /// Whether the contents that the file's entry leads to are still the file's.
+  [[nodiscard]] virtual bool mayRead(const Volume &volume, const EMU3FilePtr &file) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
 
   // Names
+  /// What an entry is called; none where it is passed over.
+  [[nodiscard]] virtual std::optional<std::string> nameOf(const std::uint8_t *dentry) const = 0;
   /// The part of a name that an entry holds, at most 15 bytes.
   [[nodiscard]] virtual std::string_view storedName(const std::string &name) const = 0;
   /// Whether an entry may be given this name, where its length is right.
   [[nodiscard]] virtual bool mayStoreName(const std::string &name) const = 0;
+  /// What an object is called whose entry was just given a name and now begins with `field`.
+  [[nodiscard]] virtual std::string nameAfterStoring(const std::string &given,
+                                                     const std::uint8_t *field) const = 0;
+  /// Whether renaming a folder changes its entry, not the tree alone.
+  [[nodiscard]] virtual bool storesFolderNames() const = 0;
 
-  // Room
+  // Contents
+  /// A file's contents for a host file. Null, with the error, where they may not be passed on.
+  [[nodiscard]] virtual ByteBufferPtr contentsForExport(const Volume &volume, const EMU3File &file,
+                                                        EMU3Error *error) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// The same for another file of a volume.
+  [[nodiscard]] virtual ByteBufferPtr contentsForCopy(const Volume &volume, const EMU3File &file,
+                                                      EMU3Error *error) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// What a listed sample is called.
+  [[nodiscard]] virtual std::string nameOfSample(const BankSample &sample) const = 0;
+  /// The audio of a listed sample of a bank; none where its chunk is missing.
+  [[nodiscard]] virtual std::optional<BankRange> audioOfSample(const FileContents &bank,
+                                                               const std::vector<BankSample> &samples,
+                                                               std::size_t index) const = 0;
+  /// Whether a host file may be written at this path.
+  [[nodiscard]] virtual bool mayWriteHostFile(const std::string &path) const = 0;
+
+  // New files
+  /// Whether what is refused whatever its contents is refused before they are read.
+  [[nodiscard]] virtual bool refusesBeforeReading() const = 0;
   /// The most blocks that a file may have.
   [[nodiscard]] virtual std::uint64_t mostBlocksOfAFile() const = 0;
-  /// The slot that a new file's contents go into; none when there is no number left.
-  [[nodiscard]] virtual std::optional<std::uint16_t> slotForNewFile(const VolumeTree &tree,
-                                                                    const VolumeGeometry &geometry) const = 0;
-  /// Whether the mark of a block may be written into this block of the table.
-  [[nodiscard]] virtual bool mayMarkIn(std::uint64_t tableBlock, const VolumeGeometry &geometry) const = 0;
+  /// The slot that a new file of so many blocks goes into; none when there is no room.
+  [[nodiscard]] virtual std::optional<std::uint16_t> slotForNewFile(const Volume &volume,
+                                                                    std::uint64_t blocks) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  [[nodiscard]] virtual format::Dentry entryOfNewFile(const NewFile &file,
+                                                      const NewFilePlace &place) const = 0;
+  /// The fields in memory of a file just stored with this entry.
+  [[nodiscard]] virtual EMU3FileFields fieldsOfNewFile(const NewFile &file, const NewFilePlace &place,
+                                                       const format::Dentry &dentry) const = 0;
+  /// Whether a copy's entry is made from its source's.
+  [[nodiscard]] virtual bool copiesKeepTheirEntry() const = 0;
+  /// Whether a move writes the entry anew and leaves contents and slot where they are.
+  [[nodiscard]] virtual bool movesEntryAlone() const = 0;
+
+  // Marks of the allocation table, and the figures that follow from them
+  virtual void markNewFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
+      TESSARY_REQUIRES(volume.lock) = 0;
+  /// A file was marked, but its entry could not be written.
+  virtual void unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
+      TESSARY_REQUIRES(volume.lock) = 0;
+  /// A file's entry was cleared, and the file has left the tree.
+  virtual void clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const
+      TESSARY_REQUIRES(volume.lock) = 0;
 
   // Places
   /// Whether a new entry may be written over this one.
-  [[nodiscard]] virtual bool isFree(const std::uint8_t *dentry, EntryPlace place,
-                                    const VolumeTree &tree) const = 0;
+  [[nodiscard]] virtual bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// Something new has taken this entry of the folder.
-  virtual void entryWasTaken(const EMU3DirectoryPtr &folder, EntryPlace place) const = 0;
-  /// Whether a new folder may be stored in this block, as far as its number goes.
-  [[nodiscard]] virtual bool mayHoldFolder(std::uint64_t block, const VolumeGeometry &geometry) const = 0;
+  virtual void entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const
+      TESSARY_REQUIRES(volume.lock) = 0;
+  /// A block for a folder's entries; none when there is no free one.
+  [[nodiscard]] virtual std::optional<std::int64_t> findDirectoryBlock(const Volume &volume,
+                                                                       const DirectoryBlockWish &wish) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// How a full folder can get another block; none where it cannot.
+  [[nodiscard]] virtual std::optional<FolderGrowth> growthOf(const Volume &volume,
+                                                             const EMU3DirectoryPtr &folder) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// Which directory blocks of folders that are being deleted must not be cleared.
+  [[nodiscard]] virtual std::unordered_set<std::int64_t>
+  blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
 };
 
 [[nodiscard]] const VolumeRules &rulesFor(MountRules kind);

@@ -3,6 +3,8 @@
 #include "filesystem/DirectoryBlocks.h"
 #include "filesystem/DirectoryEntry.h"
 #include "filesystem/TreeEditor.h"
+#include "filesystem/VolumeIndex.h"
+#include "filesystem/VolumeRules.h"
 
 #include <utility>
 #include <vector>
@@ -44,8 +46,8 @@ struct OpenFolder {
 /// in the blocks.
 class TreeReader final {
 public:
-  explicit TreeReader(const DirectoryBlocks &blocks, BlockSet readBefore = {})
-      : blocks_(blocks), blocksRead_(std::move(readBefore)) {}
+  TreeReader(const DirectoryBlocks &blocks, const VolumeRules &rules, BlockSet readBefore = {})
+      : blocks_(blocks), rules_(rules), blocksRead_(std::move(readBefore)) {}
 
   /// Fills the folder, whose block list is known, with all below it.
   void fill(EMU3DirectoryPtr folder) {
@@ -83,7 +85,7 @@ private:
     const EntryPlace place{folder.blockNumber, static_cast<std::int64_t>(folder.nextEntry)};
     const std::uint8_t *const dentry = folder.block.data() + folder.nextEntry++ * kDentrySize;
     if (dentry[0] == 0) return;
-    std::optional<std::string> name = nameOfDentry(dentry);
+    std::optional<std::string> name = rules_.nameOf(dentry);
     if (!name) return;
     if (isFileDentry(dentry)) {
       folder.files.push_back(std::make_shared<EMU3File>(fileFieldsOfDentry(dentry, std::move(*name), place)));
@@ -102,6 +104,7 @@ private:
   }
 
   const DirectoryBlocks &blocks_;
+  const VolumeRules &rules_;
   BlockSet blocksRead_;
   std::vector<OpenFolder> stack_;
   bool metBlockReadBefore_ = false;
@@ -114,7 +117,7 @@ void VolumeTree::read(const DirectoryBlocks &blocks, std::int64_t rootBlock, std
   TreeEditor::setName(*root, std::move(label));
   TreeEditor::setEntryId(*root, kRootEntryId);
   TreeEditor::setBlockList(*root, {rootBlock});
-  TreeReader(blocks).fill(root);
+  TreeReader(blocks, rules_).fill(root);
   EMU3DirectoryPtr earlier = std::move(root); // released after the lock
   const MutexLock lock(mutex_);
   root_.swap(earlier);
@@ -153,18 +156,65 @@ std::unordered_set<std::int64_t> VolumeTree::folderBlocks(const EMU3DirectoryPtr
   return found;
 }
 
+void VolumeTree::addFile(const EMU3DirectoryPtr &folder, const EMU3FilePtr &file) {
+  TreeEditor::appendFile(folder, file);
+  if (index_) index_->fileCame(*file);
+}
+
+void VolumeTree::removeFile(const EMU3DirectoryPtr &folder, const EMU3FilePtr &file) {
+  if (!folder->containsFile(file)) return;
+  TreeEditor::removeFile(folder, file);
+  if (index_) index_->fileWent(*file);
+}
+
+void VolumeTree::addFolder(const EMU3DirectoryPtr &parent, const EMU3DirectoryPtr &folder) {
+  TreeEditor::appendSubdirectory(parent, folder);
+  if (!index_) return;
+  for (const EMU3DirectoryPtr &inside : directoriesInPreOrder(folder)) {
+    index_->folderCame(*inside);
+    inside->lookAtFiles([&](const EMU3File &file) { index_->fileCame(file); });
+  }
+}
+
+void VolumeTree::removeFolder(const EMU3DirectoryPtr &parent, const EMU3DirectoryPtr &folder) {
+  if (!parent->containsSubdirectory(folder)) return;
+  TreeEditor::removeSubdirectory(parent, folder);
+  if (!index_) return;
+  for (const EMU3DirectoryPtr &inside : directoriesInPreOrder(folder)) {
+    index_->folderWent(*inside);
+    inside->lookAtFiles([&](const EMU3File &file) { index_->fileWent(file); });
+  }
+}
+
+void VolumeTree::setFolderBlocks(const EMU3DirectoryPtr &folder, std::vector<std::int64_t> blocks) {
+  if (index_) index_->folderBlocksChanged(folder->blockList(), blocks);
+  TreeEditor::setBlockList(*folder, std::move(blocks));
+}
+
+void VolumeTree::replaceFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &moved,
+                               const EMU3DirectoryPtr &parent) {
+  if (const EMU3DirectoryPtr before = folder->parent()) removeFolder(before, folder);
+  std::vector<EMU3FilePtr> files = folder->files();
+  std::vector<EMU3DirectoryPtr> below = folder->subdirectories();
+  TreeEditor::setFiles(folder, {});
+  TreeEditor::setSubdirectories(folder, {});
+  TreeEditor::setFiles(moved, std::move(files));
+  TreeEditor::setSubdirectories(moved, std::move(below));
+  addFolder(parent, moved);
+}
+
 bool VolumeTree::adoptFolder(const DirectoryBlocks &blocks, EntryPlace place,
                              const EMU3DirectoryPtr &parent) {
   const std::optional<Block> block = blocks.read(place.block);
   if (!block) return false;
   const std::uint8_t *const dentry = block->data() + static_cast<std::size_t>(place.index) * kDentrySize;
-  std::optional<std::string> name = nameOfDentry(dentry);
+  std::optional<std::string> name = rules_.nameOf(dentry);
   if (!name || isFileDentry(dentry)) return false;
   EMU3DirectoryPtr folder = folderFromDentry(dentry, std::move(*name), place);
-  TreeReader reader(blocks, folderBlocks(root()));
+  TreeReader reader(blocks, rules_, folderBlocks(root()));
   reader.fill(folder);
   if (reader.metBlockReadBefore()) return false;
-  TreeEditor::appendSubdirectory(parent, std::move(folder));
+  addFolder(parent, folder);
   return true;
 }
 

@@ -4,20 +4,25 @@
 #include "filesystem/Mutex.h"
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 namespace tessary {
 
 class DirectoryBlocks;
+class VolumeIndex;
+class VolumeRules;
 
 /// The folders and files of a volume as objects in memory. Read from the image once; after that each change
-/// of the image makes the same change here, through `TreeEditor`.
+/// of the image makes the same change here, which keeps the index right too. Nothing else changes the tree.
 class VolumeTree final {
 public:
+  /// Names read as the rules say. `index` is null where the mount keeps none; it outlives the tree.
+  VolumeTree(const VolumeRules &rules, VolumeIndex *index) : rules_(rules), index_(index) {}
+
   /// Reads the whole tree from the root's block and replaces the one before; objects of that one are no
-  /// longer part of the volume.
+  /// longer part of the volume. The index is built by the caller.
   void read(const DirectoryBlocks &blocks, std::int64_t rootBlock, std::string label);
 
   /// Any thread.
@@ -33,6 +38,18 @@ public:
   /// The blocks of all folders, from `top` down.
   [[nodiscard]] static std::unordered_set<std::int64_t> folderBlocks(const EMU3DirectoryPtr &top);
 
+  // Changes. What is removed from a folder that does not hold it stays as it is.
+  void addFile(const EMU3DirectoryPtr &folder, const EMU3FilePtr &file);
+  void removeFile(const EMU3DirectoryPtr &folder, const EMU3FilePtr &file);
+  /// With all that is in it.
+  void addFolder(const EMU3DirectoryPtr &parent, const EMU3DirectoryPtr &folder);
+  void removeFolder(const EMU3DirectoryPtr &parent, const EMU3DirectoryPtr &folder);
+  void setFolderBlocks(const EMU3DirectoryPtr &folder, std::vector<std::int64_t> blocks);
+  /// Puts `moved`, a folder object of its own with another place, into `parent` with all that is in `folder`,
+  /// which leaves the tree empty.
+  void replaceFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &moved,
+                     const EMU3DirectoryPtr &parent);
+
   /// Reads the folder of the entry at `place`, with all below it, and appends it to `parent`. False, with
   /// nothing changed, when it shares a block with a folder of the tree: which of the two then holds the
   /// block's entries only reading the whole tree tells.
@@ -40,6 +57,8 @@ public:
                                  const EMU3DirectoryPtr &parent);
 
 private:
+  const VolumeRules &rules_;
+  VolumeIndex *const index_;
   mutable Mutex mutex_;
   EMU3DirectoryPtr root_ TESSARY_GUARDED_BY(mutex_);
 };

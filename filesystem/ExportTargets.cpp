@@ -1,0 +1,41 @@
+#include "filesystem/ExportTargets.h"
+
+#include <sys/stat.h>
+
+namespace tessary {
+namespace {
+
+std::string joined(const std::string &folder, const std::string &name) {
+  if (folder.empty()) return name;
+  return folder + (folder.ends_with('/') ? "" : "/") + name;
+}
+
+} // namespace
+
+bool ExportTargets::identify(const std::string &path, FileId *id) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return false;
+  *id = {static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino)};
+  return true;
+}
+
+std::string ExportTargets::claim(const std::string &folder, const HostName &name) {
+  const std::string base = joined(folder, name.stem);
+  std::size_t &number = lastTried_[base + name.extension];
+  while (true) {
+    ++number;
+    std::string path = base;
+    if (number > 1) path.append(" (").append(std::to_string(number)).append(")");
+    path += name.extension;
+    FileId existing;
+    if (identify(path, &existing) && written_.contains(existing)) continue;
+    if (claimed_.insert(path).second) return path;
+  }
+}
+
+void ExportTargets::wrote(const std::string &path) {
+  FileId id;
+  if (identify(path, &id)) written_.insert(id);
+}
+
+} // namespace tessary

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "filesystem/ExportNames.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+namespace tessary {
+
+/// The host files that one command writes its results to. Several results that would bear one name get "
+/// (2)", " (3)" … before the extension, also where only the host takes their names for one (letter case, a
+/// link).
+class ExportTargets final {
+public:
+  /// The path, in a host folder, for a result of this name. An empty folder is the current one.
+  [[nodiscard]] std::string claim(const std::string &folder, const HostName &name);
+  /// Remembers what was written, or made, at `path`.
+  void wrote(const std::string &path);
+
+private:
+  using FileId = std::pair<std::uint64_t, std::uint64_t>; ///< device and inode
+  static bool identify(const std::string &path, FileId *id);
+
+  std::unordered_set<std::string> claimed_;
+  std::unordered_map<std::string, std::size_t> lastTried_; ///< the number, by the path without one
+  std::set<FileId> written_;
+};
+
+} // namespace tessary

@@ -1,0 +1,169 @@
+#include "filesystem/SlotMap.h"
+
+#include <algorithm>
+
+namespace tessary {
+namespace {
+
+constexpr std::uint64_t kMostSlots = 65535;
+
+std::uint64_t dividedUp(std::uint64_t value, std::uint64_t by) {
+  return value / by + (value % by != 0 ? 1 : 0);
+}
+
+} // namespace
+
+void SlotMap::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root) {
+  geometry_ = geometry;
+  const std::uint64_t dataBlocks =
+      geometry.totalBlocks > geometry.dataAreaBlock ? geometry.totalBlocks - geometry.dataAreaBlock : 0;
+  slotCount_ = std::min(kMostSlots, dividedUp(dataBlocks, geometry.slotSizeBlocks));
+  slots_.assign(slotCount_ + 1, {});
+  lastSlots_.assign(slotCount_ + 2, 0);
+  highestReached_ = 0;
+  countFiles(root);
+  countFixedBlock(0, 1);
+  const std::uint64_t tableEnd = std::min(geometry.tableEndBlock(), geometry.totalBlocks);
+  for (std::uint64_t block = std::max(geometry.fatStartBlock, geometry.dataAreaBlock); block < tableEnd;
+       ++block)
+    countFixedBlock(block, 1);
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root))
+    for (const std::int64_t block : folder->blockList())
+      countFixedBlock(static_cast<std::uint64_t>(block), 1);
+  freeBlocks_ = 0;
+  for (std::uint64_t slot = 1; slot <= slotCount_; ++slot) {
+    slots_[slot].taken = true; // until looked at
+    slots_[slot].marked = isMarked(slot);
+    refresh(slot);
+  }
+  publish();
+}
+
+// Counts where files begin and end first, so that many files that claim the same slots cost no more than one.
+void SlotMap::countFiles(const EMU3DirectoryPtr &root) {
+  std::vector<std::int64_t> change(slotCount_ + 2, 0);
+  const auto count = [&](const EMU3FileFields &file) {
+    const Run reach = reachOf(file);
+    const std::uint64_t last = std::min(reach.first + reach.count - 1, slotCount_ + 1);
+    ++lastSlots_[last];
+    highestReached_ = std::max(highestReached_, last);
+    if (file.rawType == 0 || reach.first > slotCount_) return;
+    ++change[reach.first];
+    --change[std::min(last, slotCount_) + 1];
+  };
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root)) {
+    folder->lookAtFiles([&](const EMU3File &file) { file.lookAtFields(count); });
+  }
+  std::int64_t files = 0;
+  for (std::uint64_t slot = 1; slot <= slotCount_; ++slot) {
+    files += change[slot];
+    slots_[slot].liveFiles = static_cast<std::uint32_t>(files);
+  }
+}
+
+void SlotMap::countFile(const EMU3FileFields &file, int change) {
+  const Run reach = reachOf(file);
+  const std::uint64_t last = std::min(reach.first + reach.count - 1, slotCount_ + 1);
+  lastSlots_[last] += static_cast<std::uint32_t>(change);
+  highestReached_ = std::max(highestReached_, last);
+  while (highestReached_ > 0 && lastSlots_[highestReached_] == 0)
+    --highestReached_;
+  if (file.rawType == 0) return;
+  for (std::uint64_t slot = reach.first; slot <= std::min(last, slotCount_); ++slot) {
+    slots_[slot].liveFiles += static_cast<std::uint32_t>(change);
+    refresh(slot);
+  }
+  publish();
+}
+
+void SlotMap::countFixed(const std::vector<std::int64_t> &blocks, int change) {
+  for (const std::int64_t block : blocks) {
+    countFixedBlock(static_cast<std::uint64_t>(block), change);
+    if (const std::uint64_t slot = slotOf(static_cast<std::uint64_t>(block))) refresh(slot);
+  }
+  publish();
+}
+
+void SlotMap::countFixedBlock(std::uint64_t block, int change) {
+  if (const std::uint64_t slot = slotOf(block))
+    slots_[slot].fixedBlocks += static_cast<std::uint32_t>(change);
+}
+
+void SlotMap::marksChanged(std::uint64_t first, std::uint64_t count) {
+  if (count == 0 || slotCount_ == 0) return;
+  const std::uint64_t last = std::min(first + count - 1, geometry_.totalBlocks - 1);
+  if (last < geometry_.dataAreaBlock || first > last) return;
+  const std::uint64_t lastSlot = slotOf(last) == 0 ? slotCount_ : slotOf(last);
+  for (std::uint64_t slot = std::max<std::uint64_t>(1, slotOf(first)); slot <= lastSlot; ++slot) {
+    slots_[slot].marked = isMarked(slot);
+    refresh(slot);
+  }
+  publish();
+}
+
+bool SlotMap::isReached(std::uint64_t slot) const {
+  return slot >= 1 && slot <= slotCount_ && slots_[slot].liveFiles > 0;
+}
+
+std::uint64_t SlotMap::slotsFor(std::uint64_t blocks) const {
+  return std::max<std::uint64_t>(1, dividedUp(blocks, geometry_.slotSizeBlocks));
+}
+
+std::optional<std::uint16_t> SlotMap::placeFor(std::uint64_t blocks) const {
+  const std::optional<std::uint16_t> above = lowestPlace(highestReached_ + 1, blocks);
+  return above ? above : lowestPlace(1, blocks);
+}
+
+std::optional<std::uint16_t> SlotMap::lowestPlace(std::uint64_t from, std::uint64_t blocks) const {
+  const std::uint64_t needed = slotsFor(blocks);
+  std::uint64_t inRow = 0;
+  for (std::uint64_t slot = from; slot <= slotCount_; ++slot) {
+    inRow = slots_[slot].taken ? 0 : inRow + 1;
+    if (inRow < needed) continue;
+    const std::uint64_t first = slot - needed + 1;
+    const std::uint64_t firstBlock = geometry_.dataAreaBlock + geometry_.slotSizeBlocks * (first - 1);
+    if (geometry_.totalBlocks - firstBlock < blocks) return std::nullopt; // those above end behind it too
+    return static_cast<std::uint16_t>(first);
+  }
+  return std::nullopt;
+}
+
+SlotMap::Run SlotMap::reachOf(const EMU3FileFields &file) const {
+  return {std::max<std::uint64_t>(1, file.startCluster),
+          std::max<std::uint64_t>({1, file.clusterCount, slotsFor(file.blocksInLastCluster)})};
+}
+
+std::uint64_t SlotMap::slotOf(std::uint64_t block) const {
+  if (block < geometry_.dataAreaBlock || block >= geometry_.totalBlocks) return 0;
+  const std::uint64_t slot = (block - geometry_.dataAreaBlock) / geometry_.slotSizeBlocks + 1;
+  return slot <= slotCount_ ? slot : 0;
+}
+
+std::uint64_t SlotMap::blocksInside(std::uint64_t slot) const {
+  const std::uint64_t first = geometry_.dataAreaBlock + geometry_.slotSizeBlocks * (slot - 1);
+  return std::min(geometry_.slotSizeBlocks, geometry_.totalBlocks - first);
+}
+
+bool SlotMap::isMarked(std::uint64_t slot) const {
+  const std::uint64_t first = geometry_.dataAreaBlock + geometry_.slotSizeBlocks * (slot - 1);
+  const std::uint64_t described = geometry_.describedBlocks();
+  if (first >= described) return false;
+  return table_.anyMarked(first, std::min(blocksInside(slot), described - first));
+}
+
+void SlotMap::refresh(std::uint64_t slot) {
+  Slot &state = slots_[slot];
+  const bool taken = state.liveFiles > 0 || state.fixedBlocks > 0 || state.marked;
+  if (taken == state.taken) return;
+  state.taken = taken;
+  if (taken)
+    freeBlocks_ -= blocksInside(slot);
+  else
+    freeBlocks_ += blocksInside(slot);
+}
+
+void SlotMap::publish() {
+  counters_.set(geometry_.totalBlocks - freeBlocks_, freeBlocks_);
+}
+
+} // namespace tessary

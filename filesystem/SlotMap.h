@@ -1,0 +1,83 @@
+#pragma once
+
+#include "filesystem/AllocationTable.h"
+#include "filesystem/EMU3Directory.h"
+#include "filesystem/EMU3File.h"
+#include "filesystem/VolumeGeometry.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace tessary {
+
+/// Which slots of a guarded volume are taken, and so where a new file may go and how much room there is. Kept
+/// through all changes, so that nothing walks the tree.
+///
+/// A slot is taken when a live file reaches it, when block 0, a block of the table or a folder's block lies
+/// in it, or when the table marks any of its blocks. Slots run from 1 to the last that begins inside the
+/// image, 65535 at most; what lies elsewhere plays no part.
+class SlotMap final {
+public:
+  /// Figures go into `counters`; table and counters outlive the map.
+  SlotMap(const AllocationTable &table, BlockCounters &counters) : table_(table), counters_(counters) {}
+
+  /// Forgets everything and looks at the geometry, the tree and the table's marks.
+  void build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root);
+
+  // What has changed since. A file's fields and a folder's blocks are told the same way when they go.
+  void fileCame(const EMU3FileFields &file) { countFile(file, 1); }
+  void fileWent(const EMU3FileFields &file) { countFile(file, -1); }
+  void folderBlocksCame(const std::vector<std::int64_t> &blocks) { countFixed(blocks, 1); }
+  void folderBlocksWent(const std::vector<std::int64_t> &blocks) { countFixed(blocks, -1); }
+  /// Marks of `count` blocks from `first` on were written.
+  void marksChanged(std::uint64_t first, std::uint64_t count);
+
+  /// Whether a live file reaches the slot.
+  [[nodiscard]] bool isReached(std::uint64_t slot) const;
+  /// How many slots there are.
+  [[nodiscard]] std::uint64_t slotCount() const { return slotCount_; }
+  /// How many slots so many blocks take: one at least.
+  [[nodiscard]] std::uint64_t slotsFor(std::uint64_t blocks) const;
+  /// The first of the slots in a row that a new file of `blocks` blocks goes into: the lowest place above all
+  /// files, else the lowest of all. None when there is no such place.
+  [[nodiscard]] std::optional<std::uint16_t> placeFor(std::uint64_t blocks) const;
+
+private:
+  struct Slot {
+    std::uint32_t liveFiles = 0;   ///< that reach it
+    std::uint32_t fixedBlocks = 0; ///< block 0, table, folders' blocks
+    bool marked = false;
+    bool taken = false;
+  };
+  /// A run of slots; `count` 0 where none exists.
+  struct Run {
+    std::uint64_t first = 0;
+    std::uint64_t count = 0;
+  };
+
+  void countFile(const EMU3FileFields &file, int change);
+  void countFixed(const std::vector<std::int64_t> &blocks, int change);
+  void countFixedBlock(std::uint64_t block, int change);
+  void countFiles(const EMU3DirectoryPtr &root);
+  [[nodiscard]] Run reachOf(const EMU3FileFields &file) const;
+  [[nodiscard]] std::uint64_t slotOf(std::uint64_t block) const; ///< 0 where the block is in none
+  [[nodiscard]] std::uint64_t blocksInside(std::uint64_t slot) const;
+  [[nodiscard]] bool isMarked(std::uint64_t slot) const;
+  [[nodiscard]] std::optional<std::uint16_t> lowestPlace(std::uint64_t from, std::uint64_t blocks) const;
+  void refresh(std::uint64_t slot);
+  void publish();
+
+  const AllocationTable &table_;
+  BlockCounters &counters_;
+  VolumeGeometry geometry_;
+  std::uint64_t slotCount_ = 0;
+  std::uint64_t freeBlocks_ = 0;
+  std::vector<Slot> slots_; ///< by number; 0 is unused
+  /// How many files, deleted ones included, have their last slot here; behind the last slot stands one place
+  /// for all that reach further.
+  std::vector<std::uint32_t> lastSlots_;
+  std::uint64_t highestReached_ = 0; ///< the highest of them that is not 0
+};
+
+} // namespace tessary
