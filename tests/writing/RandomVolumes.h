@@ -1,7 +1,8 @@
 #pragma once
 
+#include "tests/support/ImageBuilder.h"
+#include "tests/writing/Guards.h"
 #include "tests/writing/Random.h"
-#include "tests/writing/WritableVolume.h"
 
 #include <string>
 
@@ -15,6 +16,8 @@ enum class Entries {
 /// A small volume of random geometry with a random tree. For `Guards::off` one on which the bare rules keep
 /// image and tree together: a table for every block and no file longer than a slot.
 ImageBuilder randomVolume(Random &random, Guards guards, Entries entries = Entries::any);
+/// Fills a volume that holds nothing yet, of any layout, with a random tree.
+void addRandomTree(Random &random, ImageBuilder &image, Guards guards, Entries entries = Entries::any);
 
 /// A name that an operation takes. Bare: one that its entry holds whole.
 std::string randomName(Random &random, Guards guards);

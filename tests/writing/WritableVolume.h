@@ -3,6 +3,7 @@
 #include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/MountedVolume.h"
+#include "tests/writing/Guards.h"
 
 #include <gtest/gtest.h>
 
@@ -13,8 +14,6 @@
 /// What the tests of changes share: a volume together with the bytes that its image should hold. A test
 /// makes a change, makes the same change to `expected` by hand, and compares the whole image.
 namespace tessary::test {
-
-enum class Guards { off, on };
 
 /// "Bare" and "Guarded", for suites that hold either way.
 std::string guardsName(const testing::TestParamInfo<Guards> &info);
