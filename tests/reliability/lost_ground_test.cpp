@@ -33,8 +33,7 @@ protected:
     slotBlocks_ = image.slotSizeBlocks();
     image.writeTo(path_);
     writeBytes(hostFile_, patternBytes(20000, 3));
-    volume_ = EMU3Filesystem::initWithURL(path_);
-    volume_->setGuarded(true);
+    volume_ = EMU3Filesystem::initWithURL(path_, MountRules::guarded);
     root_ = volume_->rootDirectory();
     banks_ = root_->subdirectories().front();
     kick_ = banks_->files().front();
@@ -83,7 +82,7 @@ TEST_F(LostGround, EverythingThatReadsSurvivesAnEmptyFile) {
   EXPECT_TRUE(volume_->exportFile(banks_->files()[1], folder_.path("x.E4B")));
   EXPECT_FALSE(volume_->reload(&error_));
   EXPECT_TRUE(volume_->lostFolders().empty());
-  volume_->check();
+  static_cast<void>(volume_->check());
 }
 
 TEST_F(LostGround, ImportReportsThatDataCouldNotBeWritten) {
@@ -159,8 +158,7 @@ TEST_F(LostGround, MarksThatCannotBeWrittenLeaveNoEntry) {
                       .marksBlocks = false});
   const std::string path = folder_.path("late-table.hda");
   image.writeTo(path);
-  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path);
-  volume->setGuarded(true);
+  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path, MountRules::guarded);
   ASSERT_EQ(::truncate(path.c_str(), 8192 * 512), 0);
   const std::uint64_t freeBefore = volume->freeBlocks();
   expectFailure(volume->importFileAtURL(hostFile_, volume->rootDirectory(), &error_), "Block write failed");
@@ -179,8 +177,7 @@ TEST_F(LostGround, FullDiskUnderASparseImageIsReported) {
     ImageBuilder image({.sizeBytes = 8 * kMiB, .slotSizeBlocks = 2048});
     image.root().addFile("KICK", patternBytes(1000, 1));
     image.writeTo(path);
-    const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path);
-    volume->setGuarded(true);
+    const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path, MountRules::guarded);
     writeBytes(hostFile_, patternBytes(600000, 4));
     expectFailure(volume->importFileAtURL(hostFile_, volume->rootDirectory(), &error_), "Data write failed");
     EXPECT_EQ(volume->rootDirectory()->files().size(), 1U);

@@ -5,8 +5,8 @@
 namespace tessary::test {
 namespace {
 
-class Delete : public testing::TestWithParam<Guards> {};
-INSTANTIATE_TEST_SUITE_P(Volume, Delete, testing::Values(Guards::off, Guards::on), guardsName);
+class Delete : public testing::TestWithParam<MountRules> {};
+INSTANTIATE_TEST_SUITE_P(Volume, Delete, testing::Values(MountRules::bare, MountRules::guarded), rulesName);
 
 TEST_P(Delete, ClearsNameAndTypeFreesTheBlocksAndNothingElse) {
   ImageBuilder image(smallLayout());
@@ -82,7 +82,7 @@ TEST_P(Delete, OfAFileThatClaimsToReachBeyondTheImageFreesWhatTheTableDescribes)
   ASSERT_TRUE(volume->deleteFile(volume.root()->files()[0], volume.root()));
   clearFileEntry(volume.expected, placed.entry);
   putMarks(volume.expected, 16, 496, 0);
-  if (GetParam() == Guards::off) // the table has 512 entries; the rest lands in the blocks behind it
+  if (GetParam() == MountRules::bare) // the table has 512 entries; the rest lands in the blocks behind it
     volume.expected.poke(4 * kBlockBytes, Bytes((16 + 1000 - 512) * 2));
   EXPECT_TRUE(volume.imageIsAsExpected());
   EXPECT_EQ(volume->freeBlocks(), before.free + 1000);
@@ -109,7 +109,7 @@ TEST_P(Delete, EntryOutsideTheImageFailsAndChangesNothing) {
   const Counters before = countersOf(*volume);
   const EMU3FilePtr file = volume.root()->files()[0];
   for (const std::int64_t block : {std::int64_t{512}, std::int64_t{-1}, std::int64_t{1} << 56}) {
-    file->setDentryBlock(block);
+    setDentryBlock(file, block);
     EMU3Error error;
     EXPECT_FALSE(volume->deleteFile(file, volume.root(), &error));
     EXPECT_EQ(error.description(), kNoEntryError);
