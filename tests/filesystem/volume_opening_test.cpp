@@ -1,7 +1,7 @@
 // What opens, what does not, and with which words.
 
 #include "filesystem/EMU3Filesystem.h"
-#include "tests/support/EngineInternals.h"
+#include "filesystem/ImageMapping.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/MountedVolume.h"
 #include "tests/support/OtherUser.h"
@@ -221,13 +221,14 @@ TEST(Opening, FileOnAReadOnlyFileSystemOpensReadOnly) {
   EXPECT_EQ(contentsOf(*filesystem, fileNamed(filesystem->rootDirectory(), "File")), bytesOf("contents"));
 }
 
-TEST_F(OpeningAsOtherUser, ReadOnlyImageShowsItsBlocksAsWritable) {
-  // The bounds are the only rule of a writable view; the public operations refuse before they ask for one.
+TEST_F(OpeningAsOtherUser, MappingOfAReadOnlyImageHasTheBlocksOfAnyOther) {
+  // The bounds are the only rule of a mapping; the changes refuse before they come to it.
   ::chmod(path_.c_str(), 0444);
   const OtherUser other;
-  const auto filesystem = EMU3Filesystem::initWithURL(path_);
-  ASSERT_NE(filesystem, nullptr);
-  EXPECT_TRUE(EMU3FilesystemInternals::mutableBlockPtr(*filesystem, 0));
+  const auto mapping = ImageMapping::open(path_, nullptr);
+  ASSERT_NE(mapping, nullptr);
+  EXPECT_TRUE(mapping->isReadOnly());
+  EXPECT_TRUE(mapping->containsBlock(0));
 }
 
 TEST_F(OpeningAsOtherUser, ReadOnlyImageRefusesEveryChangeFirst) {
@@ -320,7 +321,7 @@ TEST(Opening, ChangesNothingInTheImage) {
 }
 
 TEST(Opening, ErrorsCarryTheSystemsDomain) {
-  const EMU3Error error = EMU3FilesystemInternals::errorCode(7, "Parent directory is full");
+  const EMU3Error error = engineError(EngineError::parentFull);
   expectError(error, 7, "Parent directory is full");
   EXPECT_EQ(error.localizedDescription(), "Parent directory is full");
 }
