@@ -61,6 +61,7 @@ bool createDirectory(Volume &volume, const std::string &name, const EMU3Director
 bool renameDirectory(Volume &volume, const EMU3DirectoryPtr &directory, const std::string &newName,
                      EMU3Error *error) {
   if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
+  if (!volume.rules().mayUse(volume.tree, directory)) return fail(error, EngineError::entryNotFound);
   TreeEditor::setName(*directory, newName);
   return true;
 }
