@@ -3,6 +3,7 @@
 #include "filesystem/EMU3Filesystem.h"
 #include "filesystem/ImageMapping.h"
 #include "tests/support/HostFiles.h"
+#include "tests/support/Mappings.h"
 #include "tests/support/MountedVolume.h"
 #include "tests/support/OtherUser.h"
 #include "tests/writing/HostConditions.h"
@@ -40,15 +41,6 @@ const char *const kNoSignature = "Not an E-MU 3/4 disk image (missing \"EMU3\" s
 /// Number of descriptors that this process has open.
 std::size_t openDescriptors() {
   return namesIn("/proc/self/fd").size();
-}
-
-/// How often the host says that the path is mapped into this process.
-std::size_t mappingsOf(const std::string &path) {
-  const std::string maps = readText("/proc/self/maps");
-  std::size_t count = 0;
-  for (std::size_t at = maps.find(path); at != std::string::npos; at = maps.find(path, at + 1))
-    ++count;
-  return count;
 }
 
 TEST(Opening, MissingFileCannotBeOpened) {
@@ -267,13 +259,13 @@ TEST(Opening, ImageIsMappedOnceAndReleasedWithTheFilesystem) {
   const std::string path = volume->imagePath();
   const std::size_t mounted = openDescriptors();
   EXPECT_LE(mounted, descriptors + 2); // the image's, and the claim that keeps a second program from writing
-  EXPECT_EQ(mappingsOf(path), 1U);
+  EXPECT_EQ(mappingsOf(path).size(), 1U);
   ASSERT_TRUE((*volume)->reload());
   EXPECT_EQ(openDescriptors(), mounted);
-  EXPECT_EQ(mappingsOf(path), 1U);
+  EXPECT_EQ(mappingsOf(path).size(), 1U);
   volume.reset();
   EXPECT_EQ(openDescriptors(), descriptors);
-  EXPECT_EQ(mappingsOf(path), 0U);
+  EXPECT_EQ(mappingsOf(path).size(), 0U);
 }
 
 TEST(Opening, FailedOpenLeavesNoDescriptorAndNoMapping) {
@@ -287,7 +279,7 @@ TEST(Opening, FailedOpenLeavesNoDescriptorAndNoMapping) {
   const std::size_t descriptors = openDescriptors();
   for (const auto &path : {small, wrong, empty, folder.path(), folder.path("missing")}) {
     errorOfOpening(path);
-    EXPECT_EQ(mappingsOf(path), 0U) << path;
+    EXPECT_EQ(mappingsOf(path).size(), 0U) << path;
   }
   EXPECT_EQ(openDescriptors(), descriptors);
 }

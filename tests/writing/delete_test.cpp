@@ -26,6 +26,22 @@ TEST_P(Delete, ClearsNameAndTypeFreesTheBlocksAndNothingElse) {
   EXPECT_EQ(namesOf(volume.root()->files()), (std::vector<std::string>{"before", "after"}));
 }
 
+TEST_P(Delete, FileLeavesTheListOfItsFolderAndTheOthersStayTheObjectsTheyAre) {
+  ImageBuilder image(smallLayout());
+  auto builder = image.root().addFolder("folder");
+  for (const char *name : {"before", "victim", "after"})
+    builder.addFile(name, patternBytes(600, 1));
+  const WritableVolume volume(std::move(image), GetParam());
+  const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
+  const std::vector<EMU3FilePtr> files = folder->files();
+  ASSERT_TRUE(volume->deleteFile(files[1], folder));
+  EXPECT_EQ(folder->files(), (std::vector<EMU3FilePtr>{files[0], files[2]}));
+  EXPECT_EQ(folder->totalFileCount(), 2U);
+  EXPECT_FALSE(folder->containsFile(files[1]));
+  EXPECT_EQ(files[1]->folder(), nullptr);
+  EXPECT_EQ(files[0]->folder(), folder);
+}
+
 TEST_P(Delete, LeavesSlotAndSizesInTheEntry) {
   ImageBuilder image(smallLayout());
   const FileOptions options{.entryId = std::uint8_t{7}, .slot = std::uint16_t{5}, .e4b0Mark = true};

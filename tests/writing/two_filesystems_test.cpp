@@ -3,6 +3,7 @@
 
 #include "filesystem/Volume.h"
 #include "tests/support/BankBuilder.h"
+#include "tests/support/Mappings.h"
 #include "tests/writing/RandomSession.h"
 
 #include <gtest/gtest.h>
@@ -34,15 +35,6 @@ ImageBuilder plainVolume() {
   image.root().addFile("second", patternBytes(600, 2));
   image.root().addFolder("folder", {.blockList = {5}}).addFile("inside", patternBytes(600, 3));
   return image;
-}
-
-// How often the path is mapped into this process.
-std::size_t mappingsOf(const std::string &path) {
-  const std::string maps = readText("/proc/self/maps");
-  std::size_t count = 0;
-  for (std::size_t at = maps.find(path); at != std::string::npos; at = maps.find(path, at + 1))
-    ++count;
-  return count;
 }
 
 // Whether nobody has the image open for changes.
@@ -87,7 +79,7 @@ protected:
 
 TEST_F(GuardedPair, HasTheSameObjectsInBoth) {
   EXPECT_EQ(other->rootDirectory(), root());
-  EXPECT_EQ(mappingsOf(volume.imagePath()), 1U);
+  EXPECT_EQ(mappingsOf(volume.imagePath()).size(), 1U);
 }
 
 TEST_F(GuardedPair, ChangeOfOneIsSeenByTheOtherAtOnce) {
@@ -254,11 +246,11 @@ TEST(GuardedHandles, LastOneEndsTheVolumeAndFreesTheClaim) {
   ASSERT_TRUE(first->renameDirectory(folderNamed(root.lock(), "folder"), "renamed")); // in the tree alone
   first.reset();
   EXPECT_FALSE(root.expired());
-  EXPECT_EQ(mappingsOf(path), 1U);
+  EXPECT_EQ(mappingsOf(path).size(), 1U);
   EXPECT_FALSE(isUnclaimed(path));
   second.reset();
   EXPECT_TRUE(root.expired());
-  EXPECT_EQ(mappingsOf(path), 0U);
+  EXPECT_EQ(mappingsOf(path).size(), 0U);
   EXPECT_TRUE(isUnclaimed(path));
   const EMU3FilesystemPtr again = mounted(path, MountRules::guarded);
   EXPECT_EQ(namesOf(again->rootDirectory()->subdirectories()), Names{"folder"}) << "read from the image";
@@ -665,7 +657,7 @@ TEST_P(MixedMounting, RefusedLeavesNothingOpenAndTheFirstWorking) {
   const std::size_t descriptors = namesIn("/proc/self/fd").size();
   EXPECT_EQ(errorOfMounting(path, otherThan(GetParam())), kOtherRulesError);
   EXPECT_EQ(namesIn("/proc/self/fd").size(), descriptors);
-  EXPECT_EQ(mappingsOf(path), 1U);
+  EXPECT_EQ(mappingsOf(path).size(), 1U);
   EXPECT_TRUE(first->createDirectoryNamed("new", first->rootDirectory()));
 }
 
