@@ -60,24 +60,25 @@ Program::Program(std::string path, const std::string &folder) : path_(std::move(
   exactIsOfTheMount_ = help.out.find(kExact) != std::string::npos;
 }
 
-Run Program::run(const Command &command, Guards guards, const std::string &folder) const {
+Run Program::run(const Command &command, MountRules rules, const std::string &folder) const {
   std::vector<std::string> words = command;
   words.insert(words.begin() + 1, kImageName);
-  if (guards == Guards::off && (exactIsOfTheMount_ || changesVolume(command))) words.emplace_back(kExact);
+  if (rules == MountRules::bare && (exactIsOfTheMount_ || changesVolume(command))) words.emplace_back(kExact);
   if (command.front() != "cat") words.emplace_back(kJson);
   return start(words, "", folder);
 }
 
-Run Program::runBatch(const std::vector<Command> &commands, Guards guards, const std::string &folder) const {
+Run Program::runBatch(const std::vector<Command> &commands, MountRules rules,
+                      const std::string &folder) const {
   std::string input;
   for (const Command &command : commands) {
     input += lineOf(command);
-    if (guards == Guards::off && !exactIsOfTheMount_ && changesVolume(command))
+    if (rules == MountRules::bare && !exactIsOfTheMount_ && changesVolume(command))
       input.append(" ").append(kExact);
     input += '\n';
   }
   std::vector<std::string> words{"batch", kImageName, kJson};
-  if (guards == Guards::off && exactIsOfTheMount_) words.emplace_back(kExact);
+  if (rules == MountRules::bare && exactIsOfTheMount_) words.emplace_back(kExact);
   return start(words, input, folder);
 }
 

@@ -26,9 +26,9 @@ public:
   Program(std::string path, const std::string &folder);
 
   /// One command, on a mount of its own.
-  Run run(const Command &command, Guards guards, const std::string &folder) const;
+  Run run(const Command &command, MountRules rules, const std::string &folder) const;
   /// All commands on one mount.
-  Run runBatch(const std::vector<Command> &commands, Guards guards, const std::string &folder) const;
+  Run runBatch(const std::vector<Command> &commands, MountRules rules, const std::string &folder) const;
 
 private:
   Run start(const std::vector<std::string> &words, const std::string &input, const std::string &folder) const;

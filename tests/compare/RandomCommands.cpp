@@ -34,8 +34,8 @@ constexpr std::array kImportedNames{
 // Writes commands one after another and keeps what should come of them.
 class CommandWriter {
 public:
-  CommandWriter(Random &random, const test::ImageBuilder &image, Guards guards)
-      : random_(random), known_(image), guards_(guards) {}
+  CommandWriter(Random &random, const test::ImageBuilder &image, MountRules rules)
+      : random_(random), known_(image), rules_(rules) {}
 
   Command next(bool mayCat) {
     struct Choice {
@@ -115,7 +115,7 @@ private:
   }
 
   std::string newName() {
-    return random_.chance(10) ? test::randomBadName(random_, guards_) : test::randomName(random_, guards_);
+    return random_.chance(10) ? test::randomBadName(random_, rules_) : test::randomName(random_, rules_);
   }
 
   // ---- What should come of the commands -------------------------------------------------------------------
@@ -259,7 +259,7 @@ private:
 
   Random &random_;
   KnownEntries known_;
-  Guards guards_;
+  MountRules rules_;
 };
 
 } // namespace
@@ -272,9 +272,9 @@ std::vector<std::string> hostFileNames() {
   return names;
 }
 
-std::vector<Command> randomCommands(Random &random, const test::ImageBuilder &image, Guards guards,
+std::vector<Command> randomCommands(Random &random, const test::ImageBuilder &image, MountRules rules,
                                     bool isBatch, std::size_t count) {
-  CommandWriter writer(random, image, guards);
+  CommandWriter writer(random, image, rules);
   std::vector<Command> commands;
   while (commands.size() < count)
     commands.push_back(writer.next(!isBatch));

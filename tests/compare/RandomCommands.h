@@ -19,7 +19,7 @@ std::vector<std::string> hostFileNames();
 /// Commands of every kind, reading and changing, on entries that the image holds or that earlier commands
 /// should have made; some on what is not there. `cat` only where it can be: not in a batch, since it has no
 /// JSON answer.
-std::vector<Command> randomCommands(test::Random &random, const test::ImageBuilder &image, Guards guards,
+std::vector<Command> randomCommands(test::Random &random, const test::ImageBuilder &image, MountRules rules,
                                     bool isBatch, std::size_t count);
 
 } // namespace tessary::compare

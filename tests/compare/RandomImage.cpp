@@ -16,7 +16,7 @@ namespace {
 
 using test::Bytes;
 using test::EntryPlace;
-using test::Guards;
+
 using test::ImageBuilder;
 using test::kBlockBytes;
 using test::kKiB;
@@ -27,8 +27,8 @@ using test::VolumeLayout;
 // ---- Volumes
 // -----------------------------------------------------------------------------------------------
 
-Guards randomGuards(Random &random) {
-  return random.chance(60) ? Guards::on : Guards::off;
+MountRules randomRules(Random &random) {
+  return random.chance(60) ? MountRules::guarded : MountRules::bare;
 }
 
 ImageBuilder tinyVolume(Random &random) {
@@ -36,14 +36,14 @@ ImageBuilder tinyVolume(Random &random) {
   ImageBuilder image({.sizeBytes = (3 + directoryBlocks + random.between(0, 40)) * kBlockBytes,
                       .slotSizeBlocks = 2,
                       .directoryBlocks = directoryBlocks});
-  test::addRandomTree(random, image, randomGuards(random));
+  test::addRandomTree(random, image, randomRules(random));
   return image;
 }
 
 // With room for one file, since a slot is larger than the image.
 ImageBuilder zeroHeaderVolume(Random &random) {
   ImageBuilder image(VolumeLayout::zeroHeader(random.between(180, 1500) * kBlockBytes));
-  test::addRandomTree(random, image, randomGuards(random));
+  test::addRandomTree(random, image, randomRules(random));
   return image;
 }
 
@@ -65,7 +65,7 @@ ImageBuilder undamagedVolume(Random &random) {
   if (kind < 18) return zeroHeaderVolume(random);
   if (kind < 26) return foldersInCircles(random);
   if (kind < 32) return randomBytes(random);
-  return test::randomVolume(random, randomGuards(random));
+  return test::randomVolume(random, randomRules(random));
 }
 
 // Puts banks in place of what some of the files hold, cut to their sizes.

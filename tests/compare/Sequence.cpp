@@ -45,13 +45,13 @@ Sequence randomSequence(std::uint32_t seed) {
   test::Random random(seed);
   Sequence sequence;
   sequence.seed = seed;
-  sequence.guards = seed % 2 == 0 ? Guards::on : Guards::off;
+  sequence.rules = seed % 2 == 0 ? MountRules::guarded : MountRules::bare;
   sequence.isBatch = !random.chance(10); // single runs take longer and have no tree in memory to go wrong
   const test::ImageBuilder image = randomImage(random);
   sequence.image = image.build();
   sequence.hostFiles = randomHostFiles(random);
   const std::size_t count = sequence.isBatch ? random.between(10, 40) : random.between(8, 16);
-  sequence.commands = randomCommands(random, image, sequence.guards, sequence.isBatch, count);
+  sequence.commands = randomCommands(random, image, sequence.rules, sequence.isBatch, count);
   return sequence;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "filesystem/MountRules.h"
 #include "tests/support/ImageBuilder.h"
-#include "tests/writing/Guards.h"
 
 #include <cstdint>
 #include <string>
@@ -10,7 +10,6 @@
 namespace tessary::compare {
 
 using test::Bytes;
-using test::Guards;
 
 /// A command's name and its own words: without IMAGE, `--exact` and `--json`, which every program takes in
 /// its own way.
@@ -24,7 +23,7 @@ struct HostFile {
 /// An image, files of the host, and commands to run on them.
 struct Sequence {
   std::uint32_t seed = 0;
-  Guards guards = Guards::on;
+  MountRules rules = MountRules::guarded;
   bool isBatch = true; ///< one mount for all commands; otherwise each one is a run of the program
   Bytes image;
   std::vector<HostFile> hostFiles;

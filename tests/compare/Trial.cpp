@@ -49,7 +49,7 @@ std::map<std::string, HostEntry> hostFilesIn(const std::string &folder) {
 }
 
 void runBatch(const Sequence &sequence, const Program &program, const std::string &folder, Outcome &outcome) {
-  const Run run = program.runBatch(sequence.commands, sequence.guards, folder);
+  const Run run = program.runBatch(sequence.commands, sequence.rules, folder);
   outcome.answers = answersByLine(run.out);
   outcome.ending = endingOf(run) + "\n" + run.err;
   outcome.signal = run.signal;
@@ -58,7 +58,7 @@ void runBatch(const Sequence &sequence, const Program &program, const std::strin
 void runOneByOne(const Sequence &sequence, const Program &program, const std::string &folder,
                  Outcome &outcome) {
   for (const Command &command : sequence.commands) {
-    const Run run = program.run(command, sequence.guards, folder);
+    const Run run = program.run(command, sequence.rules, folder);
     outcome.answers.push_back({run.out + run.err + endingOf(run), run.status == 0});
     if (run.signal != 0) outcome.signal = run.signal;
   }
@@ -78,7 +78,7 @@ Outcome outcomeOf(const Sequence &sequence, const Program &program, const std::s
     runBatch(sequence, program, folder, outcome);
   else
     runOneByOne(sequence, program, folder, outcome);
-  const Run listing = program.runBatch(listingCommands(), sequence.guards, folder);
+  const Run listing = program.runBatch(listingCommands(), sequence.rules, folder);
   outcome.listing = answersByLine(listing.out);
   if (listing.signal != 0) outcome.signal = listing.signal;
   outcome.hostFiles = hostFilesIn(folder);
