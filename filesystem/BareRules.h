@@ -21,6 +21,7 @@ public:
   [[nodiscard]] bool mayRead(const VolumeTree &, const EMU3FilePtr &) const override { return true; }
   [[nodiscard]] std::string_view storedName(const std::string &name) const override;
   [[nodiscard]] bool mayStoreName(const std::string &) const override { return true; }
+  [[nodiscard]] bool mayStoreWholeName(const std::string &) const override { return true; }
   [[nodiscard]] std::uint64_t mostBlocksOfAFile() const override;
   [[nodiscard]] std::optional<std::uint16_t> slotForNewFile(const VolumeTree &tree,
                                                             const VolumeGeometry &geometry) const override;

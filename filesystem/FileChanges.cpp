@@ -103,7 +103,9 @@ bool mayStoreFile(const Volume &volume, const NewFile &file, const EMU3Directory
   if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
   if (!volume.rules().mayUse(volume.tree, toDirectory)) return fail(error, EngineError::entryNotFound);
   const bool isStoredWhole = file.wholeName && file.name.size() == kNameSize;
-  if (!isStoredWhole && !volume.rules().mayStoreName(file.name)) return fail(error, EngineError::badName);
+  const VolumeRules &rules = volume.rules();
+  if (!(isStoredWhole ? rules.mayStoreWholeName(file.name) : rules.mayStoreName(file.name)))
+    return fail(error, EngineError::badName);
   if (isTooLarge(volume, file.size)) return fail(error, EngineError::fileTooLarge);
   return true;
 }

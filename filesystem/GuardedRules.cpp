@@ -42,6 +42,10 @@ bool GuardedRules::mayStoreName(const std::string &name) const {
   return nameOfDentry(dentryForFile(storedName(name), 0, 0, 0).data()).has_value();
 }
 
+bool GuardedRules::mayStoreWholeName(const std::string &name) const {
+  return nameOfDentry(reinterpret_cast<const std::uint8_t *>(name.data())).has_value();
+}
+
 std::uint64_t GuardedRules::mostBlocksOfAFile() const {
   return kMaxFileBlocks;
 }

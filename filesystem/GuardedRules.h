@@ -17,6 +17,7 @@ public:
   [[nodiscard]] bool mayRead(const VolumeTree &tree, const EMU3FilePtr &file) const override;
   [[nodiscard]] std::string_view storedName(const std::string &name) const override;
   [[nodiscard]] bool mayStoreName(const std::string &name) const override;
+  [[nodiscard]] bool mayStoreWholeName(const std::string &name) const override;
   [[nodiscard]] std::uint64_t mostBlocksOfAFile() const override;
   [[nodiscard]] std::optional<std::uint16_t> slotForNewFile(const VolumeTree &tree,
                                                             const VolumeGeometry &geometry) const override;

@@ -42,6 +42,8 @@ public:
   [[nodiscard]] virtual std::string_view storedName(const std::string &name) const = 0;
   /// Whether an entry may be given this name, where its length is right.
   [[nodiscard]] virtual bool mayStoreName(const std::string &name) const = 0;
+  /// The same for a name of 16 bytes that is stored as it is.
+  [[nodiscard]] virtual bool mayStoreWholeName(const std::string &name) const = 0;
 
   // Room
   /// The most blocks that a file may have.
