@@ -395,6 +395,22 @@ TEST(NameGuard, RefusesARestoredNameThatWouldReadBackAsNone) {
   });
 }
 
+// A name of 16 bytes is restored as it is, without a cut.
+TEST(NameGuard, RefusesARestoredNameOfSixteenBytesThatWouldReadBackAsNone) {
+  for (const std::string &name : {std::string("                "), std::string("fifteen letters\xFF"),
+                                  std::string("fifteen letters\xC3"), std::string(16, '\0')}) {
+    ASSERT_EQ(name.size(), 16U);
+    const WritableVolume volume(ImageBuilder(smallLayout()), MountRules::guarded);
+    EMU3Error error;
+    EXPECT_FALSE(
+        volume->restoreFileAtURL(volume.hostFile("backup", bytesOf("x")), name, volume.root(), &error))
+        << name;
+    EXPECT_EQ(error.description(), kNameError) << name;
+    EXPECT_TRUE(volume.imageIsAsExpected()) << name;
+    EXPECT_TRUE(volume.root()->files().empty());
+  }
+}
+
 TEST(NameGuard, RefusesAnImportOfSpacesAlone) {
   const WritableVolume volume(ImageBuilder(smallLayout()), MountRules::guarded);
   for (const std::string name : {" .wav", "   ", "                and more.wav"}) {
