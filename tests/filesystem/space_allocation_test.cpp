@@ -1,6 +1,5 @@
 // Room for what is new: marks and counters, free entries, free directory blocks, entry ids.
 
-#include "filesystem/SpaceAllocation.h"
 #include "filesystem/TreeEditor.h"
 #include "tests/writing/EngineParts.h"
 
@@ -138,9 +137,10 @@ TEST(SlotMarks, MarksBehindATooShortTableLandInWhatFollowsIt) {
 std::optional<EntryPlace> freeEntry(const OpenedVolume &opened, const EMU3DirectoryPtr &folder) {
   Volume &volume = *opened;
   const ReadLock lock(volume.lock);
-  const std::optional<tessary::EntryPlace> place = findFreeDentry(volume, folder);
-  if (!place) return std::nullopt;
-  return EntryPlace{static_cast<std::uint64_t>(place->block), static_cast<std::size_t>(place->index)};
+  const std::optional<EntrySpot> spot = findSpot(volume, folder);
+  if (!spot) return std::nullopt;
+  return EntryPlace{static_cast<std::uint64_t>(spot->place.block),
+                    static_cast<std::size_t>(spot->place.index)};
 }
 
 std::optional<EntryPlace> freeEntryOfRoot(ImageBuilder image) {
@@ -236,7 +236,7 @@ std::uint64_t freeDirectoryBlock(ImageBuilder image, MountRules rules = MountRul
   const OpenedVolume opened(std::move(image), rules);
   Volume &volume = *opened;
   const ReadLock lock(volume.lock);
-  return findFreeDirectoryBlock(volume);
+  return static_cast<std::uint64_t>(volume.rules().findDirectoryBlock(volume, {}).value_or(0));
 }
 
 TEST(FreeDirectoryBlock, OfAFreshVolumeFollowsTheRoot) {

@@ -69,8 +69,9 @@ std::vector<Change> changes() {
        }()},
       {"Restore",
        [](WritableVolume &volume) {
-         return volume->restoreFileAtURL(volume.hostFile("backup", patternBytes(100, 4)), "sixteen bytes...",
-                                         folderOf(volume, "target"));
+         return volume->restoreFileAtURL(volume.hostFile("backup", patternBytes(100, 4)),
+                                         rawFileEntry("sixteen bytes...", 0x81, 1, 1, 1, 1, 100),
+                                         folderOf(volume, "target")) != nullptr;
        },
        {896, 131, 512}},
       {"Copy",
