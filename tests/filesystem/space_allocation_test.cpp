@@ -302,7 +302,7 @@ TEST(FreeDirectoryBlock, GuardedIsAtMost32767) {
   EXPECT_EQ(freeDirectoryBlock(ImageBuilder(layoutWithRootAt(32800, 33000)), MountRules::guarded), 0U);
 }
 
-// The table in blocks 6 to 9, between the root block and the data area.
+// The table from block 6 on, between the root block and the data area.
 VolumeLayout layoutWithTableBehindRoot() {
   return {.sizeBytes = 256 * kKiB,
           .fatStartBlock = 6,
@@ -316,7 +316,11 @@ TEST(FreeDirectoryBlock, BareMayLieInTheAllocationTable) {
 }
 
 TEST(FreeDirectoryBlock, GuardedNeverLiesInTheAllocationTable) {
-  EXPECT_EQ(freeDirectoryBlock(ImageBuilder(layoutWithTableBehindRoot()), MountRules::guarded), 0U);
+  EXPECT_EQ(freeDirectoryBlock(ImageBuilder(layoutWithTableBehindRoot()), MountRules::guarded), 8U)
+      << "behind the marks of all 512 blocks";
+  VolumeLayout layout = layoutWithTableBehindRoot();
+  layout.sizeBytes = 4 * 256 * kBlockBytes;
+  EXPECT_EQ(freeDirectoryBlock(ImageBuilder(layout), MountRules::guarded), 0U);
 }
 
 TEST(FreeDirectoryBlock, GuardedUsesTheBlocksBeforeTheTable) {
