@@ -55,11 +55,15 @@ bool Volume::read(const std::string &label, EMU3Error *error) {
     geometry_ = *geometry;
   }
   table.place(*geometry);
-  const AllocationTable::Scan scan = table.scan(*geometry);
-  scannedEntries_ = scan.entries;
-  counters.set(scan.used, scan.used > scan.entries ? 0 : scan.entries - scan.used);
+  countMarks();
   readTree(label);
   return true;
+}
+
+void Volume::countMarks() {
+  const AllocationTable::Scan scan = table.scan(geometry());
+  scannedEntries_ = scan.entries;
+  if (!index) counters.set(scan.used, scan.used > scan.entries ? 0 : scan.entries - scan.used);
 }
 
 void Volume::readTree(const std::string &label) {

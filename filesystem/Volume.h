@@ -37,6 +37,8 @@ public:
 
   /// Reads header, table and tree anew. False with code 1, and nothing changed.
   bool read(const std::string &label, EMU3Error *error) TESSARY_REQUIRES(lock);
+  /// Counts the table's marks anew; bare, the figures follow from them.
+  void countMarks() TESSARY_REQUIRES(lock);
   /// Reads the tree alone anew.
   void readTree(const std::string &label) TESSARY_REQUIRES(lock);
 

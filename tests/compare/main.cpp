@@ -37,7 +37,7 @@ void printCounts(const std::map<std::string, Counts> &commands) {
 void printFound(const Found &found) {
   const Sequence &sequence = found.sequence;
   std::cout << "Seed " << sequence.seed << ": " << found.difference
-            << (sequence.rules == MountRules::guarded ? "Guarded, " : "Bare, ")
+            << (sequence.rules == tessary::MountRules::guarded ? "Guarded, " : "Bare, ")
             << (sequence.isBatch ? "all commands on one mount" : "each command a run of the program")
             << "; what it takes:\n";
   for (const Command &command : sequence.commands)
