@@ -27,6 +27,8 @@ public:
   void folderWent(const EMU3Directory &folder);
   void folderBlocksChanged(const std::vector<std::int64_t> &before, const std::vector<std::int64_t> &after);
   void marksChanged(std::uint64_t first, std::uint64_t count) { slots_.marksChanged(first, count); }
+  /// A directory block was written; it may be one of the table.
+  void blockWritten(std::uint64_t block) { slots_.blockWritten(block); }
 
   [[nodiscard]] const SlotMap &slots() const { return slots_; }
   /// Whether any folder has the block in its list.

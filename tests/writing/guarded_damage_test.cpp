@@ -1,0 +1,40 @@
+#include "tests/support/MountedVolume.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace tessary::test {
+namespace {
+
+// What a guarded volume keeps when its parts lie over one another.
+
+/// Reads what the image holds now by a guarded mount of a copy.
+EMU3FilesystemPtr readGuardedAnew(const MountedVolume &volume) {
+  const TemporaryFolder folder; // removed at once: the mapping is enough
+  copySparse(volume.imagePath(), folder.path("disk.hda"));
+  return mounted(folder.path("disk.hda"), MountRules::guarded);
+}
+
+std::string hostFile(const MountedVolume &volume, const std::string &name, const Bytes &contents) {
+  const std::string path = volume.folder().path(name);
+  writeBytes(path, contents);
+  return path;
+}
+
+TEST(FolderInTheTable, FiguresFollowTheMarksThatItsEntriesAre) {
+  ImageBuilder image(
+      {.sizeBytes = 200 * kBlockBytes, .rootDirBlock = 4, .dataAreaBlock = 20, .slotSizeBlocks = 4});
+  // Block 2 describes blocks 0 to 255: its entries 2 and later stand for blocks of the data area.
+  auto folder = image.root().addFolder("In the table", {.blockList = {2}});
+  folder.addFile("marks", {}, {.slot = 1, .entry = 5, .storesContents = false});
+  const MountedVolume volume(image, MountRules::guarded);
+  const EMU3DirectoryPtr inTable = folderNamed(volume.root(), "In the table");
+  ASSERT_TRUE(volume->renameFile(inTable->files().front(), "longer name", inTable));
+  EXPECT_EQ(volume->freeBlocks(), readGuardedAnew(volume)->freeBlocks());
+  ASSERT_TRUE(volume->deleteFile(inTable->files().front(), inTable));
+  EXPECT_EQ(volume->freeBlocks(), readGuardedAnew(volume)->freeBlocks());
+}
+
+} // namespace
+} // namespace tessary::test
