@@ -202,10 +202,15 @@ bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, Entr
   return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
 }
 
-// A deleted file of that place leaves the list: deleting it later would clear the new one's entry.
+// A deleted file of that place leaves the list: it no longer has an entry. Of a block that several folders
+// name the first has the files in its list.
 void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const {
-  for (const EMU3FilePtr &file : folder->files()) {
-    if (file->isDeleted() && file->place() == place) volume.tree.removeFile(folder, file);
+  const bool isShared = volume.index->isShared(place.block);
+  const auto holders = isShared ? directoriesInPreOrder(volume.tree.root()) : std::vector{folder};
+  for (const EMU3DirectoryPtr &holder : holders) {
+    for (const EMU3FilePtr &file : holder->files()) {
+      if (file->isDeleted() && file->place() == place) volume.tree.removeFile(holder, file);
+    }
   }
 }
 

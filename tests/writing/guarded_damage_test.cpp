@@ -36,5 +36,19 @@ TEST(FolderInTheTable, FiguresFollowTheMarksThatItsEntriesAre) {
   EXPECT_EQ(volume->freeBlocks(), readGuardedAnew(volume)->freeBlocks());
 }
 
+TEST(SharedFolderBlock, AnEntryTakenThroughOneFolderLeavesTheListOfTheOther) {
+  ImageBuilder image;
+  const auto first = image.root().addFolder("first");
+  auto block = first.blocks().front();
+  FolderBuilder(first).addFile("deleted", {}, {.type = 0, .slot = 3, .storesContents = false});
+  image.root().addFolder("second", {.blockList = {static_cast<std::int16_t>(block)}});
+  const MountedVolume volume(image, MountRules::guarded);
+  const EMU3DirectoryPtr reader = folderNamed(volume.root(), "first");
+  ASSERT_EQ(reader->files().size(), 1U);
+  ASSERT_TRUE(volume->importFileAtURL(hostFile(volume, "new.E4B", bytesOf("x")),
+                                      folderNamed(volume.root(), "second")));
+  EXPECT_TRUE(reader->files().empty());
+}
+
 } // namespace
 } // namespace tessary::test
