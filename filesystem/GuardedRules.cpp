@@ -118,8 +118,10 @@ std::string_view GuardedRules::storedName(const std::string &name) const {
   return prefixOfWholeCharacters(name, kMaxNameBytes);
 }
 
+// A zero byte ends the name in its entry; one at the beginning says that no entry is there.
 bool GuardedRules::mayStoreName(const std::string &name) const {
-  return storedName(name).find_first_not_of(' ') != std::string_view::npos;
+  const std::string_view stored = storedName(name);
+  return stored.substr(0, stored.find('\0')).find_first_not_of(' ') != std::string_view::npos;
 }
 
 std::string GuardedRules::nameAfterStoring(const std::string &, const std::uint8_t *field) const {

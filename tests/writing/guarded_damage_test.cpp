@@ -50,5 +50,34 @@ TEST(SharedFolderBlock, AnEntryTakenThroughOneFolderLeavesTheListOfTheOther) {
   EXPECT_TRUE(reader->files().empty());
 }
 
+TEST(NameWithAZeroByte, IsRefusedWhereItsEntryWouldReadAsNone) {
+  ImageBuilder image;
+  image.root().addFile("KICK", bytesOf("boom"));
+  const MountedVolume volume(image, MountRules::guarded);
+  const EMU3FilePtr file = fileNamed(volume.root(), "KICK");
+  const Bytes before = readBytes(volume.imagePath());
+  for (const std::string &name : {std::string("\0abc", 4), std::string(" \0abc", 5), std::string(1, '\0')}) {
+    EMU3Error error;
+    EXPECT_FALSE(volume->renameFile(file, name, volume.root(), &error));
+    EXPECT_EQ(error.code, kErrorBadArgument);
+    EXPECT_FALSE(volume->createDirectoryNamed(name, volume.root()));
+  }
+  EXPECT_EQ(readBytes(volume.imagePath()), before);
+  ASSERT_TRUE(volume->renameFile(file, std::string("ab\0c", 4), volume.root()));
+  EXPECT_EQ(file->name(), "ab");
+}
+
+TEST(RestoredEntry, WithoutAFirstByteIsRefused) {
+  const MountedVolume volume(ImageBuilder(), MountRules::guarded);
+  const Bytes before = readBytes(volume.imagePath());
+  EntryBytes entry = rawFileEntry("KICK", 0x81, 0, 1, 1, 1, 4);
+  entry[0] = 0;
+  EMU3Error error;
+  EXPECT_FALSE(
+      volume->restoreFileAtURL(hostFile(volume, "backup", bytesOf("boom")), entry, volume.root(), &error));
+  EXPECT_EQ(error.code, kErrorBadArgument);
+  EXPECT_EQ(readBytes(volume.imagePath()), before);
+}
+
 } // namespace
 } // namespace tessary::test
