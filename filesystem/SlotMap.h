@@ -32,6 +32,8 @@ public:
   void folderBlocksWent(const std::vector<std::int64_t> &blocks) { countFixed(blocks, -1); }
   /// Marks of `count` blocks from `first` on were written.
   void marksChanged(std::uint64_t first, std::uint64_t count);
+  /// A block was written as a directory block. Where it is one of the table, marks have changed.
+  void blockWritten(std::uint64_t block);
 
   /// Whether a live file reaches the slot.
   [[nodiscard]] bool isReached(std::uint64_t slot) const;
