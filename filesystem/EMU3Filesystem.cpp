@@ -127,8 +127,8 @@ bool EMU3Filesystem::refreshBankMetadata(const EMU3FilePtr &file, EMU3Error *err
 
 bool EMU3Filesystem::analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error) {
   const ReadLock lock(volume_->lock);
+  if (!mayReadFile(*volume_, file, error)) return false;
   const bool isBank = file->fileType() == kFileTypeBank;
-  if (isBank && !mayReadFile(*volume_, file, error)) return false;
   const bool analysed =
       !isBank || analyseBank(tessary::contentsOfFile(*volume_, *file), file->name(), &details);
   TreeEditor::setBankDetails(*file, std::move(details));
@@ -143,12 +143,12 @@ std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &
 }
 
 std::vector<BankSample> EMU3Filesystem::namedSamplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {
+  const ReadLock lock(volume_->lock);
+  if (!mayReadFile(*volume_, file, error)) return {};
   if (file->fileType() != kFileTypeBank) {
     fail(error, EngineError::notABank);
     return {};
   }
-  const ReadLock lock(volume_->lock);
-  if (!mayReadFile(*volume_, file, error)) return {};
   std::vector<BankSample> samples = listedSamples(tessary::contentsOfFile(*volume_, *file));
   for (BankSample &sample : samples)
     sample.name = volume_->rules().nameOfSample(sample);

@@ -199,6 +199,14 @@ void GuardedRules::clearMarksOf(Volume &volume, const EMU3FileFields &deleted) c
   }
 }
 
+// On a damaged volume a folder's block can lie in the table or in a slot that a file reaches: an entry there
+// would overwrite marks or contents.
+bool GuardedRules::mayHoldNewEntries(const Volume &volume, std::int64_t block) const {
+  const auto number = static_cast<std::uint64_t>(block);
+  const SlotMap &slots = volume.index->slots();
+  return block != 0 && !volume.geometry().isInTable(number) && !slots.isReached(slots.slotOf(number));
+}
+
 bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const {
   if (dentry[0] == 0) return true;
   return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
@@ -254,29 +262,29 @@ std::optional<FolderGrowth> GuardedRules::growthOf(const Volume &volume,
 
 // What is not the deleted folders' alone: block 0, the table, other folders' blocks, the contents of files
 // outside.
-std::unordered_set<std::int64_t>
-GuardedRules::blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const {
+KeptBlocks GuardedRules::blocksToKeep(const Volume &volume,
+                                      const std::vector<EMU3DirectoryPtr> &deleted) const {
   const VolumeGeometry geometry = volume.geometry();
   std::set<std::int64_t> listed;
   for (const EMU3DirectoryPtr &folder : deleted) {
     const std::vector<std::int64_t> blocks = folder->blockList();
     listed.insert(blocks.begin(), blocks.end());
   }
-  std::unordered_set<std::int64_t> kept;
+  KeptBlocks kept;
   for (const std::int64_t block : listed) {
-    if (block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block))) kept.insert(block);
+    if (block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block))) kept.foreign.insert(block);
   }
   const std::unordered_set<EMU3DirectoryPtr> gone(deleted.begin(), deleted.end());
   FileExtents files;
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root())) {
     if (gone.contains(folder)) continue;
     for (const std::int64_t block : folder->blockList()) {
-      if (listed.contains(block)) kept.insert(block);
+      if (listed.contains(block)) kept.shared.insert(block);
     }
     folder->lookAtFiles([&](const EMU3File &file) { files.add(file, geometry); });
   }
   for (const std::int64_t block : files.thoseOf(listed))
-    kept.insert(block);
+    kept.foreign.insert(block);
   return kept;
 }
 

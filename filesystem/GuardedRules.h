@@ -58,6 +58,8 @@ public:
   void clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const
       TESSARY_REQUIRES(volume.lock) override;
 
+  [[nodiscard]] bool mayHoldNewEntries(const Volume &volume, std::int64_t block) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
   [[nodiscard]] bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
   void entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const
@@ -68,8 +70,8 @@ public:
   [[nodiscard]] std::optional<FolderGrowth> growthOf(const Volume &volume,
                                                      const EMU3DirectoryPtr &folder) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
-  [[nodiscard]] std::unordered_set<std::int64_t>
-  blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const
+  [[nodiscard]] KeptBlocks blocksToKeep(const Volume &volume,
+                                        const std::vector<EMU3DirectoryPtr> &deleted) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
 };
 

@@ -192,6 +192,11 @@ void ImageMapping::makeReadOnly() {
   ::mprotect(bytes_, size_, PROT_READ);
 }
 
+bool ImageMapping::reaches(std::uint64_t end) const {
+  struct stat status {};
+  return ::fstat(fd_, &status) == 0 && static_cast<std::uint64_t>(status.st_size) >= end;
+}
+
 std::uint64_t ImageMapping::readBytes(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
                                       std::uint64_t length) const {
   const std::uint64_t wholeBytes = size_ / kBlockSize * kBlockSize;

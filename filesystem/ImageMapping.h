@@ -40,6 +40,9 @@ public:
   /// Whether the whole block lies inside the image.
   bool containsBlock(std::uint64_t block) const { return block < size_ / format::kBlockSize; }
 
+  /// Whether the image file still has its first `end` bytes.
+  bool reaches(std::uint64_t end) const;
+
   /// Copies `length` bytes at `offset` of the block (offset + length ≤ 512). False when the block lies
   /// outside the image or cannot be read any more.
   bool read(std::uint64_t block, std::uint64_t offset, std::uint8_t *to, std::uint64_t length) const {

@@ -37,6 +37,8 @@ public:
 
   /// Whether a live file reaches the slot.
   [[nodiscard]] bool isReached(std::uint64_t slot) const;
+  /// The slot that a block lies in; 0 where that is none.
+  [[nodiscard]] std::uint64_t slotOf(std::uint64_t block) const;
   /// How many slots there are.
   [[nodiscard]] std::uint64_t slotCount() const { return slotCount_; }
   /// How many slots so many blocks take: one at least.
@@ -63,7 +65,6 @@ private:
   void countFixedBlock(std::uint64_t block, int change);
   void countFiles(const EMU3DirectoryPtr &root);
   [[nodiscard]] Run reachOf(const EMU3FileFields &file) const;
-  [[nodiscard]] std::uint64_t slotOf(std::uint64_t block) const; ///< 0 where the block is in none
   [[nodiscard]] std::uint64_t blocksInside(std::uint64_t slot) const;
   [[nodiscard]] bool isMarked(std::uint64_t slot) const;
   [[nodiscard]] std::optional<std::uint16_t> lowestPlace(std::uint64_t from, std::uint64_t blocks) const;

@@ -45,6 +45,13 @@ struct FolderGrowth {
   std::size_t position = 0;
 };
 
+/// Directory blocks of folders that are being deleted that must not be cleared.
+struct KeptBlocks {
+  std::unordered_set<std::int64_t> shared; ///< other folders have them too
+  std::unordered_set<std::int64_t>
+      foreign; ///< block 0, the table, the contents of files: no entries stand there
+};
+
 /// A directory block to be found: `except` is spoken for already, `suits` says whether a number will do.
 struct DirectoryBlockWish {
   std::optional<std::int64_t> except;
@@ -140,6 +147,9 @@ public:
       TESSARY_REQUIRES(volume.lock) = 0;
 
   // Places
+  /// Whether new entries may be written into this block of a folder's list.
+  [[nodiscard]] virtual bool mayHoldNewEntries(const Volume &volume, std::int64_t block) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// Whether a new entry may be written over this one.
   [[nodiscard]] virtual bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
@@ -155,8 +165,8 @@ public:
                                                              const EMU3DirectoryPtr &folder) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// Which directory blocks of folders that are being deleted must not be cleared.
-  [[nodiscard]] virtual std::unordered_set<std::int64_t>
-  blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const
+  [[nodiscard]] virtual KeptBlocks blocksToKeep(const Volume &volume,
+                                                const std::vector<EMU3DirectoryPtr> &deleted) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
 };
 
