@@ -14,7 +14,8 @@ using namespace format;
 
 namespace {
 
-// Marks are written for blocks that the table describes, and never where a folder's entries stand.
+// Marks are written for blocks that the table describes, and never where a folder's entries or the contents
+// of a live file stand.
 void setMarks(Volume &volume, std::uint64_t first, std::uint64_t count, std::uint16_t value)
     TESSARY_REQUIRES(volume.lock) {
   const std::uint64_t described = volume.geometry().describedBlocks();
@@ -22,7 +23,8 @@ void setMarks(Volume &volume, std::uint64_t first, std::uint64_t count, std::uin
   const std::uint64_t inTable = std::min(count, described - first);
   const VolumeIndex &index = *volume.index;
   volume.table.setMarks(first, inTable, value, [&](std::uint64_t tableBlock) {
-    return !index.namesBlock(static_cast<std::int64_t>(tableBlock));
+    return !index.namesBlock(static_cast<std::int64_t>(tableBlock)) &&
+           !index.slots().isInContents(tableBlock);
   });
   volume.index->marksChanged(first, inTable);
 }

@@ -79,5 +79,25 @@ TEST(RestoredEntry, WithoutAFirstByteIsRefused) {
   EXPECT_EQ(readBytes(volume.imagePath()), before);
 }
 
+// Slots from block 20 on, the table from block 40 on: slot 1 has a file that runs over the table.
+TEST(FileOverTheTable, KeepsItsContentsWhenMarksAreWritten) {
+  ImageBuilder image({.sizeBytes = 600 * kBlockBytes,
+                      .fatStartBlock = 40,
+                      .rootDirBlock = 6,
+                      .dataAreaBlock = 20,
+                      .slotSizeBlocks = 16,
+                      .marksBlocks = false});
+  image.root().addFile("long", Bytes(30 * kBlockBytes), {.slot = 1});
+  image.root().addFile("other", patternBytes(700, 2), {.slot = 9});
+  const MountedVolume volume(image, MountRules::guarded);
+  const auto contents = [&] { return readBytes(volume.imagePath(), 20 * kBlockBytes, 30 * kBlockBytes); };
+  const Bytes before = contents();
+  ASSERT_TRUE(volume->deleteFile(fileNamed(volume.root(), "other"), volume.root()));
+  EXPECT_EQ(contents(), before);
+  ASSERT_TRUE(volume->importFileAtURL(hostFile(volume, "new.E4B", bytesOf("x")), volume.root()));
+  EXPECT_EQ(contents(), before);
+  EXPECT_EQ(volume->freeBlocks(), readGuardedAnew(volume)->freeBlocks());
+}
+
 } // namespace
 } // namespace tessary::test
