@@ -61,6 +61,8 @@ public:
 
   [[nodiscard]] bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] bool takesEntries(const Volume &volume, std::int64_t block) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
   void entryWasTaken(Volume &, const EMU3DirectoryPtr &, EntryPlace) const override {}
   [[nodiscard]] std::optional<std::int64_t> findDirectoryBlock(const Volume &volume,
                                                                const DirectoryBlockWish &wish) const

@@ -206,6 +206,20 @@ bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, Entr
   return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
 }
 
+// A damaged folder may name blocks of the table, or of a file's contents. The root's block is the header's
+// word.
+bool GuardedRules::takesEntries(const Volume &volume, std::int64_t block) const {
+  const VolumeGeometry geometry = volume.geometry();
+  const auto number = static_cast<std::uint64_t>(block);
+  if (number == geometry.rootDirBlock) return true;
+  if (geometry.isInTable(number)) return false;
+  if (number < geometry.dataAreaBlock) return true;
+  FileExtents files;
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root()))
+    folder->lookAtFiles([&](const EMU3File &file) { files.add(file, geometry); });
+  return files.thoseOf({block}).empty();
+}
+
 // A deleted file of that place leaves the list: it no longer has an entry. Of a block that several folders
 // name the first has the files in its list.
 void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const {

@@ -142,6 +142,9 @@ public:
   /// Whether a new entry may be written over this one.
   [[nodiscard]] virtual bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// Whether a block of a folder's list may get new entries at all.
+  [[nodiscard]] virtual bool takesEntries(const Volume &volume, std::int64_t block) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// Something new has taken this entry of the folder.
   virtual void entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const
       TESSARY_REQUIRES(volume.lock) = 0;

@@ -99,5 +99,42 @@ TEST(FileOverTheTable, KeepsItsContentsWhenMarksAreWritten) {
   EXPECT_EQ(volume->freeBlocks(), readGuardedAnew(volume)->freeBlocks());
 }
 
+// A folder whose entry was damaged, and now names a block of the file's contents.
+ImageBuilder volumeWithAFolderInAFile() {
+  ImageBuilder image;
+  const auto block = static_cast<std::int16_t>(image.slotBlock(1) + 2);
+  image.root().addFile("long", {}, {.slot = 1, .sizeBytes = 5 * kBlockBytes});
+  image.root().addFolder("damaged", {.blockList = {block}});
+  image.pokeBlock(image.slotBlock(1) + 1, 0, patternBytes(3 * kBlockBytes, 3));
+  image.pokeBlock(image.slotBlock(1) + 2, 64, Bytes(32)); // a place that looks free
+  return image;
+}
+
+Bytes contentsOfLong(const MountedVolume &volume) {
+  const EMU3FilesystemPtr anew = readGuardedAnew(volume);
+  return contentsOf(*anew, fileNamed(anew->rootDirectory(), "long"));
+}
+
+TEST(FolderInAFile, TakesNoNewEntriesThere) {
+  const MountedVolume volume(volumeWithAFolderInAFile(), MountRules::guarded);
+  const Bytes before = contentsOfLong(volume);
+  const EMU3DirectoryPtr damaged = folderNamed(volume.root(), "damaged");
+  ASSERT_TRUE(volume->importFileAtURL(hostFile(volume, "new.E4B", bytesOf("x")), damaged));
+  ASSERT_TRUE(volume->createDirectoryNamed("below", damaged));
+  EXPECT_EQ(contentsOfLong(volume), before);
+  EXPECT_EQ(damaged->blockList().size(), 2U) << "it grew";
+}
+
+TEST(FolderInTheTable, TakesNoNewEntriesThere) {
+  ImageBuilder image;
+  image.root().addFolder("In the table",
+                         {.blockList = {static_cast<std::int16_t>(image.fatStartBlock() + 1)}});
+  const MountedVolume volume(image, MountRules::guarded);
+  const Bytes table = readBytes(volume.imagePath(), kBlockBytes * (image.fatStartBlock() + 1), kBlockBytes);
+  const EMU3DirectoryPtr inTable = folderNamed(volume.root(), "In the table");
+  ASSERT_TRUE(volume->createDirectoryNamed("below", inTable));
+  EXPECT_EQ(readBytes(volume.imagePath(), kBlockBytes * (image.fatStartBlock() + 1), kBlockBytes), table);
+}
+
 } // namespace
 } // namespace tessary::test
