@@ -71,8 +71,8 @@ public:
                                                      const EMU3DirectoryPtr &) const override {
     return std::nullopt;
   }
-  [[nodiscard]] std::unordered_set<std::int64_t>
-  blocksToKeep(const Volume &, const std::vector<EMU3DirectoryPtr> &) const override {
+  [[nodiscard]] BlocksToKeep blocksToKeep(const Volume &,
+                                          const std::vector<EMU3DirectoryPtr> &) const override {
     return {};
   }
 };

@@ -5,6 +5,7 @@
 #include "filesystem/Text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -268,31 +269,33 @@ std::optional<FolderGrowth> GuardedRules::growthOf(const Volume &volume,
   return FolderGrowth{*block, *position};
 }
 
-// What is not the deleted folders' alone: block 0, the table, other folders' blocks, the contents of files
-// outside.
-std::unordered_set<std::int64_t>
-GuardedRules::blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const {
+// What is not the deleted folders' alone: the table, other folders' blocks, the contents of files outside.
+// What stood in a folder of its own there were no entries, but marks or contents.
+BlocksToKeep GuardedRules::blocksToKeep(const Volume &volume,
+                                        const std::vector<EMU3DirectoryPtr> &deleted) const {
   const VolumeGeometry geometry = volume.geometry();
   std::set<std::int64_t> listed;
   for (const EMU3DirectoryPtr &folder : deleted) {
     const std::vector<std::int64_t> blocks = folder->blockList();
     listed.insert(blocks.begin(), blocks.end());
   }
-  std::unordered_set<std::int64_t> kept;
-  for (const std::int64_t block : listed) {
-    if (block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block))) kept.insert(block);
-  }
+  BlocksToKeep kept;
   const std::unordered_set<EMU3DirectoryPtr> gone(deleted.begin(), deleted.end());
   FileExtents files;
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root())) {
     if (gone.contains(folder)) continue;
     for (const std::int64_t block : folder->blockList()) {
-      if (listed.contains(block)) kept.insert(block);
+      if (listed.contains(block)) kept.uncleared.insert(block);
     }
     folder->lookAtFiles([&](const EMU3File &file) { files.add(file, geometry); });
   }
-  for (const std::int64_t block : files.thoseOf(listed))
-    kept.insert(block);
+  std::vector<std::int64_t> foreign = files.thoseOf(listed);
+  std::copy_if(listed.begin(), listed.end(), std::back_inserter(foreign), [&](std::int64_t block) {
+    return block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block));
+  });
+  std::copy_if(foreign.begin(), foreign.end(), std::inserter(kept.untouched, kept.untouched.end()),
+               [&](std::int64_t block) { return !kept.uncleared.contains(block); });
+  kept.uncleared.insert(foreign.begin(), foreign.end());
   return kept;
 }
 

@@ -70,8 +70,8 @@ public:
   [[nodiscard]] std::optional<FolderGrowth> growthOf(const Volume &volume,
                                                      const EMU3DirectoryPtr &folder) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
-  [[nodiscard]] std::unordered_set<std::int64_t>
-  blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const
+  [[nodiscard]] BlocksToKeep blocksToKeep(const Volume &volume,
+                                          const std::vector<EMU3DirectoryPtr> &deleted) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
 };
 

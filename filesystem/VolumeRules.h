@@ -50,6 +50,12 @@ struct DirectoryBlockWish {
   std::function<bool(std::int64_t)> suits;
 };
 
+/// Directory blocks of folders that are being deleted, of which not all is to go.
+struct BlocksToKeep {
+  std::unordered_set<std::int64_t> uncleared; ///< the entries in them go, the blocks stay
+  std::unordered_set<std::int64_t> untouched; ///< the entries stay too
+};
+
 /// What the operations of a volume ask where the bare and the guarded rules differ. One object a mount,
 /// chosen at mounting, without state of its own; whoever asks holds the volume's lock.
 class VolumeRules {
@@ -156,9 +162,9 @@ public:
   [[nodiscard]] virtual std::optional<FolderGrowth> growthOf(const Volume &volume,
                                                              const EMU3DirectoryPtr &folder) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
-  /// Which directory blocks of folders that are being deleted must not be cleared.
-  [[nodiscard]] virtual std::unordered_set<std::int64_t>
-  blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const
+  /// What must stay of the directory blocks of folders that are being deleted.
+  [[nodiscard]] virtual BlocksToKeep blocksToKeep(const Volume &volume,
+                                                  const std::vector<EMU3DirectoryPtr> &deleted) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
 };
 

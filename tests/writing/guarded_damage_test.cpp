@@ -136,5 +136,28 @@ TEST(FolderInTheTable, TakesNoNewEntriesThere) {
   EXPECT_EQ(readBytes(volume.imagePath(), kBlockBytes * (image.fatStartBlock() + 1), kBlockBytes), table);
 }
 
+TEST(FolderInAFile, IsDeletedWithoutAByteOfTheFile) {
+  ImageBuilder image = volumeWithAFolderInAFile();
+  const MountedVolume volume(image, MountRules::guarded);
+  const Bytes before = contentsOfLong(volume);
+  const EMU3DirectoryPtr damaged = folderNamed(volume.root(), "damaged");
+  ASSERT_FALSE(damaged->files().empty()) << "the contents read as entries";
+  ASSERT_TRUE(volume->deleteDirectory(damaged, volume.root()));
+  EXPECT_EQ(contentsOfLong(volume), before);
+  EXPECT_TRUE(volume.root()->subdirectories().empty());
+  EXPECT_EQ(volume->freeBlocks(), readGuardedAnew(volume)->freeBlocks());
+}
+
+TEST(FolderInTheTable, IsDeletedWithoutAMark) {
+  ImageBuilder image;
+  const std::uint64_t block = image.fatStartBlock() + 1;
+  image.root().addFolder("In the table", {.blockList = {static_cast<std::int16_t>(block)}});
+  image.pokeBlock(block, 0, patternBytes(kBlockBytes, 5));
+  const MountedVolume volume(image, MountRules::guarded);
+  const EMU3DirectoryPtr inTable = folderNamed(volume.root(), "In the table");
+  ASSERT_TRUE(volume->deleteDirectory(inTable, volume.root()));
+  EXPECT_EQ(readBytes(volume.imagePath(), kBlockBytes * block, kBlockBytes), patternBytes(kBlockBytes, 5));
+}
+
 } // namespace
 } // namespace tessary::test
