@@ -117,6 +117,10 @@ bool BareRules::isFree(const Volume &, const std::uint8_t *dentry, EntryPlace) c
   return dentry[0] == 0 || dentry[kDentryRawType] == kRawTypeDeleted;
 }
 
+bool BareRules::takesEntries(const Volume &, std::int64_t) const {
+  return true;
+}
+
 // What the block holds is not looked at.
 std::optional<std::int64_t> BareRules::findDirectoryBlock(const Volume &volume,
                                                           const DirectoryBlockWish &) const {

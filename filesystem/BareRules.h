@@ -59,8 +59,9 @@ public:
   void clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const
       TESSARY_REQUIRES(volume.lock) override;
 
-  [[nodiscard]] bool mayHoldNewEntries(const Volume &, std::int64_t) const override { return true; }
   [[nodiscard]] bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] bool takesEntries(const Volume &volume, std::int64_t block) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
   void entryWasTaken(Volume &, const EMU3DirectoryPtr &, EntryPlace) const override {}
   [[nodiscard]] std::optional<std::int64_t> findDirectoryBlock(const Volume &volume,
@@ -70,8 +71,8 @@ public:
                                                      const EMU3DirectoryPtr &) const override {
     return std::nullopt;
   }
-  [[nodiscard]] KeptBlocks blocksToKeep(const Volume &,
-                                        const std::vector<EMU3DirectoryPtr> &) const override {
+  [[nodiscard]] BlocksToKeep blocksToKeep(const Volume &,
+                                          const std::vector<EMU3DirectoryPtr> &) const override {
     return {};
   }
 };

@@ -12,7 +12,7 @@ namespace {
 std::optional<EntryPlace> firstFreeEntry(const Volume &volume, const EMU3DirectoryPtr &folder)
     TESSARY_REQUIRES_SHARED(volume.lock) {
   for (const std::int64_t number : folder->blockList()) {
-    if (!volume.rules().mayHoldNewEntries(volume, number)) continue;
+    if (!volume.rules().takesEntries(volume, number)) continue;
     const std::optional<Block> block = volume.entries.read(number);
     if (!block) continue;
     for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {

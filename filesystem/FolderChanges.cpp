@@ -4,6 +4,7 @@
 #include "filesystem/EntrySpot.h"
 #include "filesystem/FileChanges.h"
 #include "filesystem/TreeEditor.h"
+#include "filesystem/VolumeRules.h"
 
 #include <memory>
 #include <optional>
@@ -27,20 +28,21 @@ EMU3DirectoryPtr folderObject(std::string name, std::uint8_t entryId, EntryPlace
 }
 
 void removeEmptied(Volume &volume, const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent,
-                   const KeptBlocks &kept) TESSARY_REQUIRES(volume.lock) {
+                   const BlocksToKeep &kept) TESSARY_REQUIRES(volume.lock) {
   for (const std::int64_t block : folder->blockList()) {
-    if (!kept.shared.contains(block) && !kept.foreign.contains(block)) volume.entries.clearBlock(block);
+    if (!kept.uncleared.contains(block)) volume.entries.clearBlock(block);
   }
-  if (!kept.foreign.contains(folder->dentryBlock())) volume.entries.zeroEntry(folder->place());
+  if (!kept.untouched.contains(folder->dentryBlock())) volume.entries.zeroEntry(folder->place());
   if (parent) volume.tree.removeFolder(parent, folder);
 }
 
-// One file that cannot be deleted does not keep the others. What reads as an entry in the contents of another
-// file, or in the table, is none.
-void eraseFilesOf(Volume &volume, const EMU3DirectoryPtr &folder, const KeptBlocks &kept)
+// One file that cannot be deleted does not keep the others.
+void eraseFilesOf(Volume &volume, const EMU3DirectoryPtr &folder, const BlocksToKeep &kept)
     TESSARY_REQUIRES(volume.lock) {
   for (const EMU3FilePtr &file : folder->files()) {
-    if (volume.rules().mayErase(*file) && !kept.foreign.contains(file->dentryBlock()))
+    if (kept.untouched.contains(file->dentryBlock()))
+      volume.tree.removeFile(folder, file);
+    else if (volume.rules().mayErase(*file))
       eraseFile(volume, file, folder, nullptr);
   }
 }
@@ -54,7 +56,7 @@ void removeTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3Directory
     EMU3DirectoryPtr parent;
     bool isEmptied = false;
   };
-  const KeptBlocks kept = volume.rules().blocksToKeep(volume, directoriesInPreOrder(top));
+  const BlocksToKeep kept = volume.rules().blocksToKeep(volume, directoriesInPreOrder(top));
   std::vector<Step> pending{{top, parent}};
   while (!pending.empty()) {
     Step &step = pending.back();

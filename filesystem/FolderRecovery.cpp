@@ -74,6 +74,7 @@ std::optional<EntryPlace> placeForLostFolder(const Volume &volume, std::uint64_t
     return refused(EngineError::badName);
   }
   for (const std::int64_t number : inDirectory->blockList()) {
+    if (!recoveryRules().takesEntries(volume, number)) continue;
     const std::optional<Block> entries = volume.entries.read(number);
     if (!entries) continue;
     if (const auto index = firstEmptyDentry(*entries)) return EntryPlace{number, *index};

@@ -5,6 +5,7 @@
 #include "filesystem/Text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -14,7 +15,8 @@ using namespace format;
 
 namespace {
 
-// Marks are written for blocks that the table describes, and never where a folder's entries stand.
+// Marks are written for blocks that the table describes, and never where a folder's entries or the contents
+// of a live file stand.
 void setMarks(Volume &volume, std::uint64_t first, std::uint64_t count, std::uint16_t value)
     TESSARY_REQUIRES(volume.lock) {
   const std::uint64_t described = volume.geometry().describedBlocks();
@@ -22,7 +24,8 @@ void setMarks(Volume &volume, std::uint64_t first, std::uint64_t count, std::uin
   const std::uint64_t inTable = std::min(count, described - first);
   const VolumeIndex &index = *volume.index;
   volume.table.setMarks(first, inTable, value, [&](std::uint64_t tableBlock) {
-    return !index.namesBlock(static_cast<std::int64_t>(tableBlock));
+    return !index.namesBlock(static_cast<std::int64_t>(tableBlock)) &&
+           !index.slots().isInContents(tableBlock);
   });
   volume.index->marksChanged(first, inTable);
 }
@@ -199,17 +202,23 @@ void GuardedRules::clearMarksOf(Volume &volume, const EMU3FileFields &deleted) c
   }
 }
 
-// On a damaged volume a folder's block can lie in the table or in a slot that a file reaches: an entry there
-// would overwrite marks or contents.
-bool GuardedRules::mayHoldNewEntries(const Volume &volume, std::int64_t block) const {
-  const auto number = static_cast<std::uint64_t>(block);
-  const SlotMap &slots = volume.index->slots();
-  return block != 0 && !volume.geometry().isInTable(number) && !slots.isReached(slots.slotOf(number));
-}
-
 bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const {
   if (dentry[0] == 0) return true;
   return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
+}
+
+// A damaged folder may name blocks of the table, or of a file's contents. The root's block is the header's
+// word.
+bool GuardedRules::takesEntries(const Volume &volume, std::int64_t block) const {
+  const VolumeGeometry geometry = volume.geometry();
+  const auto number = static_cast<std::uint64_t>(block);
+  if (number == geometry.rootDirBlock) return true;
+  if (geometry.isInTable(number)) return false;
+  if (number < geometry.dataAreaBlock) return true;
+  FileExtents files;
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root()))
+    folder->lookAtFiles([&](const EMU3File &file) { files.add(file, geometry); });
+  return files.thoseOf({block}).empty();
 }
 
 // A deleted file of that place leaves the list: it no longer has an entry. Of a block that several folders
@@ -260,31 +269,33 @@ std::optional<FolderGrowth> GuardedRules::growthOf(const Volume &volume,
   return FolderGrowth{*block, *position};
 }
 
-// What is not the deleted folders' alone: block 0, the table, other folders' blocks, the contents of files
-// outside.
-KeptBlocks GuardedRules::blocksToKeep(const Volume &volume,
-                                      const std::vector<EMU3DirectoryPtr> &deleted) const {
+// What is not the deleted folders' alone: the table, other folders' blocks, the contents of files outside.
+// What stood in a folder of its own there were no entries, but marks or contents.
+BlocksToKeep GuardedRules::blocksToKeep(const Volume &volume,
+                                        const std::vector<EMU3DirectoryPtr> &deleted) const {
   const VolumeGeometry geometry = volume.geometry();
   std::set<std::int64_t> listed;
   for (const EMU3DirectoryPtr &folder : deleted) {
     const std::vector<std::int64_t> blocks = folder->blockList();
     listed.insert(blocks.begin(), blocks.end());
   }
-  KeptBlocks kept;
-  for (const std::int64_t block : listed) {
-    if (block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block))) kept.foreign.insert(block);
-  }
+  BlocksToKeep kept;
   const std::unordered_set<EMU3DirectoryPtr> gone(deleted.begin(), deleted.end());
   FileExtents files;
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root())) {
     if (gone.contains(folder)) continue;
     for (const std::int64_t block : folder->blockList()) {
-      if (listed.contains(block)) kept.shared.insert(block);
+      if (listed.contains(block)) kept.uncleared.insert(block);
     }
     folder->lookAtFiles([&](const EMU3File &file) { files.add(file, geometry); });
   }
-  for (const std::int64_t block : files.thoseOf(listed))
-    kept.foreign.insert(block);
+  std::vector<std::int64_t> foreign = files.thoseOf(listed);
+  std::copy_if(listed.begin(), listed.end(), std::back_inserter(foreign), [&](std::int64_t block) {
+    return block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block));
+  });
+  std::copy_if(foreign.begin(), foreign.end(), std::inserter(kept.untouched, kept.untouched.end()),
+               [&](std::int64_t block) { return !kept.uncleared.contains(block); });
+  kept.uncleared.insert(foreign.begin(), foreign.end());
   return kept;
 }
 

@@ -58,9 +58,9 @@ public:
   void clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const
       TESSARY_REQUIRES(volume.lock) override;
 
-  [[nodiscard]] bool mayHoldNewEntries(const Volume &volume, std::int64_t block) const
-      TESSARY_REQUIRES_SHARED(volume.lock) override;
   [[nodiscard]] bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] bool takesEntries(const Volume &volume, std::int64_t block) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
   void entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const
       TESSARY_REQUIRES(volume.lock) override;
@@ -70,8 +70,8 @@ public:
   [[nodiscard]] std::optional<FolderGrowth> growthOf(const Volume &volume,
                                                      const EMU3DirectoryPtr &folder) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
-  [[nodiscard]] KeptBlocks blocksToKeep(const Volume &volume,
-                                        const std::vector<EMU3DirectoryPtr> &deleted) const
+  [[nodiscard]] BlocksToKeep blocksToKeep(const Volume &volume,
+                                          const std::vector<EMU3DirectoryPtr> &deleted) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
 };
 
