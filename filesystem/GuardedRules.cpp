@@ -118,8 +118,10 @@ std::string_view GuardedRules::storedName(const std::string &name) const {
   return prefixOfWholeCharacters(name, kMaxNameBytes);
 }
 
+// An entry's name ends at its first zero byte.
 bool GuardedRules::mayStoreName(const std::string &name) const {
-  return storedName(name).find_first_not_of(' ') != std::string_view::npos;
+  const std::string_view stored = storedName(name);
+  return stored.substr(0, stored.find('\0')).find_first_not_of(' ') != std::string_view::npos;
 }
 
 std::string GuardedRules::nameAfterStoring(const std::string &, const std::uint8_t *field) const {
@@ -202,11 +204,17 @@ bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, Entr
   return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
 }
 
-// A deleted file of that place leaves the list: deleting it later would clear the new one's entry.
+// A deleted file of that place leaves the list: deleting it later would clear the new one's entry. It may be
+// in the list of another folder that names the block.
 void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const {
-  for (const EMU3FilePtr &file : folder->files()) {
-    if (file->isDeleted() && file->place() == place) volume.tree.removeFile(folder, file);
-  }
+  const auto takeFrom = [&](const EMU3DirectoryPtr &holder) TESSARY_REQUIRES(volume.lock) {
+    for (const EMU3FilePtr &file : holder->files()) {
+      if (file->isDeleted() && file->place() == place) volume.tree.removeFile(holder, file);
+    }
+  };
+  if (!volume.index->isShared(place.block)) return takeFrom(folder);
+  for (const EMU3DirectoryPtr &holder : directoriesInPreOrder(volume.tree.root()))
+    takeFrom(holder);
 }
 
 // A block that is all zero, else one without entries: any other may be a folder that lost its entry.

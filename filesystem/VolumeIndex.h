@@ -31,6 +31,8 @@ public:
   [[nodiscard]] const SlotMap &slots() const { return slots_; }
   /// Whether any folder has the block in its list.
   [[nodiscard]] bool namesBlock(std::int64_t block) const { return folders_.contains(block); }
+  /// Whether it is named more than once.
+  [[nodiscard]] bool isShared(std::int64_t block) const;
   /// Whether the entry at this place is one of the tree's folders.
   [[nodiscard]] bool isFolderEntry(EntryPlace place) const { return places_.contains(place); }
 
