@@ -148,8 +148,8 @@ INSTANTIATE_TEST_SUITE_P(WhatBeginsAtItsStartLeavesNone, TableEnd,
                          testing::Values(Table{3000, 10, 10, 175, 10, 0}, Table{3000, 10, 6, 10, 10, 0},
                                          Table{3000, 10, 10, 10, 10, 0}));
 INSTANTIATE_TEST_SUITE_P(BehindTheImage, TableEnd,
-                         testing::Values(Table{5, 6, 9, 10, 7, 5}, Table{300, 299, 6, 10, 301, 300},
-                                         Table{300, 0xFFFFFFFF, 6, 10, 0x100000001, 300}));
+                         testing::Values(Table{5, 6, 9, 10, 7, 0}, Table{300, 299, 6, 10, 301, 256},
+                                         Table{300, 0xFFFFFFFF, 6, 10, 0x100000001, 0}));
 
 // --- Where a folder's block may lie ------------------------------------------------------------------
 
