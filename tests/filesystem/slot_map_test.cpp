@@ -195,13 +195,12 @@ TEST(SlotMapBuilding, HoldsForOddGeometries) {
     std::uint64_t bytes;
     std::uint32_t table, root, data, slot;
   };
-  for (const Case &one : {Case{300 * 512, 2, 4, 16, 8}, Case{301 * 512 + 77, 2, 4, 16, 8},
-                          Case{300 * 512, 100, 4, 16, 8}, Case{300 * 512, 299, 4, 16, 8},
-                          Case{300 * 512, 16, 16, 16, 8}, Case{300 * 512, 2, 200, 16, 8},
-                          Case{300 * 512, 2, 3, 299, 8}, Case{300 * 512, 2, 3, 300, 8},
-                          Case{300 * 512, 2, 3, 10000, 8}, Case{300 * 512, 2, 3, 10, 4096},
-                          Case{300 * 512, 900, 3, 10, 2}, Case{300 * 512, 1, 2, 1, 2},
-                          Case{2000 * 512, 50, 40, 30, 6}}) {
+  for (const Case &one :
+       {Case{300 * 512, 2, 4, 16, 8}, Case{301 * 512 + 77, 2, 4, 16, 8}, Case{300 * 512, 100, 4, 16, 8},
+        Case{300 * 512, 299, 4, 16, 8}, Case{300 * 512, 16, 16, 16, 8}, Case{300 * 512, 2, 200, 16, 8},
+        Case{300 * 512, 2, 3, 299, 8}, Case{300 * 512, 2, 3, 300, 8}, Case{300 * 512, 2, 3, 10000, 8},
+        Case{300 * 512, 2, 3, 10, 4096}, Case{300 * 512, 900, 3, 10, 2}, Case{300 * 512, 1, 2, 1, 2},
+        Case{2000 * 512, 50, 40, 30, 6}}) {
     ImageBuilder image({.sizeBytes = one.bytes,
                         .fatStartBlock = one.table,
                         .rootDirBlock = one.root,
@@ -357,8 +356,8 @@ protected:
   std::vector<std::int64_t> anyBlocks() {
     std::vector<std::int64_t> blocks;
     for (std::size_t left = random.below(8); left > 0; --left)
-      blocks.push_back(static_cast<std::int64_t>(random.chance(20) ? random.between(1, 32767)
-                                                                   : random.between(1, 500)));
+      blocks.push_back(
+          static_cast<std::int64_t>(random.chance(20) ? random.between(1, 32767) : random.between(1, 500)));
     return blocks;
   }
 

@@ -142,8 +142,7 @@ INSTANTIATE_TEST_SUITE_P(MarksOfAllBlocks, TableEnd,
                                          Table{513, 2, 4, 175, 4, 512}));
 INSTANTIATE_TEST_SUITE_P(WhatLiesBelowItDoesNotEndIt, TableEnd,
                          testing::Values(Table{3000, 10, 6, 15, 15, 1280}, Table{3000, 10, 15, 9, 15, 1280},
-                                         Table{3000, 10, 6, 9, 22, 3000},
-                                         Table{300, 200, 6, 175, 202, 300}));
+                                         Table{3000, 10, 6, 9, 22, 3000}, Table{300, 200, 6, 175, 202, 300}));
 INSTANTIATE_TEST_SUITE_P(WhatBeginsAtItsStartLeavesNone, TableEnd,
                          testing::Values(Table{3000, 10, 10, 175, 10, 0}, Table{3000, 10, 6, 10, 10, 0},
                                          Table{3000, 10, 10, 10, 10, 0}));

@@ -1,7 +1,7 @@
 // What a guarded volume keeps at hand about its tree is what the tree says, after every change.
 
-#include "filesystem/VolumeIndex.h"
 #include "filesystem/TreeEditor.h"
+#include "filesystem/VolumeIndex.h"
 #include "tests/support/TreeBuilder.h"
 #include "tests/writing/EngineParts.h"
 #include "tests/writing/Random.h"

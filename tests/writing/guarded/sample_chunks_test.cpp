@@ -160,8 +160,8 @@ TEST(SampleName, IsTheNameFieldWithoutSpacesAndZerosAtItsEnd) {
   bank.toc({.type = "E4S1", .name = std::string("Hat \0 \0", 7)});
   bank.toc({.type = "E4S1", .name = "sixteen bytes..."});
   bank.toc({.type = "ESND", .name = "  lead"});
-  EXPECT_EQ(Bank(bank.build()).names(), (Names{"E4S1=Kick C1", "E4S1=Snare", "E4S1=Hat",
-                                               "E4S1=sixteen bytes...", "ESND=  lead"}));
+  EXPECT_EQ(Bank(bank.build()).names(),
+            (Names{"E4S1=Kick C1", "E4S1=Snare", "E4S1=Hat", "E4S1=sixteen bytes...", "ESND=  lead"}));
 }
 
 TEST(SampleName, ThatIsBlankOrNoTextIsTheType) {
