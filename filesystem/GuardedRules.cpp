@@ -118,7 +118,7 @@ std::string_view GuardedRules::storedName(const std::string &name) const {
   return prefixOfWholeCharacters(name, kMaxNameBytes);
 }
 
-// An entry's name ends at its first zero byte.
+// A zero byte ends the name in its entry; one at the beginning says that no entry is there.
 bool GuardedRules::mayStoreName(const std::string &name) const {
   const std::string_view stored = storedName(name);
   return stored.substr(0, stored.find('\0')).find_first_not_of(' ') != std::string_view::npos;
@@ -204,17 +204,16 @@ bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, Entr
   return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
 }
 
-// A deleted file of that place leaves the list: deleting it later would clear the new one's entry. It may be
-// in the list of another folder that names the block.
+// A deleted file of that place leaves the list: it no longer has an entry. Of a block that several folders
+// name the first has the files in its list.
 void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const {
-  const auto takeFrom = [&](const EMU3DirectoryPtr &holder) TESSARY_REQUIRES(volume.lock) {
+  const bool isShared = volume.index->isShared(place.block);
+  const auto holders = isShared ? directoriesInPreOrder(volume.tree.root()) : std::vector{folder};
+  for (const EMU3DirectoryPtr &holder : holders) {
     for (const EMU3FilePtr &file : holder->files()) {
       if (file->isDeleted() && file->place() == place) volume.tree.removeFile(holder, file);
     }
-  };
-  if (!volume.index->isShared(place.block)) return takeFrom(folder);
-  for (const EMU3DirectoryPtr &holder : directoriesInPreOrder(volume.tree.root()))
-    takeFrom(holder);
+  }
 }
 
 // A block that is all zero, else one without entries: any other may be a folder that lost its entry.

@@ -58,11 +58,11 @@ public:
   /// Where contents are read and written; marks and entries go through the two below.
   ImageMapping &image;
   AllocationTable table TESSARY_GUARDED_BY(lock);
-  DirectoryBlocks entries TESSARY_GUARDED_BY(lock);
   /// Changed under the lock, read from any thread.
   BlockCounters counters;
   /// Null in a bare volume, whose rules look at the tree itself.
   const std::unique_ptr<VolumeIndex> index TESSARY_PT_GUARDED_BY(lock);
+  DirectoryBlocks entries TESSARY_GUARDED_BY(lock);
   VolumeTree tree TESSARY_GUARDED_BY(lock);
 
 private:
