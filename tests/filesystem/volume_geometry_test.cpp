@@ -142,14 +142,13 @@ INSTANTIATE_TEST_SUITE_P(MarksOfAllBlocks, TableEnd,
                                          Table{513, 2, 4, 175, 4, 512}));
 INSTANTIATE_TEST_SUITE_P(WhatLiesBelowItDoesNotEndIt, TableEnd,
                          testing::Values(Table{3000, 10, 6, 15, 15, 1280}, Table{3000, 10, 15, 9, 15, 1280},
-                                         Table{3000, 10, 6, 9, 22, 3000},
-                                         Table{300, 200, 6, 175, 202, 300}));
+                                         Table{3000, 10, 6, 9, 22, 3000}, Table{300, 200, 6, 175, 202, 300}));
 INSTANTIATE_TEST_SUITE_P(WhatBeginsAtItsStartLeavesNone, TableEnd,
                          testing::Values(Table{3000, 10, 10, 175, 10, 0}, Table{3000, 10, 6, 10, 10, 0},
                                          Table{3000, 10, 10, 10, 10, 0}));
 INSTANTIATE_TEST_SUITE_P(BehindTheImage, TableEnd,
-                         testing::Values(Table{5, 6, 9, 10, 7, 5}, Table{300, 299, 6, 10, 301, 300},
-                                         Table{300, 0xFFFFFFFF, 6, 10, 0x100000001, 300}));
+                         testing::Values(Table{5, 6, 9, 10, 7, 0}, Table{300, 299, 6, 10, 301, 256},
+                                         Table{300, 0xFFFFFFFF, 6, 10, 0x100000001, 0}));
 
 // --- Where a folder's block may lie ------------------------------------------------------------------
 

@@ -125,8 +125,8 @@ INSTANTIATE_TEST_SUITE_P(Reaches, SlotGuard,
                                          Reach{0, 1, 17, 4}, Reach{1, 1, 65535, 8193},
                                          Reach{65534, 1, 8, 65535}, Reach{65534, 2, 1, 1},
                                          Reach{65534, 1, 9, 1}, Reach{65535, 1, 1, 1},
-                                         Reach{65535, 65535, 65535, 1},
-                                         Reach{2, 65534, 0, 1}, Reach{2, 65533, 0, 65535}));
+                                         Reach{65535, 65535, 65535, 1}, Reach{2, 65534, 0, 1},
+                                         Reach{2, 65533, 0, 65535}));
 
 TEST(SlotGuardOfAnEmptyVolume, GivesSlotOne) {
   EXPECT_EQ(slotFor(ImageBuilder(smallLayout()), MountRules::guarded), std::uint16_t{1});

@@ -34,7 +34,8 @@ TEST(BareCopy, WritesDataMarksAndEntryAndNothingElse) {
 
 TEST(BareCopy, NewFileInTheTreeHasTheseFields) {
   const Bytes contents = patternBytes(1300, 1);
-  const WritableVolume volume(volumeWith(contents, {.type = 0x82, .entryId = std::uint8_t{77}}), MountRules::bare);
+  const WritableVolume volume(volumeWith(contents, {.type = 0x82, .entryId = std::uint8_t{77}}),
+                              MountRules::bare);
   const EMU3FilePtr source = fileNamed(volume.root(), "source");
   const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
   ASSERT_TRUE(volume->copyFile(source, folder));

@@ -22,7 +22,8 @@ TEST_P(Delete, ClearsNameAndTypeFreesTheBlocksAndNothingElse) {
   clearFileEntry(volume.expected, placed.entry);
   putMarks(volume.expected, placed.firstBlock, 3, 0);
   EXPECT_TRUE(volume.imageIsAsExpected());
-  EXPECT_EQ(countersOf(*volume), (Counters{before.used - roomOf(GetParam(), 3), before.free + roomOf(GetParam(), 3)}));
+  EXPECT_EQ(countersOf(*volume),
+            (Counters{before.used - roomOf(GetParam(), 3), before.free + roomOf(GetParam(), 3)}));
   EXPECT_EQ(namesOf(volume.root()->files()), (std::vector<std::string>{"before", "after"}));
 }
 
@@ -98,7 +99,8 @@ TEST(BareDelete, OfAFileThatClaimsToReachBeyondTheImageFreesWhatTheTableDescribe
   ASSERT_TRUE(volume->deleteFile(volume.root()->files()[0], volume.root()));
   clearFileEntry(volume.expected, placed.entry);
   putMarks(volume.expected, 16, 496, 0);
-  if (MountRules::bare == MountRules::bare) // the table has 512 entries; the rest lands in the blocks behind it
+  if (MountRules::bare ==
+      MountRules::bare) // the table has 512 entries; the rest lands in the blocks behind it
     volume.expected.poke(4 * kBlockBytes, Bytes((16 + 1000 - 512) * 2));
   EXPECT_TRUE(volume.imageIsAsExpected());
   EXPECT_EQ(volume->freeBlocks(), before.free + 1000);

@@ -37,7 +37,7 @@ ImageBuilder volumeForFlushes() {
 struct Change {
   std::string name;
   std::function<bool(WritableVolume &)> make;
-  std::set<std::uint64_t> blocks; ///< whose bytes it changes
+  std::set<std::uint64_t> blocks;                         ///< whose bytes it changes
   std::optional<std::set<std::uint64_t>> guardedBlocks{}; ///< where they are others
 };
 
@@ -129,7 +129,8 @@ TEST_P(Flushing, HandsEveryBlockThatWasWrittenToTheHost) {
     if (after[at] != before[at]) changed.insert(at / kBlockBytes);
     if (after[at] != flushed[at]) kept.insert(at / kBlockBytes);
   }
-  EXPECT_EQ(changed, rules == MountRules::guarded ? change.guardedBlocks.value_or(change.blocks) : change.blocks);
+  EXPECT_EQ(changed,
+            rules == MountRules::guarded ? change.guardedBlocks.value_or(change.blocks) : change.blocks);
   EXPECT_EQ(kept, std::set<std::uint64_t>());
 }
 

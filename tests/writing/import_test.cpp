@@ -27,7 +27,8 @@ TEST_P(Import, StoresTheBytesUnderTheNameWithoutExtension) {
   EXPECT_FALSE(error.isSet());
   putNewFile(volume.expected, {4, 0}, "kick drum", 1, 0, contents);
   EXPECT_TRUE(volume.imageIsAsExpected());
-  EXPECT_EQ(countersOf(*volume), (Counters{before.used + roomOf(GetParam(), 3), before.free - roomOf(GetParam(), 3)}));
+  EXPECT_EQ(countersOf(*volume),
+            (Counters{before.used + roomOf(GetParam(), 3), before.free - roomOf(GetParam(), 3)}));
 }
 
 TEST_P(Import, NewFileInTheTreeIsABankThatHoldsNoContents) {
@@ -270,7 +271,7 @@ TEST_P(Restore, RefusesWhatImportRefuses) {
   const WritableVolume volume(ImageBuilder(smallLayout()), GetParam());
   EMU3Error error;
   EXPECT_FALSE(volume->restoreFileAtURL(volume.folder().path("absent"), newFileEntry("name", 1, 0, 1),
-                                         volume.root(), &error));
+                                        volume.root(), &error));
   EXPECT_EQ(error.domain, kHostErrorDomain);
   EXPECT_EQ(error.code, ENOENT);
   EXPECT_TRUE(volume.imageIsAsExpected());

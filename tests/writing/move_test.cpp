@@ -67,10 +67,10 @@ TEST(BareMove, NeedsTheSpaceOfASecondCopy) {
   EXPECT_TRUE(folder->files().empty());
 }
 
-TEST_P(Move, IntoAFullFolderLeavesTheSource) {
+TEST(BareMove, IntoAFullFolderLeavesTheSource) {
   ImageBuilder image = volumeWithFileAndFolder();
   fillFolder(image.root().addFolder("full", {.blockList = {6}}));
-  const WritableVolume volume(std::move(image), GetParam());
+  const WritableVolume volume(std::move(image), MountRules::bare);
   EMU3Error error;
   const EMU3DirectoryPtr full = folderNamed(volume.root(), "full");
   EXPECT_FALSE(volume->moveFile(volume.root()->files()[0], volume.root(), full, &error));

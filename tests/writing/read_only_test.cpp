@@ -167,7 +167,9 @@ TEST_P(ReadOnly, ImportReadsTheHostFileBeforeItIsRefused) {
   EXPECT_EQ(error.code, ENOENT);
   writeBytes(path, patternBytes(10));
   expectRefused([&](EMU3Error *e) { return volume.filesystem->importFileAtURL(path, full, e); });
-  expectRefused([&](EMU3Error *e) { return volume.filesystem->restoreFileAtURL(path, newFileEntry("a", 1, 0, 1), full, e) != nullptr; });
+  expectRefused([&](EMU3Error *e) {
+    return volume.filesystem->restoreFileAtURL(path, newFileEntry("a", 1, 0, 1), full, e) != nullptr;
+  });
 }
 
 TEST_P(ReadOnly, ImportOfAFileTooLargeForAnyVolumeIsRefusedForBeingReadOnly) {

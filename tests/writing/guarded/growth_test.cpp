@@ -56,10 +56,8 @@ void PrintTo(const Adding &adding, std::ostream *out) {
 
 const std::vector<Adding> &addings() {
   static const std::vector<Adding> all = {
-      {"Import",
-       [](GuardedVolume &volume, const EMU3DirectoryPtr &to) {
-         return volume.import("new", bytesOf("x"), to);
-       }},
+      {"Import", [](GuardedVolume &volume,
+                    const EMU3DirectoryPtr &to) { return volume.import("new", bytesOf("x"), to); }},
       {"Copy",
        [](GuardedVolume &volume, const EMU3DirectoryPtr &to) {
          return volume->copyFile(fileNamed(volume.folderAt("other"), "file"), to);
@@ -294,9 +292,8 @@ TEST(GrowthToTheEnd, FolderTakes112EntriesByImportAlone) {
   }
   EXPECT_TRUE(volume.imageIsAsExpected());
   EXPECT_TRUE(volume.isAsReadAnew());
-  volume.expectRefused(kFolderFullError, [&](EMU3Error *error) {
-    return volume.import("file", bytesOf("x"), folder, error);
-  });
+  volume.expectRefused(kFolderFullError,
+                       [&](EMU3Error *error) { return volume.import("file", bytesOf("x"), folder, error); });
   volume.expectRefused(kParentFullError,
                        [&](EMU3Error *error) { return volume->createDirectoryNamed("new", folder, error); });
 }

@@ -161,8 +161,11 @@ TEST(ShownNumbers, OfAnEmptyFileAreThoseOfItsEntry) {
 
 // Spaces, what is left of spaces and a character cut off, a zero byte at the beginning, bytes that are no
 // text.
-const std::vector<std::string> kNamesOfNothing = {" ", "               ", "              \u20ac",
-                                                  std::string("\0name", 5), std::string(" \0name", 6),
+const std::vector<std::string> kNamesOfNothing = {" ",
+                                                  "               ",
+                                                  "              \u20ac",
+                                                  std::string("\0name", 5),
+                                                  std::string(" \0name", 6),
                                                   "\xFF"
                                                   "name"};
 const std::vector<std::string> kNamesOfNoLength = {"", "16 characters...", "0123456789abcd\U0001F941"};
@@ -225,12 +228,10 @@ TEST(RefusedNameOfAFullVolume, ComesBeforeSpaceAndPlace) {
   putMarks(image, 16, 496, 0x8000);
   const GuardedVolume volume(std::move(image));
   ASSERT_TRUE(volume.hasFree(0));
-  volume.expectRefused(kNameError, [&](EMU3Error *error) {
-    return volume.import("  ", bytesOf("x"), volume.root(), error);
-  });
-  volume.expectRefused(kNameError, [&](EMU3Error *error) {
-    return volume->createDirectoryNamed("  ", volume.root(), error);
-  });
+  volume.expectRefused(
+      kNameError, [&](EMU3Error *error) { return volume.import("  ", bytesOf("x"), volume.root(), error); });
+  volume.expectRefused(
+      kNameError, [&](EMU3Error *error) { return volume->createDirectoryNamed("  ", volume.root(), error); });
 }
 
 // --- Renaming a folder -------------------------------------------------------------------------------

@@ -434,8 +434,7 @@ const std::vector<Taking> &takings() {
          const std::string path = volume.hostFile("backup", bytesOf("x"));
          return volume->restoreFileAtURL(path, newFileEntry("new", 1, 0, 1), volume.root()) != nullptr;
        }},
-      {"NewFolder",
-       [](GuardedVolume &volume) { return volume->createDirectoryNamed("new", volume.root()); }},
+      {"NewFolder", [](GuardedVolume &volume) { return volume->createDirectoryNamed("new", volume.root()); }},
       {"FolderMove", [](GuardedVolume &volume) {
          return volume->moveDirectory(folderNamed(volume.folderAt("folder"), "below"), volume.root());
        }}};

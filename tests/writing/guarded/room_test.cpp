@@ -308,8 +308,9 @@ TEST(NoRoom, AtAllIsNoSpace) {
   const GuardedVolume volume(volumeWithFreeSlots({}));
   EXPECT_TRUE(volume.hasFree(0));
   for (const Bytes &contents : {Bytes{}, bytesOf("x")}) {
-    volume.expectRefused(
-        kNoSpaceError, [&](EMU3Error *error) { return volume.import("new", contents, volume.root(), error); });
+    volume.expectRefused(kNoSpaceError, [&](EMU3Error *error) {
+      return volume.import("new", contents, volume.root(), error);
+    });
   }
 }
 
@@ -362,8 +363,9 @@ TEST(LargestFile, OneByteMoreIsRefused) {
   const GuardedVolume volume{ImageBuilder(largeLayout())};
   for (const std::uint64_t size : {kLargest + 1, 32 * kMiB, 40 * kMiB, 1024 * kMiB}) {
     const std::string path = sparseFile(volume, "large", size);
-    volume.expectRefused(
-        kTooLargeError, [&](EMU3Error *error) { return volume->importFileAtURL(path, volume.root(), error); });
+    volume.expectRefused(kTooLargeError, [&](EMU3Error *error) {
+      return volume->importFileAtURL(path, volume.root(), error);
+    });
     volume.expectRefused(kTooLargeError, [&](EMU3Error *error) {
       return volume->restoreFileAtURL(path, newFileEntry("a", 1, 0, 1), volume.root(), error) != nullptr;
     });
@@ -572,8 +574,10 @@ TEST(GuardedFigures, OfAnImageThatEndsBeforeTheDataArea) {
 }
 
 TEST(GuardedFigures, StopAtSlot65535) {
-  const GuardedVolume volume(ImageBuilder(
-      {.sizeBytes = 70000 * 2 * kBlockBytes, .rootDirBlock = 600, .dataAreaBlock = 700, .slotSizeBlocks = 2}));
+  const GuardedVolume volume(ImageBuilder({.sizeBytes = 70000 * 2 * kBlockBytes,
+                                           .rootDirBlock = 600,
+                                           .dataAreaBlock = 700,
+                                           .slotSizeBlocks = 2}));
   EXPECT_TRUE(volume.hasFree(65535 * 2));
 }
 

@@ -48,7 +48,9 @@ protected:
     expectRefused([&](EMU3Error *error) { return filesystem().copyFile(file, folder, error); });
     expectRefused([&](EMU3Error *error) { return filesystem().moveFile(file, root(), folder, error); });
     expectRefused([&](EMU3Error *error) { return filesystem().importFileAtURL(path, folder, error); });
-    expectRefused([&](EMU3Error *e) { return filesystem().restoreFileAtURL(path, newFileEntry("a", 1, 0, 1), folder, e) != nullptr; });
+    expectRefused([&](EMU3Error *e) {
+      return filesystem().restoreFileAtURL(path, newFileEntry("a", 1, 0, 1), folder, e) != nullptr;
+    });
     expectRefused([&](EMU3Error *e) { return filesystem().createDirectoryNamed("new", folder, e); });
     expectRefused([&](EMU3Error *error) { return filesystem().createDirectoryNamed("", folder, error); });
     expectRefused([&](EMU3Error *error) { return filesystem().deleteDirectory(folder, parent, error); });

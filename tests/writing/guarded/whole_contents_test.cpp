@@ -35,6 +35,7 @@ public:
     const EMU3DirectoryPtr folder = volume.folderAt("folder");
     const std::string target = volume.folder().path("target");
     for (const bool isThere : {false, true}) {
+      std::filesystem::remove(target);
       if (isThere) writeText(target, "earlier");
       volume.expectRefused(kIncompleteError,
                            [&](EMU3Error *error) { return volume->exportFile(bank, target, error); });
