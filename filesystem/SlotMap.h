@@ -59,6 +59,7 @@ private:
   void countFile(const EMU3FileFields &file, int change);
   void countFixed(const std::vector<std::int64_t> &blocks, int change);
   void countFixedBlock(std::uint64_t block, int change);
+  void lookAtAllMarks();
   void countFiles(const EMU3DirectoryPtr &root);
   [[nodiscard]] Run reachOf(const EMU3FileFields &file) const;
   [[nodiscard]] std::uint64_t slotOf(std::uint64_t block) const; ///< 0 where the block is in none
