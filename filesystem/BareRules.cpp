@@ -48,11 +48,10 @@ ByteBufferPtr BareRules::contentsForCopy(const Volume &volume, const EMU3File &f
   return nullptr;
 }
 
-// That of the first chunk of the sample's type, whichever of them the sample is.
-std::optional<BankRange> BareRules::audioOfSample(const FileContents &bank,
-                                                  const std::vector<BankSample> &samples,
-                                                  std::size_t index) const {
-  return audioBehindFirstChunk(bank, samples[index].type);
+// That of the first chunk of a sample's type, whichever of them the sample is.
+SampleAudio BareRules::audioOfSamples(const FileContents &bank,
+                                      const std::vector<BankSample> &samples) const {
+  return audioBehindFirstChunks(bank, samples);
 }
 
 std::uint64_t BareRules::mostBlocksOfAFile() const {

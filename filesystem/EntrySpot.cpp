@@ -37,10 +37,11 @@ bool grow(Volume &volume, const EMU3DirectoryPtr &folder, const FolderGrowth &gr
 
 } // namespace
 
-std::optional<EntrySpot> findSpot(const Volume &volume, const EMU3DirectoryPtr &folder) {
+std::optional<EntrySpot> findSpot(const Volume &volume, const EMU3DirectoryPtr &folder,
+                                  const DirectoryBlockWish &wish) {
   if (const std::optional<EntryPlace> place = firstFreeEntry(volume, folder))
     return EntrySpot{*place, std::nullopt};
-  const std::optional<FolderGrowth> growth = volume.rules().growthOf(volume, folder);
+  const std::optional<FolderGrowth> growth = volume.rules().growthOf(volume, folder, wish);
   if (!growth) return std::nullopt;
   return EntrySpot{{growth->block, 0}, growth};
 }

@@ -144,10 +144,9 @@ ByteBufferPtr GuardedRules::contentsForCopy(const Volume &volume, const EMU3File
   return contentsForExport(volume, file, error);
 }
 
-std::optional<BankRange> GuardedRules::audioOfSample(const FileContents &bank,
-                                                     const std::vector<BankSample> &samples,
-                                                     std::size_t index) const {
-  return audioOfOwnChunk(bank, samples, index);
+SampleAudio GuardedRules::audioOfSamples(const FileContents &bank,
+                                         const std::vector<BankSample> &samples) const {
+  return audioOfOwnChunks(bank, samples);
 }
 
 bool GuardedRules::mayWriteHostFile(const std::string &path) const {
@@ -251,20 +250,21 @@ std::optional<std::int64_t> GuardedRules::findDirectoryBlock(const Volume &volum
   return withoutEntries;
 }
 
-std::optional<FolderGrowth> GuardedRules::growthOf(const Volume &volume,
-                                                   const EMU3DirectoryPtr &folder) const {
+std::optional<FolderGrowth> GuardedRules::growthOf(const Volume &volume, const EMU3DirectoryPtr &folder,
+                                                   const DirectoryBlockWish &wish) const {
   if (folder == volume.tree.root()) return std::nullopt;
   const std::optional<Dentry> entry = volume.entries.readEntry(folder->place());
   if (!entry) return std::nullopt;
   const std::optional<std::size_t> position = firstEmptyPosition(*entry);
   if (!position) return std::nullopt;
   // Some numbers make a folder's entry read as a file's.
-  const auto readsAsFolder = [&](std::int64_t block) {
+  const auto suits = [&](std::int64_t block) {
+    if (wish.suits && !wish.suits(block)) return false;
     Dentry grown = *entry;
     setFolderBlockAt(grown, *position, block);
     return !isFileDentry(grown.data());
   };
-  const std::optional<std::int64_t> block = findDirectoryBlock(volume, {std::nullopt, readsAsFolder});
+  const std::optional<std::int64_t> block = findDirectoryBlock(volume, {wish.except, suits});
   if (!block) return std::nullopt;
   return FolderGrowth{*block, *position};
 }

@@ -36,13 +36,25 @@ void SlotMap::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root))
     for (const std::int64_t block : folder->blockList())
       countFixedBlock(static_cast<std::uint64_t>(block), 1);
+  lookAtAllMarks();
   freeBlocks_ = 0;
   for (std::uint64_t slot = 1; slot <= slotCount_; ++slot) {
     slots_[slot].taken = true; // until looked at
-    slots_[slot].marked = isMarked(slot);
     refresh(slot);
   }
   publish();
+}
+
+// In one pass over the table, which can be a quarter of a gigabyte.
+void SlotMap::lookAtAllMarks() {
+  const std::uint64_t first = geometry_.dataAreaBlock;
+  const std::uint64_t end =
+      std::min(geometry_.describedBlocks(), first + geometry_.slotSizeBlocks * slotCount_);
+  table_.forEachMarkedRun(first, end, [this](const MarkedRun &run) {
+    const std::uint64_t last = slotOf(run.first + run.count - 1);
+    for (std::uint64_t slot = slotOf(run.first); slot <= last; ++slot)
+      slots_[slot].marked = true;
+  });
 }
 
 // Counts where files begin and end first, so that many files that claim the same slots cost no more than one.

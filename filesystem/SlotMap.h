@@ -63,6 +63,7 @@ private:
   void countFile(const EMU3FileFields &file, int change);
   void countFixed(const std::vector<std::int64_t> &blocks, int change);
   void countFixedBlock(std::uint64_t block, int change);
+  void lookAtAllMarks();
   void countFiles(const EMU3DirectoryPtr &root);
   [[nodiscard]] Run tablePartOf(const EMU3FileFields &file) const;
   [[nodiscard]] Run reachOf(const EMU3FileFields &file) const;

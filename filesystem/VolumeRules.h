@@ -108,10 +108,9 @@ public:
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// What a listed sample is called.
   [[nodiscard]] virtual std::string nameOfSample(const BankSample &sample) const = 0;
-  /// The audio of a listed sample of a bank; none where its chunk is missing.
-  [[nodiscard]] virtual std::optional<BankRange> audioOfSample(const FileContents &bank,
-                                                               const std::vector<BankSample> &samples,
-                                                               std::size_t index) const = 0;
+  /// The audio of the listed samples of a bank.
+  [[nodiscard]] virtual SampleAudio audioOfSamples(const FileContents &bank,
+                                                   const std::vector<BankSample> &samples) const = 0;
   /// Whether a host file may be written at this path.
   [[nodiscard]] virtual bool mayWriteHostFile(const std::string &path) const = 0;
 
@@ -158,9 +157,9 @@ public:
   [[nodiscard]] virtual std::optional<std::int64_t> findDirectoryBlock(const Volume &volume,
                                                                        const DirectoryBlockWish &wish) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
-  /// How a full folder can get another block; none where it cannot.
-  [[nodiscard]] virtual std::optional<FolderGrowth> growthOf(const Volume &volume,
-                                                             const EMU3DirectoryPtr &folder) const
+  /// How a full folder can get another block that suits the wish; none where it cannot.
+  [[nodiscard]] virtual std::optional<FolderGrowth>
+  growthOf(const Volume &volume, const EMU3DirectoryPtr &folder, const DirectoryBlockWish &wish) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// What must stay of the directory blocks of folders that are being deleted.
   [[nodiscard]] virtual BlocksToKeep blocksToKeep(const Volume &volume,
