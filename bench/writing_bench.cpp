@@ -32,8 +32,7 @@ struct Setting {
       hostFiles.push_back(folder.path("bank" + std::to_string(i) + ".e4b"));
       test::writeBytes(hostFiles.back(), test::patternBytes(kFileBytes, static_cast<std::uint32_t>(i)));
     }
-    volume = EMU3Filesystem::initWithURL(folder.path("volume.hda"));
-    volume->setGuarded(true);
+    volume = EMU3Filesystem::initWithURL(folder.path("volume.hda"), MountRules::guarded);
     const int fd = ::open(folder.path("plain.hda").c_str(), O_RDWR);
     void *const bytes = ::mmap(nullptr, kVolumeBytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     ::close(fd);
@@ -190,8 +189,7 @@ void importAsTheVolumeFills(benchmark::State &state) {
   image.writeTo(folder.path("volume.hda"));
   const std::string hostFile = folder.path("small.e4b");
   test::writeBytes(hostFile, test::patternBytes(512));
-  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(folder.path("volume.hda"));
-  volume->setGuarded(true);
+  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(folder.path("volume.hda"), MountRules::guarded);
   const EMU3DirectoryPtr target = volume->rootDirectory();
   PairedTimes().measure(
       state, [&] { volume->importFileAtURL(hostFile, target); },

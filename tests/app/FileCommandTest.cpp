@@ -35,9 +35,7 @@ void HeldQueue::letGo() {
 }
 
 StoredFiles filesOnImage(const std::string &imagePath, const std::vector<std::string> &folder) {
-  EMU3Error error;
-  const EMU3FilesystemPtr filesystem = EMU3Filesystem::initWithURL(imagePath, &error);
-  if (!filesystem) throw std::runtime_error("the image does not open: " + error.description());
+  const EMU3FilesystemPtr filesystem = readAnew(imagePath);
   EMU3DirectoryPtr directory = filesystem->rootDirectory();
   for (const std::string &name : folder)
     directory = folderNamed(directory, name);

@@ -71,12 +71,12 @@ HeldVolume::HeldVolume(const std::string &imagePath) {
   struct stat status {};
   if (::stat(imagePath.c_str(), &status) != 0)
     throw std::system_error(errno, std::generic_category(), imagePath);
-  volume_ = sharedVolumeFor(status.st_dev, status.st_ino);
-  volume_->operationLock.lock();
+  image_ = MountedImage::of(status.st_dev, status.st_ino, MountRules::guarded);
+  image_->operationLock.lock();
 }
 
 void HeldVolume::letGo() {
-  if (const auto volume = std::exchange(volume_, nullptr)) volume->operationLock.unlock();
+  if (const auto image = std::exchange(image_, nullptr)) image->operationLock.unlock();
 }
 
 struct HeldWorkQueue::Gate {

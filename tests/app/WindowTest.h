@@ -2,7 +2,7 @@
 
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
-#include "filesystem/SharedVolume.h"
+#include "filesystem/MountedImage.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -62,7 +62,7 @@ public:
   void letGo();
 
 private:
-  std::shared_ptr<SharedVolume> volume_;
+  std::shared_ptr<MountedImage> image_;
 };
 
 /// Holds back every opening of an image until it is let go. Needs the work queue to be idle.

@@ -2,6 +2,7 @@
 
 #include "app/FileTable.h"
 #include "tests/app/WindowTest.h"
+#include "tests/support/TreeBuilder.h"
 
 #include <QAbstractItemModelTester>
 #include <QScrollBar>
@@ -11,22 +12,9 @@ namespace tessary {
 namespace {
 
 using test::clickRow;
+using test::makeFile;
+using test::makeFolderOf;
 using test::rowTexts;
-
-EMU3FilePtr makeFile(const std::string &name, std::uint8_t rawType = 0x81, std::uint64_t size = 1024) {
-  EMU3FileFields fields;
-  fields.name = name;
-  fields.rawType = rawType;
-  fields.fileType = fileTypeForRawType(rawType);
-  fields.fileSize = size;
-  return std::make_shared<EMU3File>(fields);
-}
-
-EMU3DirectoryPtr makeFolder(const std::vector<EMU3FilePtr> &files) {
-  auto folder = std::make_shared<EMU3Directory>();
-  folder->setFiles(files);
-  return folder;
-}
 
 class ContentTest : public testing::Test {
 protected:
@@ -73,30 +61,30 @@ TEST_F(ContentTest, HasSixColumnsInOrder) {
 TEST_F(ContentTest, IsEmptyWithoutAFolder) {
   content_.refresh();
   EXPECT_EQ(content_.rowCount(), 0);
-  show(makeFolder({makeFile("A")}));
+  show(makeFolderOf({makeFile("A")}));
   show(nullptr);
   EXPECT_EQ(content_.rowCount(), 0);
 }
 
 TEST_F(ContentTest, ShowsLiveFilesInTheFoldersOrder) {
   const auto deleted = makeFile("Gone", 0);
-  show(makeFolder({makeFile("Zebra"), deleted, makeFile("apple"), makeFile("Mango")}));
+  show(makeFolderOf({makeFile("Zebra"), deleted, makeFile("apple"), makeFile("Mango")}));
   EXPECT_EQ(names(), (QStringList{"Zebra", "apple", "Mango"}));
   EXPECT_EQ(content_.displayedFiles().size(), 3U);
 }
 
 TEST_F(ContentTest, FolderWhoseFilesAreAllDeletedShowsAnEmptyTable) {
-  show(makeFolder({makeFile("A", 0), makeFile("B", 0)}));
+  show(makeFolderOf({makeFile("A", 0), makeFile("B", 0)}));
   EXPECT_EQ(content_.rowCount(), 0);
 }
 
 TEST_F(ContentTest, CellsOfABankBeforeItsDetailsAreRead) {
-  show(makeFolder({makeFile("KICK", 0x81, 1536)}));
+  show(makeFolderOf({makeFile("KICK", 0x81, 1536)}));
   EXPECT_EQ(rowTexts(content_, 0), (QStringList{"KICK", "Bank", "—", "—", "—", "1.5 KB"}));
 }
 
 TEST_F(ContentTest, CellsOfFilesThatAreNoBanks) {
-  show(makeFolder({makeFile("OS", 0x80, 1023), makeFile("NOTES", 0x82, 0)}));
+  show(makeFolderOf({makeFile("OS", 0x80, 1023), makeFile("NOTES", 0x82, 0)}));
   EXPECT_EQ(rowTexts(content_, 0), (QStringList{"OS", "System", "—", "—", "—", "1023 B"}));
   EXPECT_EQ(rowTexts(content_, 1), (QStringList{"NOTES", "File", "—", "—", "—", "0 B"}));
 }
@@ -105,9 +93,9 @@ TEST_F(ContentTest, CellsOfBanksOfEveryFormat) {
   std::vector<EMU3FilePtr> files;
   for (const std::int64_t format : {0, 1, 2, 3, 4, 5, -1}) {
     files.push_back(makeFile("F"));
-    files.back()->setBankDetails({std::nullopt, format, 12, format == 0 ? 0U : 345U});
+    TreeEditor::setBankDetails(*files.back(), {std::nullopt, format, 12, format == 0 ? 0U : 345U});
   }
-  show(makeFolder(files));
+  show(makeFolderOf(files));
   QStringList formats;
   for (int row = 0; row < content_.rowCount(); ++row)
     formats += rowTexts(content_, row)[2];
@@ -120,24 +108,24 @@ TEST_F(ContentTest, NumbersAreWrittenTheSameInEveryLocale) {
   const QLocale before;
   QLocale::setDefault(QLocale(QLocale::German));
   const auto file = makeFile("F", 0x81, 1'610'612'736);
-  file->setBankDetails({std::nullopt, 4, 1234567, 1000});
-  show(makeFolder({file}));
+  TreeEditor::setBankDetails(*file, {std::nullopt, 4, 1234567, 1000});
+  show(makeFolderOf({file}));
   EXPECT_EQ(rowTexts(content_, 0), (QStringList{"F", "Bank", "Emulator IV", "1234567", "1000", "1536.0 MB"}));
   QLocale::setDefault(before);
 }
 
 TEST_F(ContentTest, NamesAreShownAsTheyAreOnOneLine) {
-  show(makeFolder({makeFile("<i>A</i>\nB")}));
+  show(makeFolderOf({makeFile("<i>A</i>\nB")}));
   EXPECT_EQ(names(), QStringList{"<i>A</i>\\nB"});
   EXPECT_EQ(table_.rowHeight(0), 20);
 }
 
 TEST_F(ContentTest, ShowsTheFolderAsItWasAtTheLastRefresh) {
   const auto file = makeFile("A");
-  const auto folder = makeFolder({file});
+  const auto folder = makeFolderOf({file});
   show(folder);
-  file->setBankDetails({std::nullopt, 4, 1, 1});
-  folder->appendFile(makeFile("B"));
+  TreeEditor::setBankDetails(*file, {std::nullopt, 4, 1, 1});
+  TreeEditor::appendFile(folder, makeFile("B"));
   EXPECT_EQ(rowTexts(content_, 0)[2], QStringLiteral("—"));
   EXPECT_EQ(content_.rowCount(), 1);
   content_.refresh();
@@ -162,14 +150,14 @@ class ContentRefresh : public ContentTest {
 protected:
   ContentRefresh() {
     for (int number = 1; number <= 50; ++number)
-      folder_->appendFile(makeFile("File " + std::to_string(number)));
+      TreeEditor::appendFile(folder_, makeFile("File " + std::to_string(number)));
     show(folder_);
     clickRow(&table_, content_.index(2, 0));
     clickRow(&table_, content_.index(4, 0), Qt::LeftButton, Qt::ControlModifier);
     table_.verticalScrollBar()->setValue(137);
   }
 
-  const EMU3DirectoryPtr folder_ = makeFolder({});
+  const EMU3DirectoryPtr folder_ = makeFolderOf({});
 };
 
 TEST_F(ContentRefresh, KeepsSelectedFilesAndScrollWhileTheFolderIsTheSame) {
@@ -179,9 +167,9 @@ TEST_F(ContentRefresh, KeepsSelectedFilesAndScrollWhileTheFolderIsTheSame) {
 }
 
 TEST_F(ContentRefresh, KeepsTheFilesThatAreStillThereWhenOthersComeAndGo) {
-  folder_->removeFile(folder_->files()[0]);
-  folder_->removeFile(folder_->files()[1]); // "File 3"
-  folder_->appendFile(makeFile("New"));
+  TreeEditor::removeFile(folder_, folder_->files()[0]);
+  TreeEditor::removeFile(folder_, folder_->files()[1]); // "File 3"
+  TreeEditor::appendFile(folder_, makeFile("New"));
   content_.refresh();
   EXPECT_EQ(selected(), QStringList{"File 5"});
   EXPECT_EQ(table_.verticalScrollBar()->value(), 137);
@@ -192,7 +180,7 @@ TEST_F(ContentRefresh, KeepsTheFilesThatAreStillThereWhenOthersComeAndGo) {
 }
 
 TEST_F(ContentRefresh, AnotherFolderClearsSelectionAndScroll) {
-  show(makeFolder(folder_->files()));
+  show(makeFolderOf(folder_->files()));
   EXPECT_EQ(selected(), QStringList());
   QCoreApplication::processEvents();
   EXPECT_EQ(table_.verticalScrollBar()->value(), 0);

@@ -6,6 +6,7 @@
 #include "tests/app/FileCommandTest.h"
 #include "tests/app/FileDrag.h"
 #include "tests/support/MountedVolume.h"
+#include "tests/support/TreeBuilder.h"
 
 #include <QHeaderView>
 #include <QImage>
@@ -63,7 +64,7 @@ protected:
   /// What is said of a host file that is not there.
   static QString noSuchFile(const std::string &path) {
     EMU3Error error;
-    readHostFile(path, &error);
+    EXPECT_FALSE(HostFile::open(path, &error));
     return QString::fromStdString(error.localizedDescription());
   }
 };
@@ -559,11 +560,8 @@ protected:
   }
 
   void showRoot() {
-    root_ = std::make_shared<EMU3Directory>();
-    folder_ = std::make_shared<EMU3Directory>();
-    folder_->setName("Drums");
-    folder_->setParent(root_);
-    root_->appendSubdirectory(folder_);
+    root_ = test::makeFolder("disk.hda");
+    folder_ = test::makeFolder("Drums", root_);
     sidebar_.setRoot(root_);
     sidebar_.reload();
   }

@@ -1,3 +1,4 @@
+#include "filesystem/TreeEditor.h"
 #include "tests/app/SheetTest.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/MountedVolume.h"
@@ -92,7 +93,7 @@ TEST_F(FileInformationTest, BankIsReadWhenItIsAskedFor) {
   openImage(path);
   test::HeldQueue held(*controller_->filesystem());
   const EMU3FilePtr bank = test::fileNamed(folder({"BANKS"}), "Esi");
-  bank->setBankDetails({}); // as before the folder's banks have been read
+  TreeEditor::setBankDetails(*bank, {}); // as before the folder's banks have been read
   doubleClick("Esi");
   EXPECT_TRUE(question().informativeText().contains("ESI-32 v3"));
 }
@@ -198,7 +199,7 @@ TEST_F(FileInformationTest, NamesStandAsTheyAre) {
 
 TEST_F(FileInformationTest, FileWithoutANameIsFileInfo) {
   mount(banks());
-  test::fileNamed(folder({"BANKS"}), "Plain")->setName("");
+  TreeEditor::setName(*test::fileNamed(folder({"BANKS"}), "Plain"), "");
   chooseFiles({"Plain"});
   pressKeyInTable(Qt::Key_Return);
   EXPECT_EQ(question().text(), "File Info");

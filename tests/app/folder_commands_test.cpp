@@ -24,7 +24,7 @@ using Names = std::vector<std::string>;
 class FolderCommandTest : public test::SheetTest {
 protected:
   static Names foldersOnImage(const std::string &imagePath, const Names &path = {}) {
-    const EMU3FilesystemPtr filesystem = EMU3Filesystem::initWithURL(imagePath);
+    const EMU3FilesystemPtr filesystem = test::readAnew(imagePath);
     EMU3DirectoryPtr directory = filesystem->rootDirectory();
     for (const std::string &name : path)
       directory = test::folderNamed(directory, name);

@@ -1,5 +1,6 @@
 #include "app/ContentController.h"
 #include "app/SidebarController.h"
+#include "filesystem/TreeEditor.h"
 #include "tests/app/FileDrag.h"
 #include "tests/app/WindowTest.h"
 #include "tests/support/BankBuilder.h"
@@ -60,7 +61,7 @@ TEST_F(FolderSelection, DetailsOfAFolderLeftMeanwhileAreDropped) {
   ASSERT_TRUE(waitUntilIdle());
   // Read anew below, where their arrival must not show.
   for (const EMU3FilePtr &file : controller_->currentDirectory()->allFiles())
-    file->setBankDetails({});
+    TreeEditor::setBankDetails(*file, {});
   int refreshes = 0;
   QObject::connect(table()->model(), &QAbstractItemModel::dataChanged, window(), [&] { ++refreshes; });
   HeldVolume held(path);
@@ -185,7 +186,7 @@ TEST_F(FolderSelection, ArrivingDetailsKeepSelectionAndScroll) {
 
   HeldVolume held(path);
   for (const EMU3FilePtr &file : controller_->currentDirectory()->allFiles())
-    file->setBankDetails({});
+    TreeEditor::setBankDetails(*file, {});
   click(outline()->viewport(), emptyPlace(outline()));
   chooseFolder({"Full"});
   ASSERT_EQ(cells(0)[2], QStringLiteral("—"));
@@ -232,7 +233,7 @@ TEST_F(FolderSelection, SelectedFilesAreThoseTheUserSeesAsFarAsTheFolderHoldsThe
   mount(twoFolders());
   chooseFiles({"KICK", "NOTES"});
   const EMU3DirectoryPtr folder = controller_->currentDirectory();
-  folder->removeFile(folder->allFiles()[0]); // KICK, and the table does not know yet
+  TreeEditor::removeFile(folder, folder->allFiles()[0]); // KICK, and the table does not know yet
   const std::vector<EMU3FilePtr> selected = controller_->_selectedFiles();
   ASSERT_EQ(selected.size(), 1U);
   EXPECT_EQ(selected[0]->name(), "NOTES");

@@ -111,7 +111,7 @@ TEST_F(ImageOpening, ShowsTitleFoldersFilesAndSpace) {
                              .arg(filesystem->freeBlocks() / 2));
   EXPECT_EQ(controller_->currentDirectory()->name(), "Pads");
   EXPECT_EQ(controller_->contentCtl()->filesystem(), filesystem);
-  EXPECT_TRUE(filesystem->isGuarded());
+  EXPECT_EQ(filesystem->rules(), MountRules::guarded);
 }
 
 TEST_F(ImageOpening, OfTwoLargestFoldersTheFirstIsShown) {

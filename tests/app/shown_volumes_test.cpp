@@ -2,7 +2,9 @@
 #include "app/DisplayText.h"
 #include "app/FolderOutline.h"
 #include "app/SidebarController.h"
+#include "banks/BankAnalysis.h"
 #include "tests/app/WindowTest.h"
+#include "tests/support/MountedVolume.h"
 #include "tests/support/SampleVolumes.h"
 
 #include <QElapsedTimer>
@@ -56,8 +58,7 @@ protected:
 
   void expectWholeTreeShown(const ImageBuilder &image) {
     const std::string path = mount(image);
-    const EMU3FilesystemPtr filesystem = EMU3Filesystem::initWithURL(path);
-    ASSERT_NE(filesystem, nullptr);
+    const EMU3FilesystemPtr filesystem = test::readAnew(path);
     expectShown(*filesystem, filesystem->rootDirectory(), {});
   }
 

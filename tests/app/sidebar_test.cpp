@@ -2,6 +2,7 @@
 
 #include "app/FolderOutline.h"
 #include "tests/app/WindowTest.h"
+#include "tests/support/TreeBuilder.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
@@ -15,23 +16,11 @@ namespace {
 
 using test::click;
 using test::clickRow;
-
-EMU3DirectoryPtr makeFolder(const std::string &name, const EMU3DirectoryPtr &parent = nullptr) {
-  auto folder = std::make_shared<EMU3Directory>();
-  folder->setName(name);
-  if (parent) {
-    folder->setParent(parent);
-    parent->appendSubdirectory(folder);
-  }
-  return folder;
-}
+using test::makeFolder;
 
 void addFiles(const EMU3DirectoryPtr &folder, int count, std::uint8_t rawType = 0x81) {
-  for (int number = 0; number < count; ++number) {
-    auto file = std::make_shared<EMU3File>();
-    file->setRawType(rawType);
-    folder->appendFile(file);
-  }
+  for (int number = 0; number < count; ++number)
+    TreeEditor::appendFile(folder, test::makeFile("", rawType));
 }
 
 /// A sidebar with its outline on the screen, and what it reports.
@@ -258,7 +247,7 @@ TEST_F(SidebarReload, KeepsAFolderHighlightedBelowAClosedOneAndLeavesThatClosed)
 TEST_F(SidebarReload, FolderThatIsGoneIsHighlightedNoMoreAndNothingIsReported) {
   ASSERT_TRUE(sidebar_.selectRowOf(outer_));
   reported_.clear();
-  root_->removeSubdirectory(outer_);
+  TreeEditor::removeSubdirectory(root_, outer_);
   sidebar_.reload();
   EXPECT_FALSE(outline_.selectionModel()->hasSelection());
   EXPECT_EQ(labels().first(), QStringLiteral("Folder 1"));

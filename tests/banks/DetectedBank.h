@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/EMU3Filesystem.h"
+#include "filesystem/TreeEditor.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/MountedVolume.h"
@@ -23,7 +24,7 @@ struct DetectedBank {
           return image;
         }()),
         file(volume.root()->files().at(0)) {
-    file->setBankDetails(kBefore);
+    TreeEditor::setBankDetails(*file, kBefore);
     const CapturedLog log;
     succeeded = volume->populateBankMetadata(file, &error);
     lines = log.lines();

@@ -1,5 +1,7 @@
 // Detection of banks in the IFF layout, and what comes before it.
 
+#include "banks/BankAnalysis.h"
+#include "filesystem/TreeEditor.h"
 #include "tests/banks/DetectedBank.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/HostFiles.h"
@@ -79,7 +81,7 @@ TEST(BankDetection, KeepsNoContents) {
 TEST(BankDetection, ReadsTheContentsThatTheFileAlreadyHolds) {
   const DetectedBank bank(twoPresetsThreeSamples().build());
   const Bytes other = emulator3XBank("Held", 7, 8);
-  bank.file->setCachedData(std::make_shared<const ByteBuffer>(other.begin(), other.end()));
+  TreeEditor::setCachedData(*bank.file, std::make_shared<const ByteBuffer>(other.begin(), other.end()));
   ASSERT_TRUE(bank.volume->populateBankMetadata(bank.file));
   EXPECT_EQ(bank.details(), (BankDetails{"Held", 2, 7, 8}));
 }

@@ -1,6 +1,7 @@
 #include "tests/cli/CliRun.h"
 
 #include "cli/Addresses.h"
+#include "tests/support/MountedVolume.h"
 
 #include <filesystem>
 #include <sstream>
@@ -100,10 +101,7 @@ Answer CliTest::batch(const std::string &lines, const std::vector<std::string> &
 }
 
 EMU3FilesystemPtr CliTest::mounted() const {
-  EMU3Error error;
-  EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(imagePath(), &error);
-  if (volume == nullptr) throw std::runtime_error(error.description());
-  return volume;
+  return readAnew(imagePath());
 }
 
 std::vector<std::string> CliTest::volumeNames(const std::string &folder) const {

@@ -33,7 +33,7 @@ TEST(AddressSyntax, BackslashKeepsTheNextCharacterInTheName) {
 TEST(AddressSyntax, PlaceMayBeginAPath) {
   const std::optional<Address> address = parseAddress("@7:3/KICK");
   ASSERT_TRUE(address.has_value());
-  EXPECT_EQ(address->start, (cli::EntryPlace{7, 3}));
+  EXPECT_EQ(address->start, (tessary::EntryPlace{7, 3}));
   EXPECT_EQ(address->parts, std::vector<std::string>{"KICK"});
   EXPECT_EQ(parseAddress("@7:3")->parts.size(), 0U);
 }

@@ -112,20 +112,35 @@ TEST_F(Batch, LinesTakeNoImageAndNoBatch) {
             (Answer{1, "", "tessary-cli: line 1: batch: not a command for a line of a batch\n"}));
 }
 
-TEST_F(Batch, ExactHoldsForItsLineAlone) {
-  const auto answers = jsonLines(
-      batch("rename /KICK '  '\nrename --exact /KICK '  '\nrename '/Big Kick' '  '\n", {"--json"}).out);
-  ASSERT_EQ(answers.size(), 3U);
-  EXPECT_EQ(answers[0].at("ok"), false);
-  EXPECT_EQ(answers[1].at("ok"), true);
-  EXPECT_EQ(answers[2].at("ok"), false);
+TEST_F(Batch, ExactIsTheBatchsOwnAndHoldsForEveryLine) {
+  const std::string lines = "rename /KICK '  '\nrename '/Big Kick' '  '\n";
+  for (const nlohmann::json &answer : jsonLines(batch(lines, {"--json"}).out))
+    EXPECT_EQ(answer.at("ok"), false);
+  const auto answers = jsonLines(batch(lines, {"--json", "--exact"}).out);
+  ASSERT_EQ(answers.size(), 2U);
+  for (const nlohmann::json &answer : answers)
+    EXPECT_EQ(answer.at("ok"), true);
+}
+
+TEST_F(Batch, ExactIsNoWordOfALine) {
+  const std::vector<std::string> before = volumeNames();
+  for (const char *line : {"rename --exact /KICK ONE\n", "rm /KICK --exact\n"}) {
+    const Answer answer = batch(line);
+    EXPECT_EQ(answer.status, 1) << answer;
+    EXPECT_NE(answer.err.find("--exact"), std::string::npos) << answer;
+    const auto answers = jsonLines(batch(line, {"--json"}).out);
+    ASSERT_EQ(answers.size(), 1U);
+    EXPECT_EQ(answers[0].at("error").at("domain"), "com.tessary.cli");
+    EXPECT_EQ(answers[0].at("error").at("code"), 2);
+  }
+  EXPECT_EQ(volumeNames(), before);
 }
 
 // The bare rules give the place of a folder's entry away while the folder is still in the tree.
 TEST_F(Batch, KindOfTheArgumentDecidesWhereAFolderAndAFileShareAPlace) {
-  const Answer answer =
-      batch("mkdir /Drums/Sub\ncp /KICK /Drums/Sub\ncp --exact '/Big Kick' /Drums\ncat @35:0\n"
-            "ls @35:0 --csv\ncat @35:0/KICK\nrm @35:0 --json\n");
+  const Answer answer = batch("mkdir /Drums/Sub\ncp /KICK /Drums/Sub\ncp '/Big Kick' /Drums\ncat @35:0\n"
+                              "ls @35:0 --csv\ncat @35:0/KICK\nrm @35:0 --json\n",
+                              {"--exact"});
   EXPECT_EQ(answer.status, 0) << answer;
   EXPECT_NE(answer.out.find(
                 "\nbig kickName,Type,Format,Presets,Samples,Size\nKICK,Bank,—,—,—,4 B\nkick{\"ok\":true"),

@@ -56,12 +56,12 @@ TEST_F(Words, EveryCommandButCatTakesJson) {
   EXPECT_EQ(cli("cat", {"/KICK", "--json"}).status, 2);
 }
 
-TEST_F(Words, ExactIsTakenByTheCommandsThatWrite) {
-  for (const std::string &command : kCommands) {
-    const bool offersExact = runCli({command, "--help"}).out.find("--exact") != std::string::npos;
-    const std::vector<std::string> writing{"import", "cp", "mv", "rm", "rename", "mkdir", "rmdir", "recover"};
-    EXPECT_EQ(offersExact, std::count(writing.begin(), writing.end(), command) == 1) << command;
-  }
+TEST_F(Words, EveryCommandTakesExact) {
+  for (const std::string &command : kCommands)
+    EXPECT_NE(runCli({command, "--help"}).out.find("--exact"), std::string::npos) << command;
+  EXPECT_EQ(cli("info", {"--exact"}).status, 0);
+  EXPECT_EQ(cli("cat", {"/KICK", "--exact"}), cli("cat", {"/KICK"}));
+  EXPECT_EQ(cli("ls", {"--exact"}), cli("ls"));
 }
 
 TEST_F(Words, VersionIsTheProjects) {

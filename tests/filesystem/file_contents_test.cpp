@@ -1,6 +1,7 @@
 // Sizes and contents of files.
 
 #include "filesystem/EMU3Filesystem.h"
+#include "filesystem/TreeEditor.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/MountedVolume.h"
 
@@ -177,7 +178,7 @@ TEST(FileContents, AlreadyHeldByTheFileAreTheOnesGiven) {
   const MountedVolume volume(image);
   const auto file = fileNamed(volume.root(), "File");
   const auto held = std::make_shared<const ByteBuffer>(5, std::uint8_t{7});
-  file->setCachedData(held);
+  TreeEditor::setCachedData(*file, held);
   EXPECT_EQ(volume->dataForFile(file), held);
 }
 

@@ -3,6 +3,7 @@
 #include "filesystem/EMU3Directory.h"
 #include "filesystem/EMU3Error.h"
 #include "filesystem/EMU3File.h"
+#include "filesystem/TreeEditor.h"
 #include "tests/support/MountedVolume.h"
 
 #include <clocale>
@@ -12,10 +13,16 @@ namespace tessary {
 namespace {
 
 EMU3FilePtr fileOfRawType(std::uint8_t rawType, const std::string &name = "File") {
-  auto file = std::make_shared<EMU3File>();
-  file->setName(name);
-  file->setRawType(rawType);
-  return file;
+  EMU3FileFields fields;
+  fields.name = name;
+  fields.rawType = rawType;
+  return std::make_shared<EMU3File>(fields);
+}
+
+EMU3DirectoryPtr folderNamed(const std::string &name) {
+  auto folder = std::make_shared<EMU3Directory>();
+  TreeEditor::setName(*folder, name);
+  return folder;
 }
 
 TEST(FileModel, NewFileHasEveryNumberZeroAndEveryObjectEmpty) {
@@ -38,25 +45,20 @@ TEST(FileModel, NewFileHasEveryNumberZeroAndEveryObjectEmpty) {
   EXPECT_EQ(file.sampleCount(), 0U);
 }
 
-TEST(FileModel, EveryFieldHoldsWhatWasSet) {
-  EMU3File file;
-  file.setRawType(0x83);
-  file.setEntryId(255);
-  file.setStartCluster(65535);
-  file.setClusterCount(7);
-  file.setBlocksInLastCluster(65534);
-  file.setBytesInLastBlock(512);
-  file.setName("KICK");
-  file.setFileType(3);
-  file.setFileSize(1ULL << 40);
-  file.setDentryBlock(32767);
-  file.setDentryOffset(15);
-  const auto data = std::make_shared<const ByteBuffer>(3, std::uint8_t{9});
-  file.setCachedData(data);
-  file.setBankName("Bank");
-  file.setBankFormat(4);
-  file.setPresetCount(5);
-  file.setSampleCount(6);
+TEST(FileModel, EveryFieldHoldsWhatItWasMadeWith) {
+  EMU3FileFields fields;
+  fields.rawType = 0x83;
+  fields.entryId = 255;
+  fields.startCluster = 65535;
+  fields.clusterCount = 7;
+  fields.blocksInLastCluster = 65534;
+  fields.bytesInLastBlock = 512;
+  fields.name = "KICK";
+  fields.fileType = 3;
+  fields.fileSize = 1ULL << 40;
+  fields.dentryBlock = 32767;
+  fields.dentryOffset = 15;
+  const EMU3File file(fields);
 
   EXPECT_EQ(file.rawType(), 0x83);
   EXPECT_EQ(file.entryId(), 255);
@@ -69,8 +71,11 @@ TEST(FileModel, EveryFieldHoldsWhatWasSet) {
   EXPECT_EQ(file.fileSize(), 1ULL << 40);
   EXPECT_EQ(file.dentryBlock(), 32767);
   EXPECT_EQ(file.dentryOffset(), 15);
-  EXPECT_EQ(file.cachedData(), data);
-  EXPECT_EQ(file.bankDetails(), (BankDetails{"Bank", 4, 5, 6}));
+  EXPECT_EQ(file.place(), (EntryPlace{32767, 15}));
+  EXPECT_EQ(file.fields().name, "KICK");
+  EXPECT_EQ(file.cachedData(), nullptr);
+  EXPECT_EQ(file.bankDetails(), BankDetails());
+  EXPECT_EQ(file.folder(), nullptr);
 }
 
 TEST(FileModel, TypeFollowsFromTheTypeByte) {
@@ -81,11 +86,11 @@ TEST(FileModel, TypeFollowsFromTheTypeByte) {
 }
 
 TEST(FileModel, TypeTextIsFileForEveryUnknownType) {
-  EMU3File file;
   for (const auto &[type, text] :
        {std::pair{0, "File"}, {1, "Bank"}, {2, "System"}, {3, "File"}, {-1, "File"}}) {
-    file.setFileType(type);
-    EXPECT_EQ(file.fileTypeString(), text) << type;
+    EMU3FileFields fields;
+    fields.fileType = type;
+    EXPECT_EQ(EMU3File(fields).fileTypeString(), text) << type;
   }
 }
 
@@ -110,9 +115,9 @@ TEST(FileModel, SizeTextChangesUnitAt1024AndAt1048576Bytes) {
       {1ULL << 40, "1048576.0 MB"},
   };
   for (const auto &[size, text] : sizes) {
-    EMU3File file;
-    file.setFileSize(size);
-    EXPECT_EQ(file.fileSizeString(), text);
+    EMU3FileFields fields;
+    fields.fileSize = size;
+    EXPECT_EQ(EMU3File(fields).fileSizeString(), text);
   }
 }
 
@@ -126,20 +131,11 @@ TEST(FileModel, SizeTextDoesNotFollowTheLocale) {
 }
 
 TEST(FileModel, DescriptionNamesFileTypeAndSize) {
-  EMU3File file;
-  file.setName("Strings");
-  file.setFileType(1);
-  file.setFileSize(2048);
-  EXPECT_EQ(file.description(), "<EMU3File: Strings (Bank) 2.0 KB>");
-}
-
-TEST(FileModel, FirstContentsCachedStay) {
-  EMU3File file;
-  const auto first = std::make_shared<const ByteBuffer>(1, std::uint8_t{1});
-  const auto second = std::make_shared<const ByteBuffer>(1, std::uint8_t{2});
-  EXPECT_EQ(file.cacheDataIfUnset(first), first);
-  EXPECT_EQ(file.cacheDataIfUnset(second), first);
-  EXPECT_EQ(file.cachedData(), first);
+  EMU3FileFields fields;
+  fields.name = "Strings";
+  fields.fileType = 1;
+  fields.fileSize = 2048;
+  EXPECT_EQ(EMU3File(fields).description(), "<EMU3File: Strings (Bank) 2.0 KB>");
 }
 
 TEST(FolderModel, NewFolderHasEmptyListsAndZeros) {
@@ -155,22 +151,20 @@ TEST(FolderModel, NewFolderHasEmptyListsAndZeros) {
 }
 
 TEST(FolderModel, AllFilesLeavesOutDeletedOnesAndKeepsTheOrder) {
-  EMU3Directory folder;
-  folder.setName("Drums");
+  const EMU3DirectoryPtr folder = folderNamed("Drums");
   for (const auto &file : {fileOfRawType(0x81, "A"), fileOfRawType(0, "B"), fileOfRawType(0x82, "C")})
-    folder.appendFile(file);
-  EXPECT_EQ(test::namesOf(folder.allFiles()), (std::vector<std::string>{"A", "C"}));
-  EXPECT_EQ(folder.totalFileCount(), 2U);
-  EXPECT_EQ(folder.description(), "<EMU3Directory: Drums (3 files, 0 subdirs)>");
+    TreeEditor::appendFile(folder, file);
+  EXPECT_EQ(test::namesOf(folder->allFiles()), (std::vector<std::string>{"A", "C"}));
+  EXPECT_EQ(folder->totalFileCount(), 2U);
+  EXPECT_EQ(folder->description(), "<EMU3Directory: Drums (3 files, 0 subdirs)>");
 }
 
 TEST(FolderModel, CountOfAFolderDoesNotIncludeItsSubfolders) {
   const auto folder = std::make_shared<EMU3Directory>();
   for (const char *name : {"One", "Two"}) {
-    const auto below = std::make_shared<EMU3Directory>();
-    below->setName(name);
-    below->appendFile(fileOfRawType(0x81));
-    folder->appendSubdirectory(below);
+    const EMU3DirectoryPtr below = folderNamed(name);
+    TreeEditor::appendFile(below, fileOfRawType(0x81));
+    TreeEditor::appendSubdirectory(folder, below);
   }
   EXPECT_EQ(folder->totalFileCount(), 0U);
   EXPECT_TRUE(folder->allFiles().empty());
@@ -178,33 +172,20 @@ TEST(FolderModel, CountOfAFolderDoesNotIncludeItsSubfolders) {
 }
 
 TEST(FolderModel, ListsAreCopiesThatLaterChangesDoNotReach) {
-  EMU3Directory folder;
-  folder.appendFile(fileOfRawType(0x81, "A"));
-  const auto before = folder.files();
-  folder.appendFile(fileOfRawType(0x81, "B"));
+  const auto folder = std::make_shared<EMU3Directory>();
+  TreeEditor::appendFile(folder, fileOfRawType(0x81, "A"));
+  const auto before = folder->files();
+  TreeEditor::appendFile(folder, fileOfRawType(0x81, "B"));
   EXPECT_EQ(before.size(), 1U);
-  EXPECT_EQ(folder.files().size(), 2U);
-}
-
-TEST(FolderModel, RemovalTakesOutThatObjectAlone) {
-  EMU3Directory folder;
-  const auto first = fileOfRawType(0x81, "Same");
-  const auto second = fileOfRawType(0x81, "Same");
-  folder.setFiles({first, second});
-  folder.removeFile(second);
-  folder.removeFile(fileOfRawType(0x81, "Same"));
-  EXPECT_EQ(folder.files(), std::vector<EMU3FilePtr>{first});
-  EXPECT_TRUE(folder.containsFile(first));
-  EXPECT_FALSE(folder.containsFile(second));
+  EXPECT_EQ(folder->files().size(), 2U);
 }
 
 TEST(FolderModel, ReleasingTheLastOwnerReleasesTheSubtree) {
   auto root = std::make_shared<EMU3Directory>();
   const auto child = std::make_shared<EMU3Directory>();
-  child->setParent(root);
-  root->appendSubdirectory(child);
+  TreeEditor::appendSubdirectory(root, child);
   const auto file = fileOfRawType(0x81);
-  root->appendFile(file);
+  TreeEditor::appendFile(root, file);
   const std::weak_ptr<EMU3Directory> watched = root;
   ASSERT_EQ(child->parent(), root);
 
@@ -217,9 +198,8 @@ TEST(FolderModel, ReleasingTheLastOwnerReleasesTheSubtree) {
 
 TEST(FolderModel, PreOrderVisitsEachFolderBeforeItsSubfolders) {
   const auto make = [](const char *name, std::vector<EMU3DirectoryPtr> below = {}) {
-    auto folder = std::make_shared<EMU3Directory>();
-    folder->setName(name);
-    folder->setSubdirectories(std::move(below));
+    EMU3DirectoryPtr folder = folderNamed(name);
+    TreeEditor::setSubdirectories(folder, std::move(below));
     return folder;
   };
   const auto root = make("root", {make("a", {make("a1"), make("a2")}), make("b")});

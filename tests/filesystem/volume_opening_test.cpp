@@ -1,8 +1,9 @@
 // What opens, what does not, and with which words.
 
 #include "filesystem/EMU3Filesystem.h"
-#include "tests/support/EngineInternals.h"
+#include "filesystem/ImageMapping.h"
 #include "tests/support/HostFiles.h"
+#include "tests/support/Mappings.h"
 #include "tests/support/MountedVolume.h"
 #include "tests/support/OtherUser.h"
 #include "tests/writing/HostConditions.h"
@@ -40,15 +41,6 @@ const char *const kNoSignature = "Not an E-MU 3/4 disk image (missing \"EMU3\" s
 /// Number of descriptors that this process has open.
 std::size_t openDescriptors() {
   return namesIn("/proc/self/fd").size();
-}
-
-/// How often the host says that the path is mapped into this process.
-std::size_t mappingsOf(const std::string &path) {
-  const std::string maps = readText("/proc/self/maps");
-  std::size_t count = 0;
-  for (std::size_t at = maps.find(path); at != std::string::npos; at = maps.find(path, at + 1))
-    ++count;
-  return count;
 }
 
 TEST(Opening, MissingFileCannotBeOpened) {
@@ -221,13 +213,14 @@ TEST(Opening, FileOnAReadOnlyFileSystemOpensReadOnly) {
   EXPECT_EQ(contentsOf(*filesystem, fileNamed(filesystem->rootDirectory(), "File")), bytesOf("contents"));
 }
 
-TEST_F(OpeningAsOtherUser, ReadOnlyImageShowsItsBlocksAsWritable) {
-  // The bounds are the only rule of a writable view; the public operations refuse before they ask for one.
+TEST_F(OpeningAsOtherUser, MappingOfAReadOnlyImageHasTheBlocksOfAnyOther) {
+  // The bounds are the only rule of a mapping; the changes refuse before they come to it.
   ::chmod(path_.c_str(), 0444);
   const OtherUser other;
-  const auto filesystem = EMU3Filesystem::initWithURL(path_);
-  ASSERT_NE(filesystem, nullptr);
-  EXPECT_TRUE(EMU3FilesystemInternals::mutableBlockPtr(*filesystem, 0));
+  const auto mapping = ImageMapping::open(path_, nullptr);
+  ASSERT_NE(mapping, nullptr);
+  EXPECT_TRUE(mapping->isReadOnly());
+  EXPECT_TRUE(mapping->containsBlock(0));
 }
 
 TEST_F(OpeningAsOtherUser, ReadOnlyImageRefusesEveryChangeFirst) {
@@ -266,13 +259,13 @@ TEST(Opening, ImageIsMappedOnceAndReleasedWithTheFilesystem) {
   const std::string path = volume->imagePath();
   const std::size_t mounted = openDescriptors();
   EXPECT_LE(mounted, descriptors + 2); // the image's, and the claim that keeps a second program from writing
-  EXPECT_EQ(mappingsOf(path), 1U);
+  EXPECT_EQ(mappingsOf(path).size(), 1U);
   ASSERT_TRUE((*volume)->reload());
   EXPECT_EQ(openDescriptors(), mounted);
-  EXPECT_EQ(mappingsOf(path), 1U);
+  EXPECT_EQ(mappingsOf(path).size(), 1U);
   volume.reset();
   EXPECT_EQ(openDescriptors(), descriptors);
-  EXPECT_EQ(mappingsOf(path), 0U);
+  EXPECT_EQ(mappingsOf(path).size(), 0U);
 }
 
 TEST(Opening, FailedOpenLeavesNoDescriptorAndNoMapping) {
@@ -286,7 +279,7 @@ TEST(Opening, FailedOpenLeavesNoDescriptorAndNoMapping) {
   const std::size_t descriptors = openDescriptors();
   for (const auto &path : {small, wrong, empty, folder.path(), folder.path("missing")}) {
     errorOfOpening(path);
-    EXPECT_EQ(mappingsOf(path), 0U) << path;
+    EXPECT_EQ(mappingsOf(path).size(), 0U) << path;
   }
   EXPECT_EQ(openDescriptors(), descriptors);
 }
@@ -320,7 +313,7 @@ TEST(Opening, ChangesNothingInTheImage) {
 }
 
 TEST(Opening, ErrorsCarryTheSystemsDomain) {
-  const EMU3Error error = EMU3FilesystemInternals::errorCode(7, "Parent directory is full");
+  const EMU3Error error = engineError(EngineError::parentFull);
   expectError(error, 7, "Parent directory is full");
   EXPECT_EQ(error.localizedDescription(), "Parent directory is full");
 }

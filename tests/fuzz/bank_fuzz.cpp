@@ -1,6 +1,7 @@
 // Bank details of any contents; every diagnostic line is made too.
 
 #include "filesystem/SystemLog.h"
+#include "filesystem/TreeEditor.h"
 #include "tests/fuzz/MemoryImage.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -12,9 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   const BankDetails details = bank.bank->bankDetails();
   fuzz::require(details.bankFormat >= 0 && details.bankFormat <= 4, "the format is a known code");
   fuzz::require(bank.bank->cachedData() == nullptr, "what was read is given back");
-  bank.bank->setName("Acid");
-  bank.bank->setBankDetails({});
-  bank.volume->populateBankMetadata(bank.bank);
+  TreeEditor::setName(*bank.bank, "Acid");
+  bank.volume->refreshBankMetadata(bank.bank);
   BankDetails logged = bank.bank->bankDetails();
   if (logged.bankName == "Acid") logged.bankName = details.bankName;
   fuzz::require(logged == details, "logging changes nothing");

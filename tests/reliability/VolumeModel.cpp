@@ -28,8 +28,7 @@ std::uint32_t read32(const std::uint8_t *bytes) {
 }
 
 ModelFile modelOfFile(EMU3Filesystem &volume, const EMU3FilePtr &file) {
-  const ByteBufferPtr bytes = volume.dataForFile(file);
-  file->setCachedData(nullptr);
+  const ByteBufferPtr bytes = volume.contentsOfFile(file);
   ModelFile known{file->name(), 0, static_cast<std::uint32_t>(bytes->size())};
   if (bytes->size() < kHeader) return known;
   const ModelFile claimed{known.name, read32(bytes->data()), read32(bytes->data() + 4)};

@@ -20,9 +20,8 @@ void say(const std::string &line) {
 int main(int argc, char **argv) {
   using namespace tessary;
   if (argc != 4) return 2;
-  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(argv[1]);
+  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(argv[1], MountRules::guarded);
   if (!volume) return 1;
-  volume->setGuarded(true);
   test::VolumeModel model = test::modelOf(*volume);
   std::uint32_t random = static_cast<std::uint32_t>(std::strtoul(argv[3], nullptr, 10));
   for (std::uint32_t serial = random % 1000 * 1000;; ++serial) {

@@ -24,7 +24,13 @@ protected:
     for (int i = 0; i < 14; ++i)
       image.root().addFile("F" + std::to_string(i));
     image.writeTo(path_);
-    volume_ = EMU3Filesystem::initWithURL(path_);
+    mount(MountRules::bare);
+  }
+
+  // In place of the mount before.
+  void mount(MountRules rules) {
+    volume_.reset();
+    volume_ = EMU3Filesystem::initWithURL(path_, rules);
     full_ = volume_->rootDirectory()->subdirectories().front();
   }
 
@@ -79,7 +85,7 @@ TEST_F(LostFolderTest, ObjectsOfTheTreeStayWhatTheyAre) {
 
 TEST_F(LostFolderTest, NeedsAReallyFreePlace) {
   // Of the root's 16 places one is free at first; the folder's own entry has no type byte.
-  volume_->setGuarded(true);
+  mount(MountRules::guarded);
   const EMU3DirectoryPtr root = volume_->rootDirectory();
   ASSERT_TRUE(volume_->copyFile(full_->files().front(), root));
   EXPECT_FALSE(volume_->recoverFolder(block_, "Back", root, &error_));

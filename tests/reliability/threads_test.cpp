@@ -3,6 +3,7 @@
 
 #include "tests/reliability/VolumeModel.h"
 #include "tests/support/HostFiles.h"
+#include "tests/support/MountedVolume.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -37,7 +38,7 @@ private:
   std::map<std::string, EMU3DirectoryPtr> places_;
 };
 
-EMU3FilePtr fileNamed(const EMU3DirectoryPtr &folder, const std::string &name) {
+EMU3FilePtr liveFileNamed(const EMU3DirectoryPtr &folder, const std::string &name) {
   for (const EMU3FilePtr &file : folder->allFiles()) {
     if (file->name() == name) return file;
   }
@@ -77,7 +78,7 @@ protected:
     }
     const std::string name = ledger.any(random);
     const EMU3DirectoryPtr place = ledger.placeOf(name);
-    const EMU3FilePtr file = fileNamed(place, name);
+    const EMU3FilePtr file = liveFileNamed(place, name);
     if (!file) return ledger.isGone(name); // its folder was deleted
     volume.populateBankMetadata(file);
     if (dice == 4 && volume.deleteFile(file, place)) ledger.isGone(name);
@@ -118,8 +119,7 @@ protected:
 };
 
 TEST_F(TwoThreads, NoChangeIsLostWhileBothChangeTheVolume) {
-  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path_);
-  volume->setGuarded(true);
+  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path_, MountRules::guarded);
   const EMU3DirectoryPtr root = volume->rootDirectory();
   const std::vector<EMU3DirectoryPtr> folders = root->subdirectories();
   auto ledger = std::make_shared<Ledger>();
@@ -147,7 +147,7 @@ TEST_F(TwoThreads, NoChangeIsLostWhileBothChangeTheVolume) {
     ++changes;
   }
   waitForQueues();
-  const VolumeModel found = modelOf(*EMU3Filesystem::initWithURL(path_));
+  const VolumeModel found = modelOf(*readAnew(path_));
   EXPECT_EQ(found, modelOf(*volume)) << "the tree is what the image holds";
   expectKept(found, *ledger, root);
   for (const auto &[file, name] : renamed)
@@ -161,8 +161,7 @@ TEST_F(TwoThreads, NoChangeIsLostWhileBothChangeTheVolume) {
 TEST_F(TwoThreads, ImageOpenedAgainWhileTheFirstStillWorks) {
   auto queueLedger = std::make_shared<Ledger>();
   Ledger mainLedger;
-  EMU3FilesystemPtr first = EMU3Filesystem::initWithURL(path_);
-  first->setGuarded(true);
+  EMU3FilesystemPtr first = EMU3Filesystem::initWithURL(path_, MountRules::guarded);
   const std::vector<EMU3DirectoryPtr> firstFolders = first->rootDirectory()->subdirectories();
   for (int i = 0; i < kRounds; ++i) {
     first->ioQueue().async([this, first, firstFolders, queueLedger, i] {
@@ -170,8 +169,7 @@ TEST_F(TwoThreads, ImageOpenedAgainWhileTheFirstStillWorks) {
       queueStep(*first, firstFolders, random, *queueLedger, i);
     });
   }
-  const EMU3FilesystemPtr second = EMU3Filesystem::initWithURL(path_);
-  second->setGuarded(true);
+  const EMU3FilesystemPtr second = EMU3Filesystem::initWithURL(path_, MountRules::guarded);
   first.reset(); // from here on the queued blocks are its only owners
   const std::vector<EMU3DirectoryPtr> folders = second->rootDirectory()->subdirectories();
   std::mt19937 random(4);
@@ -184,12 +182,12 @@ TEST_F(TwoThreads, ImageOpenedAgainWhileTheFirstStillWorks) {
     if (!mainLedger.empty() && i % 3 == 0) {
       const std::string old = mainLedger.any(random);
       const EMU3DirectoryPtr place = mainLedger.placeOf(old);
-      if (second->deleteFile(fileNamed(place, old), place)) mainLedger.isGone(old);
+      if (second->deleteFile(liveFileNamed(place, old), place)) mainLedger.isGone(old);
     }
     readEverything(*second);
   }
   waitForQueues();
-  const EMU3FilesystemPtr fresh = EMU3Filesystem::initWithURL(path_);
+  const EMU3FilesystemPtr fresh = readAnew(path_);
   const VolumeModel found = modelOf(*fresh);
   std::size_t expected = 8;
   for (const auto &[name, folder] : mainLedger.places()) {

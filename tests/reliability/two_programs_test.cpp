@@ -1,5 +1,5 @@
 #include "filesystem/EMU3Filesystem.h"
-#include "filesystem/SharedVolume.h"
+#include "filesystem/MountedImage.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/TemporaryFolder.h"
@@ -52,8 +52,8 @@ TEST(TwoPrograms, ClaimEndsWithItsLastOwnerAlsoWhileTheFileIsStillOpen) {
   const std::string path = smallImage(folder);
   const int first = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
   const int second = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-  EXPECT_TRUE(sharedVolumeFor(~0ULL, 1)->claimForWriting(first));
-  EXPECT_TRUE(sharedVolumeFor(~0ULL, 1)->claimForWriting(second));
+  EXPECT_TRUE(MountedImage::of(~0ULL, 1, MountRules::guarded)->claimForWriting(first));
+  EXPECT_TRUE(MountedImage::of(~0ULL, 1, MountRules::guarded)->claimForWriting(second));
   ::close(first);
   ::close(second);
 }

@@ -6,6 +6,10 @@
 #include <fstream>
 #include <system_error>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace tessary::test {
 
 namespace {
@@ -72,6 +76,58 @@ void writeText(const std::string &path, std::string_view text) {
 
 void patchBytes(const std::string &path, std::uint64_t offset, std::span<const std::uint8_t> bytes) {
   store(path, std::ios::in, offset, bytes);
+}
+
+namespace {
+
+class Descriptor {
+public:
+  Descriptor(std::string path, int flags)
+      : path_(std::move(path)), number_(::open(path_.c_str(), flags | O_CLOEXEC, 0600)) {
+    check(number_);
+  }
+  ~Descriptor() { ::close(number_); }
+  Descriptor(const Descriptor &) = delete;
+  Descriptor &operator=(const Descriptor &) = delete;
+
+  operator int() const { return number_; }
+  void check(ssize_t result) const {
+    if (result < 0) fail(path_);
+  }
+
+private:
+  std::string path_;
+  int number_;
+};
+
+void copyRange(const Descriptor &from, const Descriptor &to, off_t begin, off_t end) {
+  Bytes piece(1 << 20);
+  while (begin < end) {
+    const auto wanted = std::min(piece.size(), static_cast<std::size_t>(end - begin));
+    const ssize_t got = ::pread(from, piece.data(), wanted, begin);
+    from.check(got);
+    if (got == 0) return; // it became shorter
+    to.check(::pwrite(to, piece.data(), static_cast<std::size_t>(got), begin));
+    begin += got;
+  }
+}
+
+} // namespace
+
+void copySparse(const std::string &from, const std::string &to) {
+  const Descriptor source(from, O_RDONLY);
+  const Descriptor target(to, O_WRONLY | O_CREAT | O_TRUNC);
+  struct stat status {};
+  source.check(::fstat(source, &status));
+  target.check(::ftruncate(target, status.st_size));
+  for (off_t end = 0; end < status.st_size;) {
+    const off_t begin = ::lseek(source, end, SEEK_DATA);
+    if (begin < 0 && errno == ENXIO) return; // a hole up to the end
+    source.check(begin);
+    end = ::lseek(source, begin, SEEK_HOLE);
+    source.check(end);
+    copyRange(source, target, begin, end);
+  }
 }
 
 std::vector<std::string> namesIn(const std::string &folder) {

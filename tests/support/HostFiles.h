@@ -19,6 +19,8 @@ void writeBytes(const std::string &path, std::span<const std::uint8_t> bytes);
 void writeText(const std::string &path, std::string_view text);
 /// Overwrites bytes inside an existing file.
 void patchBytes(const std::string &path, std::uint64_t offset, std::span<const std::uint8_t> bytes);
+/// Copies a file and leaves its holes holes. Replaces what stands at `to`.
+void copySparse(const std::string &from, const std::string &to);
 /// Names in a folder, sorted, without "." and "..".
 std::vector<std::string> namesIn(const std::string &folder);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/EMU3Filesystem.h"
+#include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -12,16 +13,33 @@
 
 namespace tessary::test {
 
+/// The image at this path, mounted; throws when it does not open.
+inline EMU3FilesystemPtr mounted(const std::string &path, MountRules rules) {
+  EMU3Error error;
+  EMU3FilesystemPtr filesystem = EMU3Filesystem::initWithURL(path, rules, &error);
+  if (!filesystem) throw std::runtime_error("the image does not open: " + error.description());
+  return filesystem;
+}
+
+/// A fresh parse of what the image holds now, however it is mounted: a filesystem over a copy of it, of the
+/// same name. What is changed there, the image does not see.
+inline EMU3FilesystemPtr readAnew(const std::string &imagePath) {
+  const TemporaryFolder folder; // removed at once: the mapping is enough
+  const std::string copy = folder.path(imagePath.substr(imagePath.rfind('/') + 1));
+  copySparse(imagePath, copy);
+  return mounted(copy, MountRules::bare);
+}
+
 /// A volume of the builder, written into a temporary folder and opened by the engine.
 class MountedVolume {
 public:
-  explicit MountedVolume(const ImageBuilder &image, std::string_view fileName = "disk.hda")
+  explicit MountedVolume(const ImageBuilder &image, std::string_view fileName = "disk.hda",
+                         MountRules rules = MountRules::bare)
       : imagePath_(folder_.path(fileName)) {
     image.writeTo(imagePath_);
-    EMU3Error error;
-    filesystem_ = EMU3Filesystem::initWithURL(imagePath_, &error);
-    if (!filesystem_) throw std::runtime_error("the image does not open: " + error.description());
+    filesystem_ = mounted(imagePath_, rules);
   }
+  MountedVolume(const ImageBuilder &image, MountRules rules) : MountedVolume(image, "disk.hda", rules) {}
 
   const EMU3FilesystemPtr &filesystem() const { return filesystem_; }
   EMU3Filesystem *operator->() const { return filesystem_.get(); }
@@ -59,7 +77,9 @@ template <typename Pointer> std::vector<std::string> namesOf(const std::vector<P
 
 /// A copy of a file's contents that compares with what the builder laid out.
 inline Bytes contentsOf(EMU3Filesystem &filesystem, const EMU3FilePtr &file) {
-  const ByteBufferPtr data = filesystem.dataForFile(file);
+  EMU3Error error;
+  const ByteBufferPtr data = filesystem.dataForFile(file, &error);
+  if (!data) throw std::runtime_error("no contents: " + error.description());
   return {data->begin(), data->end()};
 }
 

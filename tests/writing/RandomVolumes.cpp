@@ -6,12 +6,12 @@ namespace tessary::test {
 
 namespace {
 
-VolumeLayout randomLayout(Random &random, Guards guards) {
+VolumeLayout randomLayout(Random &random, MountRules rules) {
   VolumeLayout layout{.sizeBytes = random.between(200, 900) * kBlockBytes,
                       .slotSizeBlocks = random.pick(std::vector<std::uint32_t>{2, 4, 8, 16, 32}),
                       .directoryBlocks =
                           static_cast<std::uint32_t>(random.between(1, random.chance(40) ? 5 : 30))};
-  if (guards == Guards::off) return layout;
+  if (rules == MountRules::bare) return layout;
   if (random.chance(30)) { // a table of one block, too short for most of these volumes
     layout.rootDirBlock = 3;
     layout.dataAreaBlock = 3 + layout.directoryBlocks;
@@ -20,15 +20,14 @@ VolumeLayout randomLayout(Random &random, Guards guards) {
   return layout;
 }
 
-FileOptions randomFileOptions(Random &random, Guards guards, Entries entries) {
+FileOptions randomFileOptions(Random &random, MountRules rules) {
   FileOptions options;
   options.type = random.pick(std::vector<std::uint8_t>{0x81, 0x81, 0x81, 0x80, 0x82, 0x83});
-  if (entries == Entries::any && random.chance(15)) options.type = 0;
-  if (entries == Entries::any && random.chance(30))
-    options.entryId = static_cast<std::uint8_t>(random.between(240, 255));
+  if (random.chance(15)) options.type = 0;
+  if (random.chance(30)) options.entryId = static_cast<std::uint8_t>(random.between(240, 255));
   options.e4b0Mark = options.type != 0 && random.chance(50);
   options.namePadding = random.chance(30) ? '\0' : ' ';
-  if (guards == Guards::on && random.chance(10))
+  if (rules == MountRules::guarded && random.chance(10))
     options.clusterCount = static_cast<std::uint16_t>(random.below(4));
   return options;
 }
@@ -36,8 +35,8 @@ FileOptions randomFileOptions(Random &random, Guards guards, Entries entries) {
 // Fills a volume with a random tree.
 class TreeBuilder {
 public:
-  TreeBuilder(Random &random, ImageBuilder &image, Guards guards, Entries entries)
-      : random_(random), image_(image), guards_(guards), entries_(entries) {
+  TreeBuilder(Random &random, ImageBuilder &image, MountRules rules)
+      : random_(random), image_(image), rules_(rules) {
     // As many files as there is room for, each of at most three slots.
     const std::uint64_t slots = (image.totalBlocks() - image.dataAreaBlock()) / image.slotSizeBlocks();
     filesLeft_ = random.below(std::min<std::size_t>(slots / 3, 12) + 1);
@@ -55,9 +54,8 @@ public:
         addFolder(folder, depth);
       } else if (filesLeft_ > 0) {
         --filesLeft_;
-        const Bytes contents = randomContents(random_, image_.slotSizeBlocks() * kBlockBytes, guards_);
-        folder.addFile("file " + std::to_string(filesLeft_), contents,
-                       randomFileOptions(random_, guards_, entries_));
+        const Bytes contents = randomContents(random_, image_.slotSizeBlocks() * kBlockBytes, rules_);
+        folder.addFile("file " + std::to_string(filesLeft_), contents, randomFileOptions(random_, rules_));
       } else { // takes a place and no room
         folder.addFile("empty " + std::to_string(i), {}, {.slot = std::uint16_t{1}});
       }
@@ -77,8 +75,7 @@ private:
 
   Random &random_;
   ImageBuilder &image_;
-  Guards guards_;
-  Entries entries_;
+  MountRules rules_;
   std::size_t filesLeft_ = 0;
   std::size_t foldersLeft_ = 0;
 };
@@ -104,16 +101,16 @@ void wearEntries(ImageBuilder &image) {
 
 } // namespace
 
-ImageBuilder randomVolume(Random &random, Guards guards, Entries entries) {
-  ImageBuilder image(randomLayout(random, guards));
+ImageBuilder randomVolume(Random &random, MountRules rules) {
+  ImageBuilder image(randomLayout(random, rules));
   const bool isWorn = random.chance(30);
   if (isWorn) wearBlocks(random, image);
-  TreeBuilder(random, image, guards, entries).fill(image.root());
+  TreeBuilder(random, image, rules).fill(image.root());
   if (isWorn) wearEntries(image);
   return image;
 }
 
-std::string randomName(Random &random, Guards guards) {
+std::string randomName(Random &random, MountRules rules) {
   static const std::vector<std::string> plain = {
       "KICK",       "Snare 01", "15 characters..", "  leading",
       "a",          "in  ner",  "Pad \u00e9",      "\u20ac\u20ac\u20ac\u20ac\u20ac",
@@ -122,17 +119,17 @@ std::string randomName(Random &random, Guards guards) {
   static const std::vector<std::string> long_ = {
       "abcdefghijklmn\u00e9", "a\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac", "0123456789abc\U0001F941",
       "\u00e9\u00e9\u00e9\u00e9\u00e9\u00e9\u00e9\u00e9\u00e9"};
-  return guards == Guards::on && random.chance(25) ? random.pick(long_) : random.pick(plain);
+  return rules == MountRules::guarded && random.chance(25) ? random.pick(long_) : random.pick(plain);
 }
 
-std::string randomBadName(Random &random, Guards guards) {
+std::string randomBadName(Random &random, MountRules rules) {
   static const std::vector<std::string> bad = {"", "16 characters...", "0123456789abcd\U0001F941"};
   static const std::vector<std::string> blank = {" ", "               ", "              \u00e9"};
-  return guards == Guards::on && random.chance(50) ? random.pick(blank) : random.pick(bad);
+  return rules == MountRules::guarded && random.chance(50) ? random.pick(blank) : random.pick(bad);
 }
 
-Bytes randomContents(Random &random, std::uint64_t slotBytes, Guards guards) {
-  const std::uint64_t largest = slotBytes * (guards == Guards::on && random.chance(30) ? 3 : 1);
+Bytes randomContents(Random &random, std::uint64_t slotBytes, MountRules rules) {
+  const std::uint64_t largest = slotBytes * (rules == MountRules::guarded && random.chance(30) ? 3 : 1);
   const std::size_t length =
       random.chance(40) ? random.pick(std::vector<std::size_t>{0, 1, 511, 512, 513, slotBytes, largest})
                         : random.below(largest + 1);

@@ -7,20 +7,15 @@
 
 namespace tessary::test {
 
-enum class Entries {
-  any,
-  plain, ///< no deleted file that is still listed, no entry ids that wrap
-};
-
-/// A small volume of random geometry with a random tree. For `Guards::off` one on which the bare rules keep
+/// A small volume of random geometry with a random tree. For the bare rules one on which they keep
 /// image and tree together: a table for every block and no file longer than a slot.
-ImageBuilder randomVolume(Random &random, Guards guards, Entries entries = Entries::any);
+ImageBuilder randomVolume(Random &random, MountRules rules);
 
 /// A name that an operation takes. Bare: one that its entry holds whole.
-std::string randomName(Random &random, Guards guards);
+std::string randomName(Random &random, MountRules rules);
 /// A name that renaming a file or creating a folder refuses.
-std::string randomBadName(Random &random, Guards guards);
+std::string randomBadName(Random &random, MountRules rules);
 /// Contents of a new file, at most one slot long when bare, three when guarded.
-Bytes randomContents(Random &random, std::uint64_t slotBytes, Guards guards);
+Bytes randomContents(Random &random, std::uint64_t slotBytes, MountRules rules);
 
 } // namespace tessary::test

@@ -1,4 +1,5 @@
 #include "tests/writing/TreeComparison.h"
+#include "filesystem/TreeEditor.h"
 
 #include <algorithm>
 
@@ -60,11 +61,6 @@ private:
     expectSame(place, "the slot", fields.startCluster, entry->slot);
     expectSame(place, "the entry id", fields.entryId, entry->entryId);
     expectSame(place, "the cluster count", fields.clusterCount, entry->clusterCount);
-    if (side_ == Side::either) {
-      if (!entry->contents.empty() && contentsAsStored(file) != entry->contents)
-        complain(place, "has other contents");
-      return;
-    }
     expectSame(place, "the type", fields.fileType, entry->fileType);
     expectSame(place, "the block count", fields.blocksInLastCluster, entry->blocks);
     if (contentsAsStored(file) != entry->readContents()) complain(place, "has other contents");
@@ -72,8 +68,11 @@ private:
 
   // Read anew from the image: contents that are cached would hide that they have been overwritten there.
   Bytes contentsAsStored(const EMU3FilePtr &file) {
-    const auto reader = std::make_shared<EMU3File>(file->fields());
-    return contentsOf(filesystem_, reader);
+    ByteBufferPtr cached = file->cachedData();
+    TreeEditor::setCachedData(*file, nullptr);
+    const ByteBufferPtr stored = filesystem_.contentsOfFile(file);
+    TreeEditor::setCachedData(*file, std::move(cached));
+    return {stored->begin(), stored->end()};
   }
 
   void compareFolder(const EMU3DirectoryPtr &folder) {

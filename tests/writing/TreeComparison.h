@@ -7,9 +7,8 @@
 namespace tessary::test {
 
 /// Which side of the model's entries a tree is compared with: what the filesystem that made the changes holds
-/// of them, what a fresh parse gives, or what both agree on, for a filesystem that made some of the changes
-/// itself and read the others.
-enum class Side { memory, image, either };
+/// of them, or what a fresh parse gives.
+enum class Side { memory, image };
 
 /// Whether the tree holds exactly the folders and files of the model, each in a folder that its entry's
 /// block belongs to, with the same names, fields, sizes and bytes. The order of lists is not looked at: in

@@ -63,8 +63,8 @@ ModelEntry ModelEntry::asReadFromTheImage() const {
   return read;
 }
 
-VolumeModel::VolumeModel(ImageBuilder bytes, Guards guards, const EMU3DirectoryPtr &root)
-    : image(std::move(bytes)), guards_(guards) {
+VolumeModel::VolumeModel(ImageBuilder bytes, MountRules rules, const EMU3DirectoryPtr &root)
+    : image(std::move(bytes)), rules_(rules) {
   counters = scan();
   addReadEntries(root);
 }
@@ -112,7 +112,7 @@ void VolumeModel::reload() {
 
 std::string VolumeModel::entryName(const std::string &name) const {
   std::size_t length = std::min<std::size_t>(name.size(), 15);
-  if (guards_ == Guards::on) {
+  if (rules_ == MountRules::guarded) {
     while (length > 0 && length < name.size() && continuesCharacter(name[length]))
       --length;
   }
@@ -120,7 +120,7 @@ std::string VolumeModel::entryName(const std::string &name) const {
 }
 
 bool VolumeModel::isRefusedName(const std::string &name) const {
-  return guards_ == Guards::on && withoutTrailingSpaces(entryName(name)).empty();
+  return rules_ == MountRules::guarded && withoutTrailingSpaces(entryName(name)).empty();
 }
 
 std::optional<Place> VolumeModel::freeEntry(const EMU3DirectoryPtr &root,
@@ -135,7 +135,7 @@ std::optional<Place> VolumeModel::freeEntry(const EMU3DirectoryPtr &root,
       const RawEntry entry = image.entryAt(entryPlace(place));
       const bool named = entry[0] != 0;
       if (named && entry[26] != 0) continue;
-      if (named && guards_ == Guards::on && liveFolders.contains(place)) continue;
+      if (named && rules_ == MountRules::guarded && liveFolders.contains(place)) continue;
       return place;
     }
   }
@@ -147,7 +147,7 @@ std::uint16_t VolumeModel::slotAboveAll(const EMU3DirectoryPtr &root) const {
   visitFolders(root, [&](const EMU3DirectoryPtr &folder) {
     for (const EMU3FilePtr &file : folder->files()) {
       std::uint64_t reached = file->startCluster();
-      if (guards_ == Guards::on) {
+      if (rules_ == MountRules::guarded) {
         const std::uint64_t slots =
             (file->blocksInLastCluster() + image.slotSizeBlocks() - 1) / image.slotSizeBlocks();
         reached = std::max<std::uint64_t>(reached, 1) - 1 +
@@ -164,7 +164,7 @@ void VolumeModel::mark(std::uint16_t slot, std::uint64_t blocks, std::uint16_t v
   for (std::uint64_t block = first; block != first + blocks; ++block) {
     const bool inTable = block < image.tableEntries();
     const bool inImage = block < (image.totalBlocks() - image.fatStartBlock()) * 256;
-    if (guards_ == Guards::on ? inTable : inImage) image.setFatEntry(block, value);
+    if (rules_ == MountRules::guarded ? inTable : inImage) image.setFatEntry(block, value);
   }
 }
 

@@ -46,7 +46,7 @@ public:
   using Place = std::pair<std::int64_t, std::int64_t>; ///< block, index
 
   /// `root` is the tree of the image as just read.
-  VolumeModel(ImageBuilder image, Guards guards, const EMU3DirectoryPtr &root);
+  VolumeModel(ImageBuilder image, MountRules rules, const EMU3DirectoryPtr &root);
 
   /// How an operation must end: the error's description, empty for success. Then the model is as it was
   /// before or, for success, has made the change.
@@ -80,7 +80,7 @@ private:
   std::string entryName(const std::string &name) const;
   bool isRefusedName(const std::string &name) const;
 
-  Guards guards_;
+  MountRules rules_;
 };
 
 std::string placeText(const VolumeModel::Place &place);

@@ -1,4 +1,5 @@
 #include "tests/writing/WritableVolume.h"
+#include "filesystem/TreeEditor.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -56,8 +57,8 @@ testing::AssertionResult sameBytes(const Bytes &actual, const Bytes &expected) {
 
 } // namespace
 
-std::string guardsName(const testing::TestParamInfo<Guards> &info) {
-  return info.param == Guards::on ? "Guarded" : "Bare";
+std::string rulesName(const testing::TestParamInfo<MountRules> &info) {
+  return info.param == MountRules::guarded ? "Guarded" : "Bare";
 }
 
 VolumeLayout smallLayout() {
@@ -93,10 +94,8 @@ void fillFolder(FolderBuilder folder, std::size_t count) {
   }
 }
 
-WritableVolume::WritableVolume(ImageBuilder image, Guards guards)
-    : MountedVolume(image), expected(std::move(image)) {
-  filesystem()->setGuarded(guards == Guards::on);
-}
+WritableVolume::WritableVolume(ImageBuilder image, MountRules rules)
+    : MountedVolume(image, rules), expected(std::move(image)) {}
 
 testing::AssertionResult WritableVolume::imageIsAsExpected() const {
   return holdsExactly(imagePath(), expected);
@@ -107,13 +106,6 @@ std::string WritableVolume::hostFile(std::string_view name, std::span<const std:
   std::filesystem::remove(path); // some hosts flush a file that replaces the bytes of an earlier one
   writeBytes(path, contents);
   return path;
-}
-
-EMU3FilesystemPtr WritableVolume::openedAnew() const {
-  EMU3Error error;
-  EMU3FilesystemPtr fresh = EMU3Filesystem::initWithURL(imagePath(), &error);
-  if (!fresh) throw std::runtime_error("the image does not open again: " + error.description());
-  return fresh;
 }
 
 testing::AssertionResult holdsExactly(const std::string &path, const ImageBuilder &expected) {
@@ -178,6 +170,12 @@ EntryPlace placeOf(const EMU3File &file) {
 
 EntryPlace placeOf(const EMU3Directory &folder) {
   return {static_cast<std::uint64_t>(folder.dentryBlock()), static_cast<std::size_t>(folder.dentryOffset())};
+}
+
+void setDentryBlock(const EMU3FilePtr &file, std::int64_t block) {
+  EMU3FileFields fields = file->fields();
+  fields.dentryBlock = block;
+  TreeEditor::setFields(*file, fields);
 }
 
 Counters countersOf(const EMU3Filesystem &filesystem) {

@@ -14,10 +14,8 @@
 /// makes a change, makes the same change to `expected` by hand, and compares the whole image.
 namespace tessary::test {
 
-enum class Guards { off, on };
-
 /// "Bare" and "Guarded", for suites that hold either way.
-std::string guardsName(const testing::TestParamInfo<Guards> &info);
+std::string rulesName(const testing::TestParamInfo<MountRules> &info);
 
 // Errors as their descriptions read.
 inline constexpr const char *kReadOnlyError = "Error Domain=com.tessary.error Code=3 \"Image is read-only\"";
@@ -58,7 +56,7 @@ void fillFolder(FolderBuilder folder, std::size_t count = 16);
 
 class WritableVolume : public MountedVolume {
 public:
-  explicit WritableVolume(ImageBuilder image, Guards guards = Guards::off);
+  explicit WritableVolume(ImageBuilder image, MountRules rules = MountRules::bare);
 
   /// What the image should hold. Begins as what was mounted.
   ImageBuilder expected;
@@ -68,8 +66,8 @@ public:
 
   /// A host file outside the image, removed with it.
   std::string hostFile(std::string_view name, std::span<const std::uint8_t> contents) const;
-  /// Opens the image anew: a fresh parse of what it holds now.
-  EMU3FilesystemPtr openedAnew() const;
+  /// A fresh parse of what the image holds now; see `readAnew`.
+  EMU3FilesystemPtr openedAnew() const { return readAnew(imagePath()); }
 };
 
 /// Whether the host file holds exactly the bytes of `expected`.
@@ -96,6 +94,9 @@ void putName(ImageBuilder &image, EntryPlace place, std::string_view sixteenByte
 
 EntryPlace placeOf(const EMU3File &file);
 EntryPlace placeOf(const EMU3Directory &folder);
+
+/// The tree says from here on that the file's entry lies in this block, as no tree that was read does.
+void setDentryBlock(const EMU3FilePtr &file, std::int64_t block);
 
 /// The counters of the volume, to compare before and after.
 struct Counters {

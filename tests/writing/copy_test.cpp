@@ -1,3 +1,4 @@
+#include "filesystem/TreeEditor.h"
 #include "tests/writing/WritableVolume.h"
 
 #include <gtest/gtest.h>
@@ -7,8 +8,8 @@ namespace {
 
 constexpr std::uint16_t kSlotBlocks = 8;
 
-class Copy : public testing::TestWithParam<Guards> {};
-INSTANTIATE_TEST_SUITE_P(Volume, Copy, testing::Values(Guards::off, Guards::on), guardsName);
+class Copy : public testing::TestWithParam<MountRules> {};
+INSTANTIATE_TEST_SUITE_P(Volume, Copy, testing::Values(MountRules::bare, MountRules::guarded), rulesName);
 
 // A file in slot 1 and an empty folder, whose block is 5.
 ImageBuilder volumeWith(const Bytes &contents, const FileOptions &options = {}) {
@@ -182,7 +183,7 @@ TEST_P(Copy, OfAFileWithCachedContentsStoresThose) {
   WritableVolume volume(volumeWith(patternBytes(600, 1)), GetParam());
   const EMU3FilePtr source = fileNamed(volume.root(), "source");
   const Bytes cached = patternBytes(2000, 8);
-  source->setCachedData(std::make_shared<ByteBuffer>(cached.begin(), cached.end()));
+  TreeEditor::setCachedData(*source, std::make_shared<ByteBuffer>(cached.begin(), cached.end()));
   ASSERT_TRUE(volume->copyFile(source, folderNamed(volume.root(), "folder")));
   putNewFile(volume.expected, {5, 0}, "source", 2, 0, cached);
   EXPECT_TRUE(volume.imageIsAsExpected());

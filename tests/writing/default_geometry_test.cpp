@@ -25,7 +25,7 @@ void importNumber(const WritableVolume &volume, std::size_t number, const EMU3Di
 
 // Every header field 0, so that the table has four blocks, enough for 1024 of the volume's 167,000.
 TEST(DefaultGeometry, FortyFilesAndTheFoldersMadeBetweenThemAreAllThereAfterOpeningAnew) {
-  const WritableVolume volume(ImageBuilder(VolumeLayout::zeroHeader(82 * kMiB)), Guards::on);
+  const WritableVolume volume(ImageBuilder(VolumeLayout::zeroHeader(82 * kMiB)), MountRules::guarded);
   EMU3DirectoryPtr folder = volume.root();
   std::vector<std::vector<std::size_t>> numbersIn(1);
   for (std::size_t number = 0; number < 40; ++number) {
@@ -54,7 +54,7 @@ TEST(DefaultGeometry, FortyFilesAndTheFoldersMadeBetweenThemAreAllThereAfterOpen
 }
 
 TEST(DefaultGeometry, GuardedMarksStopAtTheFourthTableBlock) {
-  WritableVolume volume(ImageBuilder(VolumeLayout::zeroHeader(8 * kMiB)), Guards::on);
+  WritableVolume volume(ImageBuilder(VolumeLayout::zeroHeader(8 * kMiB)), MountRules::guarded);
   importNumber(volume, 0, volume.root());
   putData(volume.expected, 175, contentsNumber(0));
   putMarks(volume.expected, 175, 1024 - 175, 0x8000);
@@ -85,7 +85,7 @@ VolumeLayout layoutWithSlotsOf2MiB() {
 }
 
 TEST(LongFile, GuardedIsLeftIntactByTheNextOne) {
-  WritableVolume volume(ImageBuilder(layoutWithSlotsOf2MiB()), Guards::on);
+  WritableVolume volume(ImageBuilder(layoutWithSlotsOf2MiB()), MountRules::guarded);
   importNumber(volume, 0, volume.root(), 5 * kMiB);
   importNumber(volume, 1, volume.root(), kMiB);
   const std::uint64_t root = volume->rootDirBlock();
@@ -110,7 +110,7 @@ TEST(LongFile, BareIsOverwrittenByTheNextOne) {
 TEST(LongFile, GuardedSamplersOwnBankOfSeveralClustersIsLeftIntact) {
   ImageBuilder image(layoutWithSlotsOf2MiB());
   image.root().addFile("sampler's", contentsNumber(0, 5 * kMiB));
-  const WritableVolume volume(std::move(image), Guards::on);
+  const WritableVolume volume(std::move(image), MountRules::guarded);
   importNumber(volume, 1, volume.root());
   EXPECT_EQ(volume.root()->files().at(1)->startCluster(), 4);
   const EMU3FilesystemPtr again = volume.openedAnew();

@@ -5,8 +5,8 @@
 namespace tessary::test {
 namespace {
 
-class Delete : public testing::TestWithParam<Guards> {};
-INSTANTIATE_TEST_SUITE_P(Volume, Delete, testing::Values(Guards::off, Guards::on), guardsName);
+class Delete : public testing::TestWithParam<MountRules> {};
+INSTANTIATE_TEST_SUITE_P(Volume, Delete, testing::Values(MountRules::bare, MountRules::guarded), rulesName);
 
 TEST_P(Delete, ClearsNameAndTypeFreesTheBlocksAndNothingElse) {
   ImageBuilder image(smallLayout());
@@ -24,6 +24,22 @@ TEST_P(Delete, ClearsNameAndTypeFreesTheBlocksAndNothingElse) {
   EXPECT_TRUE(volume.imageIsAsExpected());
   EXPECT_EQ(countersOf(*volume), (Counters{before.used - 3, before.free + 3}));
   EXPECT_EQ(namesOf(volume.root()->files()), (std::vector<std::string>{"before", "after"}));
+}
+
+TEST_P(Delete, FileLeavesTheListOfItsFolderAndTheOthersStayTheObjectsTheyAre) {
+  ImageBuilder image(smallLayout());
+  auto builder = image.root().addFolder("folder");
+  for (const char *name : {"before", "victim", "after"})
+    builder.addFile(name, patternBytes(600, 1));
+  const WritableVolume volume(std::move(image), GetParam());
+  const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
+  const std::vector<EMU3FilePtr> files = folder->files();
+  ASSERT_TRUE(volume->deleteFile(files[1], folder));
+  EXPECT_EQ(folder->files(), (std::vector<EMU3FilePtr>{files[0], files[2]}));
+  EXPECT_EQ(folder->totalFileCount(), 2U);
+  EXPECT_FALSE(folder->containsFile(files[1]));
+  EXPECT_EQ(files[1]->folder(), nullptr);
+  EXPECT_EQ(files[0]->folder(), folder);
 }
 
 TEST_P(Delete, LeavesSlotAndSizesInTheEntry) {
@@ -82,7 +98,7 @@ TEST_P(Delete, OfAFileThatClaimsToReachBeyondTheImageFreesWhatTheTableDescribes)
   ASSERT_TRUE(volume->deleteFile(volume.root()->files()[0], volume.root()));
   clearFileEntry(volume.expected, placed.entry);
   putMarks(volume.expected, 16, 496, 0);
-  if (GetParam() == Guards::off) // the table has 512 entries; the rest lands in the blocks behind it
+  if (GetParam() == MountRules::bare) // the table has 512 entries; the rest lands in the blocks behind it
     volume.expected.poke(4 * kBlockBytes, Bytes((16 + 1000 - 512) * 2));
   EXPECT_TRUE(volume.imageIsAsExpected());
   EXPECT_EQ(volume->freeBlocks(), before.free + 1000);
@@ -109,7 +125,7 @@ TEST_P(Delete, EntryOutsideTheImageFailsAndChangesNothing) {
   const Counters before = countersOf(*volume);
   const EMU3FilePtr file = volume.root()->files()[0];
   for (const std::int64_t block : {std::int64_t{512}, std::int64_t{-1}, std::int64_t{1} << 56}) {
-    file->setDentryBlock(block);
+    setDentryBlock(file, block);
     EMU3Error error;
     EXPECT_FALSE(volume->deleteFile(file, volume.root(), &error));
     EXPECT_EQ(error.description(), kNoEntryError);

@@ -1,3 +1,4 @@
+#include "filesystem/TreeEditor.h"
 #include "tests/support/OtherUser.h"
 #include "tests/writing/HostConditions.h"
 #include "tests/writing/WritableVolume.h"
@@ -68,7 +69,7 @@ TEST_F(Export, OfAFileThatRunsOffTheImageWritesWhatThereIs) {
 }
 
 TEST_F(Export, WritesWhatTheFileHasCached) {
-  file()->setCachedData(std::make_shared<ByteBuffer>(3, std::uint8_t{7}));
+  TreeEditor::setCachedData(*file(), std::make_shared<ByteBuffer>(3, std::uint8_t{7}));
   ASSERT_TRUE(exportTo(target()));
   EXPECT_EQ(readBytes(target()), (Bytes{7, 7, 7}));
 }

@@ -1,3 +1,4 @@
+#include "filesystem/TreeEditor.h"
 #include "tests/support/SampleVolumes.h"
 #include "tests/writing/WritableVolume.h"
 
@@ -8,8 +9,9 @@ namespace {
 
 // --- Creating --------------------------------------------------------------------------------------
 
-class CreateFolder : public testing::TestWithParam<Guards> {};
-INSTANTIATE_TEST_SUITE_P(Volume, CreateFolder, testing::Values(Guards::off, Guards::on), guardsName);
+class CreateFolder : public testing::TestWithParam<MountRules> {};
+INSTANTIATE_TEST_SUITE_P(Volume, CreateFolder, testing::Values(MountRules::bare, MountRules::guarded),
+                         rulesName);
 
 TEST_P(CreateFolder, ClearsItsBlockWritesItsEntryAndNothingElse) {
   ImageBuilder image(smallLayout());
@@ -209,8 +211,9 @@ TEST(BareCreateFolder, MayWriteANumberThatReadsBackAsNone) {
 
 // --- Deleting --------------------------------------------------------------------------------------
 
-class DeleteFolder : public testing::TestWithParam<Guards> {};
-INSTANTIATE_TEST_SUITE_P(Volume, DeleteFolder, testing::Values(Guards::off, Guards::on), guardsName);
+class DeleteFolder : public testing::TestWithParam<MountRules> {};
+INSTANTIATE_TEST_SUITE_P(Volume, DeleteFolder, testing::Values(MountRules::bare, MountRules::guarded),
+                         rulesName);
 
 TEST_P(DeleteFolder, ThatIsEmptyClearsItsBlockAndItsEntry) {
   ImageBuilder image(smallLayout());
@@ -279,7 +282,7 @@ TEST_P(DeleteFolder, GoesOnWhenADeletionInsideItFails) {
   WritableVolume volume(std::move(image), GetParam());
   const Counters before = countersOf(*volume);
   const EMU3DirectoryPtr directory = folderNamed(volume.root(), "folder");
-  fileNamed(directory, "stuck")->setDentryBlock(512); // outside the image
+  setDentryBlock(fileNamed(directory, "stuck"), 512); // outside the image
   EMU3Error error;
   EXPECT_TRUE(volume->deleteDirectory(directory, volume.root(), &error));
   EXPECT_FALSE(error.isSet());
@@ -308,7 +311,7 @@ TEST_P(DeleteFolder, WhoseEntryLiesOutsideTheImageStillSucceeds) {
   image.root().addFolder("folder", {.blockList = {5}}).addFile("file", patternBytes(600, 1));
   WritableVolume volume(std::move(image), GetParam());
   const EMU3DirectoryPtr folder = volume.root()->subdirectories()[0];
-  folder->setDentryBlock(512);
+  TreeEditor::setPlace(*folder, {512, folder->dentryOffset()});
   EXPECT_TRUE(volume->deleteDirectory(folder, volume.root()));
   clearBlock(volume.expected, 5);
   putMarks(volume.expected, 16, 2, 0);

@@ -1,5 +1,5 @@
-#include "tests/support/EngineInternals.h"
-#include "tests/writing/WritableVolume.h"
+#include "filesystem/TreeEditor.h"
+#include "tests/writing/EngineParts.h"
 
 #include <gtest/gtest.h>
 
@@ -11,14 +11,12 @@
 namespace tessary::test {
 namespace {
 
-using Internals = EMU3FilesystemInternals;
-
 // Each guard, and beside it what the bare rule does in the same place.
 
 // --- A live folder's entry is not free -------------------------------------------------------------
 
 TEST(FolderEntryGuard, KeepsFoldersMadeEarlier) {
-  WritableVolume volume(ImageBuilder(smallLayout()), Guards::on);
+  WritableVolume volume(ImageBuilder(smallLayout()), MountRules::guarded);
   ASSERT_TRUE(volume->createDirectoryNamed("first", volume.root()));
   ASSERT_TRUE(volume->createDirectoryNamed("second", volume.root()));
   ASSERT_TRUE(volume->importFileAtURL(volume.hostFile("file", bytesOf("x")), volume.root()));
@@ -52,7 +50,7 @@ ImageBuilder volumeWithSixteenFolders() {
 }
 
 TEST(FolderEntryGuard, SixteenFoldersFillAFolder) {
-  const WritableVolume volume(volumeWithSixteenFolders(), Guards::on);
+  const WritableVolume volume(volumeWithSixteenFolders(), MountRules::guarded);
   EMU3Error error;
   EXPECT_FALSE(volume->importFileAtURL(volume.hostFile("file", {}), volume.root(), &error));
   EXPECT_EQ(error.description(), kFolderFullError);
@@ -69,7 +67,7 @@ TEST(FolderEntryGuard, OffSixteenFoldersLeaveSixteenPlaces) {
 }
 
 TEST(FolderEntryGuard, LetsGoOfADeletedFoldersEntry) {
-  WritableVolume volume(volumeWithSixteenFolders(), Guards::on);
+  WritableVolume volume(volumeWithSixteenFolders(), MountRules::guarded);
   ASSERT_TRUE(volume->deleteDirectory(folderNamed(volume.root(), "folder 7"), volume.root()));
   ASSERT_TRUE(volume->importFileAtURL(volume.hostFile("file", bytesOf("x")), volume.root()));
   EXPECT_EQ(placeOf(*volume.root()->files().at(0)), (EntryPlace{4, 7}));
@@ -79,7 +77,7 @@ TEST(FolderEntryGuard, DoesNotKeepAFolderEntryThatReadsAsNone) {
   ImageBuilder image(smallLayout());
   const std::int16_t blocks[] = {6};
   image.root().addRaw(rawFolderEntry("                ", 0x40, blocks)); // no name, so no folder of the tree
-  WritableVolume volume(std::move(image), Guards::on);
+  WritableVolume volume(std::move(image), MountRules::guarded);
   ASSERT_TRUE(volume->importFileAtURL(volume.hostFile("file", bytesOf("x")), volume.root()));
   putNewFile(volume.expected, {4, 0}, "file", 1, 0, bytesOf("x"));
   EXPECT_TRUE(volume.imageIsAsExpected());
@@ -88,7 +86,7 @@ TEST(FolderEntryGuard, DoesNotKeepAFolderEntryThatReadsAsNone) {
 TEST(FolderEntryGuard, DoesNotKeepADeletedFileThatHasAName) {
   ImageBuilder image(smallLayout());
   image.root().addFile("gone", patternBytes(10, 1), {.type = 0});
-  WritableVolume volume(std::move(image), Guards::on);
+  WritableVolume volume(std::move(image), MountRules::guarded);
   ASSERT_TRUE(volume->importFileAtURL(volume.hostFile("file", bytesOf("x")), volume.root()));
   putNewFile(volume.expected, {4, 0}, "file", 2, 1, bytesOf("x"));
   EXPECT_TRUE(volume.imageIsAsExpected());
@@ -98,7 +96,7 @@ TEST(FolderEntryGuard, DoesNotKeepADeletedFileThatHasAName) {
 TEST(FolderEntryGuard, DeletingADeletedFileLeavesTheFileThatHasItsEntryNow) {
   ImageBuilder image(smallLayout());
   image.root().addFile("gone", patternBytes(10, 1), {.type = 0});
-  const WritableVolume volume(std::move(image), Guards::on);
+  const WritableVolume volume(std::move(image), MountRules::guarded);
   const EMU3FilePtr gone = volume.root()->files().at(0);
   ASSERT_TRUE(volume->importFileAtURL(volume.hostFile("file", bytesOf("x")), volume.root()));
   volume->deleteFile(gone, volume.root());
@@ -108,7 +106,7 @@ TEST(FolderEntryGuard, DeletingADeletedFileLeavesTheFileThatHasItsEntryNow) {
 TEST(FolderEntryGuard, DeletingADeletedFileLeavesTheFolderThatHasItsEntryNow) {
   ImageBuilder image(smallLayout());
   image.root().addFile("gone", patternBytes(10, 1), {.type = 0});
-  const WritableVolume volume(std::move(image), Guards::on);
+  const WritableVolume volume(std::move(image), MountRules::guarded);
   const EMU3FilePtr gone = volume.root()->files().at(0);
   ASSERT_TRUE(volume->createDirectoryNamed("folder", volume.root()));
   volume->deleteFile(gone, volume.root());
@@ -150,23 +148,23 @@ protected:
 };
 
 TEST_P(TableGuard, MarksOnlyWhatTheTableHasEntriesFor) {
-  WritableVolume volume(ImageBuilder(layout()), Guards::on);
-  const Counters before = countersOf(*volume);
-  Internals::markSlotUsed(*volume, 1, 1000);
+  OpenedVolume volume(ImageBuilder(layout()), MountRules::guarded);
+  const Counters before = volume.counters();
+  volume.mark(1, 1000);
   const std::uint64_t first = GetParam().dataArea;
   const std::uint64_t end = std::min(GetParam().entries, first + 1000);
   if (end > first) putMarks(volume.expected, first, end - first, 0x8000);
   EXPECT_TRUE(volume.imageIsAsExpected());
-  EXPECT_EQ(countersOf(*volume), (Counters{before.used + 1000, before.free - 1000}));
-  Internals::freeSlot(*volume, 1, 1000);
+  EXPECT_EQ(volume.counters(), (Counters{before.used + 1000, before.free - 1000}));
+  volume.giveBack(1, 1000);
   if (end > first) putMarks(volume.expected, first, end - first, 0);
   EXPECT_TRUE(volume.imageIsAsExpected());
-  EXPECT_EQ(countersOf(*volume), before);
+  EXPECT_EQ(volume.counters(), before);
 }
 
 TEST_P(TableGuard, OffMarksWhateverLiesThere) {
-  WritableVolume volume{ImageBuilder(layout())};
-  Internals::markSlotUsed(*volume, 1, 1000);
+  OpenedVolume volume{ImageBuilder(layout())};
+  volume.mark(1, 1000);
   putMarks(volume.expected, GetParam().dataArea, 1000, 0x8000);
   EXPECT_TRUE(volume.imageIsAsExpected());
 }
@@ -186,7 +184,7 @@ TEST(TableGuardOnDeletion, LeavesTheFoldersBehindTheTable) {
   ImageBuilder image(layout);
   const PlacedFile placed =
       image.root().addFile("file", patternBytes(20 * 512, 1), {.slot = std::uint16_t{30}});
-  WritableVolume volume(std::move(image), Guards::on); // blocks 248 to 267
+  WritableVolume volume(std::move(image), MountRules::guarded); // blocks 248 to 267
   ASSERT_TRUE(volume->deleteFile(volume.root()->files()[0], volume.root()));
   putMarks(volume.expected, 248, 8, 0);
   clearFileEntry(volume.expected, placed.entry);
@@ -208,74 +206,6 @@ TEST(TableGuardOnDeletion, OffClearsWhatLiesBehindTheTable) {
   EXPECT_TRUE(volume.imageIsAsExpected());
 }
 
-// --- The slot is above every slot reached ----------------------------------------------------------
-
-struct Reach {
-  std::uint16_t slot;
-  std::uint16_t clusters;
-  std::uint16_t blocks;
-  std::optional<std::uint16_t> next; ///< guarded
-};
-
-void PrintTo(const Reach &reach, std::ostream *out) {
-  *out << "slot " << reach.slot << ", " << reach.clusters << " clusters, " << reach.blocks << " blocks";
-}
-
-class SlotGuard : public testing::TestWithParam<Reach> {
-protected:
-  static ImageBuilder image(std::uint8_t type = 0x81) {
-    ImageBuilder builder(smallLayout());
-    const Reach &reach = GetParam();
-    builder.root().addFolder("folder").addFile("far", bytesOf("x"),
-                                               {.type = type,
-                                                .slot = reach.slot,
-                                                .clusterCount = reach.clusters,
-                                                .blocksInLastCluster = reach.blocks,
-                                                .storesContents = false});
-    return builder;
-  }
-};
-
-TEST_P(SlotGuard, CountsClustersAndBlocks) {
-  const WritableVolume volume(image(), Guards::on);
-  EXPECT_EQ(Internals::allocFileSlot(*volume, volume.root()), GetParam().next);
-}
-
-TEST_P(SlotGuard, CountsThoseOfDeletedFilesToo) {
-  const WritableVolume volume(image(0), Guards::on);
-  EXPECT_EQ(Internals::allocFileSlot(*volume, volume.root()), GetParam().next);
-}
-
-TEST_P(SlotGuard, OffLooksAtTheSlotAlone) {
-  const WritableVolume volume(image());
-  EXPECT_EQ(Internals::allocFileSlot(*volume, volume.root()),
-            static_cast<std::uint16_t>(GetParam().slot + 1));
-}
-
-INSTANTIATE_TEST_SUITE_P(Reaches, SlotGuard,
-                         testing::Values(Reach{3, 1, 8, 4}, Reach{3, 1, 9, 5}, Reach{3, 1, 16, 5},
-                                         Reach{3, 1, 17, 6}, Reach{3, 4, 1, 7}, Reach{3, 4, 41, 9},
-                                         Reach{3, 0, 0, 4}, Reach{0, 0, 0, 2}, Reach{0, 1, 1, 2},
-                                         Reach{0, 1, 17, 4}, Reach{1, 1, 65535, 8193},
-                                         Reach{65534, 1, 8, 65535}, Reach{65534, 2, 1, std::nullopt},
-                                         Reach{65534, 1, 9, std::nullopt}, Reach{65535, 1, 1, std::nullopt},
-                                         Reach{65535, 65535, 65535, std::nullopt},
-                                         Reach{2, 65534, 0, std::nullopt}, Reach{2, 65533, 0, 65535}));
-
-TEST(SlotGuardOfAnEmptyVolume, GivesSlotOne) {
-  const WritableVolume volume(ImageBuilder(smallLayout()), Guards::on);
-  EXPECT_EQ(Internals::allocFileSlot(*volume, volume.root()), std::uint16_t{1});
-}
-
-TEST(SlotGuardOfManyFiles, TakesTheFarthestReachNotTheHighestSlot) {
-  ImageBuilder image(smallLayout());
-  image.root().addFile("long", bytesOf("x"),
-                       {.slot = std::uint16_t{2}, .clusterCount = std::uint16_t{9}, .storesContents = false});
-  image.root().addFile("high", bytesOf("x"), {.slot = std::uint16_t{7}, .storesContents = false});
-  const WritableVolume volume(std::move(image), Guards::on);
-  EXPECT_EQ(Internals::allocFileSlot(*volume, volume.root()), std::uint16_t{11});
-}
-
 // --- A file has at most 65,535 blocks --------------------------------------------------------------
 
 constexpr std::uint64_t kLargest = 65535 * kBlockBytes;
@@ -291,7 +221,7 @@ std::string sparseFile(const WritableVolume &volume, std::uint64_t size) {
 }
 
 TEST(FileSizeGuard, TakesALargestFileWhole) {
-  WritableVolume volume(ImageBuilder(largeLayout()), Guards::on);
+  WritableVolume volume(ImageBuilder(largeLayout()), MountRules::guarded);
   ASSERT_TRUE(volume->importFileAtURL(sparseFile(volume, kLargest), volume.root()));
   Bytes contents = patternBytes(2000, 1);
   contents.resize(kLargest);
@@ -302,7 +232,7 @@ TEST(FileSizeGuard, TakesALargestFileWhole) {
 }
 
 TEST(FileSizeGuard, RefusesALargerOneAndChangesNothing) {
-  const WritableVolume volume(ImageBuilder(largeLayout()), Guards::on);
+  const WritableVolume volume(ImageBuilder(largeLayout()), MountRules::guarded);
   const Counters before = countersOf(*volume);
   for (const std::uint64_t size : {kLargest + 1, 32 * kMiB, 40 * kMiB}) {
     const std::string path = sparseFile(volume, size);
@@ -321,9 +251,9 @@ TEST(FileSizeGuard, RefusesALargerOneAndChangesNothing) {
 TEST(FileSizeGuard, RefusesACopyOfLargerContents) {
   ImageBuilder image(largeLayout());
   image.root().addFile("source", bytesOf("x"));
-  const WritableVolume volume(std::move(image), Guards::on);
+  const WritableVolume volume(std::move(image), MountRules::guarded);
   const EMU3FilePtr source = volume.root()->files()[0];
-  source->setCachedData(std::make_shared<ByteBuffer>(kLargest + 1, std::uint8_t{7}));
+  TreeEditor::setCachedData(*source, std::make_shared<ByteBuffer>(kLargest + 1, std::uint8_t{7}));
   EMU3Error error;
   EXPECT_FALSE(volume->copyFile(source, volume.root(), &error));
   EXPECT_EQ(error.description(), kTooLargeError);
@@ -333,7 +263,7 @@ TEST(FileSizeGuard, RefusesACopyOfLargerContents) {
 TEST(FileSizeGuard, IsLookedAtBeforeTheFreeSpaceAndTheFolder) {
   ImageBuilder image(smallLayout());
   fillFolder(image.root());
-  const WritableVolume volume(std::move(image), Guards::on);
+  const WritableVolume volume(std::move(image), MountRules::guarded);
   EMU3Error error;
   EXPECT_FALSE(volume->importFileAtURL(sparseFile(volume, 1024 * kMiB), volume.root(), &error));
   EXPECT_EQ(error.description(), kTooLargeError);
@@ -374,7 +304,7 @@ TEST(FileSizeGuard, OffAFileOf40MiBIsStoredWithTheLowBitsOfItsBlocks) {
 const std::string kHalfCutName = "abcdefghijklmn\u00e9"; // its last character has bytes 15 and 16
 
 TEST(NameGuard, CutsEveryNewEntryAtAWholeCharacter) {
-  WritableVolume volume(ImageBuilder(smallLayout()), Guards::on);
+  WritableVolume volume(ImageBuilder(smallLayout()), MountRules::guarded);
   ASSERT_TRUE(volume->importFileAtURL(volume.hostFile(kHalfCutName, bytesOf("x")), volume.root()));
   ASSERT_TRUE(volume->copyFile(volume.root()->files()[0], volume.root()));
   ASSERT_TRUE(volume->createDirectoryNamed(kHalfCutName, volume.root()));
@@ -392,7 +322,7 @@ TEST(NameGuard, CutsEveryNewEntryAtAWholeCharacter) {
 TEST(NameGuard, CutsARenamedEntryAtAWholeCharacter) {
   ImageBuilder image(smallLayout());
   image.root().addFile("file", bytesOf("x"));
-  WritableVolume volume(std::move(image), Guards::on);
+  WritableVolume volume(std::move(image), MountRules::guarded);
   ASSERT_TRUE(volume->renameFile(volume.root()->files()[0], kHalfCutName, volume.root()));
   putName(volume.expected, {4, 0}, "abcdefghijklmn  ");
   EXPECT_TRUE(volume.imageIsAsExpected());
@@ -424,7 +354,7 @@ void expectNameRefused(
   for (const std::string &name : kNamesOfNothing) {
     ImageBuilder image(smallLayout());
     image.root().addFile("file", bytesOf("x"));
-    WritableVolume volume(std::move(image), Guards::on);
+    WritableVolume volume(std::move(image), MountRules::guarded);
     const Counters before = countersOf(*volume);
     EMU3Error error;
     EXPECT_FALSE(operation(volume, name, &error)) << name;
@@ -454,7 +384,7 @@ TEST(NameGuard, RefusesAFolderNameThatWouldReadBackAsNone) {
 
 TEST(NameGuard, RefusesACopyWhoseNameWouldReadBackAsNone) {
   expectNameRefused([](WritableVolume &volume, const std::string &name, EMU3Error *error) {
-    volume.root()->files()[0]->setName(name);
+    TreeEditor::setName(*volume.root()->files()[0], name);
     return volume->copyFile(volume.root()->files()[0], volume.root(), error);
   });
 }
@@ -466,7 +396,7 @@ TEST(NameGuard, RefusesARestoredNameThatWouldReadBackAsNone) {
 }
 
 TEST(NameGuard, RefusesAnImportOfSpacesAlone) {
-  const WritableVolume volume(ImageBuilder(smallLayout()), Guards::on);
+  const WritableVolume volume(ImageBuilder(smallLayout()), MountRules::guarded);
   for (const std::string name : {" .wav", "   ", "                and more.wav"}) {
     EMU3Error error;
     EXPECT_FALSE(volume->importFileAtURL(volume.hostFile(name, bytesOf("x")), volume.root(), &error)) << name;
@@ -478,7 +408,7 @@ TEST(NameGuard, RefusesAnImportOfSpacesAlone) {
 TEST(NameGuard, IsLookedAtBeforeTheSpaceAndTheFolder) {
   ImageBuilder image = volumeWithFreeBlocks(0);
   fillFolder(image.root());
-  const WritableVolume volume(std::move(image), Guards::on);
+  const WritableVolume volume(std::move(image), MountRules::guarded);
   EMU3Error error;
   EXPECT_FALSE(volume->importFileAtURL(volume.hostFile("  ", bytesOf("x")), volume.root(), &error));
   EXPECT_EQ(error.description(), kNameError);
@@ -513,7 +443,7 @@ protected:
     return builder;
   }
 
-  GoneGuard() { volume.emplace(image(), Guards::on); }
+  GoneGuard() { volume.emplace(image(), MountRules::guarded); }
 
   EMU3Filesystem &filesystem() { return *volume->filesystem(); }
   EMU3DirectoryPtr root() { return volume->root(); }
@@ -606,7 +536,7 @@ TEST_F(GoneGuard, SubtreeCutOffInMemoryChangesNothingMore) {
   const EMU3DirectoryPtr outer = folderNamed(root(), "outer");
   const EMU3DirectoryPtr inner = folderNamed(outer, "inner");
   const EMU3FilePtr deep = fileNamed(inner, "deep");
-  root()->removeSubdirectory(outer);
+  TreeEditor::removeSubdirectory(root(), outer);
   expectFileRefused(deep, inner);
   const std::string path = hostFile();
   expectRefused([&](EMU3Error *error) { return filesystem().importFileAtURL(path, inner, error); });
@@ -636,7 +566,7 @@ TEST_F(GoneGuard, TreeBeforeAReloadChangesNothingMore) {
 }
 
 TEST_F(GoneGuard, FoldersOfAnotherVolumeAreNotOfThisOne) {
-  const WritableVolume another(image(), Guards::on);
+  const WritableVolume another(image(), MountRules::guarded);
   const std::string path = hostFile();
   expectRefused([&](EMU3Error *e) { return filesystem().importFileAtURL(path, another.root(), e); });
   expectFileRefused(fileNamed(another.root(), "file"), another.root());

@@ -13,8 +13,8 @@
 namespace tessary::test {
 namespace {
 
-class Import : public testing::TestWithParam<Guards> {};
-INSTANTIATE_TEST_SUITE_P(Volume, Import, testing::Values(Guards::off, Guards::on), guardsName);
+class Import : public testing::TestWithParam<MountRules> {};
+INSTANTIATE_TEST_SUITE_P(Volume, Import, testing::Values(MountRules::bare, MountRules::guarded), rulesName);
 
 TEST_P(Import, StoresTheBytesUnderTheNameWithoutExtension) {
   const Bytes contents = patternBytes(1300, 1);
@@ -202,7 +202,8 @@ TEST(ImportOfAHugeFile, IsRefusedWhenItDoesNotFitIntoMemory) {
   int policy = 1;
   std::ifstream("/proc/sys/vm/overcommit_memory") >> policy;
   if (policy == 1) GTEST_SKIP() << "memory is promised without end here";
-  const WritableVolume volume(ImageBuilder(smallLayout()), Guards::off); // guarded, its size is reason enough
+  const WritableVolume volume(ImageBuilder(smallLayout()),
+                              MountRules::bare); // guarded, its size is reason enough
   const std::string path = volume.hostFile("huge.e4b", bytesOf("x"));
   if (::truncate(path.c_str(), off_t{1} << 43) != 0) GTEST_SKIP() << "no such file can be made here";
   expectRefused(volume, path, ENOMEM);
@@ -220,8 +221,8 @@ TEST_P(Import, ReadsAFileToItsEndWhateverItsStatedSize) {
 
 // --- Bringing back a deleted file ------------------------------------------------------------------
 
-class Restore : public testing::TestWithParam<Guards> {};
-INSTANTIATE_TEST_SUITE_P(Volume, Restore, testing::Values(Guards::off, Guards::on), guardsName);
+class Restore : public testing::TestWithParam<MountRules> {};
+INSTANTIATE_TEST_SUITE_P(Volume, Restore, testing::Values(MountRules::bare, MountRules::guarded), rulesName);
 
 TEST_P(Restore, KeepsTheNameWhateverTheHostFileIsCalled) {
   WritableVolume volume(ImageBuilder(smallLayout()), GetParam());

@@ -5,8 +5,8 @@
 namespace tessary::test {
 namespace {
 
-class Move : public testing::TestWithParam<Guards> {};
-INSTANTIATE_TEST_SUITE_P(Volume, Move, testing::Values(Guards::off, Guards::on), guardsName);
+class Move : public testing::TestWithParam<MountRules> {};
+INSTANTIATE_TEST_SUITE_P(Volume, Move, testing::Values(MountRules::bare, MountRules::guarded), rulesName);
 
 ImageBuilder volumeWithFileAndFolder() {
   ImageBuilder image(smallLayout());
@@ -96,7 +96,7 @@ TEST_P(Move, WhoseDeletionFailsLeavesTheFileInBothFolders) {
   WritableVolume volume(volumeWithFileAndFolder(), GetParam());
   const EMU3FilePtr file = volume.root()->files()[0];
   const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
-  file->setDentryBlock(512); // outside the image
+  setDentryBlock(file, 512); // outside the image
   EMU3Error error;
   EXPECT_FALSE(volume->moveFile(file, volume.root(), folder, &error));
   EXPECT_EQ(error.description(), kNoEntryError);

@@ -32,7 +32,7 @@ enum class Why { permissions, readOnlyDisk };
 // An image that can be read but not written, mounted.
 class ReadOnlyVolume {
 public:
-  ReadOnlyVolume(Why why, Guards guards) {
+  ReadOnlyVolume(Why why, MountRules rules) {
     if (why == Why::readOnlyDisk) {
       disk_.emplace(1024 * kKiB);
       if (!disk_->isMounted()) return;
@@ -47,8 +47,7 @@ public:
       user_.emplace();
     }
     host_.emplace();
-    filesystem = EMU3Filesystem::initWithURL(path_);
-    if (filesystem) filesystem->setGuarded(guards == Guards::on);
+    filesystem = EMU3Filesystem::initWithURL(path_, rules);
   }
 
   bool imageIsAsExpected() const { return bool{holdsExactly(path_, expected)}; }
@@ -66,7 +65,7 @@ private:
   std::optional<TemporaryFolder> host_; // made by the user who writes in it
 };
 
-class ReadOnly : public testing::TestWithParam<std::tuple<Why, Guards>> {
+class ReadOnly : public testing::TestWithParam<std::tuple<Why, MountRules>> {
 protected:
   void SetUp() override {
     if (!volume.filesystem) GTEST_SKIP() << "mounting is refused here";
@@ -90,14 +89,14 @@ protected:
   EMU3DirectoryPtr full;
 };
 
-std::string nameOfCase(const testing::TestParamInfo<std::tuple<Why, Guards>> &info) {
+std::string nameOfCase(const testing::TestParamInfo<std::tuple<Why, MountRules>> &info) {
   return std::string(std::get<0>(info.param) == Why::permissions ? "File" : "Disk") +
-         (std::get<1>(info.param) == Guards::on ? "Guarded" : "Bare");
+         (std::get<1>(info.param) == MountRules::guarded ? "Guarded" : "Bare");
 }
 
 INSTANTIATE_TEST_SUITE_P(Images, ReadOnly,
                          testing::Combine(testing::Values(Why::permissions, Why::readOnlyDisk),
-                                          testing::Values(Guards::off, Guards::on)),
+                                          testing::Values(MountRules::bare, MountRules::guarded)),
                          nameOfCase);
 
 TEST_P(ReadOnly, ImageSaysSo) {
@@ -108,7 +107,7 @@ TEST_P(ReadOnly, DeleteIsRefusedBeforeALookAtTheEntry) {
   const EMU3FilePtr file = root->files()[0];
   expectRefused([&](EMU3Error *error) { return volume.filesystem->deleteFile(file, root, error); });
   expectRefused([&](EMU3Error *error) { return volume.filesystem->deleteFile(file, full, error); });
-  file->setDentryBlock(512);
+  setDentryBlock(file, 512);
   expectRefused([&](EMU3Error *error) { return volume.filesystem->deleteFile(file, root, error); });
 }
 
@@ -132,7 +131,7 @@ TEST_P(ReadOnly, RenameIsRefusedBeforeALookAtTheName) {
   for (const std::string name : {"new", "", "16 characters...", "   "}) {
     expectRefused([&](EMU3Error *error) { return volume.filesystem->renameFile(file, name, root, error); });
   }
-  file->setDentryBlock(512);
+  setDentryBlock(file, 512);
   expectRefused([&](EMU3Error *error) { return volume.filesystem->renameFile(file, "", full, error); });
   EXPECT_EQ(file->name(), "bank");
 }

@@ -5,8 +5,8 @@
 namespace tessary::test {
 namespace {
 
-class Rename : public testing::TestWithParam<Guards> {};
-INSTANTIATE_TEST_SUITE_P(Volume, Rename, testing::Values(Guards::off, Guards::on), guardsName);
+class Rename : public testing::TestWithParam<MountRules> {};
+INSTANTIATE_TEST_SUITE_P(Volume, Rename, testing::Values(MountRules::bare, MountRules::guarded), rulesName);
 
 ImageBuilder volumeWithFile(std::string_view name = "8 chars.") {
   ImageBuilder image(smallLayout());
@@ -95,7 +95,7 @@ TEST_P(Rename, ToItsOwnNameRewritesTheField) {
 TEST_P(Rename, OfAnEntryOutsideTheImageFailsAndChangesNothing) {
   const WritableVolume volume(volumeWithFile(), GetParam());
   const EMU3FilePtr file = volume.root()->files()[1];
-  file->setDentryBlock(512);
+  setDentryBlock(file, 512);
   EMU3Error error;
   EXPECT_FALSE(volume->renameFile(file, "new", volume.root(), &error));
   EXPECT_EQ(error.description(), kNoEntryError);
@@ -106,7 +106,7 @@ TEST_P(Rename, OfAnEntryOutsideTheImageFailsAndChangesNothing) {
 TEST_P(Rename, BadNameIsReportedBeforeAnEntryOutsideTheImage) {
   const WritableVolume volume(volumeWithFile(), GetParam());
   const EMU3FilePtr file = volume.root()->files()[1];
-  file->setDentryBlock(512);
+  setDentryBlock(file, 512);
   EMU3Error error;
   EXPECT_FALSE(volume->renameFile(file, "", volume.root(), &error));
   EXPECT_EQ(error.description(), kNameError);

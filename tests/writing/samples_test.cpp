@@ -1,3 +1,4 @@
+#include "filesystem/TreeEditor.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/OtherUser.h"
 #include "tests/writing/HostConditions.h"
@@ -165,7 +166,7 @@ TEST(SampleList, EndsWhereTheTableSaysItEnds) {
 TEST(SampleList, ReadsTheCachedContents) {
   const Bank bank(patternBytes(100));
   const Bytes cached = e4bank().toc({.type = "E4S1"}).build();
-  bank.file()->setCachedData(std::make_shared<ByteBuffer>(cached.begin(), cached.end()));
+  TreeEditor::setCachedData(*bank.file(), std::make_shared<ByteBuffer>(cached.begin(), cached.end()));
   EXPECT_EQ(bank.samples(), Names{"E4S1"});
 }
 

@@ -1,39 +1,73 @@
-#include "tests/writing/RandomVolumes.h"
-#include "tests/writing/TreeComparison.h"
+// One image opened more than once in one process, as when it is opened again while its earlier filesystem
+// still has work to do.
+
+#include "filesystem/Volume.h"
+#include "tests/support/BankBuilder.h"
+#include "tests/support/Mappings.h"
+#include "tests/writing/RandomSession.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <chrono>
+#include <filesystem>
 #include <functional>
-#include <map>
+#include <future>
+#include <memory>
+#include <optional>
 #include <set>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace tessary::test {
 namespace {
 
-// One image opened twice in one process, as when it is opened again while its earlier filesystem still has
-// work to do. A filesystem takes notice of the other's changes when it next makes a change of its own.
+using Names = std::vector<std::string>;
 
-class TwoFilesystems : public testing::Test {
+constexpr const char *kOtherRulesError =
+    "Error Domain=com.tessary.error Code=2 \"The image is mounted with other rules\"";
+
+ImageBuilder plainVolume() {
+  ImageBuilder image(smallLayout());
+  image.root().addFile("file", patternBytes(600, 1));
+  image.root().addFile("second", patternBytes(600, 2));
+  image.root().addFolder("folder", {.blockList = {5}}).addFile("inside", patternBytes(600, 3));
+  return image;
+}
+
+// Whether nobody has the image open for changes.
+bool isUnclaimed(const std::string &path) {
+  const int descriptor = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  const bool locked = ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+  ::close(descriptor);
+  return locked;
+}
+
+// Whether the change waits as long as somebody else holds the lock.
+bool waitsFor(FairSharedMutex &lock, const std::function<void()> &change) {
+  std::future<void> done;
+  bool waited = false;
+  {
+    const WriteLock held(lock);
+    done = std::async(std::launch::async, change);
+    waited = done.wait_for(std::chrono::milliseconds(100)) == std::future_status::timeout;
+  }
+  done.get();
+  return waited;
+}
+
+// --- Guarded: one volume, one tree -----------------------------------------------------------------
+
+class GuardedPair : public testing::Test {
 protected:
-  explicit TwoFilesystems(ImageBuilder image = plainVolume()) : volume(std::move(image), Guards::on) {
-    other = volume.openedAnew();
-    other->setGuarded(true);
-  }
+  explicit GuardedPair(ImageBuilder image = plainVolume())
+      : volume(std::move(image), MountRules::guarded), other(openedAgain()) {}
 
-  static ImageBuilder plainVolume() {
-    ImageBuilder image(smallLayout());
-    image.root().addFile("file", patternBytes(600, 1));
-    image.root().addFile("second", patternBytes(600, 2));
-    image.root().addFolder("folder", {.blockList = {5}}).addFile("inside", patternBytes(600, 3));
-    return image;
-  }
-
+  EMU3FilesystemPtr openedAgain() const { return mounted(volume.imagePath(), MountRules::guarded); }
   EMU3Filesystem &mine() { return *volume.filesystem(); }
   EMU3DirectoryPtr root() { return volume.root(); }
-  EMU3DirectoryPtr otherRoot() { return other->rootDirectory(); }
-  // A change that fails for its name, having looked at the image.
-  void takeNotice() { EXPECT_FALSE(mine().createDirectoryNamed("", root())); }
   bool import(EMU3Filesystem &filesystem, const std::string &name, const EMU3DirectoryPtr &folder,
               const Bytes &contents = patternBytes(600, 9)) {
     return filesystem.importFileAtURL(volume.hostFile(name, contents), folder);
@@ -43,71 +77,70 @@ protected:
   EMU3FilesystemPtr other;
 };
 
-using Names = std::vector<std::string>;
-
-TEST_F(TwoFilesystems, WhatTheOtherStoredComesBehindWhatIsKnown) {
-  const std::vector<EMU3FilePtr> known = root()->files();
-  ASSERT_TRUE(other->deleteFile(fileNamed(otherRoot(), "file"), otherRoot()));
-  ASSERT_TRUE(import(*other, "new", otherRoot())); // takes the first entry
-  takeNotice();
-  EXPECT_EQ(namesOf(root()->files()), (Names{"second", "new"}));
-  EXPECT_EQ(root()->files()[0], known[1]);
+TEST_F(GuardedPair, HasTheSameObjectsInBoth) {
+  EXPECT_EQ(other->rootDirectory(), root());
+  EXPECT_EQ(mappingsOf(volume.imagePath()).size(), 1U);
 }
 
-TEST_F(TwoFilesystems, FilesAndFoldersThatAreStillThereStayTheObjectsTheyAre) {
-  const EMU3FilePtr file = fileNamed(root(), "file");
+TEST_F(GuardedPair, ChangeOfOneIsSeenByTheOtherAtOnce) {
+  const EMU3FilePtr second = fileNamed(root(), "second");
   const EMU3DirectoryPtr folder = folderNamed(root(), "folder");
-  const EMU3FilePtr inside = fileNamed(folder, "inside");
-  ASSERT_TRUE(import(*other, "new", folderNamed(otherRoot(), "folder")));
-  takeNotice();
-  EXPECT_EQ(fileNamed(root(), "file"), file);
-  EXPECT_EQ(folderNamed(root(), "folder"), folder);
-  EXPECT_EQ(namesOf(folder->files()), (Names{"inside", "new"}));
-  EXPECT_EQ(folder->files()[0], inside);
-  EXPECT_TRUE(mine().deleteFile(inside, folder));
-}
-
-TEST_F(TwoFilesystems, NewFoldersComeWithEverythingInThem) {
-  ASSERT_TRUE(other->createDirectoryNamed("new", otherRoot()));
-  const EMU3DirectoryPtr made = folderNamed(otherRoot(), "new");
-  ASSERT_TRUE(other->createDirectoryNamed("below", made));
-  ASSERT_TRUE(import(*other, "deep", folderNamed(made, "below")));
-  takeNotice();
-  const EMU3DirectoryPtr seen = folderNamed(root(), "new");
-  EXPECT_EQ(seen->parent(), root());
-  const EMU3DirectoryPtr below = folderNamed(seen, "below");
-  EXPECT_EQ(below->parent(), seen);
-  EXPECT_EQ(namesOf(below->files()), Names{"deep"});
-  EXPECT_TRUE(mine().deleteFile(below->files()[0], below));
-}
-
-TEST_F(TwoFilesystems, WhatTheOtherDeletedChangesNothingMore) {
-  const EMU3FilePtr file = fileNamed(root(), "file");
-  const EMU3DirectoryPtr folder = folderNamed(root(), "folder");
-  const EMU3FilePtr inside = fileNamed(folder, "inside");
-  ASSERT_TRUE(other->deleteFile(fileNamed(otherRoot(), "file"), otherRoot()));
-  ASSERT_TRUE(other->deleteDirectory(folderNamed(otherRoot(), "folder"), otherRoot()));
-  ASSERT_TRUE(import(*other, "new", otherRoot()));
-  volume.expected.poke(0, readBytes(volume.imagePath()));
-  EMU3Error error;
-  EXPECT_FALSE(mine().deleteFile(file, root(), &error));
-  EXPECT_EQ(error.description(), kNoEntryError);
-  EXPECT_FALSE(mine().renameFile(file, "new", root(), &error));
-  EXPECT_EQ(error.description(), kNoEntryError);
-  EXPECT_FALSE(mine().moveFile(inside, folder, root(), &error));
-  EXPECT_EQ(error.description(), kNoEntryError);
-  EXPECT_FALSE(import(mine(), "mine", folder));
-  EXPECT_FALSE(mine().deleteDirectory(folder, root(), &error));
-  EXPECT_EQ(error.description(), kNoEntryError);
-  EXPECT_TRUE(volume.imageIsAsExpected());
+  ASSERT_TRUE(other->deleteFile(fileNamed(root(), "file"), root()));
+  EXPECT_EQ(namesOf(root()->files()), Names{"second"});
+  ASSERT_TRUE(import(*other, "new", root())); // takes the first entry
   EXPECT_EQ(namesOf(root()->files()), (Names{"second", "new"}));
+  ASSERT_TRUE(other->renameFile(second, "renamed", root()));
+  EXPECT_EQ(second->name(), "renamed");
+  ASSERT_TRUE(other->moveFile(second, root(), folder));
+  EXPECT_EQ(namesOf(folder->files()), (Names{"inside", "renamed"}));
+  ASSERT_TRUE(other->createDirectoryNamed("made", folder));
+  EXPECT_EQ(namesOf(folder->subdirectories()), Names{"made"});
+  ASSERT_TRUE(other->deleteDirectory(folder, root()));
   EXPECT_TRUE(root()->subdirectories().empty());
 }
 
-TEST_F(TwoFilesystems, NeverHandOutOneSlotOrOneEntryTwice) {
+TEST_F(GuardedPair, WhatOneMadeTheOtherChanges) {
+  ASSERT_TRUE(other->createDirectoryNamed("new", root()));
+  const EMU3DirectoryPtr made = folderNamed(root(), "new");
+  ASSERT_TRUE(import(mine(), "deep", made));
+  ASSERT_TRUE(other->renameFile(fileNamed(made, "deep"), "deeper", made));
+  ASSERT_TRUE(mine().deleteFile(fileNamed(made, "deeper"), made));
+  ASSERT_TRUE(other->deleteDirectory(made, root()));
+  EXPECT_EQ(namesOf(volume.openedAnew()->rootDirectory()->subdirectories()), Names{"folder"});
+}
+
+TEST_F(GuardedPair, FiguresAreEqual) {
+  const Counters before = countersOf(mine());
+  EXPECT_EQ(countersOf(*other), before);
+  ASSERT_TRUE(import(*other, "new", root(), patternBytes(5000, 1)));
+  EXPECT_EQ(countersOf(mine()), (Counters{before.used + 10, before.free - 10}));
+  EXPECT_EQ(countersOf(*other), countersOf(mine()));
+  ASSERT_TRUE(mine().deleteFile(fileNamed(root(), "new"), root()));
+  EXPECT_EQ(countersOf(mine()), before);
+  EXPECT_EQ(countersOf(*other), before);
+  EXPECT_EQ(other->totalClusters(), mine().totalClusters());
+  EXPECT_EQ(other->totalBlocks(), mine().totalBlocks());
+}
+
+class GuardedPairOfDefaultGeometry : public GuardedPair {
+protected:
+  GuardedPairOfDefaultGeometry() : GuardedPair(ImageBuilder(VolumeLayout::zeroHeader(kMiB))) {}
+};
+
+TEST_F(GuardedPairOfDefaultGeometry, FiguresAreEqual) {
+  const std::uint64_t clusters = mine().totalClusters();
+  const Counters before = countersOf(mine());
+  ASSERT_TRUE(import(*other, "new", root(), patternBytes(5000, 1)));
+  EXPECT_EQ(countersOf(mine()), (Counters{before.used + 10, before.free - 10}));
+  EXPECT_EQ(countersOf(*other), countersOf(mine()));
+  EXPECT_EQ(mine().totalClusters(), clusters);
+  EXPECT_EQ(other->totalClusters(), clusters);
+}
+
+TEST_F(GuardedPair, NeverHandsOutOneSlotOrOneEntryTwice) {
   for (int turn = 0; turn < 4; ++turn) {
     ASSERT_TRUE(import(mine(), "mine", root()));
-    ASSERT_TRUE(import(*other, "other's", otherRoot()));
+    ASSERT_TRUE(import(*other, "other's", root()));
   }
   std::set<std::uint16_t> slots;
   std::set<std::int64_t> places;
@@ -119,10 +152,10 @@ TEST_F(TwoFilesystems, NeverHandOutOneSlotOrOneEntryTwice) {
   EXPECT_EQ(places.size(), 10U);
 }
 
-TEST_F(TwoFilesystems, NeverHandOutOneFolderBlockTwice) {
+TEST_F(GuardedPair, NeverHandsOutOneFolderBlockTwice) {
   for (int turn = 0; turn < 3; ++turn) {
     ASSERT_TRUE(mine().createDirectoryNamed("mine", root()));
-    ASSERT_TRUE(other->createDirectoryNamed("other's", otherRoot()));
+    ASSERT_TRUE(other->createDirectoryNamed("other's", root()));
   }
   std::set<std::int64_t> blocks;
   for (const EMU3DirectoryPtr &folder : volume.openedAnew()->rootDirectory()->subdirectories())
@@ -130,363 +163,530 @@ TEST_F(TwoFilesystems, NeverHandOutOneFolderBlockTwice) {
   EXPECT_EQ(blocks.size(), 7U);
 }
 
-TEST_F(TwoFilesystems, RenamedFileHasItsNewNameInBoth) {
-  ASSERT_TRUE(other->renameFile(fileNamed(otherRoot(), "file"), "renamed", otherRoot()));
-  takeNotice();
-  Names names = namesOf(root()->files());
-  std::sort(names.begin(), names.end());
-  EXPECT_EQ(names, (Names{"renamed", "second"}));
+TEST_F(GuardedPair, ThreadsOfBothLoseNothing) {
+  const std::string mineFile = volume.hostFile("mine", patternBytes(600, 8));
+  const std::string otherFile = volume.hostFile("other's", patternBytes(600, 9));
+  const auto importSix = [&](EMU3Filesystem &filesystem, const std::string &path) {
+    for (int turn = 0; turn < 6; ++turn)
+      EXPECT_TRUE(filesystem.importFileAtURL(path, root()));
+  };
+  std::thread thread([&] { importSix(*other, otherFile); });
+  importSix(mine(), mineFile);
+  thread.join();
+  EXPECT_EQ(root()->files().size(), 14U);
+  std::set<std::uint16_t> slots;
+  for (const EMU3FilePtr &file : volume.openedAnew()->rootDirectory()->files())
+    slots.insert(file->startCluster());
+  EXPECT_EQ(slots.size(), 14U);
 }
 
-TEST_F(TwoFilesystems, NameLongerThanItsEntryStaysWholeInTheTreeThatHasIt) {
-  const std::string name = "\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac";
-  ASSERT_TRUE(mine().renameFile(fileNamed(root(), "file"), name, root()));
-  const EMU3FilePtr file = fileNamed(root(), name);
-  ASSERT_TRUE(import(*other, "new", otherRoot()));
-  takeNotice();
-  EXPECT_EQ(fileNamed(root(), name), file);
+TEST_F(GuardedPair, ChangesOfBothWaitForOneLock) {
+  const std::shared_ptr<Volume> shared =
+      Volume::open(volume.imagePath(), MountRules::guarded, nullptr); // what stands behind both
+  EXPECT_TRUE(waitsFor(shared->lock, [&] { mine().createDirectoryNamed("mine", root()); }));
+  EXPECT_TRUE(waitsFor(shared->lock, [&] { other->createDirectoryNamed("other's", root()); }));
+  EXPECT_EQ(namesOf(root()->subdirectories()), (Names{"folder", "mine", "other's"}));
 }
 
-TEST_F(TwoFilesystems, FolderRenamedInMemoryKeepsThatName) {
-  const EMU3DirectoryPtr folder = folderNamed(root(), "folder");
-  folder->setName("renamed");
-  ASSERT_TRUE(import(*other, "new", otherRoot()));
-  takeNotice();
-  EXPECT_EQ(folderNamed(root(), "renamed"), folder);
-}
-
-TEST_F(TwoFilesystems, EmptyFileJustWrittenStaysTheObjectItIs) {
+TEST_F(GuardedPair, OneOpenedLaterSeesTheStateWithoutReadingTheImage) {
+  const std::string longName = "\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac"; // its entry holds a part of it
+  ASSERT_TRUE(mine().renameFile(fileNamed(root(), "file"), longName, root()));
+  ASSERT_TRUE(other->renameDirectory(folderNamed(root(), "folder"), "renamed")); // in the tree alone
   ASSERT_TRUE(import(mine(), "empty", root(), {}));
-  const EMU3FilePtr empty = fileNamed(root(), "empty");
-  ASSERT_TRUE(import(*other, "new", otherRoot()));
-  takeNotice();
-  EXPECT_EQ(fileNamed(root(), "empty"), empty);
+  patchBytes(volume.imagePath(), 4 * kBlockBytes + 15 * 32, newFileEntry("behind the back", 9, 9, 9));
+  const EMU3FilesystemPtr third = openedAgain();
+  EXPECT_EQ(third->rootDirectory(), root());
+  EXPECT_EQ(namesOf(third->rootDirectory()->files()), (Names{longName, "second", "empty"}));
+  EXPECT_EQ(namesOf(third->rootDirectory()->subdirectories()), Names{"renamed"});
+  EXPECT_EQ(countersOf(*third), countersOf(mine()));
 }
 
-TEST_F(TwoFilesystems, FolderMadeWhereAnotherOneWasHasItsOwnName) {
-  const EMU3DirectoryPtr folder = folderNamed(root(), "folder");
-  ASSERT_TRUE(other->deleteDirectory(folderNamed(otherRoot(), "folder"), otherRoot()));
-  ASSERT_TRUE(other->createDirectoryNamed("another", otherRoot())); // the same entry, the same block
-  takeNotice();
-  EXPECT_EQ(namesOf(root()->subdirectories()), Names{"another"});
-  EMU3Error error;
-  EXPECT_FALSE(mine().deleteDirectory(folder, root(), &error));
-  EXPECT_EQ(error.description(), kNoEntryError);
+TEST_F(GuardedPair, ReloadOfOneGivesBothTheFreshTree) {
+  const EMU3DirectoryPtr before = root();
+  patchBytes(volume.imagePath(), 4 * kBlockBytes + 15 * 32, newFileEntry("behind", 9, 9, 9));
+  ASSERT_TRUE(other->reload());
+  EXPECT_NE(root(), before);
+  EXPECT_EQ(other->rootDirectory(), root());
+  EXPECT_EQ(namesOf(root()->files()), (Names{"file", "second", "behind"}));
 }
 
-TEST_F(TwoFilesystems, FileReplacedByOneOfItsNameAndSizeReadsAsTheNewOne) {
-  ASSERT_TRUE(other->deleteFile(fileNamed(otherRoot(), "second"), otherRoot()));
-  ASSERT_TRUE(import(*other, "last", otherRoot(), patternBytes(600, 7)));
-  takeNotice();
-  EXPECT_EQ(contentsOf(mine(), fileNamed(root(), "last")), patternBytes(600, 7)); // cached from here on
-  ASSERT_TRUE(other->deleteFile(fileNamed(otherRoot(), "last"), otherRoot()));
-  ASSERT_TRUE(import(*other, "last", otherRoot(), patternBytes(600, 8))); // the same entry, the same slot
-  takeNotice();
-  EXPECT_EQ(contentsOf(mine(), fileNamed(root(), "last")), patternBytes(600, 8));
-}
-
-TEST_F(TwoFilesystems, CountersAreThoseOfTheImageAfterTheOthersChange) {
-  ASSERT_TRUE(import(*other, "new", otherRoot(), patternBytes(5000, 1)));
-  takeNotice();
-  EXPECT_EQ(countersOf(mine()), countersOf(*volume.openedAnew()));
-}
-
-class TwoFilesystemsOfDefaultGeometry : public TwoFilesystems {
-protected:
-  TwoFilesystemsOfDefaultGeometry() : TwoFilesystems(ImageBuilder(VolumeLayout::zeroHeader(kMiB))) {}
-};
-
-TEST_F(TwoFilesystemsOfDefaultGeometry, CountersAreThoseOfTheImageAfterTheOthersChange) {
-  const std::uint64_t clusters = mine().totalClusters();
-  ASSERT_TRUE(import(*other, "new", otherRoot(), patternBytes(5000, 1)));
-  takeNotice();
-  EXPECT_EQ(mine().totalClusters(), clusters);
-  EXPECT_EQ(countersOf(mine()), countersOf(*volume.openedAnew()));
-}
-
-TEST_F(TwoFilesystems, OneThatIsClosedLeavesTheOtherWorking) {
-  ASSERT_TRUE(import(*other, "new", otherRoot()));
+TEST_F(GuardedPair, OneThatIsClosedLeavesTheOtherWorking) {
+  ASSERT_TRUE(import(*other, "new", root()));
   other.reset();
+  EXPECT_FALSE(isUnclaimed(volume.imagePath()));
   ASSERT_TRUE(import(mine(), "mine", root()));
   EXPECT_EQ(namesOf(root()->files()), (Names{"file", "second", "new", "mine"}));
 }
 
-TEST_F(TwoFilesystems, ReloadSeesTheOthersChanges) {
-  ASSERT_TRUE(import(*other, "new", otherRoot()));
-  ASSERT_TRUE(mine().reload());
-  EXPECT_EQ(namesOf(root()->files()), (Names{"file", "second", "new"}));
+TEST_F(GuardedPair, EachHasTheLabelOfThePathThatItWasOpenedBy) {
+  const std::string link = volume.folder().path("link.hda");
+  std::filesystem::create_symlink("disk.hda", link);
+  const std::string hardLink = volume.folder().path("hard.hda");
+  std::filesystem::create_hard_link(volume.imagePath(), hardLink);
+  for (const std::string &path : {link, hardLink}) {
+    const EMU3FilesystemPtr again = mounted(path, MountRules::guarded);
+    EXPECT_EQ(again->rootDirectory(), root()) << path;
+    EXPECT_EQ(again->imageURL(), path);
+  }
+  EXPECT_EQ(mounted(link, MountRules::guarded)->volumeLabel(), "link.hda");
+  EXPECT_EQ(mine().volumeLabel(), "disk.hda");
 }
 
-// --- Random operations, now on the one, now on the other -------------------------------------------
+TEST_F(GuardedPair, HasAQueueEach) {
+  EXPECT_NE(&mine().ioQueue(), &other->ioQueue());
+}
 
-class PairSession {
-public:
-  explicit PairSession(std::uint32_t seed)
-      : random_(seed), volume_(randomVolume(random_, Guards::on, Entries::plain), Guards::on),
-        model_(std::move(volume_.expected), Guards::on, volume_.root()) {
-    sides_[0].filesystem = volume_.filesystem();
-    sides_[1].filesystem = volume_.openedAnew();
-    sides_[1].filesystem->setGuarded(true);
-    for (Side &side : sides_)
-      side.counters = model_.scan();
+TEST(GuardedHandles, LastOneEndsTheVolumeAndFreesTheClaim) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("disk.hda");
+  plainVolume().writeTo(path);
+  EMU3FilesystemPtr first = mounted(path, MountRules::guarded);
+  EMU3FilesystemPtr second = mounted(path, MountRules::guarded);
+  const std::weak_ptr<EMU3Directory> root = first->rootDirectory();
+  ASSERT_TRUE(first->renameDirectory(folderNamed(root.lock(), "folder"), "renamed")); // in the tree alone
+  first.reset();
+  EXPECT_FALSE(root.expired());
+  EXPECT_EQ(mappingsOf(path).size(), 1U);
+  EXPECT_FALSE(isUnclaimed(path));
+  second.reset();
+  EXPECT_TRUE(root.expired());
+  EXPECT_EQ(mappingsOf(path).size(), 0U);
+  EXPECT_TRUE(isUnclaimed(path));
+  const EMU3FilesystemPtr again = mounted(path, MountRules::guarded);
+  EXPECT_EQ(namesOf(again->rootDirectory()->subdirectories()), Names{"folder"}) << "read from the image";
+}
+
+// --- Guarded: what one gave to something else ------------------------------------------------------
+
+Bytes bankWith(const std::string &preset, std::uint32_t seed) {
+  return IffBank().preset(preset).sample("Sample", patternBytes(500, seed)).build();
+}
+
+// An image opened twice, an object taken from the first, and its place given to another by the second.
+class Stale : public testing::Test {
+protected:
+  static ImageBuilder image() {
+    ImageBuilder builder(smallLayout());
+    builder.root().addFile("bank", bankWith("Mine", 1), {.slot = std::uint16_t{3}});
+    builder.root().addFile("second", patternBytes(600, 2), {.slot = std::uint16_t{1}});
+    builder.root()
+        .addFolder("folder", {.blockList = {5}})
+        .addFile("inside", patternBytes(600, 3), {.slot = std::uint16_t{2}});
+    builder.root().addFolder("target", {.blockList = {6}});
+    return builder;
   }
 
-  void run(std::size_t steps) {
-    for (std::size_t step = 0; step < steps && !testing::Test::HasFailure(); ++step) {
-      const testing::ScopedTrace trace(__FILE__, __LINE__, "step " + std::to_string(step));
-      takeStep();
-    }
+  // From here on nothing may change any more.
+  void takeStateAsExpected() {
+    volume.expected.poke(0, readBytes(volume.imagePath()));
+    counters = countersOf(first());
+    tree = listed();
   }
-
-private:
-  struct Listed {
-    EMU3FilePtr file;
-    EMU3DirectoryPtr folder;
-  };
-  struct Side {
-    EMU3FilesystemPtr filesystem;
-    Counters counters;
-    bool isBehind = false; ///< the other has worked on the image since
-    std::vector<Listed> gone;
-  };
-  // Which of a side's objects the image still holds, and what a fresh parse has in their place.
-  struct Twins {
-    std::map<EMU3DirectoryPtr, EMU3DirectoryPtr> folders;
-    std::map<EMU3FilePtr, EMU3FilePtr> files;
-  };
-
-  void takeStep() {
-    side_ = &sides_[random_.below(2)];
-    fresh_ = volume_.openedAnew();
-    twins_ = {};
-    findTwins(root(), fresh_->rootDirectory());
-    const std::vector<Listed> before = listed();
-    removed_.clear();
-    model_.counters = side_->isBehind ? model_.scan() : side_->counters;
-    act();
-    for (Side &side : sides_)
-      side.isBehind |= &side != side_;
-    side_->isBehind = false;
-    side_->counters = model_.counters;
-    verify(before);
-  }
-
-  // Always one operation, since a side takes notice of the other's with its own.
-  void act() {
-    switch (random_.below(8)) {
-    case 0:
-    case 1:
-      return import();
-    case 2:
-      return copy();
-    case 3:
-      return move();
-    case 4:
-      return deleteFile();
-    case 5:
-      return rename();
-    case 6:
-      return random_.chance(60) ? createFolder() : deleteFolder();
-    default:
-      return useWhatIsGone();
-    }
-  }
-
-  void verify(const std::vector<Listed> &before) {
-    EXPECT_TRUE(holdsExactly(volume_.imagePath(), model_.image));
-    EXPECT_TRUE(holdsModel(*volume_.openedAnew(), model_, test::Side::image));
-    EXPECT_TRUE(holdsModel(*side_->filesystem, model_, test::Side::either));
-    EXPECT_EQ(countersOf(*side_->filesystem), model_.counters);
-    std::set<EMU3FilePtr> now;
-    for (const Listed &each : listed())
-      now.insert(each.file);
-    for (const Listed &each : before) {
-      const bool isKept = twins_.files.contains(each.file) && !removed_.contains(each.file);
-      EXPECT_EQ(now.contains(each.file), isKept) << each.file->name();
-      if (!isKept) side_->gone.push_back(each);
-    }
-  }
-
-  EMU3DirectoryPtr root() { return side_->filesystem->rootDirectory(); }
-
-  std::vector<Listed> listed() {
-    std::vector<Listed> all;
+  std::vector<std::string> listed() {
+    std::vector<std::string> all;
     for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root())) {
+      all.push_back(folder->description());
       for (const EMU3FilePtr &file : folder->files())
-        all.push_back({file, folder});
+        all.push_back(file->description());
     }
     return all;
   }
 
-  void findTwins(const EMU3DirectoryPtr &mine, const EMU3DirectoryPtr &read) {
-    twins_.folders[mine] = read;
-    for (const EMU3FilePtr &file : mine->files()) {
-      for (const EMU3FilePtr &twin : read->files()) {
-        const EMU3FileFields a = file->fields();
-        const EMU3FileFields b = twin->fields();
-        if (placeOf(*file) == placeOf(*twin) && a.name == b.name && a.startCluster == b.startCluster &&
-            a.fileSize == b.fileSize && a.entryId == b.entryId && a.rawType == b.rawType)
-          twins_.files[file] = twin;
-      }
+  // Through either filesystem the operation fails with code 5, and image, tree, figures and host stay as
+  // they are.
+  void expectRefused(const std::function<bool(EMU3Filesystem &, EMU3Error *)> &operation) {
+    const Names hostBefore = namesIn(host.path());
+    for (EMU3Filesystem *const filesystem : {&first(), second.get()}) {
+      EMU3Error error;
+      EXPECT_FALSE(operation(*filesystem, &error));
+      EXPECT_EQ(error.description(), kNoEntryError);
+      EXPECT_FALSE(operation(*filesystem, nullptr));
     }
-    for (const EMU3DirectoryPtr &folder : mine->subdirectories()) {
-      for (const EMU3DirectoryPtr &twin : read->subdirectories()) {
-        if (placeOf(*folder) == placeOf(*twin) && folder->blockList() == twin->blockList() &&
-            folder->name() == twin->name() && folder->entryId() == twin->entryId())
-          findTwins(folder, twin);
-      }
-    }
+    EXPECT_TRUE(volume.imageIsAsExpected());
+    EXPECT_EQ(countersOf(first()), counters);
+    EXPECT_EQ(listed(), tree);
+    EXPECT_EQ(namesIn(host.path()), hostBefore);
   }
 
-  // A name that its entry holds whole, so that both sides have the same.
-  std::string anyName() {
-    static const std::vector<std::string> names = {"KICK", "Snare", "Pad \u00e9", "15 characters..",
-                                                   "x",    "y"};
-    return random_.pick(names);
-  }
-  Bytes anyContents() {
-    Bytes contents = randomContents(random_, model_.image.slotSizeBlocks() * kBlockBytes, Guards::on);
-    if (contents.empty()) contents.push_back(1); // an empty file is not the same in the two trees
-    return contents;
-  }
-  EMU3DirectoryPtr anyFolder() { return random_.pick(directoriesInPreOrder(root())); }
-  std::optional<Listed> anyFile() {
-    std::vector<Listed> all = listed();
-    std::erase_if(all, [](const Listed &each) { return each.file->fileSize() == 0; });
-    if (all.empty()) return std::nullopt;
-    return random_.pick(all);
-  }
+  EMU3Filesystem &first() { return *volume.filesystem(); }
+  EMU3DirectoryPtr root() { return volume.root(); }
 
-  void expectOutcome(bool done, const EMU3Error &error, const std::string &foreseen) {
-    EXPECT_EQ(done, foreseen.empty());
-    EXPECT_EQ(error.isSet() ? error.description() : "", foreseen);
-  }
-
-  EMU3DirectoryPtr twin(const EMU3DirectoryPtr &folder) {
-    const auto found = twins_.folders.find(folder);
-    return found == twins_.folders.end() ? nullptr : found->second;
-  }
-  bool isKept(const Listed &each) { return twins_.files.contains(each.file); }
-
-  std::string foreseeStore(const EMU3DirectoryPtr &folder, const std::string &name, const Bytes &contents) {
-    if (!twin(folder)) return kNoEntryError;
-    return model_.store(fresh_->rootDirectory(), twin(folder), name, contents, 1).error;
-  }
-  Bytes contentsBefore(const Listed &source) {
-    return model_.entries.at({source.file->dentryBlock(), source.file->dentryOffset()}).contents;
-  }
-  void foreseeRemoval(const Listed &victim) {
-    model_.remove(*twins_.files.at(victim.file));
-    removed_.insert(victim.file);
-  }
-
-  void import() {
-    const EMU3DirectoryPtr folder = anyFolder();
-    const std::string name = anyName();
-    const Bytes contents = anyContents();
-    const std::string path = volume_.hostFile(name + ".wav", contents);
-    const std::string foreseen = foreseeStore(folder, name, contents);
-    EMU3Error error;
-    expectOutcome(side_->filesystem->importFileAtURL(path, folder, &error), error, foreseen);
-  }
-
-  void copy() {
-    const std::optional<Listed> source = anyFile();
-    if (!source) return import();
-    const EMU3DirectoryPtr folder = anyFolder();
-    const std::string foreseen =
-        isKept(*source) ? foreseeStore(folder, source->file->name(), contentsBefore(*source)) : kNoEntryError;
-    EMU3Error error;
-    expectOutcome(side_->filesystem->copyFile(source->file, folder, &error), error, foreseen);
-  }
-
-  void move() {
-    const std::optional<Listed> source = anyFile();
-    if (!source) return import();
-    const EMU3DirectoryPtr folder = anyFolder();
-    std::string foreseen;
-    if (!isKept(*source)) {
-      foreseen = kNoEntryError;
-    } else if (folder != source->folder) {
-      foreseen = foreseeStore(folder, source->file->name(), contentsBefore(*source));
-      if (foreseen.empty()) foreseeRemoval(*source);
-    }
-    EMU3Error error;
-    const bool done = side_->filesystem->moveFile(source->file, source->folder, folder, &error);
-    expectOutcome(done, error, foreseen);
-  }
-
-  void deleteFile() {
-    const std::optional<Listed> victim = anyFile();
-    if (!victim) return import();
-    std::string foreseen = kNoEntryError;
-    if (isKept(*victim)) {
-      foreseen.clear();
-      foreseeRemoval(*victim);
-    }
-    EMU3Error error;
-    expectOutcome(side_->filesystem->deleteFile(victim->file, victim->folder, &error), error, foreseen);
-  }
-
-  void rename() {
-    const std::optional<Listed> file = anyFile();
-    if (!file) return import();
-    const std::string name = anyName();
-    const std::string foreseen =
-        isKept(*file) ? model_.rename(*twins_.files.at(file->file), name) : kNoEntryError;
-    EMU3Error error;
-    const bool done = side_->filesystem->renameFile(file->file, name, file->folder, &error);
-    expectOutcome(done, error, foreseen);
-  }
-
-  void createFolder() {
-    const EMU3DirectoryPtr parent = anyFolder();
-    const std::string name = anyName();
-    const std::string foreseen =
-        twin(parent) ? model_.createFolder(fresh_->rootDirectory(), twin(parent), name).error : kNoEntryError;
-    EMU3Error error;
-    expectOutcome(side_->filesystem->createDirectoryNamed(name, parent, &error), error, foreseen);
-  }
-
-  void deleteFolder() {
-    const EMU3DirectoryPtr folder = anyFolder();
-    const EMU3DirectoryPtr parent = folder->parent();
-    if (!parent) return import();
-    std::string foreseen = kNoEntryError;
-    if (const EMU3DirectoryPtr read = twin(folder)) {
-      foreseen.clear();
-      model_.deleteFolder(read);
-      for (const EMU3DirectoryPtr &below : directoriesInPreOrder(folder)) {
-        for (const EMU3FilePtr &file : below->files())
-          removed_.insert(file);
-      }
-    }
-    EMU3Error error;
-    expectOutcome(side_->filesystem->deleteDirectory(folder, parent, &error), error, foreseen);
-  }
-
-  void useWhatIsGone() {
-    if (side_->gone.empty()) return import();
-    const Listed gone = random_.pick(side_->gone);
-    EMU3Error error;
-    EXPECT_FALSE(side_->filesystem->deleteFile(gone.file, gone.folder, &error));
-    EXPECT_EQ(error.description(), kNoEntryError);
-  }
-
-  Random random_;
-  WritableVolume volume_;
-  VolumeModel model_;
-  Side sides_[2];
-  Side *side_ = nullptr;
-  EMU3FilesystemPtr fresh_;
-  Twins twins_;
-  std::set<EMU3FilePtr> removed_;
+  WritableVolume volume{image(), MountRules::guarded};
+  EMU3FilesystemPtr second = mounted(volume.imagePath(), MountRules::guarded);
+  TemporaryFolder host;
+  Counters counters;
+  std::vector<std::string> tree;
 };
 
-TEST(TwoFilesystemsProperties, EachIsInLineWithTheImageAfterItsOperation) {
+enum class Cache { empty, full };
+
+std::string nameOfCache(const testing::TestParamInfo<Cache> &info) {
+  return info.param == Cache::full ? "Cached" : "NotCached";
+}
+
+class StaleFile : public Stale, public testing::WithParamInterface<Cache> {
+protected:
+  void SetUp() override {
+    if (GetParam() == Cache::full) {
+      ASSERT_NE(first().dataForFile(bank), nullptr);
+      ASSERT_TRUE(first().populateBankMetadata(bank));
+    }
+    cached = bank->cachedData();
+    details = bank->bankDetails();
+    ASSERT_TRUE(second->deleteFile(fileNamed(second->rootDirectory(), "bank"), second->rootDirectory()));
+    const std::string path = volume.hostFile("secret", bankWith("Foreign", 2));
+    ASSERT_TRUE(second->importFileAtURL(path, second->rootDirectory()));
+    const EMU3FilePtr secret = fileNamed(root(), "secret");
+    ASSERT_EQ(placeOf(*secret), placeOf(*bank)); // the same entry
+    ASSERT_EQ(secret->startCluster(), bank->startCluster());
+    takeStateAsExpected();
+  }
+  void TearDown() override {
+    EXPECT_EQ(bank->cachedData(), cached);
+    EXPECT_EQ(bank->bankDetails(), details);
+    EXPECT_EQ(contentsOf(first(), fileNamed(root(), "secret")), bankWith("Foreign", 2));
+  }
+
+  EMU3FilePtr bank = fileNamed(root(), "bank");
+  ByteBufferPtr cached;
+  BankDetails details;
+};
+
+INSTANTIATE_TEST_SUITE_P(Contents, StaleFile, testing::Values(Cache::empty, Cache::full), nameOfCache);
+
+TEST_P(StaleFile, IsInNoFolder) {
+  EXPECT_EQ(bank->folder(), nullptr);
+}
+
+TEST_P(StaleFile, IsNotExported) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.exportFile(bank, host.path("bank.E4B"), error);
+  });
+}
+
+TEST_P(StaleFile, ExportLeavesAnEarlierHostFileAsItIs) {
+  writeText(host.path("bank.E4B"), "earlier");
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.exportFile(bank, host.path("bank.E4B"), error);
+  });
+  EXPECT_EQ(readText(host.path("bank.E4B")), "earlier");
+}
+
+TEST_P(StaleFile, DataIsNotRead) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.dataForFile(bank, error) != nullptr;
+  });
+}
+
+TEST_P(StaleFile, ContentsAreNotRead) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.contentsOfFile(bank, error) != nullptr;
+  });
+}
+
+TEST_P(StaleFile, IsNotAnalysed) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.populateBankMetadata(bank, error);
+  });
+}
+
+TEST_P(StaleFile, IsNotAnalysedAnew) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.refreshBankMetadata(bank, error);
+  });
+}
+
+TEST_P(StaleFile, SamplesAreNotListed) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return !filesystem.samplesFromBankFile(bank, error).empty();
+  });
+}
+
+TEST_P(StaleFile, SampleIsNotExported) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.exportSampleAtIndex(0, bank, host.path("sample.wav"), error);
+  });
+}
+
+TEST_P(StaleFile, IsNotCopied) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.copyFile(bank, folderNamed(root(), "target"), error);
+  });
+}
+
+TEST_P(StaleFile, IsNotMoved) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.moveFile(bank, root(), folderNamed(root(), "target"), error);
+  });
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.moveFile(bank, root(), root(), error);
+  });
+}
+
+TEST_P(StaleFile, IsNotRenamed) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.renameFile(bank, "new", root(), error);
+  });
+  EXPECT_EQ(bank->name(), "bank");
+}
+
+TEST_P(StaleFile, IsNotDeleted) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.deleteFile(bank, root(), error);
+  });
+}
+
+// A folder deleted by the second, and another made in its entry and its block.
+class StaleFolder : public Stale {
+protected:
+  void SetUp() override {
+    const EMU3DirectoryPtr secondRoot = second->rootDirectory();
+    ASSERT_TRUE(second->deleteDirectory(folderNamed(secondRoot, "folder"), secondRoot));
+    ASSERT_TRUE(second->createDirectoryNamed("another", secondRoot));
+    const EMU3DirectoryPtr another = folderNamed(root(), "another");
+    ASSERT_EQ(placeOf(*another), placeOf(*folder)); // the same entry
+    ASSERT_EQ(another->blockList(), folder->blockList());
+    ASSERT_TRUE(second->importFileAtURL(volume.hostFile("theirs", patternBytes(700, 4)), another));
+    takeStateAsExpected();
+  }
+  void TearDown() override {
+    EXPECT_TRUE(folder->files().empty());
+    EXPECT_TRUE(folder->subdirectories().empty());
+    EXPECT_EQ(folder->name(), "folder");
+  }
+
+  EMU3DirectoryPtr folder = folderNamed(root(), "folder");
+  EMU3FilePtr inside = fileNamed(folder, "inside");
+};
+
+TEST_F(StaleFolder, TakesNoImportedFile) {
+  const std::string path = volume.hostFile("host", bytesOf("x"));
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.importFileAtURL(path, folder, error);
+  });
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.restoreFileAtURL(path, "name", folder, error);
+  });
+}
+
+TEST_F(StaleFolder, TakesNoFileOfTheVolume) {
+  const EMU3FilePtr file = fileNamed(root(), "second");
+  expectRefused(
+      [&](EMU3Filesystem &filesystem, EMU3Error *error) { return filesystem.copyFile(file, folder, error); });
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.moveFile(file, root(), folder, error);
+  });
+}
+
+TEST_F(StaleFolder, TakesNoFolder) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.createDirectoryNamed("new", folder, error);
+  });
+}
+
+TEST_F(StaleFolder, IsNotDeleted) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.deleteDirectory(folder, root(), error);
+  });
+}
+
+TEST_F(StaleFolder, IsNotRenamed) {
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.renameDirectory(folder, "new", error);
+  });
+}
+
+TEST_F(StaleFolder, FileThatWasInItIsNeitherReadNorChanged) {
+  const EMU3DirectoryPtr target = folderNamed(root(), "target");
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.exportFile(inside, host.path("inside.E4B"), error);
+  });
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.dataForFile(inside, error) != nullptr;
+  });
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.copyFile(inside, target, error);
+  });
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.moveFile(inside, folder, target, error);
+  });
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.renameFile(inside, "new", folder, error);
+  });
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.deleteFile(inside, folder, error);
+  });
+  EXPECT_EQ(inside->cachedData(), nullptr);
+}
+
+TEST_F(StaleFolder, TakesNoRecoveredFolder) {
+  ImageBuilder &image = volume.expected;
+  patchBytes(volume.imagePath(), 9 * kBlockBytes, newFileEntry("lost", 9, 9, 9));
+  image.pokeEntry({9, 0}, newFileEntry("lost", 9, 9, 9));
+  ASSERT_EQ(first().lostFolders().size(), 1U);
+  expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
+    return filesystem.recoverFolder(9, "Back", folder, error);
+  });
+}
+
+// --- Bare: a tree each -----------------------------------------------------------------------------
+
+class BarePair : public testing::Test {
+protected:
+  bool import(EMU3Filesystem &filesystem, const std::string &name) {
+    return filesystem.importFileAtURL(volume.hostFile(name, patternBytes(600, 9)),
+                                      filesystem.rootDirectory());
+  }
+
+  WritableVolume volume{plainVolume(), MountRules::bare};
+  EMU3FilesystemPtr other = mounted(volume.imagePath(), MountRules::bare);
+  EMU3DirectoryPtr root = volume.root();
+  EMU3DirectoryPtr otherRoot = other->rootDirectory();
+};
+
+TEST_F(BarePair, HasObjectsOfItsOwnEach) {
+  EXPECT_NE(otherRoot, root);
+  EXPECT_EQ(namesOf(otherRoot->files()), namesOf(root->files()));
+  for (const EMU3FilePtr &file : otherRoot->files())
+    EXPECT_FALSE(root->containsFile(file)) << file->name();
+  EXPECT_NE(folderNamed(otherRoot, "folder"), folderNamed(root, "folder"));
+}
+
+TEST_F(BarePair, NeitherSeesWhatTheOtherChanged) {
+  ASSERT_TRUE(other->deleteFile(fileNamed(otherRoot, "file"), otherRoot));
+  ASSERT_TRUE(import(*other, "new"));
+  ASSERT_TRUE(other->renameFile(fileNamed(otherRoot, "second"), "renamed", otherRoot));
+  EXPECT_EQ(namesOf(root->files()), (Names{"file", "second"}));
+  EXPECT_FALSE(volume->createDirectoryNamed("", root)); // nor after an operation of its own
+  EXPECT_EQ(namesOf(root->files()), (Names{"file", "second"}));
+  EXPECT_EQ(volume.root(), root);
+  ASSERT_TRUE(volume->renameFile(fileNamed(root, "file"), "mine", root));
+  EXPECT_EQ(namesOf(otherRoot->files()), (Names{"renamed", "new"}));
+}
+
+TEST_F(BarePair, FiguresAreItsOwnEach) {
+  const Counters before = countersOf(*volume);
+  ASSERT_TRUE(import(*other, "new"));
+  EXPECT_EQ(countersOf(*volume), before);
+  EXPECT_EQ(countersOf(*other), (Counters{before.used + 2, before.free - 2}));
+}
+
+TEST_F(BarePair, OneOpenedLaterSeesTheImageAsItIs) {
+  ASSERT_TRUE(import(*other, "new"));
+  ASSERT_TRUE(other->renameDirectory(folderNamed(otherRoot, "folder"), "renamed")); // in its tree alone
+  const EMU3FilesystemPtr third = mounted(volume.imagePath(), MountRules::bare);
+  const EMU3FilesystemPtr fresh = volume.openedAnew();
+  EXPECT_EQ(namesOf(third->rootDirectory()->files()), namesOf(fresh->rootDirectory()->files()));
+  EXPECT_EQ(namesOf(third->rootDirectory()->subdirectories()),
+            namesOf(fresh->rootDirectory()->subdirectories()));
+  EXPECT_EQ(countersOf(*third), countersOf(*fresh));
+}
+
+TEST_F(BarePair, ReloadSeesTheOthersChanges) {
+  ASSERT_TRUE(other->deleteFile(fileNamed(otherRoot, "second"), otherRoot));
+  ASSERT_TRUE(volume->reload());
+  EXPECT_EQ(namesOf(volume.root()->files()), Names{"file"});
+  EXPECT_EQ(other->rootDirectory(), otherRoot) << "that of the one that was read anew alone";
+}
+
+TEST_F(BarePair, ChangesOfBothWaitForOneLock) {
+  const std::shared_ptr<Volume> third = Volume::open(volume.imagePath(), MountRules::bare, nullptr);
+  EXPECT_TRUE(waitsFor(third->lock, [&] { volume->renameFile(root->files()[0], "mine", root); }));
+  EXPECT_TRUE(waitsFor(third->lock, [&] { other->renameFile(otherRoot->files()[1], "other's", otherRoot); }));
+}
+
+TEST_F(BarePair, ClaimIsFreeOnceBothAreGone) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("disk.hda");
+  plainVolume().writeTo(path);
+  EMU3FilesystemPtr first = mounted(path, MountRules::bare);
+  EMU3FilesystemPtr second = mounted(path, MountRules::bare);
+  EXPECT_FALSE(first->isReadOnly());
+  EXPECT_FALSE(second->isReadOnly());
+  first.reset();
+  EXPECT_FALSE(isUnclaimed(path));
+  second.reset();
+  EXPECT_TRUE(isUnclaimed(path));
+}
+
+// --- By one set of rules at a time -----------------------------------------------------------------
+
+class MixedMounting : public testing::TestWithParam<MountRules> {
+protected:
+  MixedMounting() { plainVolume().writeTo(path); }
+
+  static MountRules otherThan(MountRules rules) {
+    return rules == MountRules::bare ? MountRules::guarded : MountRules::bare;
+  }
+  std::string errorOfMounting(const std::string &at, MountRules rules) {
+    EMU3Error error;
+    EXPECT_EQ(EMU3Filesystem::initWithURL(at, rules, &error), nullptr);
+    EXPECT_EQ(EMU3Filesystem::initWithURL(at, rules), nullptr);
+    return error.description();
+  }
+
+  TemporaryFolder folder;
+  const std::string path = folder.path("disk.hda");
+};
+
+INSTANTIATE_TEST_SUITE_P(First, MixedMounting, testing::Values(MountRules::bare, MountRules::guarded),
+                         rulesName);
+
+TEST_P(MixedMounting, IsRefusedUntilTheLastHandleIsGone) {
+  const MountRules other = otherThan(GetParam());
+  EMU3FilesystemPtr first = mounted(path, GetParam());
+  EXPECT_EQ(errorOfMounting(path, other), kOtherRulesError);
+  EMU3FilesystemPtr second = mounted(path, GetParam());
+  first.reset();
+  EXPECT_EQ(errorOfMounting(path, other), kOtherRulesError);
+  second.reset();
+  EXPECT_EQ(mounted(path, other)->rules(), other);
+  EXPECT_EQ(mounted(path, GetParam())->rules(), GetParam()) << "and the other way round";
+}
+
+TEST_P(MixedMounting, IsRefusedByAnyPathOfTheImage) {
+  const EMU3FilesystemPtr first = mounted(path, GetParam());
+  std::filesystem::create_symlink("disk.hda", folder.path("link.hda"));
+  std::filesystem::create_hard_link(path, folder.path("hard.hda"));
+  for (const char *name : {"link.hda", "hard.hda"})
+    EXPECT_EQ(errorOfMounting(folder.path(name), otherThan(GetParam())), kOtherRulesError) << name;
+}
+
+TEST_P(MixedMounting, RefusedLeavesNothingOpenAndTheFirstWorking) {
+  const EMU3FilesystemPtr first = mounted(path, GetParam());
+  const std::size_t descriptors = namesIn("/proc/self/fd").size();
+  EXPECT_EQ(errorOfMounting(path, otherThan(GetParam())), kOtherRulesError);
+  EXPECT_EQ(namesIn("/proc/self/fd").size(), descriptors);
+  EXPECT_EQ(mappingsOf(path).size(), 1U);
+  EXPECT_TRUE(first->createDirectoryNamed("new", first->rootDirectory()));
+}
+
+TEST_P(MixedMounting, IsAllowedForACopyOfTheImage) {
+  const EMU3FilesystemPtr first = mounted(path, GetParam());
+  copySparse(path, folder.path("copy.hda"));
+  EXPECT_NE(EMU3Filesystem::initWithURL(folder.path("copy.hda"), otherThan(GetParam())), nullptr);
+}
+
+TEST(Mounting, WithoutRulesIsByTheBareOnes) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("disk.hda");
+  plainVolume().writeTo(path);
+  EXPECT_EQ(EMU3Filesystem::initWithURL(path)->rules(), MountRules::bare);
+  const EMU3FilesystemPtr guarded = mounted(path, MountRules::guarded);
+  EXPECT_EQ(guarded->rules(), MountRules::guarded);
+  EMU3Error error;
+  EXPECT_EQ(EMU3Filesystem::initWithURL(path, &error), nullptr);
+  EXPECT_EQ(error.description(), kOtherRulesError);
+}
+
+// --- Random operations, now through the one, now through the other ---------------------------------
+
+TEST(TwoFilesystemsProperties, ImageAndTheSharedTreeAgreeAfterEveryOperationOfEither) {
   for (std::uint32_t seed = 1; seed <= 80 && !testing::Test::HasFailure(); ++seed) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, "seed " + std::to_string(seed));
-    PairSession(seed).run(30);
+    RandomSession session(seed, MountRules::guarded);
+    session.shareBetween(2 + seed % 2);
+    session.run(30);
   }
 }
 

@@ -66,7 +66,7 @@ TEST(BareSlotZero, ReachingBlockZeroByWrappingFailsToWrite) {
 TEST(GuardedSlots, EndAt65535) {
   for (const std::uint32_t slotSize : {8U, 16U, 24U}) {
     for (const std::size_t blocks : {1U, 8U, 12U})
-      expectFailure(WritableVolume(volumeWithLastSlot(slotSize, blocks), Guards::on), kNoSlotError);
+      expectFailure(WritableVolume(volumeWithLastSlot(slotSize, blocks), MountRules::guarded), kNoSlotError);
   }
 }
 
@@ -76,7 +76,7 @@ TEST(GuardedSlots, Slot65535IsHandedOut) {
   ImageBuilder image(layout);
   image.root().addFile("near", bytesOf("x"), {.slot = std::uint16_t{65534}, .storesContents = false});
   const EntryPlace next{image.rootDirBlock(), 1};
-  WritableVolume volume(std::move(image), Guards::on);
+  WritableVolume volume(std::move(image), MountRules::guarded);
   ASSERT_TRUE(volume->importFileAtURL(volume.hostFile("last", patternBytes(600, 2)), volume.root()));
   putNewFile(volume.expected, next, "last", 65535, 1, patternBytes(600, 2));
   EXPECT_TRUE(volume.imageIsAsExpected());
@@ -84,8 +84,9 @@ TEST(GuardedSlots, Slot65535IsHandedOut) {
 
 // --- An image that ends inside its data area -------------------------------------------------------
 
-class ShortImage : public testing::TestWithParam<Guards> {};
-INSTANTIATE_TEST_SUITE_P(Volume, ShortImage, testing::Values(Guards::off, Guards::on), guardsName);
+class ShortImage : public testing::TestWithParam<MountRules> {};
+INSTANTIATE_TEST_SUITE_P(Volume, ShortImage, testing::Values(MountRules::bare, MountRules::guarded),
+                         rulesName);
 
 // Slot 1 in blocks 16 to 23 holds the source; `bytes` are left behind it.
 ImageBuilder volumeWithRoomFor(std::uint64_t bytes, std::size_t sourceBytes) {

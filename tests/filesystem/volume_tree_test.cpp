@@ -1,12 +1,19 @@
-// Directory entries: names, the two forms, block lists, order, damaged trees.
+// Reading the tree: entries passed over, block lists, order, damaged trees; what belongs to it; adding to it.
 
-#include "filesystem/EMU3Filesystem.h"
-#include "tests/support/EngineInternals.h"
+#include "filesystem/DirectoryBlocks.h"
+#include "filesystem/ImageMapping.h"
+#include "filesystem/TreeEditor.h"
+#include "filesystem/VolumeGeometry.h"
+#include "filesystem/VolumeTree.h"
 #include "tests/support/MountedVolume.h"
 #include "tests/support/SampleVolumes.h"
 
 #include <gtest/gtest.h>
+#include <memory>
+#include <optional>
 #include <set>
+#include <stdexcept>
+#include <unordered_set>
 
 namespace tessary {
 namespace {
@@ -14,53 +21,28 @@ namespace {
 using namespace test;
 using BlockNumbers = std::vector<std::int16_t>;
 
-std::optional<std::string> nameOf(std::string field) {
-  EXPECT_EQ(field.size(), 16U);
-  return EMU3FilesystemInternals::parseName(reinterpret_cast<const std::uint8_t *>(field.data()));
-}
+/// The tree of an image, read by itself.
+class ReadTree {
+public:
+  explicit ReadTree(const ImageBuilder &image) {
+    const TemporaryFolder folder;
+    image.writeTo(folder.path("disk.hda"));
+    EMU3Error error;
+    mapping_ = ImageMapping::open(folder.path("disk.hda"), &error);
+    if (!mapping_) throw std::runtime_error(error.description());
+    geometry = readGeometry(*mapping_, &error).value();
+    tree.read(entries(), static_cast<std::int64_t>(geometry.rootDirBlock), "disk.hda");
+  }
 
-std::string field(std::string text, char padding = ' ') {
-  text.resize(16, padding);
-  return text;
-}
+  DirectoryBlocks entries() const { return DirectoryBlocks(*mapping_); }
+  EMU3DirectoryPtr root() const { return tree.root(); }
 
-TEST(EntryName, TrailingSpacesAndZerosAreDropped) {
-  EXPECT_EQ(nameOf(field("KICK")), "KICK");
-  EXPECT_EQ(nameOf(field("KICK", '\0')), "KICK");
-  EXPECT_EQ(nameOf(std::string("KICK\0 \0  \0      ", 16)), "KICK");
-  EXPECT_EQ(nameOf("SIXTEEN LETTERS!"), "SIXTEEN LETTERS!");
-}
+  VolumeGeometry geometry;
+  VolumeTree tree;
 
-TEST(EntryName, LeadingAndInnerSpacesStay) {
-  EXPECT_EQ(nameOf(field("  PAD")), "  PAD");
-  EXPECT_EQ(nameOf(field("A  B")), "A  B");
-}
-
-TEST(EntryName, EndsAtAZeroByteInTheMiddle) {
-  EXPECT_EQ(nameOf(std::string("KICK\0SNARE      ", 16)), "KICK");
-  EXPECT_EQ(nameOf(std::string("KI  \0SNARE      ", 16)), "KI  ");
-}
-
-TEST(EntryName, OfSpacesOrBehindAZeroIsNone) {
-  EXPECT_EQ(nameOf(field("")), std::nullopt);
-  EXPECT_EQ(nameOf(field("", '\0')), std::nullopt);
-  EXPECT_EQ(nameOf(std::string("\0KICK           ", 16)), std::nullopt);
-}
-
-TEST(EntryName, IsDecodedAsUtf8) {
-  EXPECT_EQ(nameOf(field("Caf\xC3\xA9")), "Caf\xC3\xA9");
-  EXPECT_EQ(nameOf(field("\xF0\x9F\xA5\x81")), "\xF0\x9F\xA5\x81");
-}
-
-TEST(EntryName, ThatIsNotUtf8IsNone) {
-  for (const char *text : {"Caf\xE9", "\xC3", "\x80", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xFF"})
-    EXPECT_EQ(nameOf(field(text)), std::nullopt) << text;
-  EXPECT_EQ(nameOf("FIFTEEN LETTERS\xC3"), std::nullopt); // a character cut in two by the field's end
-}
-
-TEST(EntryName, BytesBehindItsEndNeedNotBeUtf8) {
-  EXPECT_EQ(nameOf(std::string("KICK\0\xFF\xFE         ", 16)), "KICK");
-}
+private:
+  std::unique_ptr<ImageMapping> mapping_;
+};
 
 TEST(TreeReading, EntriesWithoutANameArePassedOver) {
   ImageBuilder image;
@@ -70,7 +52,7 @@ TEST(TreeReading, EntriesWithoutANameArePassedOver) {
   root.addRaw(rawFileEntry("Caf\xE9", 0x81, 1, 1, 1, 1, 1));
   root.addRaw(rawFolderEntry("\xFF", 0x40, BlockNumbers{40}));
   root.addFile("After", {});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   EXPECT_EQ(namesOf(volume.root()->files()), std::vector<std::string>{"After"});
   EXPECT_TRUE(volume.root()->subdirectories().empty());
 }
@@ -88,7 +70,7 @@ TEST(TreeReading, FileHasTheFieldsOfItsEntry) {
                         .byte16 = 0xEE,
                         .byte27 = 0xDD,
                         .storesContents = false});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   ASSERT_EQ(volume.root()->files().size(), 1U);
   const EMU3FileFields fields = volume.root()->files()[0]->fields();
   EXPECT_EQ(fields.name, "Pad");
@@ -107,7 +89,7 @@ TEST(TreeReading, FileHasTheFieldsOfItsEntry) {
 TEST(TreeReading, NewFileIsNeitherReadNorAnalysed) {
   ImageBuilder image;
   image.root().addFile("Bank", bytesOf("FORM"));
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   const auto file = volume.root()->files()[0];
   EXPECT_EQ(file->cachedData(), nullptr);
   EXPECT_EQ(file->bankDetails(), BankDetails());
@@ -117,7 +99,7 @@ TEST(TreeReading, FolderHasTheFieldsOfItsEntry) {
   ImageBuilder image;
   const auto block = static_cast<std::int16_t>(image.rootDirBlock() + 5);
   image.root().addFolder("Drums", {.blockList = {block}, .entryId = 0x80, .entry = 15, .byte16 = 0xEE});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   const auto folder = folderNamed(volume.root(), "Drums");
   EXPECT_EQ(folder->entryId(), 0x80);
   EXPECT_EQ(folder->blockList(), std::vector<std::int64_t>{block});
@@ -131,7 +113,7 @@ TEST(TreeReading, FoldersBlockNumbersOfZeroAndLessArePassedOver) {
   image.root().addFolder("Drums", {.blockList = {7, 0, -3, 9, 0, 0, 0}});
   image.root().addFolder("None", {.blockList = {0, -1, -32768}});
   image.root().addFolder("High", {.blockList = {32767, 1}});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   EXPECT_EQ(folderNamed(volume.root(), "Drums")->blockList(), (std::vector<std::int64_t>{7, 9}));
   EXPECT_TRUE(folderNamed(volume.root(), "None")->blockList().empty());
   EXPECT_EQ(folderNamed(volume.root(), "High")->blockList(), (std::vector<std::int64_t>{32767, 1}));
@@ -142,7 +124,7 @@ TEST(TreeReading, RootReadsOneBlockOf16Entries) {
   for (int i = 0; i < 16; ++i)
     image.root().addFile("F" + std::to_string(i), {});
   image.pokeEntry({image.rootDirBlock() + 1, 0}, rawFileEntry("Beyond", 0x82, 0, 1, 1, 0, 0));
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   ASSERT_EQ(volume.root()->files().size(), 16U);
   EXPECT_EQ(volume.root()->files()[15]->name(), "F15");
 }
@@ -152,7 +134,7 @@ TEST(TreeReading, FolderOfSevenBlocksHolds112Entries) {
   auto folder = image.root().addFolder("Full", {.blockCount = 7});
   for (int i = 0; i < 112; ++i)
     folder.addFile("F" + std::to_string(i), {});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   const auto files = folderNamed(volume.root(), "Full")->files();
   ASSERT_EQ(files.size(), 112U);
   for (std::size_t i = 0; i < 112; ++i) {
@@ -169,7 +151,7 @@ TEST(TreeReading, BlocksAreReadInTheOrderOfTheList) {
   auto folder = image.root().addFolder("Folder", {.blockList = {high, low}});
   folder.addFile("In low", {}, {.entry = 16});
   folder.addFile("In high", {}, {.entry = 0});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   EXPECT_EQ(namesOf(folderNamed(volume.root(), "Folder")->files()),
             (std::vector<std::string>{"In high", "In low"}));
 }
@@ -179,7 +161,7 @@ TEST(TreeReading, BlocksBeyondTheImageArePassedOver) {
   const auto inside = static_cast<std::int16_t>(image.rootDirBlock() + 1);
   image.root().addFolder("Folder", {.blockList = {30000, 200, inside, 32767}});
   image.pokeEntry({static_cast<std::uint64_t>(inside), 0}, rawFileEntry("Inside", 0x82, 0, 1, 1, 0, 0));
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   EXPECT_EQ(namesOf(folderNamed(volume.root(), "Folder")->files()), std::vector<std::string>{"Inside"});
 }
 
@@ -188,7 +170,7 @@ TEST(TreeReading, RootBeyondTheImageGivesAnEmptyTree) {
     ImageBuilder image;
     image.root().addFile("File", {});
     image.poke32(8, root);
-    const MountedVolume volume(image);
+    const ReadTree volume(image);
     EXPECT_TRUE(volume.root()->files().empty()) << root;
     EXPECT_EQ(volume.root()->blockList(), std::vector<std::int64_t>{root});
   }
@@ -201,7 +183,7 @@ TEST(TreeReading, ListsKeepTheOrderOnDisk) {
   root.addFile("Y", {});
   root.addFolder("A");
   root.addFile("X", {});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   EXPECT_EQ(namesOf(volume.root()->subdirectories()), (std::vector<std::string>{"B", "A"}));
   EXPECT_EQ(namesOf(volume.root()->files()), (std::vector<std::string>{"Y", "X"}));
 }
@@ -209,7 +191,7 @@ TEST(TreeReading, ListsKeepTheOrderOnDisk) {
 TEST(TreeReading, FoldersNestAndKnowTheirParents) {
   ImageBuilder image;
   image.root().addFolder("A").addFolder("B").addFolder("C").addFile("Deep", {});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   const auto a = folderNamed(volume.root(), "A");
   const auto b = folderNamed(a, "B");
   const auto c = folderNamed(b, "C");
@@ -223,85 +205,11 @@ TEST(TreeReading, EntryWithTypeZeroAndANameIsADeletedFile) {
   ImageBuilder image;
   image.root().addRaw(rawFileEntry("Gone", 0, 3, 1, 1, 1, 1));
   image.root().addDeletedFile();
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   ASSERT_EQ(namesOf(volume.root()->files()), std::vector<std::string>{"Gone"});
   EXPECT_TRUE(volume.root()->files()[0]->isDeleted());
   EXPECT_TRUE(volume.root()->allFiles().empty());
   EXPECT_EQ(volume.root()->totalFileCount(), 0U);
-}
-
-// --- Which form an entry has -------------------------------------------------------------------------
-
-enum class Form { file, folder };
-
-Form formOf(std::uint8_t type, std::uint8_t id, bool marked) {
-  ImageBuilder image({.sizeBytes = 200 * kBlockBytes, .directoryBlocks = 20});
-  RawEntry entry = rawFileEntry("Entry", type, id, 0, 0, 0, 0);
-  if (marked) std::copy_n("E4B0", 4, entry.begin() + 28);
-  image.root().addRaw(entry);
-  const MountedVolume volume(image);
-  EXPECT_EQ(volume.root()->files().size() + volume.root()->subdirectories().size(), 1U);
-  return volume.root()->files().empty() ? Form::folder : Form::file;
-}
-
-TEST(EntryForm, MarkedEntryIsAFileWhateverItsIdAndType) {
-  for (const std::uint8_t id : Bytes{0x00, 0x40, 0x80, 0xFF})
-    for (const std::uint8_t type : Bytes{0x00, 0x40, 0x80, 0x81, 0x82, 0x83, 0xFF})
-      EXPECT_EQ(formOf(type, id, true), Form::file) << int{id} << ' ' << int{type};
-}
-
-TEST(EntryForm, TypeOfSystemOrBankMakesAFileWhateverItsId) {
-  for (const std::uint8_t id : Bytes{0x00, 0x40, 0x80, 0xFF})
-    for (const std::uint8_t type : Bytes{0x80, 0x81, 0x83})
-      EXPECT_EQ(formOf(type, id, false), Form::file) << int{id} << ' ' << int{type};
-}
-
-TEST(EntryForm, OtherwiseTheIdDecides) {
-  for (const std::uint8_t type : Bytes{0x00, 0x01, 0x7F, 0x82, 0x84, 0xFF}) {
-    for (const std::uint8_t id : Bytes{0x40, 0x80})
-      EXPECT_EQ(formOf(type, id, false), Form::folder) << int{id} << ' ' << int{type};
-    for (const std::uint8_t id : Bytes{0x00, 0x01, 0x3F, 0x41, 0x7F, 0x81, 0xC0, 0xFF})
-      EXPECT_EQ(formOf(type, id, false), Form::file) << int{id} << ' ' << int{type};
-  }
-}
-
-TEST(EntryForm, MarkCountsOnlyWhole) {
-  for (const char *mark : {"E4B1", "E3B0", "e4b0", " 4B0"}) {
-    ImageBuilder image;
-    RawEntry entry = rawFileEntry("Entry", 0, 0x40, 0, 0, 0, 0);
-    std::copy_n(mark, 4, entry.begin() + 28);
-    image.root().addRaw(entry);
-    EXPECT_EQ(MountedVolume(image).root()->subdirectories().size(), 1U) << mark;
-  }
-}
-
-TEST(EntryForm, FolderWhoseFifthBlockLooksLikeATypeReadsAsAFile) {
-  for (const std::int16_t fifth : BlockNumbers{0x80, 0x81, 0x83, 0x180, 0x7F81}) {
-    ImageBuilder image;
-    image.root().addRaw(rawFolderEntry("Many Blocks", 0x40, BlockNumbers{50, 51, 52, 53, fifth}));
-    const MountedVolume volume(image);
-    ASSERT_EQ(namesOf(volume.root()->files()), std::vector<std::string>{"Many Blocks"}) << fifth;
-    EXPECT_EQ(volume.root()->files()[0]->rawType(), fifth & 0xFF);
-    EXPECT_EQ(volume.root()->files()[0]->startCluster(), 50);
-    EXPECT_TRUE(volume.root()->subdirectories().empty());
-  }
-}
-
-TEST(EntryForm, FolderWithAnotherFifthBlockStaysAFolder) {
-  for (const std::int16_t fifth : BlockNumbers{0x82, 0x7F, 0x84, -0x7F00, 0x0100}) {
-    ImageBuilder image;
-    image.root().addRaw(rawFolderEntry("Folder", 0x40, BlockNumbers{50, 51, 52, 53, fifth}));
-    EXPECT_EQ(namesOf(MountedVolume(image).root()->subdirectories()), std::vector<std::string>{"Folder"})
-        << fifth;
-  }
-}
-
-TEST(EntryForm, FolderWhoseLastBlocksSpellTheMarkReadsAsAFile) {
-  ImageBuilder image;
-  // 0x3445 and 0x3042 are stored as the bytes of "E4" and "B0".
-  image.root().addRaw(rawFolderEntry("Spells", 0x40, BlockNumbers{1, 2, 3, 4, 5, 0x3445, 0x3042}));
-  const MountedVolume volume(image);
-  EXPECT_EQ(namesOf(volume.root()->files()), std::vector<std::string>{"Spells"});
 }
 
 // --- Damaged trees -----------------------------------------------------------------------------------
@@ -318,7 +226,7 @@ TEST(DamagedTree, BlockListedByTwoFoldersIsReadByTheFirst) {
   const auto shared = static_cast<std::int16_t>(image.rootDirBlock() + 1);
   image.root().addFolder("First", {.blockList = {shared}}).addFile("File", {});
   image.root().addFolder("Second", {.blockList = {shared}});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   EXPECT_EQ(namesOf(folderNamed(volume.root(), "First")->files()), std::vector<std::string>{"File"});
   EXPECT_TRUE(folderNamed(volume.root(), "Second")->files().empty());
   EXPECT_EQ(folderNamed(volume.root(), "Second")->blockList(), std::vector<std::int64_t>{shared});
@@ -333,7 +241,7 @@ TEST(DamagedTree, FirstFolderIsTheOneThatTheParseReachesFirst) {
   auto outer = image.root().addFolder("Outer", {.blockList = {static_cast<std::int16_t>(base + 1), shared}});
   image.root().addFolder("Later", {.blockList = {shared}});
   outer.addFolder("Inner", {.blockList = {shared}, .entry = 0}).addFile("File", {});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   const auto readOuter = folderNamed(volume.root(), "Outer");
   EXPECT_TRUE(readOuter->files().empty());
   EXPECT_EQ(namesOf(folderNamed(readOuter, "Inner")->files()), std::vector<std::string>{"File"});
@@ -344,7 +252,7 @@ TEST(DamagedTree, BlockListedTwiceByOneFolderIsReadOnce) {
   ImageBuilder image;
   const auto block = static_cast<std::int16_t>(image.rootDirBlock() + 1);
   image.root().addFolder("Twice", {.blockList = {block, block}}).addFile("File", {});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   const auto folder = folderNamed(volume.root(), "Twice");
   EXPECT_EQ(folder->files().size(), 1U);
   EXPECT_EQ(folder->blockList(), (std::vector<std::int64_t>{block, block}));
@@ -354,14 +262,14 @@ TEST(DamagedTree, FolderThatListsTheRootsBlockIsEmpty) {
   ImageBuilder image;
   image.root().addFolder("Upwards", {.blockList = {static_cast<std::int16_t>(image.rootDirBlock())}});
   image.root().addFile("File", {});
-  const MountedVolume volume(image);
+  const ReadTree volume(image);
   const auto folder = folderNamed(volume.root(), "Upwards");
   EXPECT_TRUE(folder->files().empty());
   EXPECT_TRUE(folder->subdirectories().empty());
 }
 
 TEST(DamagedTree, CyclesEndWithEachBlockReadOnce) {
-  const MountedVolume volume(cyclicVolume());
+  const ReadTree volume(cyclicVolume());
   EXPECT_EQ(namesOf(volume.root()->subdirectories()), (std::vector<std::string>{"Upwards", "Self"}));
   const auto self = folderNamed(volume.root(), "Self");
   EXPECT_EQ(namesOf(self->subdirectories()), (std::vector<std::string>{"Self again", "Other"}));
@@ -374,7 +282,7 @@ TEST(DamagedTree, CyclesEndWithEachBlockReadOnce) {
 
 TEST(DamagedTree, NoEntryOfAHostileVolumeIsReadTwice) {
   for (const NamedVolume &hostile : hostileVolumes()) {
-    const MountedVolume volume(hostile.image);
+    const ReadTree volume(hostile.image);
     std::set<std::pair<std::int64_t, std::int64_t>> places;
     for (const auto &folder : directoriesInPreOrder(volume.root())) {
       for (const auto &file : folder->files())
@@ -383,8 +291,151 @@ TEST(DamagedTree, NoEntryOfAHostileVolumeIsReadTwice) {
         EXPECT_TRUE(places.emplace(below->dentryBlock(), below->dentryOffset()).second) << hostile.name;
     }
     EXPECT_EQ(places.size(), entriesIn(volume.root())) << hostile.name;
-    EXPECT_LE(places.size(), volume->totalBlocks() * 16) << hostile.name;
+    EXPECT_LE(places.size(), volume.geometry.totalBlocks * 16) << hostile.name;
   }
+}
+
+// --- What belongs to the tree ------------------------------------------------------------------------
+
+class TreeMembers : public testing::Test {
+protected:
+  static ImageBuilder image() {
+    ImageBuilder builder;
+    builder.root().addFile("File");
+    builder.root().addFolder("Outer").addFolder("Inner").addFile("Deep");
+    return builder;
+  }
+
+  ReadTree read{image()};
+  VolumeTree &tree = read.tree;
+  EMU3DirectoryPtr root = tree.root();
+  EMU3FilePtr file = fileNamed(root, "File");
+  EMU3DirectoryPtr outer = folderNamed(root, "Outer");
+  EMU3DirectoryPtr inner = folderNamed(outer, "Inner");
+  EMU3FilePtr deep = fileNamed(inner, "Deep");
+};
+
+TEST_F(TreeMembers, AreAllThatWasRead) {
+  for (const EMU3DirectoryPtr &folder : {root, outer, inner})
+    EXPECT_TRUE(tree.contains(folder)) << folder->name();
+  EXPECT_TRUE(tree.contains(file));
+  EXPECT_TRUE(tree.contains(deep));
+  EXPECT_TRUE(tree.contains(inner, deep));
+}
+
+TEST_F(TreeMembers, FileIsOneOfItsOwnFolderAlone) {
+  EXPECT_FALSE(tree.contains(outer, deep));
+  EXPECT_FALSE(tree.contains(root, deep));
+  EXPECT_FALSE(tree.contains(nullptr, deep));
+}
+
+TEST_F(TreeMembers, NothingIsNone) {
+  EXPECT_FALSE(tree.contains(EMU3DirectoryPtr()));
+}
+
+TEST_F(TreeMembers, FileThatWasTakenOutIsNoneAnyMore) {
+  TreeEditor::removeFile(inner, deep);
+  EXPECT_FALSE(tree.contains(deep));
+  EXPECT_FALSE(tree.contains(inner, deep));
+}
+
+TEST_F(TreeMembers, NothingBelowAFolderThatWasTakenOutIsOneAnyMore) {
+  TreeEditor::removeSubdirectory(root, outer);
+  EXPECT_FALSE(tree.contains(outer));
+  EXPECT_FALSE(tree.contains(inner)) << "though the folder above still lists it";
+  EXPECT_FALSE(tree.contains(deep));
+  EXPECT_TRUE(tree.contains(file));
+}
+
+TEST_F(TreeMembers, OfTheTreeBeforeAreNoneAfterReadingAnew) {
+  tree.read(read.entries(), static_cast<std::int64_t>(read.geometry.rootDirBlock), "disk.hda");
+  EXPECT_NE(tree.root(), root);
+  EXPECT_FALSE(tree.contains(root));
+  EXPECT_FALSE(tree.contains(inner));
+  EXPECT_FALSE(tree.contains(deep));
+}
+
+TEST_F(TreeMembers, OfAnotherTreeAreNoneOfThisOne) {
+  const ReadTree other(image());
+  EXPECT_FALSE(tree.contains(other.root()));
+  EXPECT_FALSE(tree.contains(fileNamed(other.root(), "File")));
+}
+
+TEST(TreeReading, RootHasTheLabelAndNoPlace) {
+  const ReadTree volume{ImageBuilder()};
+  EXPECT_EQ(volume.root()->name(), "disk.hda");
+  EXPECT_EQ(volume.root()->entryId(), 1);
+  EXPECT_EQ(volume.root()->parent(), nullptr);
+  EXPECT_EQ(volume.root()->place(), (tessary::EntryPlace{0, 0}));
+}
+
+TEST(TreeReading, FilesKnowTheFolderThatHoldsThem) {
+  ImageBuilder image;
+  image.root().addFile("File");
+  image.root().addFolder("Folder").addFile("Inside");
+  const ReadTree volume(image);
+  EXPECT_EQ(volume.root()->files()[0]->folder(), volume.root());
+  const EMU3DirectoryPtr folder = folderNamed(volume.root(), "Folder");
+  EXPECT_EQ(folder->files()[0]->folder(), folder);
+}
+
+TEST(FolderBlocks, AreThoseOfEveryDepthFromTheFolderDown) {
+  ImageBuilder image({.sizeBytes = 256 * kKiB, .slotSizeBlocks = 8, .directoryBlocks = 12});
+  auto outer = image.root().addFolder("outer", {.blockList = {5, 9}});
+  outer.addFolder("inner", {.blockList = {7}}).addFolder("innermost", {.blockList = {15}});
+  const ReadTree volume(image);
+  EXPECT_EQ(VolumeTree::folderBlocks(volume.root()), (std::unordered_set<std::int64_t>{4, 5, 7, 9, 15}));
+  EXPECT_EQ(VolumeTree::folderBlocks(folderNamed(volume.root(), "outer")),
+            (std::unordered_set<std::int64_t>{5, 7, 9, 15}));
+}
+
+// --- Adding a folder of the image to the tree --------------------------------------------------------
+
+// A volume whose tree has been read before the entry of "Added" is there.
+class AdoptedFolder : public testing::Test {
+protected:
+  AdoptedFolder() {
+    ImageBuilder image({.sizeBytes = 256 * kKiB, .slotSizeBlocks = 8, .directoryBlocks = 12});
+    image.root().addFolder("Known", {.blockList = {5}}).addFile("Own");
+    auto added = image.root().addFolder("Added", {.blockList = {7}});
+    added.addFolder("Below", {.blockList = {8}}).addFile("Deep");
+    image.pokeEntry(added.place(), RawEntry{});
+    read.emplace(image);
+    root = read->root();
+  }
+
+  bool adopt(const RawEntry &entry) {
+    EXPECT_TRUE(read->entries().write({4, 1}, entry));
+    return read->tree.adoptFolder(read->entries(), {4, 1}, root);
+  }
+
+  std::optional<ReadTree> read;
+  EMU3DirectoryPtr root;
+};
+
+TEST_F(AdoptedFolder, ComesWithEverythingBelowItAtTheEndOfTheList) {
+  const EMU3DirectoryPtr known = folderNamed(root, "Known");
+  ASSERT_TRUE(adopt(rawFolderEntry("Added", 0x40, BlockNumbers{7})));
+  EXPECT_EQ(namesOf(root->subdirectories()), (std::vector<std::string>{"Known", "Added"}));
+  EXPECT_EQ(root->subdirectories()[0], known);
+  const EMU3DirectoryPtr added = root->subdirectories()[1];
+  EXPECT_EQ(added->parent(), root);
+  EXPECT_EQ(added->place(), (tessary::EntryPlace{4, 1}));
+  EXPECT_EQ(added->blockList(), std::vector<std::int64_t>{7});
+  EXPECT_EQ(namesOf(folderNamed(added, "Below")->files()), std::vector<std::string>{"Deep"});
+}
+
+TEST_F(AdoptedFolder, ThatSharesABlockWithTheTreeIsNotAdded) {
+  EXPECT_FALSE(adopt(rawFolderEntry("Added", 0x40, BlockNumbers{7, 5})));
+  EXPECT_FALSE(adopt(rawFolderEntry("Added", 0x40, BlockNumbers{4})));
+  EXPECT_EQ(namesOf(root->subdirectories()), std::vector<std::string>{"Known"});
+}
+
+TEST_F(AdoptedFolder, IsNotAddedFromAnEntryThatIsNoFolders) {
+  EXPECT_FALSE(adopt(RawEntry{}));
+  EXPECT_FALSE(adopt(rawFileEntry("File", 0x81, 1, 1, 1, 1, 1)));
+  EXPECT_EQ(namesOf(root->subdirectories()), std::vector<std::string>{"Known"});
+  EXPECT_FALSE(read->tree.adoptFolder(read->entries(), {512, 0}, root)) << "outside the image";
 }
 
 } // namespace

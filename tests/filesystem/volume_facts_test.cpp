@@ -1,23 +1,18 @@
-// Geometry, defaults, the count of the allocation table, block access, reading anew.
+// Facts of a mounted volume: the header, the count of the allocation table, the label, reading anew.
 
 #include "filesystem/EMU3Filesystem.h"
-#include "tests/support/EngineInternals.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/MountedVolume.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <limits>
 
 namespace tessary {
 namespace {
 
 using namespace test;
-using Internals = EMU3FilesystemInternals;
 
-constexpr std::uint64_t kMaxBlock = std::numeric_limits<std::uint64_t>::max();
-
-TEST(VolumeHeader, FieldsAreTakenAsTheyStand) {
+TEST(VolumeFacts, AreThoseOfTheHeaderAndTheImage) {
   const MountedVolume volume(ImageBuilder({.sizeBytes = 2 * kMiB,
                                            .fatStartBlock = 3,
                                            .rootDirBlock = 40,
@@ -29,67 +24,18 @@ TEST(VolumeHeader, FieldsAreTakenAsTheyStand) {
   EXPECT_EQ(volume->slotSizeBlocks(), 10U);
   EXPECT_EQ(volume->imageSize(), 2 * kMiB);
   EXPECT_EQ(volume->totalBlocks(), 4096U);
+  EXPECT_EQ(volume->describedBlocks(), (40 - 3) * 256U);
 }
 
-TEST(VolumeHeader, FieldsAreLittleEndianAndUnsigned) {
-  ImageBuilder image;
-  image.poke(8, {0x01, 0x02, 0x03, 0x84}).poke(32, {0x05, 0x06, 0x07, 0x88});
-  image.poke(40, {0x09, 0x0A, 0x0B, 0x8C}).poke(44, {0x0D, 0x0E, 0x0F, 0x90});
-  const MountedVolume volume(image);
-  EXPECT_EQ(volume->rootDirBlock(), 0x84030201U);
-  EXPECT_EQ(volume->dataAreaBlock(), 0x88070605U);
-  EXPECT_EQ(volume->fatStartBlock(), 0x8C0B0A09U);
-  EXPECT_EQ(volume->slotSizeBlocks(), 2 * 0x900F0E0DULL);
-}
-
-TEST(VolumeHeader, BytesBetweenTheFieldsAreIgnored) {
+TEST(VolumeFacts, BytesBetweenTheHeadersFieldsAreIgnored) {
   ImageBuilder image;
   image.root().addFolder("Folder");
   for (const auto &[from, to] : {std::pair{4, 8}, {12, 32}, {36, 40}, {48, 512}})
     image.poke(static_cast<std::uint64_t>(from), Bytes(static_cast<std::size_t>(to - from), 0xA5));
-  const MountedVolume volume(image);
-  EXPECT_EQ(volume->rootDirBlock(), image.rootDirBlock());
-  EXPECT_EQ(volume->dataAreaBlock(), image.dataAreaBlock());
-  EXPECT_EQ(volume->fatStartBlock(), image.fatStartBlock());
-  EXPECT_EQ(volume->slotSizeBlocks(), image.slotSizeBlocks());
-  EXPECT_EQ(namesOf(volume.root()->subdirectories()), std::vector<std::string>{"Folder"});
+  EXPECT_EQ(namesOf(MountedVolume(image).root()->subdirectories()), std::vector<std::string>{"Folder"});
 }
 
-TEST(VolumeHeader, ZeroFieldsGetTheirDefaults) {
-  const MountedVolume volume(ImageBuilder(VolumeLayout::zeroHeader(4 * kMiB)));
-  EXPECT_EQ(volume->rootDirBlock(), 6U);
-  EXPECT_EQ(volume->dataAreaBlock(), 175U);
-  EXPECT_EQ(volume->fatStartBlock(), 2U);
-  EXPECT_EQ(volume->slotSizeBlocks(), 4096U);
-}
-
-TEST(VolumeHeader, EachFieldIsDefaultedByItself) {
-  const VolumeLayout sound{.sizeBytes = 2 * kMiB,
-                           .fatStartBlock = 3,
-                           .rootDirBlock = 40,
-                           .dataAreaBlock = 77,
-                           .slotSizeBlocks = 10};
-  struct Field {
-    std::uint64_t offset;
-    std::uint64_t (EMU3Filesystem::*value)() const;
-    std::uint64_t byDefault;
-    std::uint64_t stored;
-  };
-  const Field fields[] = {{8, &EMU3Filesystem::rootDirBlock, 6, 40},
-                          {32, &EMU3Filesystem::dataAreaBlock, 175, 77},
-                          {40, &EMU3Filesystem::fatStartBlock, 2, 3},
-                          {44, &EMU3Filesystem::slotSizeBlocks, 4096, 10}};
-  for (const Field &zeroed : fields) {
-    ImageBuilder image(sound);
-    image.poke32(zeroed.offset, 0);
-    const MountedVolume volume(image);
-    for (const Field &field : fields)
-      EXPECT_EQ(((*volume).*field.value)(), field.offset == zeroed.offset ? field.byDefault : field.stored)
-          << "field at " << field.offset << " with a zero at " << zeroed.offset;
-  }
-}
-
-TEST(VolumeHeader, DefaultedRootIsTheOneThatIsRead) {
+TEST(VolumeFacts, DefaultedRootIsTheOneThatIsRead) {
   ImageBuilder image(VolumeLayout::zeroHeader(4 * kMiB));
   ASSERT_EQ(image.rootDirBlock(), 6U);
   image.root().addFile("Here", {});
@@ -173,7 +119,6 @@ TEST(TableCount, TableFarBehindTheImageDescribesNothing) {
     EXPECT_EQ(volume->totalClusters(), 0U) << start;
     EXPECT_EQ(volume->usedBlocks(), 0U) << start;
     EXPECT_EQ(volume->freeBlocks(), 0U) << start;
-    EXPECT_EQ(Internals::fatEntry(*volume, 0), 0U) << start;
   }
 }
 
@@ -190,84 +135,6 @@ TEST(TableCount, FullTableLeavesNothingFree) {
   const MountedVolume volume(image);
   EXPECT_EQ(volume->usedBlocks(), 768U);
   EXPECT_EQ(volume->freeBlocks(), 0U);
-}
-
-TEST(TableCount, DescribedBlocksEndWhereTheRootOrTheDataAreaBegins) {
-  const auto described = [](std::uint32_t table, std::uint32_t root, std::uint32_t data) {
-    const MountedVolume volume(ImageBuilder({.sizeBytes = 300 * kBlockBytes,
-                                             .fatStartBlock = table,
-                                             .rootDirBlock = root,
-                                             .dataAreaBlock = data}));
-    return volume->describedBlocks();
-  };
-  EXPECT_EQ(described(2, 6, 175), 4 * 256U);
-  EXPECT_EQ(described(2, 175, 6), 4 * 256U);
-  EXPECT_EQ(described(10, 6, 175), 165 * 256U);  // the root lies below the table and does not end it
-  EXPECT_EQ(described(200, 6, 175), 100 * 256U); // neither does: the image's end does
-}
-
-TEST(BlockAccess, ReachesTheLastWholeBlockAndNoFurther) {
-  ImageBuilder image({.sizeBytes = 100 * kBlockBytes + 300});
-  image.poke(99 * kBlockBytes, {1, 2, 3}).poke(100 * kBlockBytes, {4, 5, 6});
-  const MountedVolume volume(image);
-  const auto last = Internals::blockPtr(*volume, 99);
-  ASSERT_TRUE(last);
-  EXPECT_EQ((*last)[2], 3);
-  EXPECT_FALSE(Internals::blockPtr(*volume, 100));
-  EXPECT_TRUE(Internals::mutableBlockPtr(*volume, 99));
-  EXPECT_FALSE(Internals::mutableBlockPtr(*volume, 100));
-}
-
-TEST(BlockAccess, NumbersWhoseByteOffsetWrapsLieOutside) {
-  const MountedVolume volume{ImageBuilder()};
-  for (const std::uint64_t block : {kMaxBlock, kMaxBlock / 512, kMaxBlock / 512 + 1, kMaxBlock / 512 + 2,
-                                    std::uint64_t{1} << 63, std::uint64_t{1} << 55}) {
-    EXPECT_FALSE(Internals::blockPtr(*volume, block)) << block;
-    EXPECT_FALSE(Internals::mutableBlockPtr(*volume, block)) << block;
-  }
-}
-
-TEST(TableAccess, EntryLiesAtTwiceItsBlockNumber) {
-  ImageBuilder image;
-  image.setFatEntry(0, 0x1234).setFatEntry(255, 0x5678).setFatEntry(256, 0x9ABC).setFatEntry(5000, 0xDEF0);
-  const MountedVolume volume(image);
-  EXPECT_EQ(Internals::fatEntry(*volume, 0), 0x1234);
-  EXPECT_EQ(Internals::fatEntry(*volume, 255), 0x5678);
-  EXPECT_EQ(Internals::fatEntry(*volume, 256), 0x9ABC);
-  EXPECT_EQ(Internals::fatEntry(*volume, 5000), 0xDEF0);
-}
-
-TEST(TableAccess, EntryOfAZeroHeaderLiesBehindBlockTwo) {
-  ImageBuilder image(VolumeLayout::zeroHeader(4 * kMiB));
-  image.poke16(2 * kBlockBytes + 2 * 300, 0x4321);
-  const MountedVolume volume(image);
-  EXPECT_EQ(Internals::fatEntry(*volume, 300), 0x4321);
-}
-
-TEST(TableAccess, EntryOutsideTheImageReadsAsFree) {
-  const MountedVolume volume(ImageBuilder({.sizeBytes = 4 * kBlockBytes}));
-  EXPECT_EQ(Internals::fatEntry(*volume, 512), 0);
-  EXPECT_EQ(Internals::fatEntry(*volume, kMaxBlock), 0);
-}
-
-TEST(TableAccess, WrittenEntryChangesItsTwoBytesAlone) {
-  const ImageBuilder image;
-  const MountedVolume volume(image);
-  Internals::setFatEntry(*volume, 4321, 0xBEEF);
-  EXPECT_EQ(Internals::fatEntry(*volume, 4321), 0xBEEF);
-  Bytes expected = image.build();
-  expected[2 * kBlockBytes + 2 * 4321] = 0xEF;
-  expected[2 * kBlockBytes + 2 * 4321 + 1] = 0xBE;
-  EXPECT_EQ(readBytes(volume.imagePath()), expected);
-}
-
-TEST(TableAccess, WritingOutsideTheImageDoesNothing) {
-  const ImageBuilder image({.sizeBytes = 40 * kBlockBytes});
-  const MountedVolume volume(image);
-  for (const std::uint64_t index :
-       {std::uint64_t{38 * 256}, std::uint64_t{1} << 40, kMaxBlock - 1, kMaxBlock})
-    Internals::setFatEntry(*volume, index, 0xBEEF);
-  EXPECT_EQ(readBytes(volume.imagePath()), image.build());
 }
 
 TEST(VolumeLabel, IsTheFileNameWithItsExtension) {

@@ -1,0 +1,94 @@
+// The mapping of an image: its bounds, and contents written over blocks.
+
+#include "tests/writing/EngineParts.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace tessary::test {
+namespace {
+
+constexpr std::uint64_t kMaxBlock = std::numeric_limits<std::uint64_t>::max();
+
+TEST(BlockAccess, ReachesTheLastWholeBlockAndNoFurther) {
+  ImageBuilder image({.sizeBytes = 100 * kBlockBytes + 300});
+  image.poke(99 * kBlockBytes, {1, 2, 3}).poke(100 * kBlockBytes, {4, 5, 6});
+  Bytes byte(1);
+  EngineParts parts(std::move(image));
+  Bytes last(kBlockBytes);
+  ASSERT_TRUE(parts.mapping.read(99, 0, last.data(), last.size()));
+  EXPECT_EQ(last[2], 3);
+  EXPECT_FALSE(parts.mapping.containsBlock(100));
+  EXPECT_FALSE(parts.mapping.read(100, 0, byte.data(), 1));
+  EXPECT_TRUE(parts.mapping.write(99, 0, byte.data(), 1));
+  EXPECT_FALSE(parts.mapping.write(100, 0, byte.data(), 1));
+}
+
+TEST(BlockAccess, NumbersWhoseByteOffsetWrapsLieOutside) {
+  Bytes byte(1);
+  EngineParts parts{ImageBuilder(smallLayout())};
+  for (const std::uint64_t block : {kMaxBlock, kMaxBlock / 512, kMaxBlock / 512 + 1, kMaxBlock / 512 + 2,
+                                    std::uint64_t{1} << 63, std::uint64_t{1} << 55}) {
+    EXPECT_FALSE(parts.mapping.containsBlock(block)) << block;
+    EXPECT_FALSE(parts.mapping.read(block, 0, byte.data(), 1)) << block;
+    EXPECT_FALSE(parts.mapping.write(block, 0, byte.data(), 1)) << block;
+  }
+}
+
+bool writeContents(const EngineParts &parts, const Bytes &contents, std::uint64_t firstBlock) {
+  return parts.mapping.writeData(firstBlock, contents.data(), contents.size());
+}
+
+class WritingContents : public testing::TestWithParam<std::size_t> {};
+
+TEST_P(WritingContents, FillsTheLastBlockWithZerosAndTouchesNoOther) {
+  ImageBuilder image(smallLayout());
+  image.poke(16 * kBlockBytes, patternBytes(64 * kBlockBytes, 9)); // what lay there before
+  EngineParts parts(std::move(image));
+  const Bytes contents = patternBytes(GetParam(), 3);
+  EXPECT_TRUE(writeContents(parts, contents, 24));
+  putData(parts.expected, 24, contents);
+  EXPECT_TRUE(parts.imageIsAsExpected());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, WritingContents,
+                         testing::Values(0U, 1U, 511U, 512U, 513U, 1024U, 4096U, 4097U, 20000U));
+
+TEST(WritingContentsBeyondTheEnd, OfAFirstBlockOutsideWritesNothing) {
+  const EngineParts parts{ImageBuilder(smallLayout())};
+  for (const std::uint64_t first : {std::uint64_t{512}, std::uint64_t{1} << 55, ~std::uint64_t{0}}) {
+    EXPECT_FALSE(writeContents(parts, patternBytes(600), first)) << first;
+    EXPECT_FALSE(writeContents(parts, {}, first)) << first;
+  }
+  EXPECT_TRUE(parts.imageIsAsExpected());
+}
+
+TEST(WritingContentsBeyondTheEnd, LeavesTheBlocksThatFitted) {
+  EngineParts parts{ImageBuilder(smallLayout())};
+  const Bytes contents = patternBytes(5 * kBlockBytes, 3);
+  EXPECT_FALSE(writeContents(parts, contents, 509));
+  putData(parts.expected, 509, std::span(contents).first(3 * kBlockBytes));
+  EXPECT_TRUE(parts.imageIsAsExpected());
+}
+
+TEST(WritingContentsBeyondTheEnd, NeverReachesATrailingPartialBlock) {
+  ImageBuilder image(smallLayout());
+  image.resize(256 * kKiB + 300);
+  EngineParts parts(std::move(image));
+  const Bytes contents = patternBytes(700, 3);
+  EXPECT_FALSE(writeContents(parts, contents, 511));
+  putData(parts.expected, 511, std::span(contents).first(kBlockBytes));
+  EXPECT_TRUE(parts.imageIsAsExpected());
+}
+
+TEST(WritingContentsBeyondTheEnd, EndsExactlyAtTheLastBlock) {
+  EngineParts parts{ImageBuilder(smallLayout())};
+  const Bytes contents = patternBytes(2 * kBlockBytes, 3);
+  EXPECT_TRUE(writeContents(parts, contents, 510));
+  putData(parts.expected, 510, contents);
+  EXPECT_TRUE(parts.imageIsAsExpected());
+}
+
+} // namespace
+} // namespace tessary::test

@@ -1,0 +1,168 @@
+// What a change writes is handed to the host at once: seen where the engine asks the host to write back.
+
+#include "tests/support/FlushRecorder.h"
+#include "tests/writing/WritableVolume.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <set>
+#include <tuple>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace tessary::test {
+namespace {
+
+// The parts lie 64 KiB apart, so that the flush of one never reaches another, since it reaches the beginning
+// of the page. The table is in blocks 128 to 191; a block's mark in table block 128 + block / 256.
+ImageBuilder volumeForFlushes() {
+  ImageBuilder image({.sizeBytes = 8 * kMiB,
+                      .fatStartBlock = 128,
+                      .rootDirBlock = 256,
+                      .dataAreaBlock = 640,
+                      .slotSizeBlocks = 128});
+  image.root().addFile("file", patternBytes(600, 1)); // slot 1: blocks 640 and 641
+  auto folder = image.root().addFolder("folder", {.blockList = {384}});
+  folder.addFile("inside", patternBytes(600, 2)); // slot 2: blocks 768 and 769
+  image.root().addFolder("target", {.blockList = {512}});
+  image.poke(257 * kBlockBytes, patternBytes(kBlockBytes, 3)); // the next folder's block is cleared first
+  image.pokeEntry({320, 0}, rawFileEntry("lost", 0x81, 0, 1, 1, 1, 1));
+  return image;
+}
+
+struct Change {
+  std::string name;
+  std::function<bool(WritableVolume &)> make;
+  std::set<std::uint64_t> blocks; ///< whose bytes it changes
+};
+
+void PrintTo(const Change &change, std::ostream *out) {
+  *out << change.name;
+}
+
+EMU3DirectoryPtr folderOf(const WritableVolume &volume, const char *name) {
+  return folderNamed(volume.root(), name);
+}
+
+// New contents go into slot 3, from block 896 on.
+std::vector<Change> changes() {
+  return {
+      {"Import",
+       [](WritableVolume &volume) {
+         return volume->importFileAtURL(volume.hostFile("new", patternBytes(1300, 4)),
+                                        folderOf(volume, "folder"));
+       },
+       {896, 897, 898, 131, 384}},
+      {"ImportOverTwoSlots",
+       [](WritableVolume &volume) {
+         return volume->importFileAtURL(volume.hostFile("new", patternBytes(129 * kBlockBytes, 4)),
+                                        folderOf(volume, "folder"));
+       },
+       [] {
+         std::set<std::uint64_t> blocks{131, 132, 384};
+         for (std::uint64_t block = 896; block < 896 + 129; ++block)
+           blocks.insert(block);
+         return blocks;
+       }()},
+      {"Restore",
+       [](WritableVolume &volume) {
+         return volume->restoreFileAtURL(volume.hostFile("backup", patternBytes(100, 4)), "sixteen bytes...",
+                                         folderOf(volume, "target"));
+       },
+       {896, 131, 512}},
+      {"Copy",
+       [](WritableVolume &volume) {
+         return volume->copyFile(fileNamed(volume.root(), "file"), folderOf(volume, "target"));
+       },
+       {896, 897, 131, 512}},
+      {"Move",
+       [](WritableVolume &volume) {
+         return volume->moveFile(fileNamed(volume.root(), "file"), volume.root(), folderOf(volume, "target"));
+       },
+       {896, 897, 131, 512, 256, 130}},
+      {"Delete",
+       [](WritableVolume &volume) {
+         return volume->deleteFile(fileNamed(volume.root(), "file"), volume.root());
+       },
+       {256, 130}},
+      {"Rename",
+       [](WritableVolume &volume) {
+         return volume->renameFile(fileNamed(volume.root(), "file"), "renamed", volume.root());
+       },
+       {256}},
+      {"CreateFolder",
+       [](WritableVolume &volume) { return volume->createDirectoryNamed("new", folderOf(volume, "target")); },
+       {257, 512}},
+      {"DeleteFolder",
+       [](WritableVolume &volume) {
+         return volume->deleteDirectory(folderOf(volume, "folder"), volume.root());
+       },
+       {131, 384, 256}},
+      {"RecoverFolder",
+       [](WritableVolume &volume) { return volume->recoverFolder(320, "Back", folderOf(volume, "target")); },
+       {512}},
+  };
+}
+
+class Flushing : public testing::TestWithParam<std::tuple<Change, MountRules>> {};
+
+TEST_P(Flushing, HandsEveryBlockThatWasWrittenToTheHost) {
+  const auto &[change, rules] = GetParam();
+  WritableVolume volume(volumeForFlushes(), rules);
+  const Bytes before = readBytes(volume.imagePath());
+  const FlushRecorder recorder;
+  ASSERT_TRUE(change.make(volume));
+  const Bytes after = readBytes(volume.imagePath());
+  const Bytes flushed = recorder.flushed(volume.imagePath(), before);
+
+  std::set<std::uint64_t> changed;
+  std::set<std::uint64_t> kept; // blocks that the host was not given as they are now
+  for (std::size_t at = 0; at < after.size(); ++at) {
+    if (after[at] != before[at]) changed.insert(at / kBlockBytes);
+    if (after[at] != flushed[at]) kept.insert(at / kBlockBytes);
+  }
+  EXPECT_EQ(changed, change.blocks);
+  EXPECT_EQ(kept, std::set<std::uint64_t>());
+}
+
+TEST_P(Flushing, AsksForWholePagesAndIsNotRefused) {
+  const auto &[change, rules] = GetParam();
+  WritableVolume volume(volumeForFlushes(), rules);
+  const FlushRecorder recorder;
+  ASSERT_TRUE(change.make(volume));
+  const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+  for (const Flush &flush : recorder.flushes()) {
+    EXPECT_EQ(flush.address % page, 0U);
+    EXPECT_EQ(flush.result, 0);
+    EXPECT_EQ(flush.flags & (MS_ASYNC | MS_SYNC), flush.flags);
+  }
+}
+
+std::string nameOfCase(const testing::TestParamInfo<std::tuple<Change, MountRules>> &info) {
+  return std::get<0>(info.param).name + (std::get<1>(info.param) == MountRules::guarded ? "Guarded" : "Bare");
+}
+
+INSTANTIATE_TEST_SUITE_P(Changes, Flushing,
+                         testing::Combine(testing::ValuesIn(changes()),
+                                          testing::Values(MountRules::bare, MountRules::guarded)),
+                         nameOfCase);
+
+// One that only reads has nothing to hand over.
+TEST(FlushingNothing, ReadingAndRefusedChangesFlushNothing) {
+  const WritableVolume volume(volumeForFlushes(), MountRules::guarded);
+  const FlushRecorder recorder;
+  const EMU3FilePtr file = fileNamed(volume.root(), "file");
+  EXPECT_NE(volume->dataForFile(file), nullptr);
+  EXPECT_TRUE(volume->populateBankMetadata(file));
+  EXPECT_FALSE(volume->renameFile(file, "", volume.root()));
+  EXPECT_FALSE(volume->createDirectoryNamed("", volume.root()));
+  EXPECT_FALSE(volume->check().empty()); // the lost folder
+  EXPECT_TRUE(volume->reload());
+  EXPECT_TRUE(recorder.flushes().empty());
+}
+
+} // namespace
+} // namespace tessary::test
