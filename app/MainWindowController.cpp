@@ -133,12 +133,8 @@ void MainWindowController::openingFailed(const QString &reason) {
 void MainWindowController::_unmountImage() {
   if (!filesystem_) return;
   _setFilesystem(nullptr);
-  currentDirectory_ = nullptr;
-  sidebarCtl_->setRoot(nullptr);
   contentCtl_->setFilesystem(nullptr);
-  contentCtl_->setDirectory(nullptr);
-  sidebarCtl_->reload();
-  contentCtl_->refresh();
+  _showNoFolder();
   _setTitle(kAppName);
   _setStatus(kNoImage);
   _updateDiskSpaceLabel();
@@ -155,9 +151,12 @@ void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
 
 // ---- Showing the image
 
-/// The folder shown so far belongs to an image that is no longer mounted.
+/// The folders shown so far belong to an image that is no longer mounted. Of one that is opened again they
+/// may be the same: what was highlighted and open among them is forgotten with the rest.
 void MainWindowController::_showNoFolder() {
   currentDirectory_ = nullptr;
+  sidebarCtl_->setRoot(nullptr);
+  sidebarCtl_->reload();
   contentCtl_->setDirectory(nullptr);
   contentCtl_->refresh();
 }
