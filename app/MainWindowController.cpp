@@ -151,12 +151,12 @@ void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
 
 // ---- Showing the image
 
-/// The folders shown so far belong to an image that is no longer mounted. Of one that is opened again they
-/// may be the same: what was highlighted and open among them is forgotten with the rest.
+/// The folder shown so far belongs to an image that is no longer mounted, or is to be shown as if it were
+/// new.
 void MainWindowController::_showNoFolder() {
-  currentDirectory_ = nullptr;
   sidebarCtl_->setRoot(nullptr);
   sidebarCtl_->reload();
+  currentDirectory_ = nullptr;
   contentCtl_->setDirectory(nullptr);
   contentCtl_->refresh();
 }

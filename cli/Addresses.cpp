@@ -156,6 +156,10 @@ FileItem resolveFile(const EMU3Filesystem &volume, const std::string &word) {
   return theFile(volume, addressOf(word));
 }
 
+EntryItem resolveEntry(const EMU3Filesystem &volume, const std::string &word) {
+  return theEntry(volume, addressOf(word));
+}
+
 FolderItem resolveFolder(const EMU3Filesystem &volume, const std::string &word) {
   const Address address = addressOf(word);
   if (std::optional<FolderItem> item = findFolder(volume, address)) return *std::move(item);
@@ -201,7 +205,8 @@ NewEntry resolveNewEntry(const EMU3Filesystem &volume, const std::string &word) 
   const std::size_t parents = address.parts.size() - (address.endsInSlash ? 0 : 1);
   EMU3DirectoryPtr parent = folderOfParts(volume, address, parents);
   if (parent == nullptr) failToFind("No such folder to make it in", word);
-  return {std::move(parent), address.endsInSlash ? "" : unescapedName(address.parts.back())};
+  if (address.endsInSlash) return {std::move(parent), address.word, ""};
+  return {std::move(parent), pathOfHolder(address), unescapedName(address.parts.back())};
 }
 
 std::vector<FileItem> filesIn(const EMU3DirectoryPtr &directory, const std::string &address) {

@@ -27,11 +27,15 @@ using EntryItem = std::variant<FileItem, FolderItem>;
 /// Where something new is to be made.
 struct NewEntry {
   EMU3DirectoryPtr parent;
-  std::string name; ///< what stands behind the last "/", unescaped; may be empty
+  std::string parentAddress; ///< as it stands in the word
+  std::string name;          ///< what stands behind the last "/", unescaped; may be empty
 };
 
 /// The file that the word names. Patterns mean nothing here: "*" is a character like others.
 FileItem resolveFile(const EMU3Filesystem &volume, const std::string &word);
+/// The file or folder that the word names. Where both bear the name, the file; with "/" at its end, the
+/// folder.
+EntryItem resolveEntry(const EMU3Filesystem &volume, const std::string &word);
 FolderItem resolveFolder(const EMU3Filesystem &volume, const std::string &word);
 /// The files that the words name, patterns in their last parts included, each file once, in the order of the
 /// words and of the folders' lists.

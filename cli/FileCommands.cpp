@@ -32,22 +32,45 @@ private:
 class RenameCommand final : public Command {
 public:
   void declare(CommandWords &words) override {
-    file_ = words.required("FILE", "The file");
+    entry_ = words.required("ENTRY", "The file or folder");
     name_ = words.required("NAME", "Its new name, taken as it is");
   }
 
   ExitStatus run(Session &session) override {
-    const FileItem item = resolveFile(*session.volume, CommandWords::text(file_));
-    const std::string name = CommandWords::text(name_);
-    ItemReport report(session, 1);
-    report.run(item.address, "Renamed " + item.address + " to " + name, [&](EMU3Error *error) {
-      return session.volume->renameFile(item.file, name, item.directory, error);
-    });
-    return report.finish();
+    const EntryItem entry = resolveEntry(*session.volume, CommandWords::text(entry_));
+    return std::visit([&](const auto &item) { return rename(session, item); }, entry);
   }
 
 private:
-  const CommandWords::Word *file_ = nullptr;
+  ExitStatus rename(Session &session, const FileItem &item) const {
+    return renamed(session, item.address, *item.file, [&](const std::string &name, EMU3Error *error) {
+      return session.volume->renameFile(item.file, name, item.directory, error);
+    });
+  }
+
+  ExitStatus rename(Session &session, const FolderItem &item) const {
+    if (session.volume->rules() == MountRules::bare) { // those rename a folder in memory alone
+      throw CommandFailure{cliError(kCliRefused, "A folder is not renamed with --exact: " + item.address),
+                           item.address};
+    }
+    return renamed(session, item.address, *item.directory, [&](const std::string &name, EMU3Error *error) {
+      return session.volume->renameDirectory(item.directory, name, error);
+    });
+  }
+
+  // Says the name that the entry then has: it can be shorter than the one given.
+  template <typename Entry, typename Work>
+  ExitStatus renamed(Session &session, const std::string &address, const Entry &entry,
+                     const Work &work) const {
+    const std::string name = CommandWords::text(name_);
+    ItemReport report(session, 1);
+    report.run(
+        address, [&] { return "Renamed " + address + " to " + entry.name(); },
+        [&](EMU3Error *error) { return work(name, error); });
+    return report.finish();
+  }
+
+  const CommandWords::Word *entry_ = nullptr;
   const CommandWords::Word *name_ = nullptr;
 };
 
@@ -67,10 +90,11 @@ extern const CommandEntry kRemoveCommand{
 
 extern const CommandEntry kRenameCommand{
     "rename",
-    "FILE NAME",
-    "Rename a file",
+    "ENTRY NAME",
+    "Rename a file or a folder",
     "NAME has 1 to 15 characters; nothing is trimmed or escaped, and it is not compared with names that "
     "exist.\n"
+    "What the entry holds of it, at most 15 bytes, is the new name. Folders are not renamed with --exact.\n"
     "\n"
     "Example:\n"
     "  tessary-cli rename disk.hda /Drums/KICK 'Kick 2'\n",

@@ -1,3 +1,4 @@
+#include "cli/AddressSyntax.h"
 #include "cli/Addresses.h"
 #include "cli/CliError.h"
 #include "cli/Command.h"
@@ -18,13 +19,21 @@ public:
     const std::string word = CommandWords::text(folder_);
     const NewEntry entry = resolveNewEntry(*session.volume, word);
     ItemReport report(session, 1);
-    report.run(word, "Created the folder " + word, [&](EMU3Error *error) {
+    // The name can be shorter in the folder's entry than it was given.
+    const auto created = [&] {
+      return "Created the folder " + addressNamed(word, entry, entry.parent->subdirectories().back()->name());
+    };
+    report.run(word, created, [&](EMU3Error *error) {
       return session.volume->createDirectoryNamed(entry.name, entry.parent, error);
     });
     return report.finish();
   }
 
 private:
+  static std::string addressNamed(const std::string &word, const NewEntry &entry, const std::string &name) {
+    return name == entry.name ? word : pathAddress(entry.parentAddress, name);
+  }
+
   const CommandWords::Word *folder_ = nullptr;
 };
 
@@ -67,9 +76,9 @@ extern const CommandEntry kMakeFolderCommand{
     "mkdir",
     "FOLDER",
     "Create a folder",
-    "Creates the last part of the path in the folder before it. The new folder holds up to 16 entries. Its "
-    "name has\n"
-    "1 to 15 characters and is not compared with names that exist.\n"
+    "Creates the last part of the path in the folder before it. Its name has 1 to 15 "
+    "characters, at\n"
+    "most 15 bytes of which are stored, and is not compared with names that exist.\n"
     "\n"
     "Example:\n"
     "  tessary-cli mkdir disk.hda /Drums/Snares\n",

@@ -18,6 +18,12 @@ constexpr const char *kClearLine = "\r\x1b[K";
 
 bool ItemReport::run(const std::string &item, const std::string &sentence,
                      const std::function<bool(EMU3Error *)> &work) {
+  return run(
+      item, [&] { return sentence; }, work);
+}
+
+bool ItemReport::run(const std::string &item, const std::function<std::string()> &sentence,
+                     const std::function<bool(EMU3Error *)> &work) {
   if (session_.interrupted()) return false;
   ++begun_;
   showProgress(item);
@@ -25,7 +31,7 @@ bool ItemReport::run(const std::string &item, const std::string &sentence,
   const bool done = attempt(item, work, &error);
   clearProgress();
   if (done)
-    succeed(item, sentence);
+    succeed(item, sentence());
   else
     fail(item, error);
   return true;

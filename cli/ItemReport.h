@@ -31,6 +31,9 @@ public:
   /// it throws is the item's failure.
   bool run(const std::string &item, const std::string &sentence,
            const std::function<bool(EMU3Error *)> &work);
+  /// The same where what was done is known only when it has been.
+  bool run(const std::string &item, const std::function<std::string()> &sentence,
+           const std::function<bool(EMU3Error *)> &work);
 
   /// Completes the answer.
   ExitStatus finish();

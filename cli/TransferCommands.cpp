@@ -62,7 +62,7 @@ extern const CommandEntry kCopyCommand{
     "cp",
     "FILE... FOLDER",
     "Copy files into a folder of the volume",
-    "A copy keeps its name; names are not compared with those that exist.\n"
+    "A copy keeps its name and kind; names are not compared with those that exist.\n"
     "\n"
     "Example:\n"
     "  tessary-cli cp disk.hda '/Drums/K*' /Backup\n",
@@ -74,7 +74,9 @@ extern const CommandEntry kMoveCommand{
     "mv",
     "FILE... FOLDER",
     "Move files into a folder of the volume",
-    "A move copies the file and deletes the original, so it needs room for a second copy while it runs.\n"
+    "A move writes the entry anew and leaves the contents where they are, so it needs no room. With --exact "
+    "it\n"
+    "copies the file and deletes the original.\n"
     "\n"
     "Example:\n"
     "  tessary-cli mv disk.hda /KICK /SNARE /Drums\n",

@@ -1,6 +1,7 @@
 #include "filesystem/DirectoryBlocks.h"
 
 #include "filesystem/ImageMapping.h"
+#include "filesystem/VolumeIndex.h"
 
 namespace tessary {
 namespace {
@@ -13,6 +14,11 @@ std::size_t indexOf(EntryPlace place) {
 }
 
 } // namespace
+
+bool DirectoryBlocks::written(std::int64_t block, bool done) {
+  if (index_) index_->blockWritten(static_cast<std::uint64_t>(block));
+  return done;
+}
 
 bool DirectoryBlocks::contains(std::int64_t block) const {
   return image_.containsBlock(static_cast<std::uint64_t>(block));
@@ -32,15 +38,15 @@ std::optional<format::Dentry> DirectoryBlocks::readEntry(EntryPlace place) const
 }
 
 bool DirectoryBlocks::clearBlock(std::int64_t block) {
-  return image_.clearBlock(static_cast<std::uint64_t>(block));
+  return written(block, image_.clearBlock(static_cast<std::uint64_t>(block)));
 }
 
 bool DirectoryBlocks::write(EntryPlace place, const format::Dentry &dentry) {
-  return image_.writeDentry(blockOf(place), indexOf(place), dentry);
+  return written(place.block, image_.writeDentry(blockOf(place), indexOf(place), dentry));
 }
 
 bool DirectoryBlocks::writeName(EntryPlace place, const format::NameField &name) {
-  return image_.writeDentryName(blockOf(place), indexOf(place), name.data());
+  return written(place.block, image_.writeDentryName(blockOf(place), indexOf(place), name.data()));
 }
 
 bool DirectoryBlocks::writeFolderBlock(EntryPlace place, std::size_t position, std::int64_t number) {
@@ -48,15 +54,15 @@ bool DirectoryBlocks::writeFolderBlock(EntryPlace place, std::size_t position, s
   format::writeLE16(bytes.data(), static_cast<std::uint16_t>(number));
   const std::uint64_t offset =
       indexOf(place) * format::kDentrySize + format::kDentryFolderBlocks + 2 * position;
-  return image_.write(blockOf(place), offset, bytes.data(), bytes.size());
+  return written(place.block, image_.write(blockOf(place), offset, bytes.data(), bytes.size()));
 }
 
 bool DirectoryBlocks::clearEntry(EntryPlace place) {
-  return image_.clearDentry(blockOf(place), indexOf(place));
+  return written(place.block, image_.clearDentry(blockOf(place), indexOf(place)));
 }
 
 bool DirectoryBlocks::zeroEntry(EntryPlace place) {
-  return image_.zeroDentry(blockOf(place), indexOf(place));
+  return written(place.block, image_.zeroDentry(blockOf(place), indexOf(place)));
 }
 
 } // namespace tessary

@@ -10,6 +10,7 @@
 namespace tessary {
 
 class ImageMapping;
+class VolumeIndex;
 
 /// The directory blocks of a volume: 16 entries of 32 bytes in each. The only class that reads and writes
 /// directory entries. Block numbers may be anything; what lies outside the image is not there.
@@ -17,8 +18,10 @@ class ImageMapping;
 /// Each write flushes its block. False: the block lies outside the image or could not be written.
 class DirectoryBlocks final {
 public:
-  /// The directory blocks of this image; the mapping outlives it.
-  explicit DirectoryBlocks(ImageMapping &image) : image_(image) {}
+  /// The directory blocks of this image; the mapping outlives it. `index` is told of what is written, since a
+  /// damaged folder can have its entries in the allocation table; null where the mount keeps none.
+  explicit DirectoryBlocks(ImageMapping &image, VolumeIndex *index = nullptr)
+      : image_(image), index_(index) {}
 
   /// Whether the block lies inside the image.
   [[nodiscard]] bool contains(std::int64_t block) const;
@@ -42,7 +45,10 @@ public:
   bool zeroEntry(EntryPlace place);
 
 private:
+  bool written(std::int64_t block, bool done);
+
   ImageMapping &image_;
+  VolumeIndex *const index_;
 };
 
 } // namespace tessary

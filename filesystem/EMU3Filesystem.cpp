@@ -210,7 +210,7 @@ bool EMU3Filesystem::importFileAtURL(const std::string &url, const EMU3Directory
 EMU3FilePtr EMU3Filesystem::restoreFileAtURL(const std::string &url, const EntryBytes &entry,
                                              const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
   const std::optional<std::string> name = volume_->rules().nameOf(entry.data());
-  if (!name) return refuse<EMU3File>(error, EngineError::badName);
+  if (!name || entry.front() == 0) return refuse<EMU3File>(error, EngineError::badName);
   NewFile file;
   file.name = *name;
   file.model = entry;

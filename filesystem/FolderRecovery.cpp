@@ -113,6 +113,7 @@ bool recoverFolder(Volume &volume, std::uint64_t block, const std::string &name,
   if (!volume.entries.write(*place, dentryForFolder(recoveryRules().storedName(name), block))) {
     return fail(error, EngineError::blockWriteFailed);
   }
+  volume.countMarks();
   if (volume.tree.adoptFolder(volume.entries, *place, inDirectory)) return true;
   volume.readTree(volume.tree.root()->name());
   return true;

@@ -118,8 +118,10 @@ std::string_view GuardedRules::storedName(const std::string &name) const {
   return prefixOfWholeCharacters(name, kMaxNameBytes);
 }
 
+// A zero byte ends the name in its entry; one at the beginning says that no entry is there.
 bool GuardedRules::mayStoreName(const std::string &name) const {
-  return storedName(name).find_first_not_of(' ') != std::string_view::npos;
+  const std::string_view stored = storedName(name);
+  return stored.substr(0, stored.find('\0')).find_first_not_of(' ') != std::string_view::npos;
 }
 
 std::string GuardedRules::nameAfterStoring(const std::string &, const std::uint8_t *field) const {
@@ -202,10 +204,15 @@ bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, Entr
   return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
 }
 
-// A deleted file of that place leaves the list: deleting it later would clear the new one's entry.
+// A deleted file of that place leaves the list: it no longer has an entry. Of a block that several folders
+// name the first has the files in its list.
 void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const {
-  for (const EMU3FilePtr &file : folder->files()) {
-    if (file->isDeleted() && file->place() == place) volume.tree.removeFile(folder, file);
+  const bool isShared = volume.index->isShared(place.block);
+  const auto holders = isShared ? directoriesInPreOrder(volume.tree.root()) : std::vector{folder};
+  for (const EMU3DirectoryPtr &holder : holders) {
+    for (const EMU3FilePtr &file : holder->files()) {
+      if (file->isDeleted() && file->place() == place) volume.tree.removeFile(holder, file);
+    }
   }
 }
 

@@ -1,8 +1,13 @@
 #include "filesystem/SlotMap.h"
 
+#include "filesystem/DiskFormat.h"
+
 #include <algorithm>
 
 namespace tessary {
+
+using format::kFatEntriesPerBlock;
+
 namespace {
 
 constexpr std::uint64_t kMostSlots = 65535;
@@ -99,6 +104,11 @@ void SlotMap::marksChanged(std::uint64_t first, std::uint64_t count) {
     refresh(slot);
   }
   publish();
+}
+
+void SlotMap::blockWritten(std::uint64_t block) {
+  if (!geometry_.isInTable(block)) return;
+  marksChanged((block - geometry_.fatStartBlock) * kFatEntriesPerBlock, kFatEntriesPerBlock);
 }
 
 bool SlotMap::isReached(std::uint64_t slot) const {

@@ -44,8 +44,8 @@ std::shared_ptr<Volume> Volume::open(const std::string &path, MountRules rules, 
 
 Volume::Volume(std::shared_ptr<MountedImage> mounted, std::unique_ptr<ImageMapping> mapping)
     : rules_(rulesFor(mounted->rules())), lock(mounted->operationLock), image(*mapping), table(image),
-      entries(image), index(rules_.keepsIndex() ? std::make_unique<VolumeIndex>(table, counters) : nullptr),
-      tree(rules_, index.get()), mounted_(std::move(mounted)), mapping_(std::move(mapping)) {}
+      index(rules_.keepsIndex() ? std::make_unique<VolumeIndex>(table, counters) : nullptr),
+      entries(image, index.get()), tree(rules_, index.get()), mounted_(std::move(mounted)), mapping_(std::move(mapping)) {}
 
 bool Volume::read(const std::string &label, EMU3Error *error) {
   const std::optional<VolumeGeometry> geometry = readGeometry(image, error);
@@ -55,11 +55,15 @@ bool Volume::read(const std::string &label, EMU3Error *error) {
     geometry_ = *geometry;
   }
   table.place(*geometry);
-  const AllocationTable::Scan scan = table.scan(*geometry);
-  scannedEntries_ = scan.entries;
-  counters.set(scan.used, scan.used > scan.entries ? 0 : scan.entries - scan.used);
+  countMarks();
   readTree(label);
   return true;
+}
+
+void Volume::countMarks() {
+  const AllocationTable::Scan scan = table.scan(geometry());
+  scannedEntries_ = scan.entries;
+  if (!index) counters.set(scan.used, scan.used > scan.entries ? 0 : scan.entries - scan.used);
 }
 
 void Volume::readTree(const std::string &label) {

@@ -37,6 +37,8 @@ public:
 
   /// Reads header, table and tree anew. False with code 1, and nothing changed.
   bool read(const std::string &label, EMU3Error *error) TESSARY_REQUIRES(lock);
+  /// Counts the table's marks anew; bare, the figures follow from them.
+  void countMarks() TESSARY_REQUIRES(lock);
   /// Reads the tree alone anew.
   void readTree(const std::string &label) TESSARY_REQUIRES(lock);
 
@@ -56,11 +58,11 @@ public:
   /// Where contents are read and written; marks and entries go through the two below.
   ImageMapping &image;
   AllocationTable table TESSARY_GUARDED_BY(lock);
-  DirectoryBlocks entries TESSARY_GUARDED_BY(lock);
   /// Changed under the lock, read from any thread.
   BlockCounters counters;
   /// Null in a bare volume, whose rules look at the tree itself.
   const std::unique_ptr<VolumeIndex> index TESSARY_PT_GUARDED_BY(lock);
+  DirectoryBlocks entries TESSARY_GUARDED_BY(lock);
   VolumeTree tree TESSARY_GUARDED_BY(lock);
 
 private:

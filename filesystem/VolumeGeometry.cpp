@@ -31,7 +31,8 @@ bool VolumeGeometry::mayHoldFolder(std::uint64_t block) const {
 }
 
 std::uint64_t VolumeGeometry::describedBlocks() const {
-  return std::min((tableEndBlock() - fatStartBlock) * kFatEntriesPerBlock, totalBlocks);
+  const std::uint64_t end = std::max(fatStartBlock, std::min(tableEndBlock(), totalBlocks));
+  return std::min((end - fatStartBlock) * kFatEntriesPerBlock, totalBlocks);
 }
 
 std::optional<VolumeGeometry> readGeometry(const ImageMapping &image, EMU3Error *error) {

@@ -40,6 +40,11 @@ void VolumeIndex::folderBlocksChanged(const std::vector<std::int64_t> &before,
   slots_.folderBlocksWent(before);
 }
 
+bool VolumeIndex::isShared(std::int64_t block) const {
+  const auto entry = folders_.find(block);
+  return entry != folders_.end() && entry->second > 1;
+}
+
 void VolumeIndex::nameBlocks(const std::vector<std::int64_t> &blocks) {
   for (const std::int64_t block : blocks)
     ++folders_[block];

@@ -27,10 +27,14 @@ public:
   void folderWent(const EMU3Directory &folder);
   void folderBlocksChanged(const std::vector<std::int64_t> &before, const std::vector<std::int64_t> &after);
   void marksChanged(std::uint64_t first, std::uint64_t count) { slots_.marksChanged(first, count); }
+  /// A directory block was written; it may be one of the table.
+  void blockWritten(std::uint64_t block) { slots_.blockWritten(block); }
 
   [[nodiscard]] const SlotMap &slots() const { return slots_; }
   /// Whether any folder has the block in its list.
   [[nodiscard]] bool namesBlock(std::int64_t block) const { return folders_.contains(block); }
+  /// Whether folders have the block in their lists more than once.
+  [[nodiscard]] bool isShared(std::int64_t block) const;
   /// Whether the entry at this place is one of the tree's folders.
   [[nodiscard]] bool isFolderEntry(EntryPlace place) const { return places_.contains(place); }
 

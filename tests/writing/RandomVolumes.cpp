@@ -69,7 +69,7 @@ private:
                                    {.blockCount = random_.chance(20) ? std::size_t{2} : std::size_t{1},
                                     .entryId = random_.chance(20) ? std::uint8_t{0x80} : std::uint8_t{0x40}});
     for (const std::uint64_t block : folder.blocks())
-      clearBlock(image_, block);
+      image_.pokeBlock(block, 0, Bytes(kBlockBytes));
     fill(folder, depth + 1);
   }
 
@@ -85,7 +85,8 @@ private:
 void wearBlocks(Random &random, ImageBuilder &image) {
   for (std::uint64_t block = image.rootDirBlock() + 1; block < image.totalBlocks(); ++block)
     image.pokeBlock(block, 0, Bytes(kBlockBytes, 0xA5));
-  putMarks(image, 0, image.tableEntries(), 0x8000);
+  for (std::uint64_t block = 0; block < image.tableEntries(); ++block)
+    image.setFatEntry(block, 0x8000);
   for (std::size_t i = random.below(100); i > 0; --i)
     image.setFatEntry(random.below(image.tableEntries()), 0);
 }
@@ -105,9 +106,13 @@ ImageBuilder randomVolume(Random &random, MountRules rules) {
   ImageBuilder image(randomLayout(random, rules));
   const bool isWorn = random.chance(30);
   if (isWorn) wearBlocks(random, image);
-  TreeBuilder(random, image, rules).fill(image.root());
+  addRandomTree(random, image, rules);
   if (isWorn) wearEntries(image);
   return image;
+}
+
+void addRandomTree(Random &random, ImageBuilder &image, MountRules rules) {
+  TreeBuilder(random, image, rules).fill(image.root());
 }
 
 std::string randomName(Random &random, MountRules rules) {

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "tests/support/ImageBuilder.h"
+#include "filesystem/MountRules.h"
 #include "tests/writing/Random.h"
-#include "tests/writing/WritableVolume.h"
 
 #include <string>
 
@@ -10,6 +11,8 @@ namespace tessary::test {
 /// A small volume of random geometry with a random tree. For the bare rules one on which they keep
 /// image and tree together: a table for every block and no file longer than a slot.
 ImageBuilder randomVolume(Random &random, MountRules rules);
+/// Fills a volume that holds nothing yet, of any layout, with a random tree.
+void addRandomTree(Random &random, ImageBuilder &image, MountRules rules);
 
 /// A name that an operation takes. Bare: one that its entry holds whole.
 std::string randomName(Random &random, MountRules rules);
