@@ -150,8 +150,8 @@ public:
   /// Folders that no entry leads to any more, by their directory block. One inside another is part of that
   /// one.
   [[nodiscard]] std::vector<LostFolder> lostFolders();
-  /// Writes an entry for one of `lostFolders`, into a place of the folder that is really free; guarded, a full
-  /// folder grows. Codes 3, 5 (the block holds no lost folder), 6 and 7.
+  /// Writes an entry for one of `lostFolders`, into a place of the folder that is really free; guarded, a
+  /// full folder grows. Codes 3, 5 (the block holds no lost folder), 6 and 7.
   bool recoverFolder(std::uint64_t block, const std::string &name, const EMU3DirectoryPtr &inDirectory,
                      EMU3Error *error = nullptr);
   /// Whether `recoverFolder` would write the entry; false with the error it would give. Changes nothing.
