@@ -1,61 +1,16 @@
 #include "app/Alert.h"
 #include "app/Beeper.h"
-#include "app/ExportedFile.h"
+#include "app/DeletedFiles.h"
+#include "app/DisplayText.h"
 #include "app/MainQueue.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
-#include "app/PrivateFolder.h"
-#include "filesystem/ExportNames.h"
-#include "filesystem/SystemLog.h"
+#include "app/PlatformTexts.h"
 
 #include <QApplication>
-#include <algorithm>
 #include <utility>
 
 namespace tessary {
-namespace {
-
-/// Deletes each file that could be backed up and returns the paths of the backups. A file that the folder
-/// no longer holds is passed over. Files of one name share a backup.
-std::vector<std::string> backUpAndDelete(EMU3Filesystem &filesystem, const std::vector<EMU3FilePtr> &files,
-                                         const EMU3DirectoryPtr &directory) {
-  std::vector<std::string> backups;
-  const std::optional<std::string> folder = makePrivateFolder("EMU3Delete");
-  if (!folder) return backups;
-  for (const EMU3FilePtr &file : files) {
-    std::optional<std::string> backup = exportIntoFolder(filesystem, file, directory, *folder);
-    if (!backup) continue;
-    backups.push_back(std::move(*backup));
-    filesystem.deleteFile(file, directory);
-  }
-  return backups;
-}
-
-EMU3FilePtr firstFileNamed(const EMU3Directory &directory, const std::string &name) {
-  const std::vector<EMU3FilePtr> files = directory.allFiles();
-  const auto found =
-      std::find_if(files.begin(), files.end(), [&](const EMU3FilePtr &file) { return file->name() == name; });
-  return found == files.end() ? nullptr : *found;
-}
-
-/// Imports the backups under the names of the files they were made of. Returns for each one that could be
-/// imported the folder's first file of that name.
-std::vector<EMU3FilePtr> restoreBackups(EMU3Filesystem &filesystem, const std::vector<std::string> &backups,
-                                        const EMU3DirectoryPtr &directory) {
-  std::vector<EMU3FilePtr> restored;
-  for (const std::string &backup : backups) {
-    const std::string name = nameOfExportedFile(backup);
-    EMU3Error error;
-    if (!filesystem.restoreFileAtURL(backup, name, directory, &error)) {
-      systemLog("Restore import failed: " + error.description());
-      continue;
-    }
-    if (EMU3FilePtr file = firstFileNamed(*directory, name)) restored.push_back(std::move(file));
-  }
-  return restored;
-}
-
-} // namespace
 
 // ---- Delete
 
@@ -66,7 +21,7 @@ void MainWindowController::_deleteSelected() {
   if (filesystem_->isReadOnly()) return _runReadOnlyAlert();
   auto question =
       std::make_unique<Alert>(QStringLiteral("Delete %1 file(s)?").arg(QString::number(files.size())),
-                              QStringLiteral("You can undo with Cmd+Z."), window_.get());
+                              QStringLiteral("You can undo with %1.").arg(undoKeyText()), window_.get());
   question->addChoice(QStringLiteral("Delete"), Alert::DestructiveRole);
   question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
   _ask(std::move(question), [this, files] { _deleteFiles(files, currentDirectory_, std::nullopt); });
@@ -76,71 +31,145 @@ void MainWindowController::_deleteFiles(const std::vector<EMU3FilePtr> &files,
                                         const EMU3DirectoryPtr &directory, CounterpartSide side) {
   filesystem_->ioQueue().async(
       [controller = QPointer(this), filesystem = filesystem_, files, directory, side] {
-        const std::vector<std::string> backups = backUpAndDelete(*filesystem, files, directory);
-        onMainQueue([controller, filesystem, backups, directory, side] {
-          if (controller) controller->_filesDeleted(filesystem, backups, directory, side);
+        const DeletionResult result = backUpAndDelete(*filesystem, files, directory);
+        onMainQueue([controller, filesystem, result, directory, side] {
+          if (controller) controller->_filesDeleted(filesystem, result, directory, side);
         });
       });
 }
 
-void MainWindowController::_filesDeleted(const EMU3FilesystemPtr &filesystem,
-                                         const std::vector<std::string> &backups,
+void MainWindowController::_filesDeleted(const EMU3FilesystemPtr &filesystem, const DeletionResult &result,
                                          const EMU3DirectoryPtr &directory, CounterpartSide side) {
   if (filesystem != filesystem_) return;
+  _showDeleted(result.deleted.size());
+  if (!result.deleted.empty()) {
+    UndoManager::Call step = _restoringStep(result.deleted, directory);
+    if (side)
+      undoManager_.registerCounterpart(*side, std::move(step));
+    else
+      undoManager_.registerUndo(std::move(step));
+  }
+  _askWhetherForGood({result.incomplete, directory, result.deleted.size()});
+}
+
+void MainWindowController::_showDeleted(std::size_t count) {
   _showChanges();
-  _setStatus(QStringLiteral("Deleted %1 file(s).").arg(QString::number(backups.size())));
-  if (backups.empty()) return;
-  _registerDeleteStep(side, [this, backups, directory](UndoManager::Side counterpart) {
-    _restoreFromBackup(backups, directory, counterpart);
+  _setStatus(QStringLiteral("Deleted %1 file(s).").arg(QString::number(count)));
+}
+
+// ---- Delete for good
+
+/// Asks about the first of the files; when that is done with, about the next.
+void MainWindowController::_askWhetherForGood(const IncompleteFiles &incomplete) {
+  if (incomplete.files.empty() || quitting_) return;
+  if (const QDialog *dialog = _dialogThatIsUp()) {
+    // What the user has turned to meanwhile comes first.
+    connect(
+        dialog, &QDialog::finished, this,
+        [this, incomplete, filesystem = filesystem_] {
+          if (filesystem == filesystem_) _askWhetherForGood(incomplete);
+        },
+        Qt::QueuedConnection);
+    return;
+  }
+  const EMU3FilePtr file = incomplete.files.front();
+  IncompleteFiles others = incomplete;
+  others.files.erase(others.files.begin());
+  auto question = std::make_unique<Alert>(
+      QStringLiteral("Delete “%1” for good?").arg(displayText(file->name())),
+      QStringLiteral("Its contents are incomplete, so it cannot be brought back."), window_.get());
+  question->addChoice(QStringLiteral("Delete"), Alert::DestructiveRole);
+  question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
+  _ask(
+      std::move(question), [this, file, others] { _deleteForGood(file, others); },
+      [this, others] { _askWhetherForGood(others); });
+}
+
+void MainWindowController::_deleteForGood(const EMU3FilePtr &file, const IncompleteFiles &others) {
+  filesystem_->ioQueue().async([controller = QPointer(this), filesystem = filesystem_, file, others] {
+    const bool isGone = deleteForGood(*filesystem, file, others.directory);
+    onMainQueue([controller, filesystem, isGone, others] {
+      if (controller) controller->_fileDeletedForGood(filesystem, isGone, others);
+    });
   });
+}
+
+void MainWindowController::_fileDeletedForGood(const EMU3FilesystemPtr &filesystem, bool isGone,
+                                               IncompleteFiles others) {
+  if (filesystem != filesystem_) return;
+  if (isGone) ++others.deletedBefore;
+  _showDeleted(others.deletedBefore);
+  _askWhetherForGood(others);
 }
 
 // ---- Undo and redo
 
-void MainWindowController::_registerDeleteStep(CounterpartSide side, UndoManager::Call step) {
-  // Held weakly: an image is closed when it is replaced, whatever could be undone.
-  UndoManager::Call call = [this, filesystem = std::weak_ptr(filesystem_),
-                            step = std::move(step)](UndoManager::Side counterpart) {
-    if (filesystem.lock() != filesystem_) return beep();
-    step(counterpart);
-  };
+/// The step does its work while the image is mounted that it was made for, and beeps otherwise.
+UndoManager::Call MainWindowController::_deleteStep(UndoManager::Call work) {
   undoManager_.setActionName(QStringLiteral("Delete"));
-  if (side)
-    undoManager_.registerCounterpart(*side, std::move(call));
-  else
-    undoManager_.registerUndo(std::move(call));
+  // Held weakly: an image is closed when it is replaced, whatever could be undone.
+  return
+      [this, filesystem = std::weak_ptr(filesystem_), work = std::move(work)](UndoManager::Side counterpart) {
+        if (!filesystem_ || filesystem.lock() != filesystem_) return beep();
+        work(counterpart);
+      };
 }
 
-void MainWindowController::_restoreFromBackup(const std::vector<std::string> &backups,
+UndoManager::Call MainWindowController::_restoringStep(const std::vector<DeletedFile> &files,
+                                                       const EMU3DirectoryPtr &toDirectory) {
+  return _deleteStep([this, files, toDirectory](UndoManager::Side counterpart) {
+    _restoreFromBackup(files, toDirectory, counterpart);
+  });
+}
+
+void MainWindowController::_restoreFromBackup(const std::vector<DeletedFile> &files,
                                               const EMU3DirectoryPtr &toDirectory,
                                               UndoManager::Side counterpart) {
-  if (!filesystem_ || filesystem_->isReadOnly()) return beep();
+  if (filesystem_->isReadOnly()) {
+    undoManager_.registerCounterpart(UndoManager::Side::Undo, _restoringStep(files, toDirectory));
+    return beep();
+  }
   filesystem_->ioQueue().async(
-      [controller = QPointer(this), filesystem = filesystem_, backups, toDirectory, counterpart] {
-        const std::vector<EMU3FilePtr> restored = restoreBackups(*filesystem, backups, toDirectory);
-        onMainQueue([controller, filesystem, restored, toDirectory, counterpart] {
-          if (controller) controller->_filesRestored(filesystem, restored, toDirectory, counterpart);
+      [controller = QPointer(this), filesystem = filesystem_, files, toDirectory, counterpart] {
+        const RestorationResult result = restoreFiles(*filesystem, files, toDirectory);
+        onMainQueue([controller, filesystem, result, toDirectory, counterpart] {
+          if (controller) controller->_filesRestored(filesystem, result, toDirectory, counterpart);
         });
       });
 }
 
 void MainWindowController::_filesRestored(const EMU3FilesystemPtr &filesystem,
-                                          const std::vector<EMU3FilePtr> &restored,
-                                          const EMU3DirectoryPtr &directory, UndoManager::Side side) {
+                                          const RestorationResult &result, const EMU3DirectoryPtr &directory,
+                                          UndoManager::Side counterpart) {
   if (filesystem != filesystem_) return;
   _showChanges();
-  if (!restored.empty()) {
-    _registerDeleteStep(side, [this, restored, directory](UndoManager::Side counterpart) {
-      _deleteRestoredFiles(restored, directory, counterpart);
-    });
+  if (!result.failed.empty()) _keepUndoable(result, directory);
+  if (!result.restored.empty()) {
+    undoManager_.registerCounterpart(
+        counterpart, _deleteStep([this, restored = result.restored, directory](UndoManager::Side side) {
+          _deleteRestoredFiles(restored, directory, side);
+        }));
   }
-  _setStatus(QStringLiteral("Restored %1 file(s).").arg(QString::number(restored.size())));
+  const QString failures = result.failed.empty()
+                               ? QString()
+                               : QStringLiteral(", %1 failed").arg(QString::number(result.failed.size()));
+  _setStatus(QStringLiteral("Restored %1 file(s)%2.").arg(QString::number(result.restored.size()), failures));
+}
+
+/// Undo tries the rest again. Where nothing at all came back, the earlier deletions are undone first: what
+/// stands in the way may stay there, a folder that is gone, say.
+void MainWindowController::_keepUndoable(const RestorationResult &result, const EMU3DirectoryPtr &directory) {
+  UndoManager::Call step = _restoringStep(result.failed, directory);
+  if (result.restored.empty())
+    undoManager_.registerBelow(UndoManager::Side::Undo, std::move(step));
+  else
+    undoManager_.registerCounterpart(UndoManager::Side::Undo, std::move(step));
 }
 
 void MainWindowController::_deleteRestoredFiles(const std::vector<EMU3FilePtr> &files,
                                                 const EMU3DirectoryPtr &fromDirectory,
                                                 UndoManager::Side counterpart) {
-  if (!filesystem_ || filesystem_->isReadOnly()) return beep();
+  if (filesystem_->isReadOnly()) return beep();
   _deleteFiles(files, fromDirectory, counterpart);
 }
 

@@ -31,6 +31,11 @@ void exportSamplesOf(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, const 
                      ExportTargets *targets, SampleCounts *counts) {
   const std::string name = bank->name();
   const std::vector<BankSample> samples = filesystem.namedSamplesFromBankFile(bank);
+  EMU3Error missing; // a bank without samples, or one whose list is not there
+  if (samples.empty() && !filesystem.contentsOfFile(bank, &missing)) {
+    ++counts->failed;
+    systemLog("Sample export failed for " + name + ": " + missing.description());
+  }
   for (std::size_t i = 0; i < samples.size(); ++i) {
     const std::string path = targets->claim(folder, exportedSampleName(name, samples[i].name));
     EMU3Error error;

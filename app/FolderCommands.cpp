@@ -58,8 +58,10 @@ void MainWindowController::_createFolder(const std::string &name, const EMU3Dire
   if (!filesystem_->createDirectoryNamed(name, parent, &error)) return _runAlert(error);
   sidebarCtl_->reload();
   outlineView_->expand(sidebarCtl_->indexOf(parent));
-  sidebarCtl_->selectRowOf(parent->subdirectories().back());
-  _setStatus(QStringLiteral("Created folder '%1'.").arg(displayText(name)));
+  const EMU3DirectoryPtr created = parent->subdirectories().back();
+  sidebarCtl_->selectRowOf(created);
+  _updateDiskSpaceLabel();
+  _setStatus(QStringLiteral("Created folder '%1'.").arg(displayText(created->name())));
 }
 
 // ---- Delete Folder
@@ -120,7 +122,7 @@ void MainWindowController::_setFolderName(const EMU3DirectoryPtr &folder, const 
   EMU3Error error;
   if (!filesystem_->renameDirectory(folder, name, &error)) return _runAlert(error);
   sidebarCtl_->reloadItem(folder);
-  _setStatus(QStringLiteral("Renamed to '%1'.").arg(displayText(name)));
+  _setStatus(QStringLiteral("Renamed to '%1'.").arg(displayText(folder->name())));
 }
 
 } // namespace tessary

@@ -133,12 +133,8 @@ void MainWindowController::openingFailed(const QString &reason) {
 void MainWindowController::_unmountImage() {
   if (!filesystem_) return;
   _setFilesystem(nullptr);
-  currentDirectory_ = nullptr;
-  sidebarCtl_->setRoot(nullptr);
   contentCtl_->setFilesystem(nullptr);
-  contentCtl_->setDirectory(nullptr);
-  sidebarCtl_->reload();
-  contentCtl_->refresh();
+  _showNoFolder();
   _setTitle(kAppName);
   _setStatus(kNoImage);
   _updateDiskSpaceLabel();
@@ -241,19 +237,30 @@ std::vector<EMU3FilePtr> MainWindowController::_selectedFiles() const {
   return selected;
 }
 
+QDialog *MainWindowController::_dialogThatIsUp() const {
+  if (sheet_ && sheet_->isVisible()) return sheet_;
+  return qobject_cast<QDialog *>(QApplication::activeModalWidget());
+}
+
 void MainWindowController::_beginSheet(std::unique_ptr<QDialog> dialog) {
   // A command that runs as a sheet's answer may begin the next one.
-  if ((sheet_ && sheet_->isVisible()) || QApplication::activeModalWidget()) return beep();
+  if (_dialogThatIsUp()) return beep();
   sheet_ = dialog.release();
   sheet_->setAttribute(Qt::WA_DeleteOnClose);
   sheet_->setWindowFlags((sheet_->windowFlags() & ~Qt::WindowType_Mask) | Qt::Sheet);
   sheet_->open();
 }
 
-void MainWindowController::_ask(std::unique_ptr<Alert> question, std::function<void()> confirmed) {
+void MainWindowController::_ask(std::unique_ptr<Alert> question, std::function<void()> confirmed,
+                                std::function<void()> declined) {
   connect(question.get(), &QDialog::finished, this,
-          [this, alert = question.get(), filesystem = filesystem_, confirmed = std::move(confirmed)] {
-            if (alert->clickedButton() == alert->defaultButton() && filesystem == filesystem_) confirmed();
+          [this, alert = question.get(), filesystem = filesystem_, confirmed = std::move(confirmed),
+           declined = std::move(declined)] {
+            if (filesystem != filesystem_) return;
+            if (alert->clickedButton() == alert->defaultButton())
+              confirmed();
+            else if (declined)
+              declined();
           });
   _beginSheet(std::move(question));
 }

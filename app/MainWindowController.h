@@ -27,8 +27,11 @@ namespace tessary {
 
 class Alert;
 class ContentController;
+struct DeletedFile;
+struct DeletionResult;
 struct ImportResult;
 class MainWindow;
+struct RestorationResult;
 class SidebarController;
 class Spinner;
 class StatusBar;
@@ -144,9 +147,12 @@ private:
   /// Shows the dialog as a sheet on the window and deletes it when it is answered. While another dialog is
   /// up it beeps and deletes the dialog at once.
   void _beginSheet(std::unique_ptr<QDialog> dialog);
-  /// Shows the alert as a sheet. `confirmed` runs when it ends with the first button while the image it was
-  /// asked about is still mounted; any other answer does nothing.
-  void _ask(std::unique_ptr<Alert> question, std::function<void()> confirmed);
+  /// Shows the alert as a sheet. `confirmed` runs when it ends with the first button, `declined`, where it is
+  /// given, at any other answer; neither when the image it was asked about is no longer mounted.
+  void _ask(std::unique_ptr<Alert> question, std::function<void()> confirmed,
+            std::function<void()> declined = {});
+  /// The sheet or modal dialog that the user has to answer first; null when there is none.
+  QDialog *_dialogThatIsUp() const;
   /// Runs a modal alert, unless the application is quitting.
   void _runAlert(const QString &message, const QString &informativeText = {});
   void _runAlert(const EMU3Error &error);
@@ -201,15 +207,28 @@ private:
   using CounterpartSide = std::optional<UndoManager::Side>;
   void _deleteFiles(const std::vector<EMU3FilePtr> &files, const EMU3DirectoryPtr &directory,
                     CounterpartSide side);
-  void _filesDeleted(const EMU3FilesystemPtr &filesystem, const std::vector<std::string> &backups,
+  void _filesDeleted(const EMU3FilesystemPtr &filesystem, const DeletionResult &result,
                      const EMU3DirectoryPtr &directory, CounterpartSide side);
-  void _restoreFromBackup(const std::vector<std::string> &backups, const EMU3DirectoryPtr &toDirectory,
+  void _showDeleted(std::size_t count);
+  /// Files of a deletion whose contents are incomplete: each is deleted only after a question of its own.
+  struct IncompleteFiles {
+    std::vector<EMU3FilePtr> files;
+    EMU3DirectoryPtr directory;
+    std::size_t deletedBefore = 0; ///< files of the same deletion
+  };
+  void _askWhetherForGood(const IncompleteFiles &incomplete);
+  void _deleteForGood(const EMU3FilePtr &file, const IncompleteFiles &others);
+  void _fileDeletedForGood(const EMU3FilesystemPtr &filesystem, bool isGone, IncompleteFiles others);
+  UndoManager::Call _deleteStep(UndoManager::Call work);
+  UndoManager::Call _restoringStep(const std::vector<DeletedFile> &files,
+                                   const EMU3DirectoryPtr &toDirectory);
+  void _restoreFromBackup(const std::vector<DeletedFile> &files, const EMU3DirectoryPtr &toDirectory,
                           UndoManager::Side counterpart);
-  void _filesRestored(const EMU3FilesystemPtr &filesystem, const std::vector<EMU3FilePtr> &restored,
-                      const EMU3DirectoryPtr &directory, UndoManager::Side side);
+  void _filesRestored(const EMU3FilesystemPtr &filesystem, const RestorationResult &result,
+                      const EMU3DirectoryPtr &directory, UndoManager::Side counterpart);
+  void _keepUndoable(const RestorationResult &result, const EMU3DirectoryPtr &directory);
   void _deleteRestoredFiles(const std::vector<EMU3FilePtr> &files, const EMU3DirectoryPtr &fromDirectory,
                             UndoManager::Side counterpart);
-  void _registerDeleteStep(CounterpartSide side, UndoManager::Call step);
 
   struct Item {
     QAction *item;

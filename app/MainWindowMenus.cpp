@@ -1,6 +1,7 @@
 #include "app/Icons.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
+#include "app/PlatformTexts.h"
 #include "app/SidebarController.h"
 
 #include <QAction>
@@ -129,7 +130,7 @@ std::unique_ptr<QMenu> MainWindowController::_buildFolderMenu() {
 
 std::unique_ptr<QMenu> MainWindowController::_buildContextMenu() {
   auto menu = std::make_unique<QMenu>(QStringLiteral("File"));
-  _addMenuItem(menu.get(), QStringLiteral("Export to Mac…"), &MainWindowController::_exportSelected);
+  _addMenuItem(menu.get(), exportCommandText(), &MainWindowController::_exportSelected);
   _addMenuItem(menu.get(), QStringLiteral("Export Samples…"), &MainWindowController::_exportSamples);
   menu->addSeparator();
   _addMenuItem(menu.get(), QStringLiteral("Rename…"), &MainWindowController::_renameSelected);

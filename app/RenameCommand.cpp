@@ -8,6 +8,15 @@
 #include <utility>
 
 namespace tessary {
+namespace {
+
+/// Whether the file bears the name already. Then its entry is left alone: the name may stand for bytes that
+/// are no text, or be longer than one that can be given.
+bool keepsName(const EMU3Directory &directory, const EMU3FilePtr &file, const std::string &name) {
+  return file->name() == name && directory.containsFile(file);
+}
+
+} // namespace
 
 void MainWindowController::_renameSelected() {
   const std::vector<EMU3FilePtr> files = _selectedFiles();
@@ -25,9 +34,11 @@ void MainWindowController::_renameSelected() {
 
 void MainWindowController::_renameFile(const EMU3FilePtr &file, const std::string &name) {
   EMU3Error error;
-  if (!filesystem_->renameFile(file, name, currentDirectory_, &error)) return _runAlert(error);
+  if (!keepsName(*currentDirectory_, file, name) &&
+      !filesystem_->renameFile(file, name, currentDirectory_, &error))
+    return _runAlert(error);
   contentCtl_->refresh();
-  _setStatus(QStringLiteral("Renamed to \"%1\".").arg(displayText(name)));
+  _setStatus(QStringLiteral("Renamed to \"%1\".").arg(displayText(file->name())));
 }
 
 } // namespace tessary

@@ -17,7 +17,14 @@ void UndoManager::registerUndo(Call call) {
 }
 
 void UndoManager::registerCounterpart(Side side, Call call) {
-  push(side == Side::Undo ? undoCalls_ : redoCalls_, std::move(call));
+  push(callsOf(side), std::move(call));
+}
+
+void UndoManager::registerBelow(Side side, Call call) {
+  std::deque<Call> &calls = callsOf(side);
+  calls.push_front(std::move(call));
+  dropOldest(calls);
+  emit changed();
 }
 
 void UndoManager::undo() {

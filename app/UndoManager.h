@@ -33,6 +33,8 @@ public:
   void registerUndo(Call call);
   /// Registers how to take back an undo or redo step whose work has ended.
   void registerCounterpart(Side side, Call call);
+  /// Registers a call again that could do nothing, to come after all others of that side.
+  void registerBelow(Side side, Call call);
 
   bool canUndo() const { return !undoCalls_.empty(); }
   bool canRedo() const { return !redoCalls_.empty(); }
@@ -45,6 +47,7 @@ signals:
   void changed();
 
 private:
+  std::deque<Call> &callsOf(Side side) { return side == Side::Undo ? undoCalls_ : redoCalls_; }
   void push(std::deque<Call> &calls, Call call);
   void runNewest(std::deque<Call> &calls, Side counterpart);
   void dropOldest(std::deque<Call> &calls) const;

@@ -1,5 +1,6 @@
 #include "banks/BankAnalysis.h"
 
+#include "banks/BankContents.h"
 #include "banks/BankFormat.h"
 #include "filesystem/DiskFormat.h"
 #include "filesystem/SystemLog.h"
@@ -7,6 +8,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -68,25 +70,11 @@ private:
   bool on_;
 };
 
-enum class EntryClass { empty, preset, sample, unknown };
-
-EntryClass classify(const TypeBytes &type) {
-  if (type == TypeBytes{}) return EntryClass::empty;
-  for (const char *preset : {"E3P1", "E4P1"}) {
-    if (beginsWith(type, preset)) return EntryClass::preset;
-  }
-  for (const char *sample : {"E3S", "E4S", "ESND", "RIFF", "FORM", "E3I", "E4I"}) {
-    if (beginsWith(type, sample)) return EntryClass::sample;
-  }
-  return EntryClass::unknown;
-}
-
 // Whether the second, permissive pass counts an entry: anything but presets and the two sample types that
 // it leaves out.
 bool countsWhenPermissive(const TypeBytes &type) {
-  const EntryClass entryClass = classify(type);
-  return entryClass != EntryClass::empty && entryClass != EntryClass::preset && !beginsWith(type, "E3I") &&
-         !beginsWith(type, "E4I");
+  const std::optional<BankEntryKind> kind = kindOfBankEntry(type);
+  return kind && kind != BankEntryKind::preset && !beginsWith(type, "E3I") && !beginsWith(type, "E4I");
 }
 
 void logEntry(const DetectionLog &log, std::uint64_t ordinal, const TocEntry &entry) {
@@ -95,7 +83,7 @@ void logEntry(const DetectionLog &log, std::uint64_t ordinal, const TocEntry &en
   const std::string hex = formatted("(hex: %02x %02x %02x %02x) size=%u", type[0], type[1], type[2], type[3],
                                     readBE32(entry.data() + 4));
   const std::string start = "entry " + number(ordinal) + ": ";
-  if (classify(type) == EntryClass::empty) return log.line("E4B0", start + "[NULL/DELETED] " + hex);
+  if (!kindOfBankEntry(type)) return log.line("E4B0", start + "[NULL/DELETED] " + hex);
   const bool isText = std::all_of(type.begin(), type.end(), isPrintable);
   log.line("E4B0",
            start + "'" + withReplacement(type, '?') + "' " + hex + (isText ? " bytes" : " bytes [binary]"));
@@ -113,10 +101,10 @@ TocScan scanToc(const FileContents &contents, const TocRange &range, const Detec
     logEntry(log, index + 1, entry);
     const TypeBytes type = typeOf(entry);
     const std::string shown = log.isOn() ? shownText(type.data(), type.size()) : std::string();
-    switch (classify(type)) {
-    case EntryClass::empty:
-      break;
-    case EntryClass::preset:
+    const std::optional<BankEntryKind> kind = kindOfBankEntry(type);
+    if (!kind) return;
+    switch (*kind) {
+    case BankEntryKind::preset:
       ++scan.presets;
       if (scan.bankName.empty()) {
         std::string name = paddedField(entry.data() + kTocEntryNameOffset, kBankNameSize);
@@ -124,11 +112,11 @@ TocScan scanToc(const FileContents &contents, const TocRange &range, const Detec
       }
       log.line("E4B0", "✓ Preset found: " + shown);
       break;
-    case EntryClass::sample:
+    case BankEntryKind::sample:
       ++scan.samples;
       log.line("E4B0", "✓ Sample/Audio found: " + shown);
       break;
-    case EntryClass::unknown:
+    case BankEntryKind::other:
       if (!log.isOn()) break;
       log.line("E4B0",
                "? Unknown chunk type: " + withReplacement(type, '.') + " (not counted in standard scan)");

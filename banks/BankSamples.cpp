@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <utility>
 
 namespace tessary {
@@ -14,27 +15,6 @@ using namespace bank;
 
 bool isListedSample(const TypeBytes &type) {
   return beginsWith(type, "E3S") || beginsWith(type, "E4S") || beginsWith(type, "ESND");
-}
-
-// Offset of the audio behind the header of the first chunk of this type; 0 when there is none. The data
-// of the first chunk is taken to begin behind the table of contents' own size field.
-std::uint64_t findAudio(const FileContents &bank, const TypeBytes &type) {
-  std::array<std::uint8_t, kChunkHeaderSize> header{};
-  const auto readHeader = [&](std::uint64_t place) {
-    return bank.read(place, header.data(), header.size()) == header.size();
-  };
-  const auto isOfType = [&] { return std::equal(type.begin(), type.end(), header.begin()); };
-  std::uint64_t place = kFirstChunkOffset;
-  if (!readHeader(place)) return 0;
-  if (isOfType()) return kTocEntriesOffset;
-  while (true) {
-    const std::uint32_t size = readBE32(header.data() + 4);
-    const std::uint32_t step = size + (size & 1) + static_cast<std::uint32_t>(kChunkHeaderSize); // may wrap
-    if (step == 0) return 0; // such a walk would never end
-    place += step;
-    if (place + kChunkHeaderSize > bank.size() || !readHeader(place)) return 0;
-    if (isOfType()) return place + kChunkHeaderSize;
-  }
 }
 
 TypeBytes typeBytesOf(const std::string &type) {
@@ -57,37 +37,59 @@ std::vector<BankSample> listedSamples(const FileContents &contents) {
     const std::uint8_t *const typeEnd = std::find(entry.begin(), entry.begin() + TypeBytes{}.size(), 0);
     std::string type(entry.data(), typeEnd);
     if (!isValidUtf8(type)) return; // a type that is no text cannot be listed
-    std::string name = paddedField(entry.data() + kTocEntryNameOffset, kBankNameSize);
-    if (name.find_first_not_of(' ') == std::string::npos || !isValidUtf8(name)) name = type;
-    samples.push_back({std::move(type), std::move(name)});
+    samples.push_back({std::move(type), nameOfBankEntry(entry)});
   });
   return samples;
 }
 
-std::optional<BankRange> audioBehindFirstChunk(const FileContents &contents, const std::string &type) {
-  const std::uint64_t audio = findAudio(contents, typeBytesOf(type));
-  if (audio == 0) return std::nullopt;
-  return BankRange{audio, contents.size() - audio};
+// This walk counts in 32 bits, which wrap. The data of the first chunk is taken to begin behind the table of
+// contents' own size field.
+SampleAudio audioBehindFirstChunks(const FileContents &contents, const std::vector<BankSample> &samples) {
+  std::map<TypeBytes, std::uint64_t> audioOf; // offset; 0 as long as no chunk of the type was met
+  for (const BankSample &sample : samples)
+    audioOf.emplace(typeBytesOf(sample.type), 0);
+  std::size_t missing = audioOf.size();
+  std::array<std::uint8_t, kChunkHeaderSize> header{};
+  std::uint64_t place = kFirstChunkOffset;
+  while (missing > 0 && contents.read(place, header.data(), header.size()) == header.size()) {
+    TypeBytes type{};
+    std::copy_n(header.begin(), type.size(), type.begin());
+    const auto found = audioOf.find(type);
+    if (found != audioOf.end() && found->second == 0) {
+      found->second = place + kChunkHeaderSize;
+      --missing;
+    }
+    const std::uint32_t size = readBE32(header.data() + type.size());
+    const std::uint32_t step = size + (size & 1) + static_cast<std::uint32_t>(kChunkHeaderSize);
+    if (step == 0) break; // such a walk would never end
+    place += step;
+  }
+  SampleAudio audio;
+  audio.reserve(samples.size());
+  for (const BankSample &sample : samples) {
+    const std::uint64_t offset = audioOf.at(typeBytesOf(sample.type));
+    if (offset == 0)
+      audio.emplace_back();
+    else
+      audio.push_back(BankRange{offset, contents.size() - offset});
+  }
+  return audio;
 }
 
-std::optional<BankRange> audioOfOwnChunk(const FileContents &contents, const std::vector<BankSample> &samples,
-                                         std::size_t index) {
-  const TypeBytes type = typeBytesOf(samples[index].type);
-  auto before = std::count_if(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(index),
-                              [&](const BankSample &sample) { return sample.type == samples[index].type; });
-  std::array<std::uint8_t, kChunkHeaderSize> header{};
-  for (std::uint64_t place = kFirstChunkOffset;
-       contents.read(place, header.data(), header.size()) == header.size();) {
-    const std::uint64_t size = readBE32(header.data() + type.size());
-    const std::uint64_t data = place + kChunkHeaderSize;
-    if (std::equal(type.begin(), type.end(), header.begin()) && before-- == 0) {
-      constexpr std::uint64_t bytesPerFrame = 2;
-      const std::uint64_t there = std::min(size, contents.size() - data);
-      return BankRange{data, there - there % bytesPerFrame};
-    }
-    place = data + size + size % 2;
+SampleAudio audioOfOwnChunks(const FileContents &contents, const std::vector<BankSample> &samples) {
+  ChunkPairing pairing;
+  for (const BankSample &sample : samples)
+    pairing.add(typeBytesOf(sample.type));
+  constexpr std::uint64_t bytesPerFrame = 2;
+  SampleAudio audio;
+  audio.reserve(samples.size());
+  for (const std::optional<BankChunk> &chunk : pairing.chunksOf(contents)) {
+    audio.emplace_back();
+    if (!chunk) continue;
+    audio.back() = chunk->data;
+    audio.back()->size -= audio.back()->size % bytesPerFrame;
   }
-  return std::nullopt;
+  return audio;
 }
 
 } // namespace tessary

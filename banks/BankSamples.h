@@ -1,5 +1,7 @@
 #pragma once
 
+#include "banks/BankContents.h"
+#include "filesystem/ByteBuffer.h"
 #include "filesystem/FileContents.h"
 
 #include <cstdint>
@@ -13,27 +15,30 @@ namespace tessary {
 /// A sample as a bank's table of contents lists it.
 struct BankSample {
   std::string type; ///< the entry's four type bytes, up to the first zero byte; samples may share one
-  std::string name; ///< the type where the entry has no name, or one that is no text
+  std::string name; ///< see `nameOfBankEntry`
 };
 
-/// A piece of a bank.
-struct BankRange {
-  std::uint64_t offset = 0; ///< bytes from the bank's start
-  std::uint64_t size = 0;   ///< bytes
+/// Where the audio of samples lies, in their order; none where its chunk is missing.
+using SampleAudio = std::vector<std::optional<BankRange>>;
+
+/// A bank that was read once, for as many of its samples as are wanted.
+struct SampleBank {
+  ByteBufferPtr bytes;
+  std::vector<BankSample> samples;
+  SampleAudio audio;
 };
 
 /// The samples in the bank's table of contents, in its order; none for other banks.
 [[nodiscard]] std::vector<BankSample> listedSamples(const FileContents &contents);
 
-/// Everything behind the header of the first chunk of this type, up to the bank's end. None when the bank has
-/// no such chunk.
-[[nodiscard]] std::optional<BankRange> audioBehindFirstChunk(const FileContents &contents,
-                                                             const std::string &type);
+/// For each sample everything behind the header of the first chunk of its type, up to the bank's end. None
+/// when the bank has no such chunk.
+[[nodiscard]] SampleAudio audioBehindFirstChunks(const FileContents &contents,
+                                                 const std::vector<BankSample> &samples);
 
-/// The data of the chunk that is the sample's own, as far as the contents go, in whole frames of two bytes:
-/// of the chunks of its type the one with as many before it as samples of the type are listed before it. None
-/// when the bank has fewer.
-[[nodiscard]] std::optional<BankRange>
-audioOfOwnChunk(const FileContents &contents, const std::vector<BankSample> &samples, std::size_t index);
+/// For each of the bank's samples the data of the chunk that is its own, as far as the contents go, in whole
+/// frames of two bytes. None when the bank has fewer chunks of its type than samples.
+[[nodiscard]] SampleAudio audioOfOwnChunks(const FileContents &contents,
+                                           const std::vector<BankSample> &samples);
 
 } // namespace tessary

@@ -11,6 +11,7 @@ extern const CommandEntry kListCommand;
 extern const CommandEntry kStatCommand;
 extern const CommandEntry kCatCommand;
 extern const CommandEntry kExportCommand;
+extern const CommandEntry kContentsCommand;
 extern const CommandEntry kSamplesCommand;
 extern const CommandEntry kWavCommand;
 extern const CommandEntry kImportCommand;
@@ -27,10 +28,10 @@ extern const CommandEntry kBatchCommand;
 namespace {
 
 constexpr std::array kCommands{
-    &kInfoCommand,    &kListCommand,   &kStatCommand,       &kCatCommand,          &kExportCommand,
-    &kSamplesCommand, &kWavCommand,    &kImportCommand,     &kCopyCommand,         &kMoveCommand,
-    &kRemoveCommand,  &kRenameCommand, &kMakeFolderCommand, &kRemoveFolderCommand, &kCheckCommand,
-    &kRecoverCommand, &kBatchCommand,
+    &kInfoCommand,     &kListCommand,    &kStatCommand,   &kCatCommand,        &kExportCommand,
+    &kContentsCommand, &kSamplesCommand, &kWavCommand,    &kImportCommand,     &kCopyCommand,
+    &kMoveCommand,     &kRemoveCommand,  &kRenameCommand, &kMakeFolderCommand, &kRemoveFolderCommand,
+    &kCheckCommand,    &kRecoverCommand, &kBatchCommand,
 };
 
 } // namespace

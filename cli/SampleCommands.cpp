@@ -99,6 +99,7 @@ private:
                           const std::vector<std::size_t> &wanted) const {
     ExportTargets targets;
     ItemReport report(session, wanted.size());
+    std::optional<SampleBank> bank; // read with the first sample
     for (const std::size_t index : wanted) {
       const std::string name = item.address + "[" + std::to_string(index) + "]";
       const std::string sample = index < samples.size() ? samples[index].name : "";
@@ -106,7 +107,8 @@ private:
           host_.target() ? *host_.target()
                          : targets.claim(host_.folder(), exportedSampleName(item.file->name(), sample));
       const auto work = [&](EMU3Error *error) {
-        if (!session.volume->exportSampleAtIndex(index, item.file, target, error)) return false;
+        if (!bank) bank = session.volume->sampleBankFromFile(item.file, error);
+        if (!bank || !session.volume->exportSample(*bank, index, target, error)) return false;
         targets.wrote(target);
         return true;
       };

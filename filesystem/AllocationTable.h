@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 
 namespace tessary {
 
@@ -30,6 +31,13 @@ private:
   std::atomic<std::uint64_t> free_ = 0;
 };
 
+/// Blocks in a row that are marked, or whose marks cannot be read.
+struct MarkedRun {
+  std::uint64_t first = 0;
+  std::uint64_t count = 0;
+  bool isReadable = true;
+};
+
 /// The allocation table: one 16-bit mark for each block of the image, 0 where the block is free. The only
 /// class that reads and writes marks.
 class AllocationTable final {
@@ -45,6 +53,10 @@ public:
   /// Whether any of `count` blocks from `first` on is marked. An unreadable part of the table counts as
   /// marked.
   [[nodiscard]] bool anyMarked(std::uint64_t first, std::uint64_t count) const;
+  /// Calls `visit` for the marked blocks from `first` up to `end`, in order and in runs as long as they are.
+  /// Goes once through that part of the table, in little memory whatever its length.
+  void forEachMarkedRun(std::uint64_t first, std::uint64_t end,
+                        const std::function<void(const MarkedRun &)> &visit) const;
   /// Writes the marks of `count` blocks from `first` on, those in one block of the table at once, and flushes
   /// each of these. Passes over the blocks of the table that `mayWriteTo` refuses and those outside the
   /// image.

@@ -48,11 +48,10 @@ ByteBufferPtr BareRules::contentsForCopy(const Volume &volume, const EMU3File &f
   return nullptr;
 }
 
-// That of the first chunk of the sample's type, whichever of them the sample is.
-std::optional<BankRange> BareRules::audioOfSample(const FileContents &bank,
-                                                  const std::vector<BankSample> &samples,
-                                                  std::size_t index) const {
-  return audioBehindFirstChunk(bank, samples[index].type);
+// That of the first chunk of a sample's type, whichever of them the sample is.
+SampleAudio BareRules::audioOfSamples(const FileContents &bank,
+                                      const std::vector<BankSample> &samples) const {
+  return audioBehindFirstChunks(bank, samples);
 }
 
 std::uint64_t BareRules::mostBlocksOfAFile() const {
@@ -115,6 +114,10 @@ void BareRules::clearMarksOf(Volume &volume, const EMU3FileFields &deleted) cons
 // A folder's entry has no type byte, so it counts as free too.
 bool BareRules::isFree(const Volume &, const std::uint8_t *dentry, EntryPlace) const {
   return dentry[0] == 0 || dentry[kDentryRawType] == kRawTypeDeleted;
+}
+
+bool BareRules::takesEntries(const Volume &, std::int64_t) const {
+  return true;
 }
 
 // What the block holds is not looked at.

@@ -37,9 +37,8 @@ public:
                                               EMU3Error *error) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
   [[nodiscard]] std::string nameOfSample(const BankSample &sample) const override { return sample.type; }
-  [[nodiscard]] std::optional<BankRange> audioOfSample(const FileContents &bank,
-                                                       const std::vector<BankSample> &samples,
-                                                       std::size_t index) const override;
+  [[nodiscard]] SampleAudio audioOfSamples(const FileContents &bank,
+                                           const std::vector<BankSample> &samples) const override;
   [[nodiscard]] bool mayWriteHostFile(const std::string &) const override { return true; }
 
   [[nodiscard]] bool refusesBeforeReading() const override { return false; }
@@ -61,16 +60,18 @@ public:
 
   [[nodiscard]] bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] bool takesEntries(const Volume &volume, std::int64_t block) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
   void entryWasTaken(Volume &, const EMU3DirectoryPtr &, EntryPlace) const override {}
   [[nodiscard]] std::optional<std::int64_t> findDirectoryBlock(const Volume &volume,
                                                                const DirectoryBlockWish &wish) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
-  [[nodiscard]] std::optional<FolderGrowth> growthOf(const Volume &,
-                                                     const EMU3DirectoryPtr &) const override {
+  [[nodiscard]] std::optional<FolderGrowth> growthOf(const Volume &, const EMU3DirectoryPtr &,
+                                                     const DirectoryBlockWish &) const override {
     return std::nullopt;
   }
-  [[nodiscard]] std::unordered_set<std::int64_t>
-  blocksToKeep(const Volume &, const std::vector<EMU3DirectoryPtr> &) const override {
+  [[nodiscard]] BlocksToKeep blocksToKeep(const Volume &,
+                                          const std::vector<EMU3DirectoryPtr> &) const override {
     return {};
   }
 };

@@ -127,8 +127,8 @@ bool EMU3Filesystem::refreshBankMetadata(const EMU3FilePtr &file, EMU3Error *err
 
 bool EMU3Filesystem::analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error) {
   const ReadLock lock(volume_->lock);
+  if (!mayReadFile(*volume_, file, error)) return false;
   const bool isBank = file->fileType() == kFileTypeBank;
-  if (isBank && !mayReadFile(*volume_, file, error)) return false;
   const bool analysed =
       !isBank || analyseBank(tessary::contentsOfFile(*volume_, *file), file->name(), &details);
   TreeEditor::setBankDetails(*file, std::move(details));
@@ -143,34 +143,58 @@ std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &
 }
 
 std::vector<BankSample> EMU3Filesystem::namedSamplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {
+  const ReadLock lock(volume_->lock);
+  if (!mayReadFile(*volume_, file, error)) return {};
   if (file->fileType() != kFileTypeBank) {
     fail(error, EngineError::notABank);
     return {};
   }
-  const ReadLock lock(volume_->lock);
-  if (!mayReadFile(*volume_, file, error)) return {};
   std::vector<BankSample> samples = listedSamples(tessary::contentsOfFile(*volume_, *file));
   for (BankSample &sample : samples)
     sample.name = volume_->rules().nameOfSample(sample);
   return samples;
 }
 
-// The bank is read once, so that the list and the audio are of one file.
-bool EMU3Filesystem::exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile,
-                                         const std::string &toURL, EMU3Error *error) {
-  const ByteBufferPtr bytes = contentsOfFile(fromBankFile, error);
-  if (!bytes) return false;
-  const FileContents bank(bytes);
-  const std::vector<BankSample> samples =
-      fromBankFile->fileType() == kFileTypeBank ? listedSamples(bank) : std::vector<BankSample>();
-  if (index >= samples.size()) return fail(error, EngineError::sampleIndexOutOfRange);
-  const std::optional<BankRange> audio = volume_->rules().audioOfSample(bank, samples, index);
+std::vector<BankEntry> EMU3Filesystem::contentsOfBankFile(const EMU3FilePtr &file, EMU3Error *error) {
+  if (file->fileType() != kFileTypeBank) {
+    fail(error, EngineError::notABank);
+    return {};
+  }
+  const ReadLock lock(volume_->lock);
+  if (!mayReadFile(*volume_, file, error)) return {};
+  return bankContents(tessary::contentsOfFile(*volume_, *file));
+}
+
+// Read once, so that the list and the audio are of one file.
+std::optional<SampleBank> EMU3Filesystem::sampleBankFromFile(const EMU3FilePtr &file, EMU3Error *error) {
+  SampleBank bank;
+  bank.bytes = contentsOfFile(file, error);
+  if (!bank.bytes) return std::nullopt;
+  if (file->fileType() != kFileTypeBank) return bank;
+  const FileContents contents(bank.bytes);
+  bank.samples = listedSamples(contents);
+  bank.audio = volume_->rules().audioOfSamples(contents, bank.samples);
+  for (BankSample &sample : bank.samples)
+    sample.name = volume_->rules().nameOfSample(sample);
+  return bank;
+}
+
+bool EMU3Filesystem::exportSample(const SampleBank &bank, std::uint64_t index, const std::string &toURL,
+                                  EMU3Error *error) {
+  if (index >= bank.samples.size()) return fail(error, EngineError::sampleIndexOutOfRange);
+  const std::optional<BankRange> &audio = bank.audio[index];
   if (!audio) return fail(error, EngineError::sampleChunkNotFound);
   const auto length = static_cast<std::uint32_t>(audio->size);
   const auto header = wavHeader(length);
   EMU3Error reason;
-  if (writeHostFile(toURL, {header, {bytes->data() + audio->offset, length}}, &reason)) return true;
+  if (writeHostFile(toURL, {header, {bank.bytes->data() + audio->offset, length}}, &reason)) return true;
   return fail(error, EngineError::sampleWriteFailed);
+}
+
+bool EMU3Filesystem::exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile,
+                                         const std::string &toURL, EMU3Error *error) {
+  const std::optional<SampleBank> bank = sampleBankFromFile(fromBankFile, error);
+  return bank && exportSample(*bank, index, toURL, error);
 }
 
 // ---- Changes of files
@@ -276,7 +300,7 @@ std::vector<VolumeFinding> EMU3Filesystem::check() {
 
 std::vector<LostFolder> EMU3Filesystem::lostFolders() {
   const ReadLock lock(volume_->lock);
-  return tessary::lostFolders(*volume_);
+  return lostGround(*volume_).folders;
 }
 
 bool EMU3Filesystem::recoverFolder(std::uint64_t block, const std::string &name,

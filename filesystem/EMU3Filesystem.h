@@ -100,7 +100,16 @@ public:
   std::vector<std::string> samplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
   /// The same samples with what they are called; bare, that is their types.
   std::vector<BankSample> namedSamplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
+  /// The entries of an Emulator IV bank's table of contents that are not deleted; none for other banks, none
+  /// with code 6 for a file that is no bank.
+  std::vector<BankEntry> contentsOfBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
+  /// The bank with its samples and their audio, to be read once and exported from often. None with the error
+  /// of `contentsOfFile`; a file that is no bank has no samples.
+  std::optional<SampleBank> sampleBankFromFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
   /// Writes sample `index` (from 0) as a WAV file: mono, 16 bits, 44100 Hz. Codes 6, 2, 3.
+  bool exportSample(const SampleBank &bank, std::uint64_t index, const std::string &toURL,
+                    EMU3Error *error = nullptr);
+  /// Both in one, for a single sample.
   bool exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile, const std::string &toURL,
                            EMU3Error *error = nullptr);
 
@@ -138,10 +147,11 @@ public:
   // Damage
   /// Looks the whole volume over and changes nothing.
   [[nodiscard]] std::vector<VolumeFinding> check();
-  /// Folders that no entry leads to any more, by their directory block.
+  /// Folders that no entry leads to any more, by their directory block. One inside another is part of that
+  /// one.
   [[nodiscard]] std::vector<LostFolder> lostFolders();
-  /// Writes an entry for one of `lostFolders`, into a place of the folder that is really free. Codes 3, 5
-  /// (the block holds no lost folder), 6 and 7.
+  /// Writes an entry for one of `lostFolders`, into a place of the folder that is really free; guarded, a full
+  /// folder grows. Codes 3, 5 (the block holds no lost folder), 6 and 7.
   bool recoverFolder(std::uint64_t block, const std::string &name, const EMU3DirectoryPtr &inDirectory,
                      EMU3Error *error = nullptr);
   /// Whether `recoverFolder` would write the entry; false with the error it would give. Changes nothing.

@@ -12,6 +12,7 @@ namespace {
 std::optional<EntryPlace> firstFreeEntry(const Volume &volume, const EMU3DirectoryPtr &folder)
     TESSARY_REQUIRES_SHARED(volume.lock) {
   for (const std::int64_t number : folder->blockList()) {
+    if (!volume.rules().takesEntries(volume, number)) continue;
     const std::optional<Block> block = volume.entries.read(number);
     if (!block) continue;
     for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
@@ -36,10 +37,11 @@ bool grow(Volume &volume, const EMU3DirectoryPtr &folder, const FolderGrowth &gr
 
 } // namespace
 
-std::optional<EntrySpot> findSpot(const Volume &volume, const EMU3DirectoryPtr &folder) {
+std::optional<EntrySpot> findSpot(const Volume &volume, const EMU3DirectoryPtr &folder,
+                                  const DirectoryBlockWish &wish) {
   if (const std::optional<EntryPlace> place = firstFreeEntry(volume, folder))
     return EntrySpot{*place, std::nullopt};
-  const std::optional<FolderGrowth> growth = volume.rules().growthOf(volume, folder);
+  const std::optional<FolderGrowth> growth = volume.rules().growthOf(volume, folder, wish);
   if (!growth) return std::nullopt;
   return EntrySpot{{growth->block, 0}, growth};
 }

@@ -19,8 +19,9 @@ struct EntrySpot {
 };
 
 /// The first entry of the folder that a new one may be written over, or that of a block that the folder can
-/// get. None when the folder is full. Changes nothing.
-[[nodiscard]] std::optional<EntrySpot> findSpot(const Volume &volume, const EMU3DirectoryPtr &folder)
+/// get: one that suits the wish. None when the folder is full. Changes nothing.
+[[nodiscard]] std::optional<EntrySpot> findSpot(const Volume &volume, const EMU3DirectoryPtr &folder,
+                                                const DirectoryBlockWish &wish = {})
     TESSARY_REQUIRES_SHARED(volume.lock);
 
 /// Writes a new entry at its spot: lets the folder grow first where that is needed, then takes the place from

@@ -112,7 +112,10 @@ EMU3FilePtr copyFile(Volume &volume, const EMU3FilePtr &file, const EMU3Director
   const ByteBufferPtr data = volume.rules().contentsForCopy(volume, *file, error);
   if (!data) return nullptr;
   NewFile copy{file->name(), file->fileType(), data->size(), data, std::nullopt};
-  if (volume.rules().copiesKeepTheirEntry()) copy.model = volume.entries.readEntry(file->place());
+  if (volume.rules().copiesKeepTheirEntry()) {
+    copy.model = volume.entries.readEntry(file->place());
+    if (!copy.model) return refuse<EMU3File>(error, EngineError::entryNotFound);
+  }
   return storeFile(volume, copy, toDirectory, error);
 }
 

@@ -30,6 +30,8 @@ ByteBufferPtr wholeBytesOfFile(const Volume &volume, const EMU3File &file) {
   auto bytes = std::make_shared<ByteBuffer>();
   bytes->resize(fields.blocksInLastCluster * format::kBlockSize);
   if (volume.image.readBytes(first, 0, bytes->data(), bytes->size()) < bytes->size()) return nullptr;
+  // Where the image was cut short inside a page, the rest of that page reads as zeros without a fault.
+  if (!bytes->empty() && !volume.image.reaches(first * format::kBlockSize + bytes->size())) return nullptr;
   if (fields.fileSize != 0) bytes->resize(std::min<std::uint64_t>(bytes->size(), fields.fileSize));
   return bytes;
 }

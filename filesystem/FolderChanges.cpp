@@ -4,10 +4,10 @@
 #include "filesystem/EntrySpot.h"
 #include "filesystem/FileChanges.h"
 #include "filesystem/TreeEditor.h"
+#include "filesystem/VolumeRules.h"
 
 #include <memory>
 #include <optional>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -27,21 +27,23 @@ EMU3DirectoryPtr folderObject(std::string name, std::uint8_t entryId, EntryPlace
   return folder;
 }
 
-using BlockSet = std::unordered_set<std::int64_t>;
-
 void removeEmptied(Volume &volume, const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent,
-                   const BlockSet &kept) TESSARY_REQUIRES(volume.lock) {
+                   const BlocksToKeep &kept) TESSARY_REQUIRES(volume.lock) {
   for (const std::int64_t block : folder->blockList()) {
-    if (!kept.contains(block)) volume.entries.clearBlock(block);
+    if (!kept.uncleared.contains(block)) volume.entries.clearBlock(block);
   }
-  volume.entries.zeroEntry(folder->place());
+  if (!kept.untouched.contains(folder->dentryBlock())) volume.entries.zeroEntry(folder->place());
   if (parent) volume.tree.removeFolder(parent, folder);
 }
 
 // One file that cannot be deleted does not keep the others.
-void eraseFilesOf(Volume &volume, const EMU3DirectoryPtr &folder) TESSARY_REQUIRES(volume.lock) {
+void eraseFilesOf(Volume &volume, const EMU3DirectoryPtr &folder, const BlocksToKeep &kept)
+    TESSARY_REQUIRES(volume.lock) {
   for (const EMU3FilePtr &file : folder->files()) {
-    if (volume.rules().mayErase(*file)) eraseFile(volume, file, folder, nullptr);
+    if (kept.untouched.contains(file->dentryBlock()))
+      volume.tree.removeFile(folder, file);
+    else if (volume.rules().mayErase(*file))
+      eraseFile(volume, file, folder, nullptr);
   }
 }
 
@@ -54,7 +56,7 @@ void removeTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3Directory
     EMU3DirectoryPtr parent;
     bool isEmptied = false;
   };
-  const BlockSet kept = volume.rules().blocksToKeep(volume, directoriesInPreOrder(top));
+  const BlocksToKeep kept = volume.rules().blocksToKeep(volume, directoriesInPreOrder(top));
   std::vector<Step> pending{{top, parent}};
   while (!pending.empty()) {
     Step &step = pending.back();
@@ -65,7 +67,7 @@ void removeTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3Directory
     }
     step.isEmptied = true;
     const EMU3DirectoryPtr folder = step.folder;
-    eraseFilesOf(volume, folder);
+    eraseFilesOf(volume, folder, kept);
     const std::vector<EMU3DirectoryPtr> below = folder->subdirectories();
     for (auto next = below.rbegin(); next != below.rend(); ++next)
       pending.push_back({*next, folder});

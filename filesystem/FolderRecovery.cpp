@@ -1,10 +1,12 @@
 #include "filesystem/FolderRecovery.h"
 
 #include "filesystem/DirectoryEntry.h"
+#include "filesystem/EntrySpot.h"
 #include "filesystem/Text.h"
 #include "filesystem/VolumeRules.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <unordered_set>
 #include <utility>
@@ -19,102 +21,241 @@ const VolumeRules &recoveryRules() {
   return rulesFor(MountRules::guarded);
 }
 
-bool isPlausibleName(const std::string &name) {
-  return std::none_of(name.begin(), name.end(), [](char character) {
-    const auto byte = static_cast<std::uint8_t>(character);
-    return byte < 0x20 || byte == 0x7F;
-  });
+bool isMoreThanSpaces(const std::string &name) {
+  return name.find_first_not_of(' ') != std::string::npos;
 }
 
-bool isPlausibleFile(const std::uint8_t *dentry) {
+bool isPlainText(const std::string &name) {
+  return isMoreThanSpaces(name) && isValidUtf8(name) &&
+         std::none_of(name.begin(), name.end(), [](char character) {
+           const auto byte = static_cast<std::uint8_t>(character);
+           return byte < 0x20 || byte == 0x7F;
+         });
+}
+
+bool hasKnownType(const std::uint8_t *dentry) {
   const std::uint8_t type = dentry[kDentryRawType];
-  return type >= kRawTypeSystem && type <= kRawTypeOtherBank && readLE16(dentry + kDentryStartCluster) >= 1 &&
+  return (type >= kRawTypeSystem && type <= kRawTypeOtherBank) ||
+         std::equal(kFormatMark.begin(), kFormatMark.end(), dentry + kDentryFormatMark);
+}
+
+bool hasPossibleNumbers(const std::uint8_t *dentry, const VolumeGeometry &geometry) {
+  const auto slot = std::max<std::uint16_t>(1, readLE16(dentry + kDentryStartCluster));
+  return geometry.slotStartBlock(slot) < geometry.totalBlocks &&
          readLE16(dentry + kDentryBytesInLastBlock) <= kBlockSize;
 }
 
-std::optional<std::int64_t> firstEmptyDentry(const Block &block) {
+bool listsFolderBlocksAlone(const std::uint8_t *dentry, const VolumeGeometry &geometry) {
+  const std::vector<std::int64_t> blocks = folderBlocks(dentry);
+  return !blocks.empty() && std::all_of(blocks.begin(), blocks.end(), [&](std::int64_t block) {
+    return geometry.mayHoldFolder(static_cast<std::uint64_t>(block));
+  });
+}
+
+// A folder rarely has all seven blocks, and the places of the others hold 0.
+bool hasRoomForBlocks(const std::uint8_t *dentry) {
+  bool hasRoom = false;
+  for (std::size_t position = 0; position < kFolderBlockCount; ++position) {
+    const std::uint16_t number = readLE16(dentry + kDentryFolderBlocks + 2 * position);
+    if (number > kLastFolderBlock) return false;
+    hasRoom = hasRoom || number == 0;
+  }
+  return hasRoom;
+}
+
+bool isLive(const std::uint8_t *dentry) {
+  return dentry[0] != 0 && (!isFileDentry(dentry) || dentry[kDentryRawType] != kRawTypeDeleted);
+}
+
+// An entry has three marks of being one: a file its type, its numbers and its name, a folder its blocks, the
+// places left for more, and its name. Whoever has two of them is taken for an entry, so that one damaged
+// field hides nothing. Random bytes hardly ever have one; text has the name alone, a pattern at most the
+// numbers.
+bool isPlausible(const std::uint8_t *dentry, const VolumeGeometry &geometry) {
+  const bool isFile = isFileDentry(dentry);
+  const bool first = isFile ? hasKnownType(dentry) : listsFolderBlocksAlone(dentry, geometry);
+  const bool second = isFile ? hasPossibleNumbers(dentry, geometry) : hasRoomForBlocks(dentry);
+  const bool third = isPlainText(paddedField(dentry, kNameSize));
+  return int{first} + int{second} + int{third} >= 2;
+}
+
+// What a block holds that no folder of the tree lists, seen as a folder's.
+struct LostBlock {
+  LostFolder folder;
+  std::vector<LostFile> files;
+  std::vector<std::int64_t> blocksBelow; ///< that its subfolders list
+};
+
+// Sounds never lie where folders do, but a block there may never have been cleared, or may be one that a
+// folder had long ago; the latter reads like a lost folder and is one as far as anyone can tell. Deleted
+// entries say nothing either way. Of the live ones at least half must be plausible, and one at least.
+std::optional<LostBlock> lostBlockIn(const std::uint8_t *block, const VolumeGeometry &geometry) {
+  LostBlock lost;
+  std::size_t plausible = 0;
+  std::size_t live = 0;
   for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
-    if (block[index * kDentrySize] == 0) return static_cast<std::int64_t>(index);
+    const std::uint8_t *const dentry = block + index * kDentrySize;
+    if (!isLive(dentry)) continue;
+    ++live;
+    if (isPlausible(dentry, geometry)) ++plausible;
+  }
+  if (plausible == 0 || 2 * plausible < live) return std::nullopt;
+  for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
+    const std::uint8_t *const dentry = block + index * kDentrySize;
+    if (!isLive(dentry)) continue;
+    lost.folder.names.push_back(*recoveryRules().nameOf(dentry));
+    if (isFileDentry(dentry)) {
+      ++lost.folder.fileCount;
+      const auto slot = std::max<std::uint16_t>(1, readLE16(dentry + kDentryStartCluster));
+      lost.files.push_back({geometry.slotStartBlock(slot), readLE16(dentry + kDentryBlocksInLastCluster)});
+    } else {
+      ++lost.folder.folderCount;
+      const std::vector<std::int64_t> below = folderBlocks(dentry);
+      lost.blocksBelow.insert(lost.blocksBelow.end(), below.begin(), below.end());
+    }
+  }
+  return lost;
+}
+
+// Calls `visit` with the blocks from `first` up to `end` that are no holes of a sparse image, in order.
+template <typename Visit>
+void forEachBlock(const ImageMapping &image, std::uint64_t first, std::uint64_t end, const Visit &visit) {
+  constexpr std::uint64_t blocksAtOnce = 64;
+  std::vector<std::uint8_t> piece(blocksAtOnce * kBlockSize);
+  for (std::uint64_t block = image.behindHole(first, end); block < end;
+       block = image.behindHole(block, end)) {
+    const std::uint64_t wanted = std::min(blocksAtOnce, end - block);
+    const std::uint64_t got = image.readPassing(block, 0, piece.data(), wanted * kBlockSize) / kBlockSize;
+    for (std::uint64_t i = 0; i < got; ++i)
+      visit(block + i, piece.data() + i * kBlockSize);
+    block += std::max<std::uint64_t>(got, 1); // passes over one that cannot be read
+  }
+}
+
+using LostBlocks = std::map<std::int64_t, LostBlock>;
+
+LostBlocks lostBlocks(const Volume &volume, const VolumeGeometry &geometry)
+    TESSARY_REQUIRES_SHARED(volume.lock) {
+  const std::unordered_set<std::int64_t> owned = VolumeTree::folderBlocks(volume.tree.root());
+  const std::uint64_t end = std::min({geometry.dataAreaBlock, geometry.totalBlocks, kLastFolderBlock + 1});
+  LostBlocks found;
+  forEachBlock(volume.image, geometry.rootDirBlock, end,
+               [&](std::uint64_t number, const std::uint8_t *bytes) {
+                 const auto block = static_cast<std::int64_t>(number);
+                 if (owned.contains(block) || !geometry.mayHoldFolder(number)) return;
+                 std::optional<LostBlock> lost = lostBlockIn(bytes, geometry);
+                 if (!lost) return;
+                 lost->folder.block = number;
+                 found.emplace(block, *std::move(lost));
+               });
+  return found;
+}
+
+// Takes in all lost blocks that `top` leads to.
+void reach(std::int64_t top, const LostBlocks &lost, std::unordered_set<std::int64_t> *reached) {
+  std::vector<std::int64_t> pending{top};
+  while (!pending.empty()) {
+    const std::int64_t block = pending.back();
+    pending.pop_back();
+    const auto found = lost.find(block);
+    if (found == lost.end() || !reached->insert(block).second) continue;
+    const std::vector<std::int64_t> &below = found->second.blocksBelow;
+    pending.insert(pending.end(), below.begin(), below.end());
+  }
+}
+
+// Those that no other one contains; of some that contain each other in a circle the first.
+std::vector<std::int64_t> topsOf(const LostBlocks &lost) {
+  std::unordered_set<std::int64_t> contained;
+  for (const auto &[block, folder] : lost) {
+    for (const std::int64_t below : folder.blocksBelow) {
+      if (below != block) contained.insert(below);
+    }
+  }
+  std::vector<std::int64_t> tops;
+  std::unordered_set<std::int64_t> reached;
+  for (const bool inCircles : {false, true}) {
+    for (const auto &[block, folder] : lost) {
+      if (reached.contains(block) || (!inCircles && contained.contains(block))) continue;
+      tops.push_back(block);
+      reach(block, lost, &reached);
+    }
+  }
+  std::sort(tops.begin(), tops.end());
+  return tops;
+}
+
+std::optional<EntrySpot> firstEmptyEntry(const Volume &volume, const EMU3DirectoryPtr &folder)
+    TESSARY_REQUIRES_SHARED(volume.lock) {
+  for (const std::int64_t number : folder->blockList()) {
+    const std::optional<Block> block = volume.entries.read(number);
+    if (!block) continue;
+    for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
+      if ((*block)[index * kDentrySize] == 0)
+        return EntrySpot{{number, static_cast<std::int64_t>(index)}, std::nullopt};
+    }
   }
   return std::nullopt;
 }
 
-// None when the block holds no entry, or one that makes no sense.
-std::optional<LostFolder> folderIn(const Block &block) {
-  LostFolder folder;
-  for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
-    const std::uint8_t *const dentry = block.data() + index * kDentrySize;
-    if (dentry[0] == 0) continue;
-    const std::optional<std::string> name = nameOfDentry(dentry);
-    const bool isFile = isFileDentry(dentry);
-    const bool isPlausible =
-        name && isPlausibleName(*name) && (isFile ? isPlausibleFile(dentry) : !folderBlocks(dentry).empty());
-    if (!isPlausible) return std::nullopt;
-    ++(isFile ? folder.fileCount : folder.folderCount);
-    folder.names.push_back(*name);
-  }
-  if (folder.names.empty()) return std::nullopt;
-  return folder;
+// By the bare rules an entry counts as free that is not. A folder that grows for this must not do so into a
+// block that what is brought back has.
+std::optional<EntrySpot> reallyFreeSpot(const Volume &volume, const EMU3DirectoryPtr &folder,
+                                        const LostGround &lost) TESSARY_REQUIRES_SHARED(volume.lock) {
+  if (volume.rules().kind() == MountRules::bare) return firstEmptyEntry(volume, folder);
+  return findSpot(volume, folder,
+                  {std::nullopt, [&](std::int64_t block) { return !lost.blocks.contains(block); }});
 }
 
-// The place for the entry of a lost folder; none, with the error, where it is refused.
-std::optional<EntryPlace> placeForLostFolder(const Volume &volume, std::uint64_t block,
-                                             const std::string &name, const EMU3DirectoryPtr &inDirectory,
-                                             EMU3Error *error) TESSARY_REQUIRES_SHARED(volume.lock) {
+// The spot for the entry of a lost folder; none, with the error, where it is refused.
+std::optional<EntrySpot> spotForLostFolder(const Volume &volume, std::uint64_t block, const std::string &name,
+                                           const EMU3DirectoryPtr &inDirectory, EMU3Error *error)
+    TESSARY_REQUIRES_SHARED(volume.lock) {
   const auto refused = [&](EngineError reason) {
     fail(error, reason);
     return std::nullopt;
   };
   if (volume.isReadOnly()) return refused(EngineError::imageIsReadOnly);
-  const std::vector<LostFolder> lost = lostFolders(volume);
-  const bool isLost =
-      std::any_of(lost.begin(), lost.end(), [&](const LostFolder &folder) { return folder.block == block; });
+  const LostGround lost = lostGround(volume);
+  const bool isLost = std::any_of(lost.folders.begin(), lost.folders.end(),
+                                  [&](const LostFolder &folder) { return folder.block == block; });
   if (!isLost || !volume.tree.contains(inDirectory)) return refused(EngineError::entryNotFound);
   if (name.empty() || utf16Length(name) > kMaxNameBytes || !recoveryRules().mayStoreName(name)) {
     return refused(EngineError::badName);
   }
-  for (const std::int64_t number : inDirectory->blockList()) {
-    const std::optional<Block> entries = volume.entries.read(number);
-    if (!entries) continue;
-    if (const auto index = firstEmptyDentry(*entries)) return EntryPlace{number, *index};
-  }
-  return refused(EngineError::parentFull);
+  const std::optional<EntrySpot> spot = reallyFreeSpot(volume, inDirectory, lost);
+  if (!spot) return refused(EngineError::parentFull);
+  return spot;
 }
 
 } // namespace
 
-std::vector<LostFolder> lostFolders(const Volume &volume) {
-  const VolumeGeometry geometry = volume.geometry();
-  const std::unordered_set<std::int64_t> owned = VolumeTree::folderBlocks(volume.tree.root());
-  std::vector<LostFolder> found;
-  const std::uint64_t end = std::min({geometry.dataAreaBlock, geometry.totalBlocks, kLastFolderBlock + 1});
-  for (std::uint64_t number = geometry.rootDirBlock; number < end; ++number) {
-    const auto block = static_cast<std::int64_t>(number);
-    if (owned.contains(block) || !geometry.mayHoldFolder(number)) continue;
-    const std::optional<Block> bytes = volume.entries.read(block);
-    if (!bytes) continue;
-    std::optional<LostFolder> folder = folderIn(*bytes);
-    if (!folder) continue;
-    folder->block = number;
-    found.push_back(*std::move(folder));
+LostGround lostGround(const Volume &volume) {
+  LostBlocks lost = lostBlocks(volume, volume.geometry());
+  LostGround ground;
+  for (const std::int64_t top : topsOf(lost))
+    ground.folders.push_back(lost.at(top).folder);
+  for (auto &[block, folder] : lost) {
+    ground.files.insert(ground.files.end(), folder.files.begin(), folder.files.end());
+    ground.blocks.insert(block);
+    ground.blocks.insert(folder.blocksBelow.begin(), folder.blocksBelow.end());
   }
-  return found;
+  return ground;
 }
 
 bool canRecoverFolder(const Volume &volume, std::uint64_t block, const std::string &name,
                       const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  return placeForLostFolder(volume, block, name, inDirectory, error).has_value();
+  return spotForLostFolder(volume, block, name, inDirectory, error).has_value();
 }
 
 bool recoverFolder(Volume &volume, std::uint64_t block, const std::string &name,
                    const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  const std::optional<EntryPlace> place = placeForLostFolder(volume, block, name, inDirectory, error);
-  if (!place) return false;
-  if (!volume.entries.write(*place, dentryForFolder(recoveryRules().storedName(name), block))) {
-    return fail(error, EngineError::blockWriteFailed);
-  }
+  const std::optional<EntrySpot> spot = spotForLostFolder(volume, block, name, inDirectory, error);
+  if (!spot) return false;
+  const Dentry dentry = dentryForFolder(recoveryRules().storedName(name), block);
+  if (!writeAtSpot(volume, inDirectory, *spot, dentry)) return fail(error, EngineError::blockWriteFailed);
   volume.countMarks();
-  if (volume.tree.adoptFolder(volume.entries, *place, inDirectory)) return true;
+  if (volume.tree.adoptFolder(volume.entries, spot->place, inDirectory)) return true;
   volume.readTree(volume.tree.root()->name());
   return true;
 }

@@ -5,6 +5,7 @@
 #include "filesystem/Text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -14,7 +15,8 @@ using namespace format;
 
 namespace {
 
-// Marks are written for blocks that the table describes, and never where a folder's entries stand.
+// Marks are written for blocks that the table describes, and never where a folder's entries or the contents
+// of a live file stand.
 void setMarks(Volume &volume, std::uint64_t first, std::uint64_t count, std::uint16_t value)
     TESSARY_REQUIRES(volume.lock) {
   const std::uint64_t described = volume.geometry().describedBlocks();
@@ -22,7 +24,8 @@ void setMarks(Volume &volume, std::uint64_t first, std::uint64_t count, std::uin
   const std::uint64_t inTable = std::min(count, described - first);
   const VolumeIndex &index = *volume.index;
   volume.table.setMarks(first, inTable, value, [&](std::uint64_t tableBlock) {
-    return !index.namesBlock(static_cast<std::int64_t>(tableBlock));
+    return !index.namesBlock(static_cast<std::int64_t>(tableBlock)) &&
+           !index.slots().isInContents(tableBlock);
   });
   volume.index->marksChanged(first, inTable);
 }
@@ -141,10 +144,9 @@ ByteBufferPtr GuardedRules::contentsForCopy(const Volume &volume, const EMU3File
   return contentsForExport(volume, file, error);
 }
 
-std::optional<BankRange> GuardedRules::audioOfSample(const FileContents &bank,
-                                                     const std::vector<BankSample> &samples,
-                                                     std::size_t index) const {
-  return audioOfOwnChunk(bank, samples, index);
+SampleAudio GuardedRules::audioOfSamples(const FileContents &bank,
+                                         const std::vector<BankSample> &samples) const {
+  return audioOfOwnChunks(bank, samples);
 }
 
 bool GuardedRules::mayWriteHostFile(const std::string &path) const {
@@ -204,6 +206,20 @@ bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, Entr
   return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
 }
 
+// A damaged folder may name blocks of the table, or of a file's contents. The root's block is the header's
+// word.
+bool GuardedRules::takesEntries(const Volume &volume, std::int64_t block) const {
+  const VolumeGeometry geometry = volume.geometry();
+  const auto number = static_cast<std::uint64_t>(block);
+  if (number == geometry.rootDirBlock) return true;
+  if (geometry.isInTable(number)) return false;
+  if (number < geometry.dataAreaBlock) return true;
+  FileExtents files;
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root()))
+    folder->lookAtFiles([&](const EMU3File &file) { files.add(file, geometry); });
+  return files.thoseOf({block}).empty();
+}
+
 // A deleted file of that place leaves the list: it no longer has an entry. Of a block that several folders
 // name the first has the files in its list.
 void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const {
@@ -234,49 +250,52 @@ std::optional<std::int64_t> GuardedRules::findDirectoryBlock(const Volume &volum
   return withoutEntries;
 }
 
-std::optional<FolderGrowth> GuardedRules::growthOf(const Volume &volume,
-                                                   const EMU3DirectoryPtr &folder) const {
+std::optional<FolderGrowth> GuardedRules::growthOf(const Volume &volume, const EMU3DirectoryPtr &folder,
+                                                   const DirectoryBlockWish &wish) const {
   if (folder == volume.tree.root()) return std::nullopt;
   const std::optional<Dentry> entry = volume.entries.readEntry(folder->place());
   if (!entry) return std::nullopt;
   const std::optional<std::size_t> position = firstEmptyPosition(*entry);
   if (!position) return std::nullopt;
   // Some numbers make a folder's entry read as a file's.
-  const auto readsAsFolder = [&](std::int64_t block) {
+  const auto suits = [&](std::int64_t block) {
+    if (wish.suits && !wish.suits(block)) return false;
     Dentry grown = *entry;
     setFolderBlockAt(grown, *position, block);
     return !isFileDentry(grown.data());
   };
-  const std::optional<std::int64_t> block = findDirectoryBlock(volume, {std::nullopt, readsAsFolder});
+  const std::optional<std::int64_t> block = findDirectoryBlock(volume, {wish.except, suits});
   if (!block) return std::nullopt;
   return FolderGrowth{*block, *position};
 }
 
-// What is not the deleted folders' alone: block 0, the table, other folders' blocks, the contents of files
-// outside.
-std::unordered_set<std::int64_t>
-GuardedRules::blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const {
+// What is not the deleted folders' alone: the table, other folders' blocks, the contents of files outside.
+// What stood in a folder of its own there were no entries, but marks or contents.
+BlocksToKeep GuardedRules::blocksToKeep(const Volume &volume,
+                                        const std::vector<EMU3DirectoryPtr> &deleted) const {
   const VolumeGeometry geometry = volume.geometry();
   std::set<std::int64_t> listed;
   for (const EMU3DirectoryPtr &folder : deleted) {
     const std::vector<std::int64_t> blocks = folder->blockList();
     listed.insert(blocks.begin(), blocks.end());
   }
-  std::unordered_set<std::int64_t> kept;
-  for (const std::int64_t block : listed) {
-    if (block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block))) kept.insert(block);
-  }
+  BlocksToKeep kept;
   const std::unordered_set<EMU3DirectoryPtr> gone(deleted.begin(), deleted.end());
   FileExtents files;
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root())) {
     if (gone.contains(folder)) continue;
     for (const std::int64_t block : folder->blockList()) {
-      if (listed.contains(block)) kept.insert(block);
+      if (listed.contains(block)) kept.uncleared.insert(block);
     }
     folder->lookAtFiles([&](const EMU3File &file) { files.add(file, geometry); });
   }
-  for (const std::int64_t block : files.thoseOf(listed))
-    kept.insert(block);
+  std::vector<std::int64_t> foreign = files.thoseOf(listed);
+  std::copy_if(listed.begin(), listed.end(), std::back_inserter(foreign), [&](std::int64_t block) {
+    return block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block));
+  });
+  std::copy_if(foreign.begin(), foreign.end(), std::inserter(kept.untouched, kept.untouched.end()),
+               [&](std::int64_t block) { return !kept.uncleared.contains(block); });
+  kept.uncleared.insert(foreign.begin(), foreign.end());
   return kept;
 }
 

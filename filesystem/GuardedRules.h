@@ -36,9 +36,8 @@ public:
                                               EMU3Error *error) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
   [[nodiscard]] std::string nameOfSample(const BankSample &sample) const override { return sample.name; }
-  [[nodiscard]] std::optional<BankRange> audioOfSample(const FileContents &bank,
-                                                       const std::vector<BankSample> &samples,
-                                                       std::size_t index) const override;
+  [[nodiscard]] SampleAudio audioOfSamples(const FileContents &bank,
+                                           const std::vector<BankSample> &samples) const override;
   [[nodiscard]] bool mayWriteHostFile(const std::string &path) const override;
 
   [[nodiscard]] bool refusesBeforeReading() const override { return true; }
@@ -60,16 +59,18 @@ public:
 
   [[nodiscard]] bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] bool takesEntries(const Volume &volume, std::int64_t block) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
   void entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const
       TESSARY_REQUIRES(volume.lock) override;
   [[nodiscard]] std::optional<std::int64_t> findDirectoryBlock(const Volume &volume,
                                                                const DirectoryBlockWish &wish) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
-  [[nodiscard]] std::optional<FolderGrowth> growthOf(const Volume &volume,
-                                                     const EMU3DirectoryPtr &folder) const
+  [[nodiscard]] std::optional<FolderGrowth> growthOf(const Volume &volume, const EMU3DirectoryPtr &folder,
+                                                     const DirectoryBlockWish &wish) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
-  [[nodiscard]] std::unordered_set<std::int64_t>
-  blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const
+  [[nodiscard]] BlocksToKeep blocksToKeep(const Volume &volume,
+                                          const std::vector<EMU3DirectoryPtr> &deleted) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
 };
 

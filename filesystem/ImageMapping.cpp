@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <csetjmp>
 #include <csignal>
 #include <cstring>
@@ -192,6 +193,11 @@ void ImageMapping::makeReadOnly() {
   ::mprotect(bytes_, size_, PROT_READ);
 }
 
+bool ImageMapping::reaches(std::uint64_t end) const {
+  struct stat status {};
+  return ::fstat(fd_, &status) == 0 && static_cast<std::uint64_t>(status.st_size) >= end;
+}
+
 std::uint64_t ImageMapping::readBytes(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
                                       std::uint64_t length) const {
   const std::uint64_t wholeBytes = size_ / kBlockSize * kBlockSize;
@@ -206,6 +212,39 @@ std::uint64_t ImageMapping::readBytes(std::uint64_t first, std::uint64_t offset,
     done += step;
   }
   return done;
+}
+
+std::uint64_t ImageMapping::readPassing(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
+                                        std::uint64_t length) const {
+  const std::uint64_t wholeBytes = size_ / kBlockSize * kBlockSize;
+  if (!containsBlock(first) || offset >= wholeBytes - first * kBlockSize) return 0;
+  const std::uint64_t begin = first * kBlockSize + offset;
+  const std::uint64_t available = std::min(length, wholeBytes - begin);
+  std::uint64_t done = 0;
+  while (done < available) {
+    const ssize_t got = ::pread(fd_, to + done, available - done, static_cast<off_t>(begin + done));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    done += static_cast<std::uint64_t>(got);
+  }
+  return done;
+}
+
+std::uint64_t ImageMapping::behindHole(std::uint64_t block, std::uint64_t end) const {
+#ifdef SEEK_DATA
+  if (!containsBlock(block)) return std::min(block, end);
+  const off_t data = ::lseek(fd_, static_cast<off_t>(block * kBlockSize), SEEK_DATA);
+  if (data >= 0) return std::clamp(static_cast<std::uint64_t>(data) / kBlockSize, block, end);
+  // Up to where the file ends now there are only zeros; what was behind that is gone, which is no hole.
+  if (errno == ENXIO) return std::clamp(blocksStillThere(), block, end);
+#endif
+  return std::min(block, end);
+}
+
+std::uint64_t ImageMapping::blocksStillThere() const {
+  struct stat status {};
+  if (::fstat(fd_, &status) != 0) return 0;
+  return std::min(static_cast<std::uint64_t>(status.st_size), size_) / kBlockSize;
 }
 
 std::uint64_t ImageMapping::countNonZeroWords(std::uint64_t first, std::uint64_t end,

@@ -40,6 +40,9 @@ public:
   /// Whether the whole block lies inside the image.
   bool containsBlock(std::uint64_t block) const { return block < size_ / format::kBlockSize; }
 
+  /// Whether the image file still has its first `end` bytes.
+  bool reaches(std::uint64_t end) const;
+
   /// Copies `length` bytes at `offset` of the block (offset + length ≤ 512). False when the block lies
   /// outside the image or cannot be read any more.
   bool read(std::uint64_t block, std::uint64_t offset, std::uint8_t *to, std::uint64_t length) const {
@@ -49,6 +52,16 @@ public:
   /// be read: it ends at the last whole block of the image, or at the first block that cannot be read.
   std::uint64_t readBytes(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
                           std::uint64_t length) const;
+  /// The same, for going once through much of the image: the bytes are read past the mapping, so that none of
+  /// its pages become part of this process.
+  std::uint64_t readPassing(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
+                            std::uint64_t length) const;
+  /// The first block from `block` on that may hold anything but zeros: behind the hole of a sparse file,
+  /// where the host tells holes. At most `end`.
+  std::uint64_t behindHole(std::uint64_t block, std::uint64_t end) const;
+  /// How many blocks of the image its file has at this moment: fewer than when it was opened where it was cut
+  /// short since.
+  std::uint64_t blocksStillThere() const;
   /// Counts the non-zero 16-bit values of the blocks from `first` up to `end`, stopping before a block
   /// that is outside the image or cannot be read. Returns how many blocks were scanned.
   std::uint64_t countNonZeroWords(std::uint64_t first, std::uint64_t end, std::uint64_t *nonZero) const;

@@ -26,33 +26,50 @@ void SlotMap::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root
   slots_.assign(slotCount_ + 1, {});
   lastSlots_.assign(slotCount_ + 2, 0);
   highestReached_ = 0;
+  firstTableBlock_ = std::max(geometry.fatStartBlock, geometry.dataAreaBlock);
+  const std::uint64_t tableEnd = std::min(geometry.tableEndBlock(), geometry.totalBlocks);
+  tableContents_.assign(tableEnd > firstTableBlock_ ? tableEnd - firstTableBlock_ : 0, 0);
   countFiles(root);
   countFixedBlock(0, 1);
-  const std::uint64_t tableEnd = std::min(geometry.tableEndBlock(), geometry.totalBlocks);
-  for (std::uint64_t block = std::max(geometry.fatStartBlock, geometry.dataAreaBlock); block < tableEnd;
-       ++block)
+  for (std::uint64_t block = firstTableBlock_; block < tableEnd; ++block)
     countFixedBlock(block, 1);
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root))
     for (const std::int64_t block : folder->blockList())
       countFixedBlock(static_cast<std::uint64_t>(block), 1);
+  lookAtAllMarks();
   freeBlocks_ = 0;
   for (std::uint64_t slot = 1; slot <= slotCount_; ++slot) {
     slots_[slot].taken = true; // until looked at
-    slots_[slot].marked = isMarked(slot);
     refresh(slot);
   }
   publish();
 }
 
+// In one pass over the table, which can be a quarter of a gigabyte.
+void SlotMap::lookAtAllMarks() {
+  const std::uint64_t first = geometry_.dataAreaBlock;
+  const std::uint64_t end =
+      std::min(geometry_.describedBlocks(), first + geometry_.slotSizeBlocks * slotCount_);
+  table_.forEachMarkedRun(first, end, [this](const MarkedRun &run) {
+    const std::uint64_t last = slotOf(run.first + run.count - 1);
+    for (std::uint64_t slot = slotOf(run.first); slot <= last; ++slot)
+      slots_[slot].marked = true;
+  });
+}
+
 // Counts where files begin and end first, so that many files that claim the same slots cost no more than one.
 void SlotMap::countFiles(const EMU3DirectoryPtr &root) {
   std::vector<std::int64_t> change(slotCount_ + 2, 0);
+  std::vector<std::int64_t> tableChange(tableContents_.size() + 1, 0);
   const auto count = [&](const EMU3FileFields &file) {
     const Run reach = reachOf(file);
     const std::uint64_t last = std::min(reach.first + reach.count - 1, slotCount_ + 1);
     ++lastSlots_[last];
     highestReached_ = std::max(highestReached_, last);
     if (file.rawType == 0 || reach.first > slotCount_) return;
+    const Run inTable = tablePartOf(file);
+    ++tableChange[inTable.first];
+    --tableChange[inTable.first + inTable.count];
     ++change[reach.first];
     --change[std::min(last, slotCount_) + 1];
   };
@@ -64,6 +81,11 @@ void SlotMap::countFiles(const EMU3DirectoryPtr &root) {
     files += change[slot];
     slots_[slot].liveFiles = static_cast<std::uint32_t>(files);
   }
+  files = 0;
+  for (std::uint64_t block = 0; block < tableContents_.size(); ++block) {
+    files += tableChange[block];
+    tableContents_[block] = static_cast<std::uint32_t>(files);
+  }
 }
 
 void SlotMap::countFile(const EMU3FileFields &file, int change) {
@@ -74,6 +96,9 @@ void SlotMap::countFile(const EMU3FileFields &file, int change) {
   while (highestReached_ > 0 && lastSlots_[highestReached_] == 0)
     --highestReached_;
   if (file.rawType == 0) return;
+  const Run inTable = tablePartOf(file);
+  for (std::uint64_t block = inTable.first; block < inTable.first + inTable.count; ++block)
+    tableContents_[block] += static_cast<std::uint32_t>(change);
   for (std::uint64_t slot = reach.first; slot <= std::min(last, slotCount_); ++slot) {
     slots_[slot].liveFiles += static_cast<std::uint32_t>(change);
     refresh(slot);
@@ -115,6 +140,11 @@ bool SlotMap::isReached(std::uint64_t slot) const {
   return slot >= 1 && slot <= slotCount_ && slots_[slot].liveFiles > 0;
 }
 
+bool SlotMap::isInContents(std::uint64_t tableBlock) const {
+  return tableBlock >= firstTableBlock_ && tableBlock - firstTableBlock_ < tableContents_.size() &&
+         tableContents_[tableBlock - firstTableBlock_] > 0;
+}
+
 std::uint64_t SlotMap::slotsFor(std::uint64_t blocks) const {
   return std::max<std::uint64_t>(1, dividedUp(blocks, geometry_.slotSizeBlocks));
 }
@@ -141,6 +171,15 @@ std::optional<std::uint16_t> SlotMap::lowestPlace(std::uint64_t from, std::uint6
 SlotMap::Run SlotMap::reachOf(const EMU3FileFields &file) const {
   return {std::max<std::uint64_t>(1, file.startCluster),
           std::max<std::uint64_t>({1, file.clusterCount, slotsFor(file.blocksInLastCluster)})};
+}
+
+// Counted from the first block of the table that lies in the data area.
+SlotMap::Run SlotMap::tablePartOf(const EMU3FileFields &file) const {
+  const std::uint64_t first = geometry_.slotStartBlock(std::max<std::uint16_t>(file.startCluster, 1));
+  const std::uint64_t tableEnd = firstTableBlock_ + tableContents_.size();
+  const std::uint64_t from = std::clamp(first, firstTableBlock_, tableEnd);
+  const std::uint64_t to = std::clamp(first + file.blocksInLastCluster, firstTableBlock_, tableEnd);
+  return {from - firstTableBlock_, to - from};
 }
 
 std::uint64_t SlotMap::slotOf(std::uint64_t block) const {

@@ -25,7 +25,7 @@ public:
   /// Forgets everything and looks at the geometry, the tree and the table's marks.
   void build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root);
 
-  // What has changed since. What goes is told with the very values that it came with, or the counts go wrong.
+  // What has changed since. A file's fields and a folder's blocks are told the same way when they go.
   void fileCame(const EMU3FileFields &file) { countFile(file, 1); }
   void fileWent(const EMU3FileFields &file) { countFile(file, -1); }
   void folderBlocksCame(const std::vector<std::int64_t> &blocks) { countFixed(blocks, 1); }
@@ -37,6 +37,8 @@ public:
 
   /// Whether a live file reaches the slot.
   [[nodiscard]] bool isReached(std::uint64_t slot) const;
+  /// Whether the table's block lies within the blocks of a live file.
+  [[nodiscard]] bool isInContents(std::uint64_t tableBlock) const;
   /// How many slots there are.
   [[nodiscard]] std::uint64_t slotCount() const { return slotCount_; }
   /// How many slots so many blocks take: one at least.
@@ -52,7 +54,7 @@ private:
     bool marked = false;
     bool taken = false;
   };
-  /// A run of slots; `count` 0 where none exists.
+  /// A run of slots or blocks; `count` 0 where none exists.
   struct Run {
     std::uint64_t first = 0;
     std::uint64_t count = 0;
@@ -61,7 +63,9 @@ private:
   void countFile(const EMU3FileFields &file, int change);
   void countFixed(const std::vector<std::int64_t> &blocks, int change);
   void countFixedBlock(std::uint64_t block, int change);
+  void lookAtAllMarks();
   void countFiles(const EMU3DirectoryPtr &root);
+  [[nodiscard]] Run tablePartOf(const EMU3FileFields &file) const;
   [[nodiscard]] Run reachOf(const EMU3FileFields &file) const;
   [[nodiscard]] std::uint64_t slotOf(std::uint64_t block) const; ///< 0 where the block is in none
   [[nodiscard]] std::uint64_t blocksInside(std::uint64_t slot) const;
@@ -76,6 +80,9 @@ private:
   std::uint64_t slotCount_ = 0;
   std::uint64_t freeBlocks_ = 0;
   std::vector<Slot> slots_; ///< by number; 0 is unused
+  /// How many live files have their contents in each block of the table that lies in the data area.
+  std::vector<std::uint32_t> tableContents_;
+  std::uint64_t firstTableBlock_ = 0; ///< of these
   /// How many files, deleted ones included, have their last slot here; behind the last slot stands one place
   /// for all that reach further.
   std::vector<std::uint32_t> lastSlots_;

@@ -45,7 +45,8 @@ std::shared_ptr<Volume> Volume::open(const std::string &path, MountRules rules, 
 Volume::Volume(std::shared_ptr<MountedImage> mounted, std::unique_ptr<ImageMapping> mapping)
     : rules_(rulesFor(mounted->rules())), lock(mounted->operationLock), image(*mapping), table(image),
       index(rules_.keepsIndex() ? std::make_unique<VolumeIndex>(table, counters) : nullptr),
-      entries(image, index.get()), tree(rules_, index.get()), mounted_(std::move(mounted)), mapping_(std::move(mapping)) {}
+      entries(image, index.get()), tree(rules_, index.get()), mounted_(std::move(mounted)),
+      mapping_(std::move(mapping)) {}
 
 bool Volume::read(const std::string &label, EMU3Error *error) {
   const std::optional<VolumeGeometry> geometry = readGeometry(image, error);

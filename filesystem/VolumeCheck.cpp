@@ -1,12 +1,13 @@
 #include "filesystem/VolumeCheck.h"
 
+#include "filesystem/BareDangers.h"
 #include "filesystem/DirectoryEntry.h"
-#include "filesystem/FolderRecovery.h"
-#include "filesystem/Text.h"
+#include "filesystem/FindingList.h"
 #include "filesystem/VolumeRules.h"
+#include "filesystem/VolumeSurvey.h"
 
 #include <algorithm>
-#include <map>
+#include <unordered_map>
 #include <utility>
 
 namespace tessary {
@@ -15,296 +16,414 @@ using namespace format;
 
 namespace {
 
-constexpr std::size_t kMostFindingsOfAKind = 200;
-
 std::string number(std::uint64_t value) {
   return std::to_string(value);
 }
 
-std::string quoted(const std::string &name) {
-  return "“" + name + "”";
-}
+/// Goes once through the table's marks and compares them with what owns the blocks. Memory in proportion to
+/// the owners.
+class MarkComparison final {
+public:
+  /// `owners` are sorted by their beginnings; marks of other blocks count from `dataArea` on.
+  MarkComparison(std::vector<BlockSpan> owners, std::uint64_t dataArea)
+      : owners_(std::move(owners)), unowned_(dataArea) {}
 
-std::string counted(std::uint64_t count, const std::string &what) {
-  return number(count) + " " + what + (count == 1 ? "" : "s");
-}
+  /// Asks for the number of unmarked blocks in a span.
+  void ask(BlockSpan span) {
+    positions_.emplace(span.begin, 0);
+    positions_.emplace(span.end, 0);
+  }
 
-} // namespace
+  void compare(const AllocationTable &table, std::uint64_t described) {
+    auto next = positions_.begin();
+    std::uint64_t marked = 0;
+    table.forEachMarkedRun(0, described, [&](const MarkedRun &run) {
+      for (; next != positions_.end() && next->first <= run.first; ++next)
+        next->second = marked;
+      for (; next != positions_.end() && next->first < run.first + run.count; ++next)
+        next->second = marked + next->first - run.first;
+      marked += run.count; // what cannot be read is not said to be unmarked
+      if (run.isReadable)
+        countUnowned({run.first, run.first + run.count});
+      else
+        unreadable_ += run.count;
+    });
+    for (; next != positions_.end(); ++next)
+      next->second = marked;
+  }
+
+  std::uint64_t unmarkedIn(BlockSpan span) const {
+    return span.end - span.begin - (positions_.at(span.end) - positions_.at(span.begin));
+  }
+  std::uint64_t unreadableMarks() const { return unreadable_; }
+  std::uint64_t unownedMarks() const { return unownedMarks_; }
+  std::uint64_t firstUnowned() const { return firstUnowned_; }
+
+private:
+  void countUnowned(BlockSpan run) {
+    unowned_ = std::max(unowned_, run.begin);
+    for (; owner_ < owners_.size() && owners_[owner_].begin < run.end; ++owner_) {
+      const BlockSpan &owner = owners_[owner_];
+      if (owner.begin > unowned_) addUnowned({unowned_, owner.begin});
+      unowned_ = std::max(unowned_, owner.end); // behind this run too, where it goes on
+    }
+    if (unowned_ < run.end) addUnowned({unowned_, run.end});
+  }
+
+  void addUnowned(BlockSpan span) {
+    if (unownedMarks_ == 0) firstUnowned_ = span.begin;
+    unownedMarks_ += span.end - span.begin;
+  }
+
+  const std::vector<BlockSpan> owners_;
+  std::size_t owner_ = 0;
+  std::uint64_t unowned_;                            ///< below it all marks have been looked at
+  std::map<std::uint64_t, std::uint64_t> positions_; ///< how many blocks below each are marked
+  std::uint64_t unownedMarks_ = 0;
+  std::uint64_t firstUnowned_ = 0;
+  std::uint64_t unreadable_ = 0;
+};
 
 /// One look over a volume.
 class VolumeCheck final {
 public:
-  explicit VolumeCheck(const Volume &volume)
-      : volume_(volume), geometry_(volume.geometry()),
-        folders_(directoriesInPreOrder(volume.rootDirectory())) {}
+  explicit VolumeCheck(const Volume &volume) TESSARY_REQUIRES_SHARED(volume.lock)
+      : volume_(volume), survey_(volume), geometry_(survey_.geometry),
+        readableBlocks_(volume.image.blocksStillThere()) {}
 
   std::vector<VolumeFinding> run() TESSARY_REQUIRES_SHARED(volume_.lock) {
     checkHeader();
-    checkTable();
-    checkFolderBlocks();
-    collectFiles();
-    checkEntries();
+    checkTablePlace();
+    checkFolders();
+    checkFiles();
     checkOverlaps();
     checkMarks();
     checkLostFolders();
-    addOverflowNotes();
-    return std::move(findings_);
+    if (volume_.rules().kind() == MountRules::bare) addBareDangers(volume_, survey_, &findings_);
+    return findings_.take();
   }
 
 private:
-  struct Extent {
-    std::uint64_t begin = 0; ///< first block of the contents
-    std::uint64_t end = 0;   ///< behind the last
-    EMU3DirectoryPtr folder;
-    EMU3FilePtr file;
-  };
-
-  void add(std::string kind, std::string message, EMU3DirectoryPtr folder = nullptr,
-           EMU3FilePtr file = nullptr, std::optional<EntryPlace> place = std::nullopt) {
-    if (++counts_[kind] > kMostFindingsOfAKind) return;
-    if (file && !place) place = file->place();
-    findings_.push_back({std::move(kind), std::move(message), std::move(folder), std::move(file), place});
-  }
-
-  void addOverflowNotes() {
-    for (const auto &[kind, count] : counts_) {
-      if (count <= kMostFindingsOfAKind) continue;
-      findings_.push_back({kind, "There are " + number(count - kMostFindingsOfAKind) + " more of this kind.",
-                           nullptr, nullptr, std::nullopt});
-    }
-  }
-
   void checkHeader();
-  void checkTable();
-  void checkFolderBlocks();
-  void collectFiles();
-  void checkEntries() TESSARY_REQUIRES_SHARED(volume_.lock);
-  void checkHiddenEntry(const EMU3DirectoryPtr &folder, const std::uint8_t *dentry, EntryPlace place);
-  void checkFile(const Extent &extent);
+  void checkTablePlace();
+  void checkFolders() TESSARY_REQUIRES_SHARED(volume_.lock);
+  void checkFolderBlock(const EMU3DirectoryPtr &folder, std::uint64_t block)
+      TESSARY_REQUIRES_SHARED(volume_.lock);
+  void checkEntriesOf(const EMU3DirectoryPtr &folder, std::uint64_t block, const Block &entries);
+  void checkName(const EMU3DirectoryPtr &folder, const std::uint8_t *dentry, EntryPlace place);
+  void checkFiles();
+  void checkContents(const FileExtent &extent);
+  void checkNumbers(const FileExtent &extent);
   void checkOverlaps();
   void checkMarks() TESSARY_REQUIRES_SHARED(volume_.lock);
-  std::vector<bool> ownedBlocks(std::uint64_t count) const;
-  void checkLostFolders() TESSARY_REQUIRES_SHARED(volume_.lock);
+  [[nodiscard]] std::vector<BlockSpan> owners() const;
+  void checkLostFolders();
 
-  std::uint64_t blocksInsideImage(const Extent &extent) const {
-    const std::uint64_t total = geometry_.totalBlocks;
-    return std::min(extent.end, total) - std::min(extent.begin, total);
+  /// What of a span the table describes.
+  [[nodiscard]] BlockSpan described(BlockSpan span) const {
+    const std::uint64_t end = geometry_.describedBlocks();
+    return {std::min(span.begin, end), std::min(span.end, end)};
   }
 
   const Volume &volume_;
-  const VolumeGeometry geometry_;
-  std::vector<EMU3DirectoryPtr> folders_;
-  std::vector<Extent> files_;
-  std::map<std::int64_t, EMU3DirectoryPtr> folderOfBlock_;
-  std::map<std::string, std::size_t> counts_;
-  std::vector<VolumeFinding> findings_;
+  const VolumeSurvey survey_;
+  const VolumeGeometry &geometry_;
+  const std::uint64_t readableBlocks_;
+  std::unordered_map<std::uint64_t, EMU3DirectoryPtr> folderOfBlock_;
+  FindingList findings_;
 };
 
 void VolumeCheck::checkHeader() {
   const std::uint64_t total = geometry_.totalBlocks;
   const auto outside = [&](const char *what, std::uint64_t block) {
     if (block < total) return;
-    add("harm-header", std::string("The header puts ") + what + " at block " + number(block) +
-                           ", but the image ends after block " + number(total - 1) + ".");
+    findings_.add(finding::kHeader, std::string("The header puts ") + what + " at block " + number(block) +
+                                        ", but the image ends after block " + number(total - 1) +
+                                        ": part of the image is missing, or the header is damaged. Change "
+                                        "nothing, and look for another copy.");
   };
   outside("the root folder", geometry_.rootDirBlock);
   outside("the sounds", geometry_.dataAreaBlock);
   outside("the allocation table", geometry_.fatStartBlock);
   if (geometry_.dataAreaBlock <= geometry_.rootDirBlock) {
-    add("harm-header", "The header puts the sounds (block " + number(geometry_.dataAreaBlock) +
-                           ") before the root folder (block " + number(geometry_.rootDirBlock) +
-                           "): a new file can overwrite folders.");
+    findings_.add(finding::kHeader, "The header puts the sounds (block " + number(geometry_.dataAreaBlock) +
+                                        ") before the root folder (block " + number(geometry_.rootDirBlock) +
+                                        "): a sampler may store a sound over folders. Export what you can.");
   }
   if (geometry_.fatStartBlock == geometry_.rootDirBlock ||
       geometry_.fatStartBlock == geometry_.dataAreaBlock) {
-    add("harm-header", "The allocation table begins where the header also puts something else, at block " +
-                           number(geometry_.fatStartBlock) + ".");
+    findings_.add(finding::kHeader,
+                  "The allocation table begins where the header also puts something else, at block " +
+                      number(geometry_.fatStartBlock) +
+                      ": a sampler that marks blocks there damages it. Export what you can.");
   }
   if (geometry_.slotSizeBlocks > total) {
-    add("oddity-header", "A slot of " + number(geometry_.slotSizeBlocks) +
-                             " blocks is larger than the whole image: it holds one file at most.");
+    findings_.add(finding::kOddHeader,
+                  "A slot of " + number(geometry_.slotSizeBlocks) +
+                      " blocks is larger than the whole image: it holds one file at most.");
   }
 }
 
-void VolumeCheck::checkTable() {
-  if (geometry_.describedBlocks() >= geometry_.totalBlocks) return;
-  add("oddity-short-table", "The allocation table is too short for the volume: it describes " +
-                                number(geometry_.describedBlocks()) + " of " + number(geometry_.totalBlocks) +
-                                " blocks. Files beyond are safe here, since slots are chosen by the files.");
+void VolumeCheck::checkTablePlace() {
+  const std::uint64_t total = geometry_.totalBlocks;
+  const BlockSpan table{geometry_.fatStartBlock, geometry_.tableEndBlock()};
+  if (table.begin < total && table.end > total) {
+    findings_.add(finding::kTableOutside,
+                  "The allocation table goes on behind the end of the image, to block " +
+                      number(table.end - 1) + ": the marks there are missing. Look for a whole copy.");
+  }
+  if (const FileExtent *file = survey_.fileIn({table.begin, std::min(table.end, total)})) {
+    findings_.add(finding::kTableInFile,
+                  "The allocation table (" + blockRange(table.begin, table.end) +
+                      ") lies inside the file: storing or deleting any file changes the sound. Export the "
+                      "file, then delete it.",
+                  {file->folder, file->file, std::nullopt});
+  }
+  if (geometry_.describedBlocks() >= total) return;
+  findings_.add(finding::kShortTable,
+                "The allocation table is too short for the volume: it describes " +
+                    number(geometry_.describedBlocks()) + " of " + number(total) +
+                    " blocks. The rest cannot be marked; a sampler may leave it unused or not see that it "
+                    "is used. Here slots are chosen by the files.");
 }
 
-void VolumeCheck::checkFolderBlocks() {
-  for (const EMU3DirectoryPtr &folder : folders_) {
-    const EntryPlace place = folder->place();
-    for (const std::int64_t block : folder->blockList()) {
-      if (static_cast<std::uint64_t>(block) >= geometry_.totalBlocks) {
-        add("harm-folder-outside",
-            "The folder’s block " + std::to_string(block) +
-                " lies behind the end of the image: what was in it is missing.",
-            folder, nullptr, place);
-        continue;
-      }
-      const auto [known, isFirst] = folderOfBlock_.emplace(block, folder);
-      if (isFirst) continue;
-      const std::string owner = known->second == folder
-                                    ? "twice by this folder"
-                                    : "by the folder " + quoted(known->second->name()) + " too";
-      add("harm-shared-folder-block",
-          "Block " + std::to_string(block) + " is listed " + owner + ": a change in one changes the other.",
-          folder, nullptr, place);
+void VolumeCheck::checkFolders() {
+  for (const EMU3DirectoryPtr &folder : survey_.folders) {
+    const std::vector<std::int64_t> blocks = folder->blockList();
+    if (blocks.empty()) {
+      findings_.add(finding::kNoBlocks, "The folder has no block to hold entries: it is empty.",
+                    {folder, nullptr, folder->place()});
+    }
+    for (const std::int64_t block : blocks)
+      checkFolderBlock(folder, static_cast<std::uint64_t>(block));
+    for (const EMU3FilePtr &file : folder->files()) {
+      if (!file->isDeleted()) continue;
+      findings_.add(
+          finding::kDeletedEntry,
+          "The entry is deleted but has kept its name. Its room comes back when something new takes "
+          "its place.",
+          {folder, file, std::nullopt});
     }
   }
 }
 
-void VolumeCheck::collectFiles() {
-  for (const EMU3DirectoryPtr &folder : folders_) {
-    for (const EMU3FilePtr &file : folder->allFiles()) {
-      const std::uint64_t begin = geometry_.slotStartBlock(std::max<std::uint16_t>(file->startCluster(), 1));
-      files_.push_back({begin, begin + file->blocksInLastCluster(), folder, file});
-    }
+void VolumeCheck::checkFolderBlock(const EMU3DirectoryPtr &folder, std::uint64_t block) {
+  const FindingSubject subject{folder, nullptr, folder->place()};
+  const std::string name = "Block " + number(block) + " of the folder ";
+  if (block >= geometry_.totalBlocks) {
+    findings_.add(finding::kFolderOutside,
+                  "The folder’s block " + number(block) +
+                      " lies behind the end of the image: what was in it is missing. Look for a whole copy.",
+                  subject);
+    return;
+  }
+  const auto [known, isFirst] = folderOfBlock_.emplace(block, folder);
+  if (!isFirst) {
+    const std::string owner = known->second == folder
+                                  ? "twice by this folder"
+                                  : "by the folder " + quoted(known->second->name()) + " too";
+    findings_.add(finding::kFolderShared,
+                  "Block " + number(block) + " is listed " + owner +
+                      ": what is changed or deleted in one changes in the other. Export what they hold, then "
+                      "delete both.",
+                  subject);
+    return;
+  }
+  if (geometry_.isInTable(block)) {
+    findings_.add(finding::kFolderInTable,
+                  name +
+                      "lies in the allocation table: marks are read as entries and entries as marks, and a "
+                      "sampler that stores a file destroys the folder. Export what is in it.",
+                  subject);
+  }
+  if (const FileExtent *file = survey_.fileIn({block, block + 1})) {
+    findings_.add(finding::kFolderInFile,
+                  name + "lies inside the file " + quotedWithFolder(*file->file, *file->folder) +
+                      ": a new entry in the folder is written into the sound. Export both, then delete the "
+                      "file.",
+                  subject);
+  } else if (block >= geometry_.dataAreaBlock) {
+    findings_.add(finding::kFolderInData,
+                  name + "lies where files are stored: a sampler may store a sound over it. Move what is in "
+                         "the folder into a new one, then delete it.",
+                  subject);
+  }
+  const std::optional<Block> entries = volume_.entries.read(static_cast<std::int64_t>(block));
+  if (entries) return checkEntriesOf(folder, block, *entries);
+  findings_.add(finding::kFolderUnreadable,
+                name + "cannot be read: what is in it is not shown. Change nothing; copy the image from its "
+                       "medium again.",
+                subject);
+}
+
+void VolumeCheck::checkEntriesOf(const EMU3DirectoryPtr &folder, std::uint64_t block, const Block &entries) {
+  for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
+    const std::uint8_t *const dentry = entries.data() + index * kDentrySize;
+    if (dentry[0] == 0 || nameOfDentry(dentry)) continue;
+    checkName(folder, dentry, {static_cast<std::int64_t>(block), static_cast<std::int64_t>(index)});
   }
 }
 
-void VolumeCheck::checkEntries() {
-  for (const auto &[number, folder] : folderOfBlock_) {
-    const std::optional<Block> block = volume_.entries.read(number);
-    if (!block) continue;
-    for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
-      const std::uint8_t *const dentry = block->data() + index * kDentrySize;
-      if (dentry[0] == 0 || nameOfDentry(dentry)) continue;
-      checkHiddenEntry(folder, dentry, {number, static_cast<std::int64_t>(index)});
-    }
-  }
-  for (const Extent &extent : files_)
-    checkFile(extent);
-}
-
-// An entry whose name is no text is not shown, and the choice of a slot for a new file does not see it.
-void VolumeCheck::checkHiddenEntry(const EMU3DirectoryPtr &folder, const std::uint8_t *dentry,
-                                   EntryPlace place) {
+// An entry whose name is no text.
+void VolumeCheck::checkName(const EMU3DirectoryPtr &folder, const std::uint8_t *dentry, EntryPlace place) {
   const bool isFile = isFileDentry(dentry);
+  const bool isShown = volume_.rules().nameOf(dentry).has_value();
   if (isFile && dentry[kDentryRawType] == kRawTypeDeleted) {
-    return add("oddity-name", "A deleted entry’s name is no text.", folder, nullptr, place);
+    if (isShown) return; // told as any other deleted entry
+    findings_.add(finding::kDeletedEntry, "The entry is deleted but has kept a name that is no text.",
+                  {folder, nullptr, place});
+    return;
   }
-  if (volume_.rules().nameOf(dentry)) {
-    return add("oddity-name", "The entry’s name is no text; what cannot be shown of it is shown as codes.",
-               folder, nullptr, place);
+  if (isShown) {
+    findings_.add(
+        finding::kName,
+        "The entry’s name is no text; what cannot be shown of it is shown as codes. A new name puts "
+        "it right.",
+        {folder, nullptr, place});
+    return;
   }
-  add("harm-name",
-      std::string(isFile ? "A file’s" : "A folder’s") +
-          " name is no text, so it is not shown, and new sounds may be stored over what it holds.",
-      folder, nullptr, place);
+  findings_.add(finding::kHiddenEntry,
+                std::string(isFile ? "A file’s" : "A folder’s") +
+                    " name is no text, so it is not shown, and something new may be stored over what it "
+                    "leads to. Without --exact it is shown and protected; rename it there.",
+                {folder, nullptr, place});
 }
 
-void VolumeCheck::checkFile(const Extent &extent) {
-  const std::uint64_t missing = extent.end - extent.begin - blocksInsideImage(extent);
-  if (missing > 0) {
-    add("harm-past-end",
-        "The file reaches past the end of the image: the last " + counted(missing, "block") +
-            " of it are missing.",
-        extent.folder, extent.file);
+void VolumeCheck::checkFiles() {
+  for (const FileExtent &extent : survey_.files) {
+    checkContents(extent);
+    checkNumbers(extent);
   }
-  const std::uint16_t blocks = extent.file->blocksInLastCluster();
-  const std::uint16_t bytes = extent.file->bytesInLastBlock();
-  if (bytes > kBlockSize || (blocks > 0 && bytes == 0)) {
-    add("oddity-size",
-        "The entry counts " + number(bytes) + " bytes in the file’s last block; 1 to 512 make sense.",
-        extent.folder, extent.file);
+}
+
+void VolumeCheck::checkContents(const FileExtent &extent) {
+  const auto [begin, end] = extent.blocks;
+  const std::uint64_t total = geometry_.totalBlocks;
+  const FindingSubject subject{extent.folder, extent.file, std::nullopt};
+  if (end > begin && end > total) {
+    findings_.add(finding::kPastEnd,
+                  "The file reaches past the end of the image: the last " +
+                      counted(end - std::max(begin, total), "block") +
+                      " of it are missing, and it cannot be exported. Look for a whole copy of the image.",
+                  subject);
   }
-  if (extent.file->startCluster() == 0) {
-    add("oddity-slot", "The entry names slot 0; it is read as slot 1.", extent.folder, extent.file);
+  const std::uint64_t unreadable =
+      std::min(end, total) - std::clamp(readableBlocks_, std::min(begin, total), std::min(end, total));
+  if (unreadable > 0) {
+    findings_.add(finding::kContentsUnreadable,
+                  counted(unreadable, "block") +
+                      " of the file cannot be read: the image was cut short while it is open. It cannot be "
+                      "exported until the image is whole again.",
+                  subject);
+  }
+}
+
+void VolumeCheck::checkNumbers(const FileExtent &extent) {
+  const FindingSubject subject{extent.folder, extent.file, std::nullopt};
+  const EMU3FileFields fields = extent.file->fields();
+  const bool hasBlocks = fields.blocksInLastCluster > 0;
+  if (fields.bytesInLastBlock > kBlockSize || (hasBlocks && fields.bytesInLastBlock == 0)) {
+    findings_.add(finding::kSize,
+                  "The entry counts " + number(fields.bytesInLastBlock) +
+                      " bytes in the file’s last block; 1 to 512 make sense. The file may seem shorter or "
+                      "longer than it is.",
+                  subject);
+  }
+  if (fields.startCluster == 0) {
+    findings_.add(finding::kSlot, "The entry names slot 0; it is read as slot 1.", subject);
+  }
+  const std::uint64_t reach = geometry_.slotSizeBlocks * fields.clusterCount;
+  if (fields.clusterCount > 1 &&
+      extent.blocks.begin + reach >= geometry_.totalBlocks + geometry_.slotSizeBlocks) {
+    findings_.add(finding::kClusters,
+                  "The entry counts " + number(fields.clusterCount) +
+                      " slots, more than there are from its own on: no other file is stored in them.",
+                  subject);
   }
 }
 
 // Each file is compared with the one before it that reaches furthest, so a volume full of files that all
 // claim the same blocks takes no longer than any other.
 void VolumeCheck::checkOverlaps() {
-  std::vector<const Extent *> sorted;
-  for (const Extent &extent : files_) {
-    if (extent.begin < extent.end) sorted.push_back(&extent);
-  }
-  std::stable_sort(sorted.begin(), sorted.end(),
-                   [](const Extent *a, const Extent *b) { return a->begin < b->begin; });
-  const Extent *furthest = nullptr;
-  for (const Extent *extent : sorted) {
-    if (furthest && extent->begin < furthest->end) {
-      add("harm-overlap",
-          "The file shares " + counted(std::min(extent->end, furthest->end) - extent->begin, "block") +
-              " with " + quoted(furthest->file->name()) + " in the folder " +
-              quoted(furthest->folder->name()) + ": changing or deleting one damages the other.",
-          extent->folder, extent->file);
+  const FileExtent *furthest = nullptr;
+  for (const FileExtent &extent : survey_.files) {
+    const auto [begin, end] = extent.blocks;
+    if (begin == end) continue;
+    if (furthest && begin < furthest->blocks.end) {
+      const BlockSpan shared{begin, std::min(end, furthest->blocks.end)};
+      findings_.add(
+          finding::kOverlap,
+          "The file shares " + counted(shared.end - shared.begin, "block") + " (" +
+              blockRange(shared.begin, shared.end) + ") with " +
+              quotedWithFolder(*furthest->file, *furthest->folder) +
+              ": one of the two is damaged already, or will be when a sampler stores it anew. Listen "
+              "to both, export the good one, delete both, import it again.",
+          {extent.folder, extent.file, std::nullopt});
     }
-    if (!furthest || extent->end > furthest->end) furthest = extent;
-  }
-  for (const Extent *extent : sorted) {
-    const auto block = folderOfBlock_.lower_bound(static_cast<std::int64_t>(extent->begin));
-    if (block == folderOfBlock_.end() || static_cast<std::uint64_t>(block->first) >= extent->end) continue;
-    add("harm-overlap",
-        "The file lies over block " + std::to_string(block->first) + " of the folder " +
-            quoted(block->second->name()) + ": changing one damages the other.",
-        extent->folder, extent->file);
+    if (!furthest || end > furthest->blocks.end) furthest = &extent;
   }
 }
 
-// What files own: their blocks, and the whole slots that they or their cluster count reach into. Ends and
-// beginnings are counted first, so that many files claiming the same blocks cost no more than one.
-std::vector<bool> VolumeCheck::ownedBlocks(std::uint64_t count) const {
-  std::vector<std::int64_t> change(count + 1, 0);
+// The slots that files reach into, files of lost folders included, the table and folders' blocks.
+std::vector<BlockSpan> VolumeCheck::owners() const {
+  std::vector<BlockSpan> spans{{geometry_.fatStartBlock, geometry_.tableEndBlock()}};
   const std::uint64_t slotSize = geometry_.slotSizeBlocks;
-  for (const Extent &extent : files_) {
-    if (extent.begin >= count) continue;
-    const std::uint64_t blocks = extent.end - extent.begin;
-    const std::uint64_t slots =
-        std::max<std::uint64_t>({1, extent.file->clusterCount(), (blocks + slotSize - 1) / slotSize});
-    ++change[extent.begin];
-    --change[extent.begin + std::min(slots * slotSize, count - extent.begin)];
-  }
-  std::vector<bool> owned(count);
-  std::int64_t owners = 0;
-  for (std::uint64_t block = 0; block < count; ++block) {
-    owners += change[block];
-    owned[block] = owners > 0;
-  }
-  return owned;
+  const auto addSlots = [&](std::uint64_t begin, std::uint64_t blocks, std::uint64_t clusters) {
+    const std::uint64_t slots = std::max<std::uint64_t>({1, clusters, (blocks + slotSize - 1) / slotSize});
+    spans.push_back({begin, begin + slots * slotSize});
+  };
+  for (const FileExtent &extent : survey_.files)
+    addSlots(extent.blocks.begin, extent.blocks.end - extent.blocks.begin, extent.file->clusterCount());
+  for (const LostFile &file : survey_.lost.files)
+    addSlots(file.firstBlock, file.blockCount, 0);
+  for (const FolderBlock &entry : survey_.folderBlocks)
+    spans.push_back({entry.block, entry.block + 1});
+  std::sort(spans.begin(), spans.end(),
+            [](const BlockSpan &a, const BlockSpan &b) { return a.begin < b.begin; });
+  return spans;
 }
 
 void VolumeCheck::checkMarks() {
-  const std::uint64_t count = std::min(geometry_.describedBlocks(), geometry_.totalBlocks);
-  std::vector<std::uint64_t> unmarkedBefore(count + 1, 0); // number of unmarked blocks below each block
-  for (std::uint64_t block = 0; block < count; ++block) {
-    unmarkedBefore[block + 1] = unmarkedBefore[block] + (volume_.table.mark(block) == 0 ? 1 : 0);
+  MarkComparison marks(owners(), geometry_.dataAreaBlock);
+  for (const FileExtent &extent : survey_.files)
+    marks.ask(described(extent.blocks));
+  marks.compare(volume_.table, geometry_.describedBlocks());
+  if (marks.unreadableMarks() > 0) {
+    findings_.add(finding::kTableUnreadable,
+                  "The allocation table cannot be read where it has the marks of " +
+                      counted(marks.unreadableMarks(), "block") +
+                      ": what is free there is not known. Change nothing; copy the image from its medium "
+                      "again.");
   }
-  for (const Extent &extent : files_) {
-    const std::uint64_t unmarked =
-        unmarkedBefore[std::min(extent.end, count)] - unmarkedBefore[std::min(extent.begin, count)];
+  for (const FileExtent &extent : survey_.files) {
+    const std::uint64_t unmarked = marks.unmarkedIn(described(extent.blocks));
     if (unmarked == 0) continue;
-    add("harm-unmarked",
-        counted(unmarked, "block") + " of the file not marked as used in the allocation table: a sampler may "
-                                     "store something else there.",
-        extent.folder, extent.file);
+    findings_.add(
+        finding::kUnmarked,
+        counted(unmarked, "block") +
+            " of the file not marked as used in the allocation table: a sampler may store something "
+            "else there. Copy the file here, then delete this one.",
+        {extent.folder, extent.file, std::nullopt});
   }
-  const std::vector<bool> owned = ownedBlocks(count);
-  std::uint64_t unowned = 0;
-  std::uint64_t first = 0;
-  for (std::uint64_t block = geometry_.dataAreaBlock; block < count; ++block) {
-    if (unmarkedBefore[block + 1] != unmarkedBefore[block] || owned[block]) continue;
-    if (unowned++ == 0) first = block;
-  }
-  if (unowned == 0) return;
-  add("oddity-unowned-marks", counted(unowned, "block") + " marked as used but part of no file, from block " +
-                                  number(first) + " on: space that a sampler will not use.");
+  if (marks.unownedMarks() == 0) return;
+  findings_.add(finding::kUnownedMarks,
+                counted(marks.unownedMarks(), "block") + " marked as used but part of no file, from block " +
+                    number(marks.firstUnowned()) + " on: room that is not used, and no harm.");
 }
 
 void VolumeCheck::checkLostFolders() {
-  for (const LostFolder &lost : lostFolders(volume_)) {
-    add("harm-lost-folder",
-        "No entry leads to the folder in block " + number(lost.block) + " any more; it holds " +
-            counted(lost.fileCount, "file") + " and " + counted(lost.folderCount, "folder") +
-            ", the first is " + quoted(lost.names.front()) +
-            ". The command “recover” brings it back; a new folder may be made over it.",
-        nullptr, nullptr, EntryPlace{static_cast<std::int64_t>(lost.block), 0});
+  for (const LostFolder &lost : survey_.lost.folders) {
+    findings_.add(finding::kLostFolder,
+                  "No entry leads to the folder in block " + number(lost.block) + " any more; it holds " +
+                      counted(lost.fileCount, "file") + " and " + counted(lost.folderCount, "folder") +
+                      ", the first is " + quoted(lost.names.front()) +
+                      ". A sampler may make a new folder over it and store over its files. The command "
+                      "“recover” brings it back.",
+                  {nullptr, nullptr, EntryPlace{static_cast<std::int64_t>(lost.block), 0}});
   }
 }
+
+} // namespace
 
 // The check looks at the very volume whose lock the caller holds, which the analysis cannot see.
 std::vector<VolumeFinding> checkVolume(const Volume &volume) TESSARY_NO_THREAD_SAFETY_ANALYSIS {

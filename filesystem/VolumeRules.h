@@ -33,8 +33,7 @@ struct NewFile {
   std::int64_t fileType = kFileTypeBank; ///< EMU3FileType
   std::uint64_t size = 0;                ///< bytes
   ByteBufferPtr data;                    ///< `size` bytes; null as long as only its refusal is asked for
-  /// The entry to make the new one from: guarded, all of it but slot, sizes and id; bare, the 16 bytes of its
-  /// name. None for an import.
+  /// The entry that the new one is made from, as far as the rules keep what an entry says.
   std::optional<format::Dentry> model;
 };
 
@@ -49,6 +48,12 @@ struct FolderGrowth {
 struct DirectoryBlockWish {
   std::optional<std::int64_t> except;
   std::function<bool(std::int64_t)> suits;
+};
+
+/// Directory blocks of folders that are being deleted, of which not all is to go.
+struct BlocksToKeep {
+  std::unordered_set<std::int64_t> uncleared; ///< the entries in them go, the blocks stay
+  std::unordered_set<std::int64_t> untouched; ///< the entries stay too
 };
 
 /// What the operations of a volume ask where the bare and the guarded rules differ. One object a mount,
@@ -73,7 +78,7 @@ public:
   [[nodiscard]] virtual bool mayUse(const Volume &volume, const EMU3DirectoryPtr &parent,
                                     const EMU3DirectoryPtr &folder) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
-  /// Whether deleting its folder deletes this file too: guarded, not one that was deleted before.
+  /// Whether a file that its folder holds may be deleted.
   [[nodiscard]] virtual bool mayErase(const EMU3File &file) const = 0;
   /// Whether the contents that the file's entry leads to are still the file's.
   [[nodiscard]] virtual bool mayRead(const Volume &volume, const EMU3FilePtr &file) const
@@ -103,15 +108,14 @@ public:
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// What a listed sample is called.
   [[nodiscard]] virtual std::string nameOfSample(const BankSample &sample) const = 0;
-  /// The audio of a listed sample of a bank; none where its chunk is missing.
-  [[nodiscard]] virtual std::optional<BankRange> audioOfSample(const FileContents &bank,
-                                                               const std::vector<BankSample> &samples,
-                                                               std::size_t index) const = 0;
+  /// The audio of the listed samples of a bank.
+  [[nodiscard]] virtual SampleAudio audioOfSamples(const FileContents &bank,
+                                                   const std::vector<BankSample> &samples) const = 0;
   /// Whether a host file may be written at this path.
   [[nodiscard]] virtual bool mayWriteHostFile(const std::string &path) const = 0;
 
   // New files
-  /// Whether an import is refused before its host file is read, where its contents do not matter.
+  /// Whether what is refused whatever its contents is refused before they are read.
   [[nodiscard]] virtual bool refusesBeforeReading() const = 0;
   /// The most blocks that a file may have.
   [[nodiscard]] virtual std::uint64_t mostBlocksOfAFile() const = 0;
@@ -132,16 +136,19 @@ public:
   // Marks of the allocation table, and the figures that follow from them
   virtual void markNewFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
       TESSARY_REQUIRES(volume.lock) = 0;
-  /// Takes `markNewFile` back where the file's entry could not be written; bare, in the figures alone.
+  /// A file was marked, but its entry could not be written.
   virtual void unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
       TESSARY_REQUIRES(volume.lock) = 0;
-  /// Marks what a deleted file took as free. Its entry was cleared, and it has left the tree.
+  /// A file's entry was cleared, and the file has left the tree.
   virtual void clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const
       TESSARY_REQUIRES(volume.lock) = 0;
 
   // Places
   /// Whether a new entry may be written over this one.
   [[nodiscard]] virtual bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// Whether a block of a folder's list may get new entries at all.
+  [[nodiscard]] virtual bool takesEntries(const Volume &volume, std::int64_t block) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// Something new has taken this entry of the folder.
   virtual void entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const
@@ -150,13 +157,13 @@ public:
   [[nodiscard]] virtual std::optional<std::int64_t> findDirectoryBlock(const Volume &volume,
                                                                        const DirectoryBlockWish &wish) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
-  /// How a full folder can get another block; none where it cannot.
-  [[nodiscard]] virtual std::optional<FolderGrowth> growthOf(const Volume &volume,
-                                                             const EMU3DirectoryPtr &folder) const
+  /// How a full folder can get another block that suits the wish; none where it cannot.
+  [[nodiscard]] virtual std::optional<FolderGrowth>
+  growthOf(const Volume &volume, const EMU3DirectoryPtr &folder, const DirectoryBlockWish &wish) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
-  /// Which directory blocks of folders that are being deleted must not be cleared.
-  [[nodiscard]] virtual std::unordered_set<std::int64_t>
-  blocksToKeep(const Volume &volume, const std::vector<EMU3DirectoryPtr> &deleted) const
+  /// What must stay of the directory blocks of folders that are being deleted.
+  [[nodiscard]] virtual BlocksToKeep blocksToKeep(const Volume &volume,
+                                                  const std::vector<EMU3DirectoryPtr> &deleted) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
 };
 

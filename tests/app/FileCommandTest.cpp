@@ -63,6 +63,19 @@ void choosePaths(QFileDialog *panel, const std::vector<std::string> &paths) {
 FileCommandTest::FileCommandTest()
     : temporaryDirectory_(std::make_unique<HostTemporaryDirectory>(folder_.path("tmp"))) {}
 
+void FileCommandTest::addIncompleteFile(const ImageBuilder &image, FolderBuilder &folder,
+                                        const std::string &name, const Bytes &contents) {
+  const std::uint64_t dataBlocks = image.totalBlocks() - image.dataAreaBlock();
+  if (dataBlocks % image.slotSizeBlocks() == 0) throw std::logic_error("the last slot is a whole one");
+  FileOptions options;
+  options.slot = static_cast<std::uint16_t>(dataBlocks / image.slotSizeBlocks() + 1);
+  options.clusterCount = 1;
+  options.blocksInLastCluster = static_cast<std::uint16_t>(image.slotSizeBlocks());
+  options.bytesInLastBlock = 512;
+  options.storesContents = !contents.empty();
+  folder.addFile(name, contents, options);
+}
+
 std::string FileCommandTest::mountReadOnly(const ImageBuilder &image) {
   const std::string path = writeImage(image);
   ::chmod(folder_.path().c_str(), 0755);

@@ -56,6 +56,9 @@ class FileCommandTest : public WindowTest {
 protected:
   FileCommandTest();
 
+  /// Adds a file whose contents reach beyond the image's end; what there is of them begins with these.
+  static void addIncompleteFile(const ImageBuilder &image, FolderBuilder &folder, const std::string &name,
+                                const Bytes &contents = {});
   /// Mounts the image without the right to write it.
   std::string mountReadOnly(const ImageBuilder &image);
   /// A folder of this name for exports or imports, made when it is not there yet.

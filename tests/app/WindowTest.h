@@ -22,6 +22,15 @@ class QMessageBox;
 
 namespace tessary::test {
 
+// Texts that name what there is on this platform.
+#ifdef Q_OS_MACOS
+inline const QString kUndoKey = QStringLiteral("Cmd+Z");
+inline const QString kExportCommand = QStringLiteral("Export to Mac…");
+#else
+inline const QString kUndoKey = QStringLiteral("Ctrl+Z");
+inline const QString kExportCommand = QStringLiteral("Export…");
+#endif
+
 /// Counts the beeps as long as it lives.
 class BeepCounter {
 public:

@@ -4,6 +4,7 @@
 #include "tests/app/FileCommandTest.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/CapturedLog.h"
+#include "tests/support/MountedVolume.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -11,7 +12,9 @@
 #include <QSet>
 #include <QTest>
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace tessary::test {
@@ -69,7 +72,39 @@ protected:
     return steps;
   }
 
+  Bytes entryAt(EntryPlace place) const {
+    return readBytes(imagePath_, place.block * kBlockBytes + place.index * sizeof(RawEntry),
+                     sizeof(RawEntry));
+  }
+
   std::string imagePath_;
+};
+
+/// An entry without what says where the file lies: its id and its slot.
+Bytes withoutPlace(Bytes entry) {
+  for (const std::size_t byte : {17U, 18U, 19U})
+    entry[byte] = 0;
+  return entry;
+}
+
+/// Lets no host file grow larger than so many bytes, as long as it lives.
+class LargestHostFile {
+public:
+  explicit LargestHostFile(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~LargestHostFile() {
+    ::setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, handler_);
+  }
+  LargestHostFile(const LargestHostFile &) = delete;
+  LargestHostFile &operator=(const LargestHostFile &) = delete;
+
+private:
+  void (*handler_)(int);
+  rlimit before_{};
 };
 
 StoredFiles sorted(StoredFiles files) {
@@ -125,7 +160,7 @@ TEST_F(Delete, AsksFirst) {
   ASSERT_NE(question, nullptr);
   const ShownAlert shown = describe(*question);
   EXPECT_EQ(shown.message, QStringLiteral("Delete 2 file(s)?"));
-  EXPECT_EQ(shown.informativeText, QStringLiteral("You can undo with Cmd+Z."));
+  EXPECT_EQ(shown.informativeText, QStringLiteral("You can undo with %1.").arg(kUndoKey));
   EXPECT_EQ(QSet<QString>(shown.buttons.begin(), shown.buttons.end()), (QSet<QString>{kDelete, kCancel}));
   EXPECT_EQ(question->defaultButton()->text(), kDelete);
   EXPECT_EQ(question->buttonRole(question->defaultButton()), QMessageBox::DestructiveRole);
@@ -253,6 +288,21 @@ TEST_F(Delete, LeavesAFileThatCannotBeBackedUp) {
   EXPECT_EQ(fileNames().size(), 3);
   EXPECT_FALSE(canUndo());
   EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(Delete, LeavesTheOneFileWhoseBackupFails) {
+  mountDrums(drums());
+  const CapturedLog log;
+  {
+    const LargestHostFile limit(1500);
+    deleteFiles({QStringLiteral("KICK"), QStringLiteral("SNARE"), QStringLiteral("HAT")});
+  }
+  EXPECT_EQ(status(), QStringLiteral("Deleted 1 file(s)."));
+  EXPECT_EQ(fileNames(), (QStringList{QStringLiteral("SNARE"), QStringLiteral("HAT")}));
+  EXPECT_EQ(sheet<QDialog>(), nullptr);
+  EXPECT_TRUE(log.lines().empty());
+  undo();
+  EXPECT_EQ(drumsOnImage().size(), 3U);
 }
 
 TEST_F(Delete, PassesOverFilesThatHaveLeftTheFolderMeanwhile) {
@@ -423,45 +473,43 @@ TEST_F(Delete, OfNothingLeavesWhatCanBeRedone) {
   EXPECT_TRUE(canRedo());
 }
 
-TEST_F(Delete, RestoredFileIsANewBankAtTheEndOfTheFolder) {
+TEST_F(Delete, RestoredFileIsWhatItWasAtTheEndOfTheTable) {
   ImageBuilder image;
   auto folder = image.root().addFolder("Drums");
-  folder.addFile("SYS", patternBytes(600), {.type = 0x80});
+  const EntryPlace place =
+      folder.addFile("SYS", patternBytes(600), {.type = 0x80, .byte16 = 7, .byte27 = 9}).entry;
   folder.addFile("KICK", patternBytes(700));
   mountDrums(image);
+  const Bytes before = entryAt(place);
   deleteFiles({QStringLiteral("SYS")});
   undo();
-  ASSERT_EQ(rowTexts(*table()->model(), 1).first(2),
-            (QStringList{QStringLiteral("SYS"), QStringLiteral("Bank")}));
-  const EMU3FileFields fields = controller_->contentCtl()->displayedFiles()[1]->fields();
-  EXPECT_EQ(fields.rawType, 0x81);
-  const Bytes entry = readBytes(imagePath_,
-                                static_cast<std::uint64_t>(fields.dentryBlock) * 512 +
-                                    static_cast<std::uint64_t>(fields.dentryOffset) * 32,
-                                32);
-  EXPECT_EQ(Bytes(entry.begin() + 28, entry.end()), bytesOf("E4B0"));
-  EXPECT_EQ(entry[26], 0x81);
+  EXPECT_EQ(rowTexts(*table()->model(), 1).first(2),
+            (QStringList{QStringLiteral("SYS"), QStringLiteral("System")}));
+  EXPECT_EQ(drumsOnImage(), (StoredFiles{{"SYS", patternBytes(600)}, {"KICK", patternBytes(700)}}));
+  EXPECT_EQ(withoutPlace(entryAt(place)), withoutPlace(before)) << "at the first free place";
 }
 
-TEST_F(Delete, UndoImportsTheSecondOfTwoFilesOfOneNameTwice) {
+TEST_F(Delete, TwoFilesOfOneNameHaveTwoBackupsAndComeBackEachAsItWas) {
   mountDrums(drums({"KICK", "SNARE", "KICK"}));
+  const StoredFiles before = sorted(drumsOnImage());
   clickRow(table(), table()->model()->index(0, 0));
   clickRow(table(), table()->model()->index(2, 0), Qt::LeftButton, Qt::ControlModifier);
   clickToolbar("DeleteItem");
   answerSheet(kDelete);
   EXPECT_EQ(status(), QStringLiteral("Deleted 2 file(s)."));
-  EXPECT_EQ(backups(), (std::vector<std::vector<std::string>>{{"KICK.E4B"}}));
+  ASSERT_EQ(backups().size(), 1U);
+  EXPECT_EQ(backups()[0].size(), 2U);
   undo();
   EXPECT_EQ(status(), QStringLiteral("Restored 2 file(s)."));
-  const Bytes second = patternBytes(2400, 2);
-  EXPECT_EQ(sorted(drumsOnImage()),
-            sorted(StoredFiles{{"SNARE", patternBytes(1700, 1)}, {"KICK", second}, {"KICK", second}}));
+  EXPECT_EQ(sorted(drumsOnImage()), before);
   redo();
-  EXPECT_EQ(status(), QStringLiteral("Deleted 1 file(s).")) << "both are recorded as the first of that name";
-  EXPECT_EQ(sorted(drumsOnImage()), sorted(StoredFiles{{"SNARE", patternBytes(1700, 1)}, {"KICK", second}}));
+  EXPECT_EQ(status(), QStringLiteral("Deleted 2 file(s)."));
+  EXPECT_EQ(drumsOnImage(), (StoredFiles{{"SNARE", patternBytes(1700, 1)}}));
+  undo();
+  EXPECT_EQ(sorted(drumsOnImage()), before);
 }
 
-TEST_F(Delete, RedoDeletesAnEarlierFileOfTheSameName) {
+TEST_F(Delete, RedoDeletesTheRestoredFileAndNoOtherOfItsName) {
   mountDrums(drums({"KICK", "SNARE", "KICK"}));
   clickRow(table(), table()->model()->index(2, 0));
   clickToolbar("DeleteItem");
@@ -469,8 +517,7 @@ TEST_F(Delete, RedoDeletesAnEarlierFileOfTheSameName) {
   undo();
   redo();
   EXPECT_EQ(status(), QStringLiteral("Deleted 1 file(s)."));
-  EXPECT_EQ(sorted(drumsOnImage()),
-            sorted(StoredFiles{{"SNARE", patternBytes(1700, 1)}, {"KICK", patternBytes(2400, 2)}}));
+  EXPECT_EQ(drumsOnImage(), (StoredFiles{{"KICK", patternBytes(1000, 0)}, {"SNARE", patternBytes(1700, 1)}}));
 }
 
 TEST_F(Delete, UndoBringsBackTheExactName) {
@@ -492,31 +539,91 @@ TEST_F(Delete, UndoBringsBackTheExactName) {
   EXPECT_EQ(drumsOnImage(), StoredFiles());
 }
 
-TEST_F(Delete, UndoLogsWhatItCannotRestoreAndGoesOn) {
+TEST_F(Delete, UndoBringsBackNamesThatAreNoTextAndLongOnes) {
+  const std::vector<std::string> names = {"\xFF\xFE RAW", "                ", "SIXTEEN OF THEM!",
+                                          std::string("NUL\0AFTER", 9), "CUT \xC3"};
+  ImageBuilder image;
+  FolderBuilder folder = image.root().addFolder("Drums");
+  std::vector<EntryPlace> places;
+  places.reserve(names.size());
+  for (const std::string &name : names)
+    places.push_back(folder.addFile(name, patternBytes(600)).entry);
+  mountDrums(image);
+  ASSERT_EQ(fileNames(), (QStringList{"%FF%FE RAW", "%20", "SIXTEEN OF THEM!", "NUL", "CUT %C3"}));
+  std::vector<Bytes> before;
+  before.reserve(places.size());
+  for (const EntryPlace &place : places)
+    before.push_back(withoutPlace(entryAt(place)));
+  table()->selectAll();
+  clickToolbar("DeleteItem");
+  answerSheet(kDelete);
+  EXPECT_EQ(status(), QStringLiteral("Deleted 5 file(s)."));
+  undo();
+  EXPECT_EQ(status(), QStringLiteral("Restored 5 file(s)."));
+  for (std::size_t index = 0; index < names.size(); ++index)
+    EXPECT_EQ(withoutPlace(entryAt(places[index])), before[index]) << index;
+  EXPECT_EQ(fileNames(), (QStringList{"%FF%FE RAW", "%20", "SIXTEEN OF THEM!", "NUL", "CUT %C3"}));
+}
+
+TEST_F(Delete, UndoLogsWhatItCannotRestoreAndKeepsItUndoable) {
   mountDrums(drums());
   deleteFiles({QStringLiteral("KICK"), QStringLiteral("HAT")});
   const std::string backup = backupFolder() + "/" + namesIn(backupFolder())[0] + "/KICK.E4B";
-  std::filesystem::remove(backup);
+  std::filesystem::rename(backup, backup + " elsewhere");
   const CapturedLog log;
   undo();
-  EXPECT_EQ(status(), QStringLiteral("Restored 1 file(s)."));
+  EXPECT_EQ(status(), QStringLiteral("Restored 1 file(s), 1 failed."));
   EXPECT_EQ(log.lines(),
             std::vector<std::string>{"Restore import failed: " + hostError(ENOENT, backup).description()});
   EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "SNARE"}));
+  EXPECT_TRUE(canUndo());
   EXPECT_TRUE(canRedo());
+  std::filesystem::rename(backup + " elsewhere", backup);
+  undo();
+  EXPECT_EQ(status(), QStringLiteral("Restored 1 file(s)."));
+  EXPECT_EQ(drumsOnImage().size(), 3U);
+  EXPECT_FALSE(canUndo());
   redo();
-  EXPECT_EQ(status(), QStringLiteral("Deleted 1 file(s)."));
+  EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "SNARE"})) << "KICK came back last";
+  redo();
+  EXPECT_EQ(drumNames(), std::vector<std::string>{"SNARE"});
 }
 
-TEST_F(Delete, UndoThatRestoresNothingRegistersNoRedo) {
+TEST_F(Delete, UndoOnAFullImageGoesOnWhenThereIsRoomAgain) {
+  ImageBuilder image;
+  auto folder = image.root().addFolder("Drums");
+  folder.addFile("LARGE", patternBytes(3 * kMiB, 1));
+  folder.addFile("SMALL", patternBytes(100, 2));
+  mountDrums(image);
+  deleteFiles({QStringLiteral("LARGE")});
+  const EMU3FilesystemPtr filesystem = controller_->filesystem();
+  ASSERT_TRUE(filesystem->importFileAtURL(writeHostFile("FILLER", patternBytes(2 * kMiB, 3)),
+                                          filesystem->rootDirectory()));
+  const CapturedLog log;
+  undo();
+  EXPECT_EQ(status(), QStringLiteral("Restored 0 file(s), 1 failed."));
+  EXPECT_EQ(log.lines(), std::vector<std::string>{"Restore import failed: Error Domain=com.tessary.error "
+                                                  "Code=4 \"Not enough free space on image\""});
+  EXPECT_EQ(drumNames(), std::vector<std::string>{"SMALL"});
+  EXPECT_TRUE(canUndo());
+  EXPECT_FALSE(canRedo());
+  ASSERT_TRUE(
+      filesystem->deleteFile(fileNamed(filesystem->rootDirectory(), "FILLER"), filesystem->rootDirectory()));
+  undo();
+  EXPECT_EQ(status(), QStringLiteral("Restored 1 file(s)."));
+  EXPECT_EQ(sorted(drumsOnImage()),
+            (StoredFiles{{"LARGE", patternBytes(3 * kMiB, 1)}, {"SMALL", patternBytes(100, 2)}}));
+}
+
+TEST_F(Delete, UndoThatRestoresNothingRegistersNoRedoAndStaysUndoable) {
   mountDrums(drums());
   deleteFiles({QStringLiteral("KICK")});
   std::filesystem::remove_all(backupFolder());
   const CapturedLog log;
   undo();
-  EXPECT_EQ(status(), QStringLiteral("Restored 0 file(s)."));
+  EXPECT_EQ(status(), QStringLiteral("Restored 0 file(s), 1 failed."));
   EXPECT_EQ(log.lines().size(), 1U);
-  EXPECT_FALSE(canUndo());
+  EXPECT_TRUE(canUndo());
   EXPECT_FALSE(canRedo());
 }
 
@@ -528,10 +635,29 @@ TEST_F(Delete, UndoIntoADeletedFolderChangesNothing) {
   const Bytes before = readBytes(imagePath_);
   const CapturedLog log;
   undo();
-  EXPECT_EQ(status(), QStringLiteral("Restored 0 file(s)."));
+  EXPECT_EQ(status(), QStringLiteral("Restored 0 file(s), 1 failed."));
   EXPECT_EQ(log.lines(), std::vector<std::string>{"Restore import failed: Error Domain=com.tessary.error "
                                                   "Code=5 \"Dentry block not found\""});
   EXPECT_EQ(readBytes(imagePath_), before);
+}
+
+TEST_F(Delete, UndoThatRestoresNothingDoesNotStandInTheWayOfEarlierOnes) {
+  ImageBuilder image = drums();
+  image.root().addFolder("Gone").addFile("LOST", patternBytes(10));
+  mountDrums(image);
+  deleteFiles({QStringLiteral("KICK")});
+  chooseFolder({QStringLiteral("Gone")});
+  deleteFiles({QStringLiteral("LOST")});
+  chooseFromFolderMenu({QStringLiteral("Gone")}, QStringLiteral("Delete Folder"));
+  answerSheet(kDelete);
+  const CapturedLog log;
+  undo();
+  EXPECT_EQ(status(), QStringLiteral("Restored 0 file(s), 1 failed."));
+  undo();
+  EXPECT_EQ(status(), QStringLiteral("Restored 1 file(s)."));
+  EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "KICK", "SNARE"}));
+  undo();
+  EXPECT_EQ(status(), QStringLiteral("Restored 0 file(s), 1 failed.")) << "kept all the same";
 }
 
 TEST_F(Delete, RedoPassesOverARestoredFileThatWasMovedAway) {
@@ -546,6 +672,185 @@ TEST_F(Delete, RedoPassesOverARestoredFileThatWasMovedAway) {
   EXPECT_EQ(status(), QStringLiteral("Deleted 0 file(s)."));
   EXPECT_EQ(namesOnImage(imagePath_, {"Pads"}), std::vector<std::string>{"KICK"});
   EXPECT_FALSE(canUndo());
+}
+
+// ---- Contents that are incomplete
+
+class DeleteForGood : public Delete {
+protected:
+  /// Drums with KICK, whole, and CUT 1 and CUT 2, whose contents reach beyond the image's end.
+  static ImageBuilder damaged() {
+    ImageBuilder image;
+    FolderBuilder folder = image.root().addFolder("Drums");
+    addIncompleteFile(image, folder, "CUT 1");
+    folder.addFile("KICK", patternBytes(1000));
+    addIncompleteFile(image, folder, "CUT 2");
+    image.root().addFolder("Pads");
+    return image;
+  }
+  void deleteAll() {
+    table()->selectAll();
+    clickToolbar("DeleteItem");
+    answerSheet(kDelete);
+  }
+  /// The question that is up.
+  QString asked() const { return sheet<Alert>() ? sheet<Alert>()->text() : QString(); }
+};
+
+TEST_F(DeleteForGood, IsAskedByItselfWhenTheOthersAreDeleted) {
+  mountDrums(damaged());
+  const CapturedLog log;
+  deleteAll();
+  EXPECT_EQ(status(), QStringLiteral("Deleted 1 file(s)."));
+  EXPECT_EQ(drumNames(), (std::vector<std::string>{"CUT 1", "CUT 2"}));
+  auto *question = sheet<Alert>();
+  ASSERT_NE(question, nullptr);
+  const ShownAlert shown = describe(*question);
+  EXPECT_EQ(shown.message, QStringLiteral("Delete “CUT 1” for good?"));
+  EXPECT_EQ(shown.informativeText,
+            QStringLiteral("Its contents are incomplete, so it cannot be brought back."));
+  EXPECT_EQ(QSet<QString>(shown.buttons.begin(), shown.buttons.end()), (QSet<QString>{kDelete, kCancel}));
+  EXPECT_EQ(question->defaultButton()->text(), kDelete);
+  EXPECT_EQ(question->buttonRole(question->defaultButton()), QMessageBox::DestructiveRole);
+  EXPECT_EQ(question->escapeButton()->text(), kCancel);
+  EXPECT_EQ(question->windowModality(), Qt::WindowModal);
+  EXPECT_TRUE(log.lines().empty());
+  EXPECT_EQ(backups(), (std::vector<std::vector<std::string>>{{"KICK.E4B"}})) << "nothing passed on in part";
+  answerSheet(kCancel);
+  answerSheet(kCancel);
+}
+
+TEST_F(DeleteForGood, IsAskedForEachFileAndCounted) {
+  mountDrums(damaged());
+  deleteAll();
+  answerSheet(kDelete);
+  EXPECT_EQ(status(), QStringLiteral("Deleted 2 file(s)."));
+  EXPECT_EQ(drumNames(), std::vector<std::string>{"CUT 2"});
+  EXPECT_EQ(fileNames(), QStringList{QStringLiteral("CUT 2")});
+  ASSERT_EQ(asked(), QStringLiteral("Delete “CUT 2” for good?"));
+  answerSheet(kDelete);
+  EXPECT_EQ(status(), QStringLiteral("Deleted 3 file(s)."));
+  EXPECT_TRUE(drumNames().empty());
+  EXPECT_EQ(outlineLabels().first(), QStringLiteral("Drums"));
+  EXPECT_EQ(sheet<QDialog>(), nullptr);
+  undo();
+  EXPECT_EQ(status(), QStringLiteral("Restored 1 file(s)."));
+  EXPECT_EQ(drumNames(), std::vector<std::string>{"KICK"});
+}
+
+TEST_F(DeleteForGood, DeclinedLeavesTheFileAndAsksForTheNext) {
+  mountDrums(damaged());
+  deleteAll();
+  QTest::keyClick(sheet<Alert>(), Qt::Key_Escape);
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(asked(), QStringLiteral("Delete “CUT 2” for good?"));
+  answerSheet(kDelete);
+  EXPECT_EQ(status(), QStringLiteral("Deleted 2 file(s)."));
+  EXPECT_EQ(drumNames(), std::vector<std::string>{"CUT 1"});
+  EXPECT_EQ(beeps_.count(), 0);
+}
+
+TEST_F(DeleteForGood, OfASingleFileDeclinedChangesNothing) {
+  mountDrums(damaged());
+  const Bytes before = readBytes(imagePath_);
+  deleteFiles({QStringLiteral("CUT 2")});
+  ASSERT_EQ(asked(), QStringLiteral("Delete “CUT 2” for good?"));
+  answerSheet(kCancel);
+  EXPECT_EQ(status(), QStringLiteral("Deleted 0 file(s)."));
+  EXPECT_EQ(readBytes(imagePath_), before);
+  EXPECT_FALSE(canUndo());
+}
+
+TEST_F(DeleteForGood, LeavesWhatCanBeUndoneAndRedone) {
+  mountDrums(damaged());
+  deleteFiles({QStringLiteral("KICK")});
+  undo();
+  deleteFiles({QStringLiteral("CUT 1")});
+  answerSheet(kDelete);
+  EXPECT_EQ(drumNames(), (std::vector<std::string>{"CUT 2", "KICK"}));
+  EXPECT_FALSE(canUndo());
+  EXPECT_TRUE(canRedo());
+  redo();
+  EXPECT_EQ(drumNames(), std::vector<std::string>{"CUT 2"});
+}
+
+TEST_F(DeleteForGood, IsAskedWhenTheDialogThatCameBetweenIsAnswered) {
+  mountDrums(damaged());
+  HeldQueue queue(*controller_->filesystem());
+  chooseFiles({QStringLiteral("CUT 1")});
+  clickToolbar("DeleteItem");
+  clickButton(sheet<Alert>(), kDelete);
+  clickToolbar("ImportItem");
+  queue.letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(sheet<Alert>(), nullptr);
+  EXPECT_EQ(beeps_.count(), 0);
+  ASSERT_NE(sheet<QFileDialog>(), nullptr);
+  QTest::keyClick(sheet<QFileDialog>(), Qt::Key_Escape);
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_EQ(asked(), QStringLiteral("Delete “CUT 1” for good?"));
+  answerSheet(kDelete);
+  EXPECT_EQ(status(), QStringLiteral("Deleted 1 file(s)."));
+  EXPECT_EQ(drumNames(), (std::vector<std::string>{"CUT 2", "KICK"}));
+}
+
+TEST_F(DeleteForGood, AnsweredAfterTheImageWasReplacedDoesNothing) {
+  mountDrums(damaged());
+  deleteFiles({QStringLiteral("CUT 1"), QStringLiteral("CUT 2")});
+  mount(drums({"PAD"}), "other.hda");
+  answerSheet(kDelete);
+  EXPECT_EQ(sheet<QDialog>(), nullptr);
+  EXPECT_EQ(drumNames(), (std::vector<std::string>{"CUT 1", "CUT 2", "KICK"}));
+  EXPECT_EQ(status(), QStringLiteral("Drums — 1 file(s)"));
+}
+
+TEST_F(DeleteForGood, IsNotAskedWhenTheImageWasReplacedBehindADialog) {
+  mountDrums(damaged());
+  HeldQueue queue(*controller_->filesystem());
+  chooseFiles({QStringLiteral("CUT 1")});
+  clickToolbar("DeleteItem");
+  clickButton(sheet<Alert>(), kDelete);
+  clickToolbar("ImportItem");
+  queue.letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  mount(drums({"PAD"}), "other.hda");
+  QTest::keyClick(sheet<QFileDialog>(), Qt::Key_Escape);
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(sheet<QDialog>(), nullptr);
+}
+
+TEST_F(DeleteForGood, OfAFileDeletedMeanwhileIsNotCounted) {
+  mountDrums(damaged());
+  deleteFiles({QStringLiteral("CUT 1")});
+  const EMU3DirectoryPtr folder = controller_->currentDirectory();
+  ASSERT_TRUE(controller_->filesystem()->deleteFile(fileNamed(folder, "CUT 1"), folder));
+  const CapturedLog log;
+  answerSheet(kDelete);
+  EXPECT_EQ(status(), QStringLiteral("Deleted 0 file(s)."));
+  EXPECT_EQ(log.lines(), std::vector<std::string>{"Delete failed for CUT 1: Error Domain=com.tessary.error "
+                                                  "Code=5 \"Dentry block not found\""});
+}
+
+TEST_F(DeleteForGood, IsAskedNoMoreWhenTheWindowGoes) {
+  mountDrums(damaged());
+  deleteFiles({QStringLiteral("CUT 1"), QStringLiteral("CUT 2")});
+  controller_->prepareToQuit();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(sheet<QDialog>(), nullptr);
+  EXPECT_EQ(drumNames().size(), 3U);
+}
+
+TEST_F(DeleteForGood, NameStandsAsItIs) {
+  ImageBuilder image;
+  FolderBuilder folder = image.root().addFolder("Drums");
+  addIncompleteFile(image, folder, "<b>%1\n");
+  mountDrums(image);
+  table()->selectAll();
+  clickToolbar("DeleteItem");
+  answerSheet(kDelete);
+  EXPECT_EQ(asked(), QStringLiteral("Delete “<b>%1\\n” for good?"));
+  EXPECT_EQ(sheet<Alert>()->textFormat(), Qt::PlainText);
+  answerSheet(kCancel);
 }
 
 // ---- Undo and the life of the image

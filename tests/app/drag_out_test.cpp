@@ -140,6 +140,22 @@ TEST_F(DragOut, IsLoggedAndLeftOutWhenTheExportFails) {
                                      "Error Domain=com.tessary.error Code=5 \"Dentry block not found\""});
 }
 
+TEST_F(DragOut, FileWhoseContentsAreIncompleteIsLoggedAndLeftOut) {
+  ImageBuilder image;
+  test::FolderBuilder folder = image.root().addFolder("Mixed");
+  folder.addFile("WHOLE", bytesOf("whole"));
+  addIncompleteFile(image, folder, "CUT");
+  mount(image);
+  const test::CapturedLog log;
+  const auto paths = pathsIn(dragged({"WHOLE", "CUT"}));
+  ASSERT_EQ(paths.size(), 1U);
+  EXPECT_EQ(test::readText(paths[0]), "whole");
+  EXPECT_EQ(log.lines(),
+            std::vector<std::string>{"Drag export failed for CUT: Error Domain=com.tessary.error Code=2 "
+                                     "\"File contents are incomplete\""});
+  EXPECT_EQ(dragged({"CUT"}), nullptr);
+}
+
 TEST_F(DragOut, IsNoDragWhenEveryExportFails) {
   mount(threeFiles());
   const EMU3DirectoryPtr folder = controller_->currentDirectory();

@@ -3,6 +3,7 @@
 #include "tests/app/FileCommandTest.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/CapturedLog.h"
+#include "tests/support/MountedVolume.h"
 
 #include <QApplication>
 #include <QTest>
@@ -91,7 +92,7 @@ TEST_F(Export, WritesEveryFileWholeWithTheExtensionOfABank) {
 
 TEST_F(Export, IsReachedFromTheMenu) {
   mount(mixed());
-  chooseFromFileMenu(QStringLiteral("SYS"), QStringLiteral("Export to Mac…"));
+  chooseFromFileMenu(QStringLiteral("SYS"), kExportCommand);
   confirmPanel({hostFolder("out")});
   EXPECT_EQ(namesIn(hostFolder("out")), std::vector<std::string>{"SYS.E4B"});
 }
@@ -141,7 +142,39 @@ TEST_F(Export, NeverReplacesTheImageItself) {
   EXPECT_EQ(readBytes(path), before);
   EXPECT_EQ(log.lines(),
             std::vector<std::string>{"Export failed for BANK: Error Domain=posix Code=" +
-                                     std::to_string(EBUSY) + " \"" + path + ": This is the image itself\""});
+                                     std::to_string(EBUSY) + " \"" + path + ": This is a mounted image\""});
+}
+
+TEST_F(Export, NeverReplacesAnImageThatIsMountedElsewhere) {
+  mount(mixed());
+  const std::string other = writeImage(mixed(), "BANK.E4B");
+  const EMU3FilesystemPtr elsewhere = mounted(other, MountRules::guarded);
+  const Bytes before = readBytes(other);
+  const CapturedLog log;
+  exportTo({QStringLiteral("BANK")}, folder_.path());
+  EXPECT_EQ(status(), QStringLiteral("Exported with 1 failure(s)."));
+  EXPECT_EQ(readBytes(other), before);
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
+TEST_F(Export, OfIncompleteContentsIsAFailureAndLeavesTheEarlierFile) {
+  ImageBuilder image;
+  FolderBuilder folder = image.root().addFolder("Mixed");
+  folder.addFile("WHOLE", patternBytes(900, 1));
+  addIncompleteFile(image, folder, "CUT");
+  addIncompleteFile(image, folder, "NEW");
+  mount(image);
+  writeText(hostFolder("out") + "/CUT.E4B", "an earlier export");
+  const CapturedLog log;
+  exportTo({"WHOLE", "CUT", "NEW"}, hostFolder("out"));
+  EXPECT_EQ(status(), QStringLiteral("Exported with 2 failure(s)."));
+  EXPECT_EQ(namesIn(hostFolder("out")), (std::vector<std::string>{"CUT.E4B", "WHOLE.E4B"}));
+  EXPECT_EQ(readText(hostFolder("out") + "/CUT.E4B"), "an earlier export");
+  EXPECT_EQ(log.lines(),
+            (std::vector<std::string>{
+                "Export failed for CUT: " + engineError(EngineError::contentsIncomplete).description(),
+                "Export failed for NEW: Error Domain=com.tessary.error Code=2 \"File contents "
+                "are incomplete\""}));
 }
 
 TEST_F(Export, NamesNeverSteerThePath) {
@@ -201,13 +234,14 @@ protected:
     ImageBuilder image;
     auto folder = image.root().addFolder("Banks", {.blockCount = 2});
     folder.addFile("BRASS", brass());
-    folder.addFile("TWINS", IffBank().sample("L", patternBytes(100)).sample("R", patternBytes(200)).build());
+    folder.addFile("TWINS",
+                   IffBank().sample("L", patternBytes(100, 1)).sample("R", patternBytes(200, 2)).build());
     folder.addFile("NOTHING", IffBank().preset("Only").build());
     folder.addFile(
         "BROKEN",
         IffBank().toc({.type = "E4S1", .name = "Gone"}).sample("Here", patternBytes(64), "E4S2").build());
     folder.addFile("OLD", emulatorThreeBank("OLD", 1, 2));
-    folder.addFile("A/B", IffBank().sample("S", patternBytes(50), "E4S/").build());
+    folder.addFile("A/B", IffBank().sample("S/\n", patternBytes(50)).build());
     folder.addFile("SYS", brass(), {.type = 0x80});
     return image;
   }
@@ -225,6 +259,11 @@ protected:
     ASSERT_TRUE(waitUntilIdle());
   }
   std::vector<std::string> exported() const { return namesIn(out_); }
+  /// What stands behind the header of a WAV file.
+  Bytes audioOf(const std::string &name) const {
+    const Bytes wav = readBytes(out_ + "/" + name);
+    return {wav.begin() + 44, wav.end()};
+  }
 
   const QString kCommand = QStringLiteral("Export Samples…");
   const std::string out_ = hostFolder("out");
@@ -270,18 +309,48 @@ TEST_F(ExportSamples, WritesAWavFileForEachSample) {
   mount(banks());
   exportFrom({QStringLiteral("BRASS")});
   EXPECT_EQ(status(), QStringLiteral("Exported 2 sample(s) successfully."));
-  EXPECT_EQ(exported(), (std::vector<std::string>{"BRASS_E4S1.wav", "BRASS_E4S2.wav"}));
-  const Bytes wav = readBytes(out_ + "/BRASS_E4S2.wav");
+  EXPECT_EQ(exported(), (std::vector<std::string>{"BRASS_Brass C1.wav", "BRASS_Brass C2.wav"}));
+  const Bytes wav = readBytes(out_ + "/BRASS_Brass C2.wav");
   ASSERT_EQ(wav.size(), 44U + 600U);
   EXPECT_EQ(Bytes(wav.begin(), wav.begin() + 4), bytesOf("RIFF"));
   EXPECT_EQ(Bytes(wav.begin() + 44, wav.end()), patternBytes(600, 2));
 }
 
-TEST_F(ExportSamples, CountsEachWriteOfSamplesThatShareAName) {
+TEST_F(ExportSamples, OfOneTypeHaveEachItsOwnNameAndAudio) {
   mount(banks());
-  exportFrom({QStringLiteral("TWINS"), QStringLiteral("BRASS")});
-  EXPECT_EQ(status(), QStringLiteral("Exported 4 sample(s) successfully."));
-  EXPECT_EQ(exported(), (std::vector<std::string>{"BRASS_E4S1.wav", "BRASS_E4S2.wav", "TWINS_E4S1.wav"}));
+  exportFrom({QStringLiteral("TWINS")});
+  EXPECT_EQ(status(), QStringLiteral("Exported 2 sample(s) successfully."));
+  EXPECT_EQ(exported(), (std::vector<std::string>{"TWINS_L.wav", "TWINS_R.wav"}));
+  EXPECT_EQ(audioOf("TWINS_L.wav"), patternBytes(100, 1));
+  EXPECT_EQ(audioOf("TWINS_R.wav"), patternBytes(200, 2));
+}
+
+TEST_F(ExportSamples, ThatShareANameAreNumbered) {
+  ImageBuilder image;
+  FolderBuilder folder = image.root().addFolder("Banks");
+  const Bytes bank =
+      IffBank().sample("HIT", patternBytes(100, 1)).sample("HIT", patternBytes(200, 2), "E4S2").build();
+  folder.addFile("ONE", bank);
+  folder.addFile("ONE", IffBank().sample("HIT", patternBytes(300, 3)).build());
+  mount(image);
+  writeText(out_ + "/ONE_HIT.wav", "of an earlier export");
+  table()->selectAll();
+  chooseFromFileMenu("ONE", kCommand);
+  confirmPanel({out_});
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(status(), QStringLiteral("Exported 3 sample(s) successfully."));
+  EXPECT_EQ(exported(), (std::vector<std::string>{"ONE_HIT (2).wav", "ONE_HIT (3).wav", "ONE_HIT.wav"}));
+  EXPECT_EQ(audioOf("ONE_HIT.wav"), patternBytes(100, 1));
+  EXPECT_EQ(audioOf("ONE_HIT (2).wav"), patternBytes(200, 2));
+  EXPECT_EQ(audioOf("ONE_HIT (3).wav"), patternBytes(300, 3));
+}
+
+TEST_F(ExportSamples, WithoutANameAreCalledByTheirType) {
+  ImageBuilder image;
+  image.root().addFolder("Banks").addFile("BANK", IffBank().sample("", patternBytes(100, 1)).build());
+  mount(image);
+  exportFrom({QStringLiteral("BANK")});
+  EXPECT_EQ(exported(), std::vector<std::string>{"BANK_E4S1.wav"});
 }
 
 TEST_F(ExportSamples, OfBanksThatListNoneSucceedsWithNothing) {
@@ -296,7 +365,8 @@ TEST_F(ExportSamples, CountsAndLogsWhatFailsAndGoesOn) {
   const CapturedLog log;
   exportFrom({QStringLiteral("BROKEN"), QStringLiteral("BRASS")});
   EXPECT_EQ(status(), QStringLiteral("Exported 3 sample(s) with 1 failure(s)."));
-  EXPECT_EQ(exported(), (std::vector<std::string>{"BRASS_E4S1.wav", "BRASS_E4S2.wav", "BROKEN_E4S2.wav"}));
+  EXPECT_EQ(exported(),
+            (std::vector<std::string>{"BRASS_Brass C1.wav", "BRASS_Brass C2.wav", "BROKEN_Here.wav"}));
   EXPECT_EQ(log.lines(),
             std::vector<std::string>{"Sample export failed for BROKEN[E4S1]: Error "
                                      "Domain=com.tessary.error Code=2 \"Sample chunk not found\""});
@@ -305,11 +375,11 @@ TEST_F(ExportSamples, CountsAndLogsWhatFailsAndGoesOn) {
 TEST_F(ExportSamples, NamesNeverSteerThePath) {
   mount(banks());
   exportFrom({QStringLiteral("A/B")});
-  EXPECT_EQ(exported(), std::vector<std::string>{"A%2FB_E4S%2F.wav"});
+  EXPECT_EQ(exported(), std::vector<std::string>{"A%2FB_S%2F%0A.wav"});
 }
 
 TEST_F(ExportSamples, NeverReplacesTheImageItself) {
-  const std::string path = mount(banks(), "BRASS_E4S1.wav");
+  const std::string path = mount(banks(), "BRASS_Brass C1.wav");
   const Bytes before = readBytes(path);
   const CapturedLog log;
   beginExport({QStringLiteral("BRASS")});
@@ -317,6 +387,40 @@ TEST_F(ExportSamples, NeverReplacesTheImageItself) {
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(status(), QStringLiteral("Exported 1 sample(s) with 1 failure(s)."));
   EXPECT_EQ(readBytes(path), before);
+}
+
+TEST_F(ExportSamples, OfIncompleteBanksAreFailuresAndLeaveTheEarlierFile) {
+  ImageBuilder image;
+  FolderBuilder folder = image.root().addFolder("Banks");
+  folder.addFile("BRASS", brass());
+  addIncompleteFile(image, folder, "CUT", brass());
+  mount(image);
+  writeText(out_ + "/CUT_Brass C1.wav", "an earlier export");
+  const CapturedLog log;
+  exportFrom({QStringLiteral("BRASS"), QStringLiteral("CUT")});
+  EXPECT_EQ(status(), QStringLiteral("Exported 2 sample(s) with 2 failure(s)."));
+  EXPECT_EQ(exported(),
+            (std::vector<std::string>{"BRASS_Brass C1.wav", "BRASS_Brass C2.wav", "CUT_Brass C1.wav"}));
+  EXPECT_EQ(readText(out_ + "/CUT_Brass C1.wav"), "an earlier export");
+  EXPECT_EQ(log.lines(),
+            (std::vector<std::string>{"Sample export failed for CUT[E4S1]: Error Domain=com.tessary.error "
+                                      "Code=2 \"File contents are incomplete\"",
+                                      "Sample export failed for CUT[E4S2]: Error Domain=com.tessary.error "
+                                      "Code=2 \"File contents are incomplete\""}));
+}
+
+TEST_F(ExportSamples, OfABankWhoseListIsMissingAreAFailure) {
+  ImageBuilder image;
+  FolderBuilder folder = image.root().addFolder("Banks");
+  addIncompleteFile(image, folder, "CUT");
+  mount(image);
+  const CapturedLog log;
+  exportFrom({QStringLiteral("CUT")});
+  EXPECT_EQ(status(), QStringLiteral("Exported 0 sample(s) with 1 failure(s)."));
+  EXPECT_TRUE(exported().empty());
+  EXPECT_EQ(log.lines(),
+            std::vector<std::string>{"Sample export failed for CUT: Error Domain=com.tessary.error "
+                                     "Code=2 \"File contents are incomplete\""});
 }
 
 TEST_F(ExportSamples, RunsOnTheQueueWithoutTheSpinner) {

@@ -188,18 +188,77 @@ TEST_F(NewFolderTest, NameOf16CharactersIsRefusedInAnAlert) {
   EXPECT_EQ(foldersOnImage(path, {"A"}), (Names{"A1", "A2"}));
 }
 
-TEST_F(NewFolderTest, InAFullFolderIsRefusedInAnAlert) {
+TEST_F(NewFolderTest, InAFullFolderMakesThatGrow) {
   ImageBuilder image;
   FolderBuilder full = image.root().addFolder("FULL");
   for (int number = 0; number < 16; ++number)
     full.addFile("File " + std::to_string(number), {});
+  const std::string path = mount(image);
+  for (const char *name : {"Drums", "Pads"}) {
+    chooseFolder({"FULL"});
+    askForNewFolder();
+    answerWithName(name);
+    EXPECT_EQ(status(), QStringLiteral("Created folder '%1'.").arg(name));
+  }
+  EXPECT_EQ(outlineLabels(), QStringList({"FULL (16)", "Drums", "Pads"}));
+  EXPECT_EQ(foldersOnImage(path, {"FULL"}), (Names{"Drums", "Pads"}));
+  EXPECT_EQ(filesOnImage(path, {"FULL"}).size(), 16U);
+}
+
+TEST_F(NewFolderTest, InTheRootThatIsFullIsRefusedInAnAlert) {
+  ImageBuilder image;
+  for (int number = 0; number < 16; ++number)
+    image.root().addFile("File " + std::to_string(number), {});
+  const std::string path = mount(image);
+  const Bytes before = readBytes(path);
+  const AlertAnswers alerts;
+  askForNewFolder();
+  answerWithName("Drums");
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Parent directory is full");
+  EXPECT_EQ(outlineLabels(), QStringList());
+  EXPECT_EQ(readBytes(path), before);
+}
+
+TEST_F(NewFolderTest, InAFolderThatCannotGrowAnyMoreIsRefusedInAnAlert) {
+  ImageBuilder image;
+  FolderBuilder full = image.root().addFolder("FULL", {.blockCount = 7});
+  for (int number = 0; number < 112; ++number)
+    full.addRaw(test::rawFileEntry("File " + std::to_string(number), 0x81, 1, 1, 1, 0, 0));
   mount(image);
   const AlertAnswers alerts;
   askForNewFolder();
   answerWithName("Drums");
   ASSERT_EQ(alerts.shown().size(), 1U);
   EXPECT_EQ(alerts.shown()[0].message, "Parent directory is full");
-  EXPECT_EQ(outlineLabels(), QStringList({"FULL (16)"}));
+  EXPECT_EQ(outlineLabels(), QStringList({"FULL (112)"}));
+}
+
+TEST_F(NewFolderTest, IsNotOverwrittenByWhatIsMadeNext) {
+  const std::string path = mount(volume());
+  for (const char *name : {"Drums", "Pads"}) {
+    clearSelection();
+    askForNewFolder();
+    answerWithName(name);
+  }
+  clearSelection();
+  clickToolbar("ImportItem");
+  confirmPanel({writeHostFile("SNARE.E4B", patternBytes(50))});
+  ASSERT_TRUE(test::waitUntilIdle());
+  EXPECT_EQ(outlineLabels(), QStringList({"A (3)", "B (1)", "Drums", "Pads"}));
+  EXPECT_EQ(foldersOnImage(path), (Names{"A", "B", "Drums", "Pads"}));
+  EXPECT_EQ(test::namesOnImage(path, {}), Names{"SNARE"});
+}
+
+TEST_F(NewFolderTest, NameIsCutToItsEntryAtAWholeCharacterAndShownSo) {
+  const std::string path = mount(volume());
+  askForNewFolder();
+  field().setText(QString::fromUtf8("\u00E9").repeated(9)); // 18 bytes
+  answerSheet("Create");
+  const QString cut = QString::fromUtf8("\u00E9").repeated(7);
+  EXPECT_EQ(status(), QStringLiteral("Created folder '%1'.").arg(cut));
+  EXPECT_EQ(highlightedLabel(), cut);
+  EXPECT_EQ(foldersOnImage(path, {"A"}), (Names{"A1", "A2", cut.toStdString()}));
 }
 
 TEST_F(NewFolderTest, OnAVolumeWithoutAFreeDirectoryBlockIsRefusedInAnAlert) {
@@ -531,20 +590,42 @@ TEST_F(RenameFolderTest, AsksInASheetForTheNewName) {
   EXPECT_EQ(question().focusWidget(), &field());
 }
 
-TEST_F(RenameFolderTest, ShowsTheNewNameUntilTheImageIsClosed) {
+TEST_F(RenameFolderTest, IsWrittenToTheImage) {
   const std::string path = mount(volume());
-  const Bytes before = readBytes(path);
   askForNameOf({"A"});
   answerWithName(" NEW ");
   EXPECT_EQ(status(), "Renamed to 'NEW'.");
   EXPECT_EQ(outlineLabels(), QStringList({"NEW (3)", "B (1)"}));
   EXPECT_EQ(folder({"NEW"})->name(), "NEW");
-  EXPECT_EQ(readBytes(path), before);
-  openImage(path); // while it is mounted
-  EXPECT_EQ(outlineLabels(), QStringList({"NEW (3)", "B (1)"}));
-  clickToolbar("UnmountItem");
+  EXPECT_EQ(foldersOnImage(path), (Names{"NEW", "B"}));
+  EXPECT_EQ(filesOnImage(path, {"NEW"}).size(), 3U);
   openImage(path);
-  EXPECT_EQ(outlineLabels(), QStringList({"A (3)", "B (1)"}));
+  EXPECT_EQ(outlineLabels(), QStringList({"NEW (3)", "B (1)"}));
+}
+
+TEST_F(RenameFolderTest, NameIsCutToItsEntryAtAWholeCharacterAndShownSo) {
+  const std::string path = mount(volume());
+  askForNameOf({"B"});
+  field().setText(QString::fromUtf8("\u00E9").repeated(9)); // 18 bytes
+  answerSheet("Rename");
+  const QString cut = QString::fromUtf8("\u00E9").repeated(7);
+  EXPECT_EQ(status(), QStringLiteral("Renamed to '%1'.").arg(cut));
+  EXPECT_EQ(outlineLabels(), QStringList({"A (3)", cut + " (1)"}));
+  EXPECT_EQ(foldersOnImage(path), (Names{"A", cut.toStdString()}));
+}
+
+TEST_F(RenameFolderTest, ThatIsGoneIsRefusedInAnAlert) {
+  const std::string path = mount(volume());
+  askForNameOf({"B"});
+  ASSERT_TRUE(controller_->filesystem()->deleteDirectory(folder({"B"}), folder({})));
+  const Bytes before = readBytes(path);
+  const QString statusBefore = status();
+  const AlertAnswers alerts;
+  answerWithName("NEW");
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Dentry block not found");
+  EXPECT_EQ(status(), statusBefore);
+  EXPECT_EQ(readBytes(path), before);
 }
 
 TEST_F(RenameFolderTest, LeavesSelectionScrollAndOpenFolders) {
@@ -557,13 +638,18 @@ TEST_F(RenameFolderTest, LeavesSelectionScrollAndOpenFolders) {
   EXPECT_EQ(controller_->currentDirectory(), folder({"NEW", "A1"}));
 }
 
-TEST_F(RenameFolderTest, TakesANameOfAnyLength) {
-  mount(volume());
+TEST_F(RenameFolderTest, NameOf16CharactersIsRefusedInAnAlert) {
+  const std::string path = mount(volume());
+  const QString before = status();
+  const AlertAnswers alerts;
   askForNameOf({"B"});
-  const QString name(40, 'x');
-  answerWithName(name);
-  EXPECT_EQ(status(), QStringLiteral("Renamed to '%1'.").arg(name));
-  EXPECT_EQ(outlineLabels(), QStringList({"A (3)", name + " (1)"}));
+  answerWithName("SIXTEEN LETTERS.");
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Name must be 1–15 characters");
+  EXPECT_EQ(alerts.shown()[0].informativeText, "");
+  EXPECT_EQ(status(), before);
+  EXPECT_EQ(outlineLabels(), QStringList({"A (3)", "B (1)"}));
+  EXPECT_EQ(foldersOnImage(path), (Names{"A", "B"}));
 }
 
 TEST_F(RenameFolderTest, LineBreaksAroundTheNameStay) {

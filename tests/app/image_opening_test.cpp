@@ -4,6 +4,7 @@
 #include "tests/app/WindowTest.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/HostFiles.h"
+#include "tests/support/MountedVolume.h"
 #include "tests/support/OtherUser.h"
 #include "tests/support/SampleVolumes.h"
 
@@ -191,6 +192,29 @@ TEST_F(ImageOpening, AnotherImageReplacesTheMountedOne) {
   EXPECT_EQ(outlineLabels(), QStringList{"Pads (1)"});
   EXPECT_EQ(fileNames(), QStringList{"Pads 1"});
   EXPECT_EQ(status(), QStringLiteral("Pads — 1 file(s)"));
+}
+
+TEST_F(ImageOpening, MountedByOtherRulesIsRefused) {
+  const std::string path = writeImage(imageWithFolders({{"Drums", 1}}));
+  const EMU3FilesystemPtr elsewhere = mounted(path, MountRules::bare);
+  const AlertAnswers answers;
+  openImage(path);
+  ASSERT_EQ(answers.shown().size(), 1U);
+  EXPECT_EQ(answers.shown()[0].message, QStringLiteral("Cannot Open Image"));
+  EXPECT_EQ(answers.shown()[0].informativeText, QStringLiteral("The image is mounted with other rules"));
+  EXPECT_EQ(status(), QStringLiteral("Failed to open image."));
+}
+
+TEST_F(ImageOpening, NamesThatAreNoTextAreShownAsCodes) {
+  ImageBuilder image;
+  FolderBuilder folder = image.root().addFolder("\xFF Drums");
+  folder.addFile("\xC3KICK");
+  folder.addFile("                ");
+  image.root().addFolder("                ");
+  mount(image);
+  EXPECT_EQ(outlineLabels(), (QStringList{"%FF Drums (2)", "%20"}));
+  EXPECT_EQ(fileNames(), (QStringList{"%C3KICK", "%20"}));
+  EXPECT_EQ(status(), QStringLiteral("%FF Drums — 2 file(s)"));
 }
 
 TEST_F(ImageOpening, NamesAreWrittenAsTheyAreOnOneLine) {

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QMessageBox>
 #include <QTest>
+#include <filesystem>
 #include <sys/stat.h>
 
 namespace tessary::test {
@@ -17,6 +18,15 @@ protected:
     auto folder = image.root().addFolder("Drums");
     for (std::size_t i = 0; i < drums; ++i)
       folder.addFile("DRUM " + std::to_string(i), patternBytes(300, static_cast<std::uint32_t>(i)));
+    image.root().addFolder("Pads");
+    return image;
+  }
+  /// The same with a folder Drums of 112 entries, more than which none can have.
+  static ImageBuilder fullVolume() {
+    ImageBuilder image;
+    auto folder = image.root().addFolder("Drums", {.blockCount = 7});
+    for (int i = 0; i < 112; ++i)
+      folder.addFile("DRUM " + std::to_string(i), patternBytes(3, static_cast<std::uint32_t>(i)));
     image.root().addFolder("Pads");
     return image;
   }
@@ -125,7 +135,7 @@ TEST_F(Import, ShowsTheSpinnerUntilItIsDoneAndLeavesTheFocus) {
 }
 
 TEST_F(Import, IntoAFullFolderFailsForEachFile) {
-  const std::string path = mount(volume(16));
+  const std::string path = mount(fullVolume());
   const Bytes before = readBytes(path);
   QString statusUnderTheAlert;
   bool spinning = true;
@@ -144,9 +154,99 @@ TEST_F(Import, IntoAFullFolderFailsForEachFile) {
   EXPECT_EQ(shown.message, QStringLiteral("Import Failed (2 of 2)"));
   EXPECT_EQ(shown.informativeText, QStringLiteral("Destination directory is full"));
   EXPECT_EQ(shown.buttons.size(), 1);
-  EXPECT_EQ(statusUnderTheAlert, QStringLiteral("Drums — 16 file(s)")) << "set after the alert is dismissed";
+  EXPECT_EQ(statusUnderTheAlert, QStringLiteral("Drums — 112 file(s)")) << "set after the alert is dismissed";
   EXPECT_FALSE(spinning);
   EXPECT_EQ(status(), QStringLiteral("Imported 0 file(s) (2 failed)."));
+  EXPECT_EQ(readBytes(path), before);
+}
+
+TEST_F(Import, IntoAFullFolderMakesItGrow) {
+  const std::string path = mount(volume(16));
+  import({writeHostFile("ONE.E4B", patternBytes(50, 1)), writeHostFile("TWO.E4B", patternBytes(60, 2))});
+  EXPECT_EQ(status(), QStringLiteral("Imported 2 file(s)."));
+  EXPECT_EQ(outlineLabels().first(), QStringLiteral("Drums (18)"));
+  const StoredFiles files = filesOnImage(path, {"Drums"});
+  ASSERT_EQ(files.size(), 18U);
+  EXPECT_EQ(files[16], (StoredFile{"ONE", patternBytes(50, 1)}));
+  EXPECT_EQ(files[17], (StoredFile{"TWO", patternBytes(60, 2)}));
+}
+
+TEST_F(Import, IntoTheRootThatIsFullFails) {
+  ImageBuilder image;
+  for (int i = 0; i < 16; ++i)
+    image.root().addFile("DRUM " + std::to_string(i), patternBytes(30));
+  const std::string path = mount(image);
+  const Bytes before = readBytes(path);
+  AlertAnswers answers;
+  import({writeHostFile("ONE.E4B", patternBytes(50))});
+  ASSERT_EQ(answers.shown().size(), 1U);
+  EXPECT_EQ(answers.shown()[0].informativeText, QStringLiteral("Destination directory is full"));
+  EXPECT_EQ(readBytes(path), before);
+}
+
+TEST_F(Import, UsesRoomThatIsFreeBelowTheLastFile) {
+  ImageBuilder image;
+  const auto lastSlot = static_cast<std::uint16_t>((image.totalBlocks() - image.dataAreaBlock()) /
+                                                   image.slotSizeBlocks()); // the last whole one
+  image.root().addFolder("Drums").addFile("LAST", patternBytes(300, 1), {.slot = lastSlot});
+  const std::string path = mount(image);
+  import({writeHostFile("LARGE.E4B", patternBytes(3 * kMiB, 2))});
+  EXPECT_EQ(status(), QStringLiteral("Imported 1 file(s)."));
+  EXPECT_EQ(filesOnImage(path, {"Drums"}),
+            (StoredFiles{{"LAST", patternBytes(300, 1)}, {"LARGE", patternBytes(3 * kMiB, 2)}}));
+}
+
+TEST_F(Import, GoesAboveEverySlotThatAFileReaches) {
+  ImageBuilder image;
+  image.root().addFolder("Drums").addFile("LONG", patternBytes(100'000, 1));
+  const std::string path = mount(image);
+  import({writeHostFile("NEXT.E4B", patternBytes(90'000, 2))});
+  EXPECT_EQ(filesOnImage(path, {"Drums"}),
+            (StoredFiles{{"LONG", patternBytes(100'000, 1)}, {"NEXT", patternBytes(90'000, 2)}}));
+}
+
+TEST_F(Import, OfWhatTheFiguresSayIsFreeSucceedsAndOfMoreFails) {
+  const std::string path = mount(volume());
+  const std::uint64_t free = controller_->filesystem()->freeBlocks();
+  ASSERT_EQ(diskSpace(), diskSpaceText(controller_->filesystem()->totalBlocks() - free, free));
+  AlertAnswers answers;
+  import({writeHostFile("MORE.E4B", Bytes((free + 1) * kBlockBytes))});
+  ASSERT_EQ(answers.shown().size(), 1U);
+  EXPECT_EQ(answers.shown()[0].informativeText, QStringLiteral("Not enough free space on image"));
+  import({writeHostFile("ALL.E4B", Bytes(free * kBlockBytes))});
+  EXPECT_EQ(status(), QStringLiteral("Imported 1 file(s)."));
+  EXPECT_TRUE(diskSpace().endsWith(QStringLiteral("Free: 0 KB"))) << diskSpace().toStdString();
+}
+
+TEST_F(Import, OfAFileThatIsTooLargeForAnEntryIsRefused) {
+  const std::string path = mount(ImageBuilder({.sizeBytes = 64 * kMiB}));
+  const std::string host = writeHostFile("HUGE.E4B", {});
+  std::filesystem::resize_file(host, 65535 * kBlockBytes + 1);
+  AlertAnswers answers;
+  import({host});
+  ASSERT_EQ(answers.shown().size(), 1U);
+  EXPECT_EQ(answers.shown()[0].informativeText, QStringLiteral("File is too large for the volume"));
+  std::filesystem::resize_file(host, 65535 * kBlockBytes);
+  import({host});
+  EXPECT_EQ(status(), QStringLiteral("Imported 1 file(s)."));
+}
+
+TEST_F(Import, CutsTheNameAtAWholeCharacterAndShowsItSo) {
+  const std::string path = mount(volume());
+  import({writeHostFile("\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9.E4B",
+                        patternBytes(50))});
+  const std::string cut = "\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9";
+  EXPECT_EQ(fileNames().last(), QString::fromStdString(cut));
+  EXPECT_EQ(namesOnImage(path, {"Drums"}).back(), cut);
+}
+
+TEST_F(Import, OfANameOfSpacesAloneIsRefused) {
+  const std::string path = mount(volume());
+  const Bytes before = readBytes(path);
+  AlertAnswers answers;
+  import({writeHostFile("   .E4B", patternBytes(50))});
+  ASSERT_EQ(answers.shown().size(), 1U);
+  EXPECT_EQ(answers.shown()[0].informativeText, QStringLiteral("Name must be 1–15 characters"));
   EXPECT_EQ(readBytes(path), before);
 }
 
@@ -229,7 +329,7 @@ TEST_F(Import, AnsweredAfterTheImageWasReplacedDoesNothing) {
 }
 
 TEST_F(Import, FinishedAfterTheImageWasReplacedOnlyStopsTheSpinner) {
-  const std::string path = mount(volume(16));
+  const std::string path = mount(fullVolume());
   HeldQueue queue(*controller_->filesystem());
   clickToolbar("ImportItem");
   confirmPanel({writeHostFile("SNARE.E4B", patternBytes(50))});
@@ -243,7 +343,7 @@ TEST_F(Import, FinishedAfterTheImageWasReplacedOnlyStopsTheSpinner) {
 }
 
 TEST_F(Import, AlertDismissedAfterTheImageWasReplacedLeavesTheStatusAlone) {
-  mount(volume(16));
+  mount(fullVolume());
   QTimer answers;
   answers.callOnTimeout([&] {
     auto *alert = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());

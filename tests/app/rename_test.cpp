@@ -1,5 +1,6 @@
 #include "app/NameAlert.h"
 #include "tests/app/SheetTest.h"
+#include "tests/support/MountedVolume.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -147,6 +148,43 @@ TEST_F(RenameTest, OldNameConfirmedIsRenamedAllTheSame) {
   askForNameOf("FIRST");
   pressKey(Qt::Key_Return);
   EXPECT_EQ(status(), "Renamed to \"FIRST\".");
+}
+
+TEST_F(RenameTest, NameIsCutToItsEntryAtAWholeCharacterAndShownSo) {
+  const std::string path = mount(volume());
+  askForNameOf("FIRST");
+  field().setText(QString::fromUtf8("\u00E9").repeated(9)); // 18 bytes
+  answerSheet("Rename");
+  const QString cut = QString::fromUtf8("\u00E9").repeated(7);
+  EXPECT_EQ(status(), QStringLiteral("Renamed to \"%1\".").arg(cut));
+  EXPECT_EQ(fileNames().first(), cut);
+  EXPECT_EQ(namesOnImage(path, {"A"})[0], cut.toStdString());
+}
+
+TEST_F(RenameTest, NameThatIsNoTextIsKeptWhenItIsConfirmedAsItIs) {
+  test::ImageBuilder image;
+  test::FolderBuilder folder = image.root().addFolder("A");
+  for (const char *name : {"\xFFRAW", "SIXTEEN LETTERS.", "                "})
+    folder.addFile(name, test::patternBytes(100));
+  const std::string path = mount(image);
+  const test::Bytes before = test::readBytes(path);
+  for (const char *shown : {"%FFRAW", "SIXTEEN LETTERS.", "%20"}) {
+    askForNameOf(shown);
+    EXPECT_EQ(field().text(), shown);
+    pressKey(Qt::Key_Return);
+    EXPECT_EQ(status(), QStringLiteral("Renamed to \"%1\".").arg(shown));
+  }
+  EXPECT_EQ(test::readBytes(path), before);
+}
+
+TEST_F(RenameTest, FileDeletedMeanwhileIsRefusedAlsoUnderItsOldName) {
+  mount(volume());
+  askForNameOf("FIRST");
+  ASSERT_TRUE(controller_->filesystem()->deleteFile(test::fileNamed(folder({"A"}), "FIRST"), folder({"A"})));
+  const AlertAnswers alerts;
+  pressKey(Qt::Key_Return);
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Dentry block not found");
 }
 
 TEST_F(RenameTest, TwoFilesOrNoneOnlyBeep) {

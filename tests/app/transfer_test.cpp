@@ -282,17 +282,109 @@ TEST_F(TransferTest, MoveThatFailsWholeCountsNothingMoved) {
   test::FolderBuilder a = image.root().addFolder("A");
   a.addFile("FIRST", patternBytes(100));
   a.addFile("SECOND", patternBytes(100));
-  test::FolderBuilder full = image.root().addFolder("FULL");
-  for (int number = 0; number < 16; ++number)
+  test::FolderBuilder full = image.root().addFolder("FULL", {.blockCount = 7});
+  for (int number = 0; number < 112; ++number)
     full.addFolder("Sub " + std::to_string(number));
   const std::string path = mount(image);
+  const test::Bytes before = test::readBytes(path);
   const test::CapturedLog log;
   askWhereToMove({"FIRST", "SECOND"});
   answerWithFolder(2, "Move");
   EXPECT_EQ(status(), "Moved 0 file(s) (2 failed).");
-  EXPECT_EQ(log.lines().size(), 2U);
+  EXPECT_EQ(log.lines(), std::vector<std::string>(2, "Transfer failed: Error Domain=com.tessary.error Code=7 "
+                                                     "\"Destination directory is full\""));
   EXPECT_EQ(highlightedLabel(), "FULL");
   EXPECT_EQ(namesOnImage(path, {"A"}).size(), 2U);
+  EXPECT_EQ(test::readBytes(path), before);
+}
+
+TEST_F(TransferTest, IntoAFullFolderMakesThatGrow) {
+  ImageBuilder image;
+  test::FolderBuilder a = image.root().addFolder("A");
+  for (int number = 0; number < 3; ++number)
+    a.addFile("File " + std::to_string(number), patternBytes(100));
+  test::FolderBuilder full = image.root().addFolder("FULL");
+  for (int number = 0; number < 16; ++number)
+    full.addFolder("Sub " + std::to_string(number));
+  const std::string path = mount(image);
+  askWhereToMove({"File 0", "File 1"});
+  answerWithFolder(2, "Move");
+  EXPECT_EQ(status(), "Moved 2 file(s).");
+  chooseFolder({"A"});
+  askWhereToCopy({"File 2"});
+  answerWithFolder(2, "Copy");
+  EXPECT_EQ(fileNames(), QStringList({"File 0", "File 1", "File 2"}));
+  EXPECT_EQ(namesOnImage(path, {"FULL"}), (std::vector<std::string>{"File 0", "File 1", "File 2"}));
+}
+
+TEST_F(TransferTest, CopyAndMoveKeepKindAndWholeName) {
+  ImageBuilder image;
+  test::FolderBuilder a = image.root().addFolder("A");
+  a.addFile("SIXTEEN OF THEM!", patternBytes(600, 1), {.type = 0x80});
+  a.addFile("\xFFRAW", patternBytes(700, 2), {.type = 0x82});
+  image.root().addFolder("B");
+  mount(image);
+  askWhereToCopy({"SIXTEEN OF THEM!", "%FFRAW"});
+  answerWithFolder(2, "Copy");
+  EXPECT_EQ(fileNames(), QStringList({"SIXTEEN OF THEM!", "%FFRAW"}));
+  EXPECT_EQ(test::rowTexts(*table()->model(), 0)[1], "System");
+  EXPECT_EQ(test::rowTexts(*table()->model(), 1)[1], "File");
+  askWhereToMove({"SIXTEEN OF THEM!", "%FFRAW"});
+  answerWithFolder(0, "Move");
+  EXPECT_EQ(fileNames(), QStringList({"SIXTEEN OF THEM!", "%FFRAW"}));
+  EXPECT_EQ(test::rowTexts(*table()->model(), 0)[1], "System");
+  EXPECT_EQ(test::rowTexts(*table()->model(), 1)[1], "File");
+}
+
+TEST_F(TransferTest, MoveNeedsNoRoomAndLeavesTheFigures) {
+  ImageBuilder image;
+  image.root().addFolder("A").addFile("LARGE", patternBytes(3 * kMiB, 1));
+  image.root().addFolder("B");
+  const std::string path = mount(image);
+  const QString space = diskSpace();
+  askWhereToMove({"LARGE"});
+  answerWithFolder(2, "Move");
+  EXPECT_EQ(status(), "Moved 1 file(s).");
+  EXPECT_EQ(diskSpace(), space);
+  EXPECT_EQ(filesOnImage(path, {"B"}), (StoredFiles{{"LARGE", patternBytes(3 * kMiB, 1)}}));
+}
+
+TEST_F(TransferTest, CopyUsesRoomThatIsFreeBelowTheLastFile) {
+  ImageBuilder image({.sizeBytes = 4 * kMiB});
+  test::FolderBuilder a = image.root().addFolder("A");
+  a.addFile("SMALL", patternBytes(600, 1));
+  const auto lastSlot = static_cast<std::uint16_t>((image.totalBlocks() - image.dataAreaBlock()) /
+                                                   image.slotSizeBlocks()); // the last whole one
+  a.addFile("LAST", patternBytes(700, 2), {.slot = lastSlot});
+  image.root().addFolder("B");
+  const std::string path = mount(image);
+  askWhereToCopy({"SMALL", "LAST"});
+  answerWithFolder(2, "Copy");
+  EXPECT_EQ(status(), "Copied 2 file(s).");
+  const StoredFiles both = {{"SMALL", patternBytes(600, 1)}, {"LAST", patternBytes(700, 2)}};
+  EXPECT_EQ(filesOnImage(path, {"A"}), both);
+  EXPECT_EQ(filesOnImage(path, {"B"}), both);
+}
+
+TEST_F(TransferTest, CopyOfIncompleteContentsFailsAndMoveDoesNot) {
+  ImageBuilder image;
+  test::FolderBuilder a = image.root().addFolder("A");
+  addIncompleteFile(image, a, "CUT");
+  a.addFile("WHOLE", patternBytes(100));
+  image.root().addFolder("B");
+  const std::string path = mount(image);
+  const test::CapturedLog log;
+  askWhereToCopy({"CUT", "WHOLE"});
+  answerWithFolder(2, "Copy");
+  EXPECT_EQ(status(), "Copied 1 file(s) (1 failed).");
+  EXPECT_EQ(log.lines(), std::vector<std::string>{"Transfer failed: Error Domain=com.tessary.error Code=2 "
+                                                  "\"File contents are incomplete\""});
+  EXPECT_EQ(namesOnImage(path, {"B"}), std::vector<std::string>{"WHOLE"});
+  chooseFolder({"A"});
+  askWhereToMove({"CUT"});
+  answerWithFolder(2, "Move");
+  EXPECT_EQ(status(), "Moved 1 file(s).") << "nothing is read for it";
+  EXPECT_EQ(namesOnImage(path, {"B"}), (std::vector<std::string>{"WHOLE", "CUT"}));
 }
 
 TEST_F(TransferTest, MoveIntoTheSourceFolderCountsAndChangesNothing) {

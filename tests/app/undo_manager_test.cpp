@@ -86,6 +86,27 @@ TEST_F(UndoManagerTest, CounterpartLeavesTheOtherSideAlone) {
   EXPECT_EQ(ran_, (std::vector{3, 1}));
 }
 
+TEST_F(UndoManagerTest, CallRegisteredBelowComesAfterAllOthersOfItsSide) {
+  manager_.registerUndo(noting(1));
+  manager_.registerUndo(noting(2));
+  manager_.registerCounterpart(Side::Redo, noting(101));
+  manager_.registerBelow(Side::Undo, noting(3));
+  EXPECT_TRUE(manager_.canRedo());
+  while (manager_.canUndo())
+    manager_.undo();
+  EXPECT_EQ(ran_, (std::vector{2, 1, 3}));
+}
+
+TEST_F(UndoManagerTest, CallRegisteredBelowIsTheFirstToBeDropped) {
+  manager_.setLevelsOfUndo(2);
+  manager_.registerUndo(noting(1));
+  manager_.registerUndo(noting(2));
+  manager_.registerBelow(Side::Undo, noting(3));
+  while (manager_.canUndo())
+    manager_.undo();
+  EXPECT_EQ(ran_, (std::vector{2, 1}));
+}
+
 TEST_F(UndoManagerTest, EachSideKeepsTheNewestOfItsLevels) {
   manager_.setLevelsOfUndo(10);
   EXPECT_EQ(manager_.levelsOfUndo(), 10U);
@@ -121,6 +142,8 @@ TEST_F(UndoManagerTest, TellsEveryChange) {
   EXPECT_EQ(changes.count(), 3);
   manager_.redo();
   EXPECT_EQ(changes.count(), 4);
+  manager_.registerBelow(Side::Undo, noting(3));
+  EXPECT_EQ(changes.count(), 5);
 }
 
 TEST_F(UndoManagerTest, HasOneActionName) {

@@ -390,7 +390,7 @@ TEST_F(ContextMenus, TableHasTheFileMenu) {
   QMenu *menu = popUpAt(table(), table()->visualRect(table()->model()->index(1, 0)).center());
   ASSERT_NE(menu, nullptr);
   EXPECT_EQ(menu->title(), QStringLiteral("File"));
-  EXPECT_EQ(itemsOf(*menu), (QStringList{"Export to Mac…", "Export Samples…", "-", "Rename…", "Copy to…",
+  EXPECT_EQ(itemsOf(*menu), (QStringList{kExportCommand, "Export Samples…", "-", "Rename…", "Copy to…",
                                          "Move to…", "-", "Delete"}));
   for (const QAction *item : menu->actions())
     EXPECT_TRUE(item->isEnabled() && item->shortcut().isEmpty());

@@ -79,5 +79,85 @@ TEST(RestoredEntry, WithoutAFirstByteIsRefused) {
   EXPECT_EQ(readBytes(volume.imagePath()), before);
 }
 
+// Slots from block 20 on, the table from block 40 on: slot 1 has a file that runs over the table.
+TEST(FileOverTheTable, KeepsItsContentsWhenMarksAreWritten) {
+  ImageBuilder image({.sizeBytes = 600 * kBlockBytes,
+                      .fatStartBlock = 40,
+                      .rootDirBlock = 6,
+                      .dataAreaBlock = 20,
+                      .slotSizeBlocks = 16,
+                      .marksBlocks = false});
+  image.root().addFile("long", Bytes(30 * kBlockBytes), {.slot = 1});
+  image.root().addFile("other", patternBytes(700, 2), {.slot = 9});
+  const MountedVolume volume(image, MountRules::guarded);
+  const auto contents = [&] { return readBytes(volume.imagePath(), 20 * kBlockBytes, 30 * kBlockBytes); };
+  const Bytes before = contents();
+  ASSERT_TRUE(volume->deleteFile(fileNamed(volume.root(), "other"), volume.root()));
+  EXPECT_EQ(contents(), before);
+  ASSERT_TRUE(volume->importFileAtURL(hostFile(volume, "new.E4B", bytesOf("x")), volume.root()));
+  EXPECT_EQ(contents(), before);
+  EXPECT_EQ(volume->freeBlocks(), readGuardedAnew(volume)->freeBlocks());
+}
+
+// A folder whose entry was damaged, and now names a block of the file's contents.
+ImageBuilder volumeWithAFolderInAFile() {
+  ImageBuilder image;
+  const auto block = static_cast<std::int16_t>(image.slotBlock(1) + 2);
+  image.root().addFile("long", {}, {.slot = 1, .sizeBytes = 5 * kBlockBytes});
+  image.root().addFolder("damaged", {.blockList = {block}});
+  image.pokeBlock(image.slotBlock(1) + 1, 0, patternBytes(3 * kBlockBytes, 3));
+  image.pokeBlock(image.slotBlock(1) + 2, 64, Bytes(32)); // a place that looks free
+  return image;
+}
+
+Bytes contentsOfLong(const MountedVolume &volume) {
+  const EMU3FilesystemPtr anew = readGuardedAnew(volume);
+  return contentsOf(*anew, fileNamed(anew->rootDirectory(), "long"));
+}
+
+TEST(FolderInAFile, TakesNoNewEntriesThere) {
+  const MountedVolume volume(volumeWithAFolderInAFile(), MountRules::guarded);
+  const Bytes before = contentsOfLong(volume);
+  const EMU3DirectoryPtr damaged = folderNamed(volume.root(), "damaged");
+  ASSERT_TRUE(volume->importFileAtURL(hostFile(volume, "new.E4B", bytesOf("x")), damaged));
+  ASSERT_TRUE(volume->createDirectoryNamed("below", damaged));
+  EXPECT_EQ(contentsOfLong(volume), before);
+  EXPECT_EQ(damaged->blockList().size(), 2U) << "it grew";
+}
+
+TEST(FolderInTheTable, TakesNoNewEntriesThere) {
+  ImageBuilder image;
+  image.root().addFolder("In the table",
+                         {.blockList = {static_cast<std::int16_t>(image.fatStartBlock() + 1)}});
+  const MountedVolume volume(image, MountRules::guarded);
+  const Bytes table = readBytes(volume.imagePath(), kBlockBytes * (image.fatStartBlock() + 1), kBlockBytes);
+  const EMU3DirectoryPtr inTable = folderNamed(volume.root(), "In the table");
+  ASSERT_TRUE(volume->createDirectoryNamed("below", inTable));
+  EXPECT_EQ(readBytes(volume.imagePath(), kBlockBytes * (image.fatStartBlock() + 1), kBlockBytes), table);
+}
+
+TEST(FolderInAFile, IsDeletedWithoutAByteOfTheFile) {
+  ImageBuilder image = volumeWithAFolderInAFile();
+  const MountedVolume volume(image, MountRules::guarded);
+  const Bytes before = contentsOfLong(volume);
+  const EMU3DirectoryPtr damaged = folderNamed(volume.root(), "damaged");
+  ASSERT_FALSE(damaged->files().empty()) << "the contents read as entries";
+  ASSERT_TRUE(volume->deleteDirectory(damaged, volume.root()));
+  EXPECT_EQ(contentsOfLong(volume), before);
+  EXPECT_TRUE(volume.root()->subdirectories().empty());
+  EXPECT_EQ(volume->freeBlocks(), readGuardedAnew(volume)->freeBlocks());
+}
+
+TEST(FolderInTheTable, IsDeletedWithoutAMark) {
+  ImageBuilder image;
+  const std::uint64_t block = image.fatStartBlock() + 1;
+  image.root().addFolder("In the table", {.blockList = {static_cast<std::int16_t>(block)}});
+  image.pokeBlock(block, 0, patternBytes(kBlockBytes, 5));
+  const MountedVolume volume(image, MountRules::guarded);
+  const EMU3DirectoryPtr inTable = folderNamed(volume.root(), "In the table");
+  ASSERT_TRUE(volume->deleteDirectory(inTable, volume.root()));
+  EXPECT_EQ(readBytes(volume.imagePath(), kBlockBytes * block, kBlockBytes), patternBytes(kBlockBytes, 5));
+}
+
 } // namespace
 } // namespace tessary::test

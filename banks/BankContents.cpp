@@ -1,0 +1,95 @@
+#include "banks/BankContents.h"
+
+#include "filesystem/Text.h"
+
+#include <algorithm>
+#include <map>
+#include <string_view>
+#include <utility>
+
+namespace tessary {
+
+using namespace bank;
+
+namespace {
+
+bool isEmulatorFour(const FileContents &contents, TocRange *table) {
+  std::array<std::uint8_t, kTocEntriesOffset> header{};
+  if (contents.read(0, header.data(), header.size()) < header.size()) return false;
+  const std::uint8_t *const formType = header.data() + kFormTypeOffset;
+  if (!beginsWith(header.data(), "FORM") || (!beginsWith(formType, "E4B") && !beginsWith(formType, "E3B")))
+    return false;
+  *table = tocRange(readBE32(header.data() + kTocSizeOffset), contents.size());
+  return true;
+}
+
+} // namespace
+
+void ChunkPairing::add(const TypeBytes &type) {
+  types_.push_back(type);
+}
+
+std::vector<std::optional<BankChunk>> ChunkPairing::chunksOf(const FileContents &contents) const {
+  // Entries of each type that have no chunk yet, the first of them last.
+  std::map<TypeBytes, std::vector<std::size_t>> waiting;
+  for (std::size_t entry = types_.size(); entry-- > 0;)
+    waiting[types_[entry]].push_back(entry);
+  std::vector<std::optional<BankChunk>> chunks(types_.size());
+  std::array<std::uint8_t, kChunkHeaderSize> header{};
+  for (std::uint64_t place = kFirstChunkOffset;
+       !waiting.empty() && contents.read(place, header.data(), header.size()) == header.size();) {
+    TypeBytes type{};
+    std::copy_n(header.begin(), type.size(), type.begin());
+    const std::uint64_t size = readBE32(header.data() + type.size());
+    const std::uint64_t data = place + kChunkHeaderSize;
+    if (const auto entries = waiting.find(type); entries != waiting.end()) {
+      chunks[entries->second.back()] = {size, {data, std::min(size, contents.size() - data)}};
+      entries->second.pop_back();
+      if (entries->second.empty()) waiting.erase(entries);
+    }
+    place = data + size + size % 2;
+  }
+  return chunks;
+}
+
+std::vector<BankEntry> bankContents(const FileContents &contents) {
+  std::vector<BankEntry> entries;
+  TocRange table;
+  if (!isEmulatorFour(contents, &table)) return entries;
+  ChunkPairing pairing;
+  forEachTocEntry(contents, table, [&](std::uint64_t index, const TocEntry &entry) {
+    const TypeBytes type = typeOf(entry);
+    const std::optional<BankEntryKind> kind = kindOfBankEntry(type);
+    if (!kind) return;
+    pairing.add(type);
+    entries.push_back({index, *kind, type, nameOfBankEntry(entry), std::nullopt});
+  });
+  const std::vector<std::optional<BankChunk>> chunks = pairing.chunksOf(contents);
+  for (std::size_t i = 0; i < entries.size(); ++i)
+    entries[i].chunk = chunks[i];
+  return entries;
+}
+
+std::optional<BankEntryKind> kindOfBankEntry(const TypeBytes &type) {
+  if (type == TypeBytes{}) return std::nullopt;
+  for (const std::string_view preset : {"E3P1", "E4P1"}) {
+    if (beginsWith(type, preset)) return BankEntryKind::preset;
+  }
+  for (const std::string_view sample : {"E3S", "E4S", "ESND", "RIFF", "FORM", "E3I", "E4I"}) {
+    if (beginsWith(type, sample)) return BankEntryKind::sample;
+  }
+  return BankEntryKind::other;
+}
+
+std::string bankTypeText(const TypeBytes &type) {
+  return withInvalidBytesAsCodes(std::string(type.begin(), std::find(type.begin(), type.end(), 0)));
+}
+
+std::string nameOfBankEntry(const TocEntry &entry) {
+  std::string name = paddedField(entry.data() + kTocEntryNameOffset, kBankNameSize);
+  if (name.find_first_not_of(' ') == std::string::npos || !isValidUtf8(name))
+    return bankTypeText(typeOf(entry));
+  return name;
+}
+
+} // namespace tessary

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "filesystem/EMU3Directory.h"
+#include "filesystem/FolderRecovery.h"
+#include "filesystem/Volume.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tessary {
+
+/// Blocks from `begin` up to `end`.
+struct BlockSpan {
+  std::uint64_t begin = 0;
+  std::uint64_t end = 0;
+};
+
+/// The contents of a live file as its entry claims them; they may lie outside the image.
+struct FileExtent {
+  BlockSpan blocks;
+  EMU3DirectoryPtr folder;
+  EMU3FilePtr file;
+};
+
+/// A block that a folder lists.
+struct FolderBlock {
+  std::uint64_t block = 0;
+  EMU3DirectoryPtr folder; ///< the first one in the order of the parse
+};
+
+/// What lies where on a volume, as its tree says: made once for a check, in memory and time in proportion to
+/// folders and files.
+class VolumeSurvey final {
+public:
+  explicit VolumeSurvey(const Volume &volume) TESSARY_REQUIRES_SHARED(volume.lock);
+
+  const VolumeGeometry geometry;
+  const std::vector<EMU3DirectoryPtr> folders;
+  std::vector<FileExtent> files;         ///< live ones, by their first block
+  std::vector<FolderBlock> folderBlocks; ///< inside the image, by number, each once
+  LostGround lost;
+
+  /// The folders' blocks in a span.
+  [[nodiscard]] std::span<const FolderBlock> folderBlocksIn(BlockSpan span) const;
+  /// The file that reaches furthest of those that begin before `end`; null where there is none.
+  [[nodiscard]] const FileExtent *furthestBefore(std::uint64_t end) const;
+  /// A file with contents in a span; null where none has.
+  [[nodiscard]] const FileExtent *fileIn(BlockSpan span) const;
+
+private:
+  std::vector<std::size_t> furthest_; ///< for each file the one of those up to it that reaches furthest
+};
+
+} // namespace tessary

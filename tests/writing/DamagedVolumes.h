@@ -1,0 +1,12 @@
+#pragma once
+
+#include "tests/support/ImageBuilder.h"
+#include "tests/writing/Random.h"
+
+namespace tessary::test {
+
+/// A small volume that no program has written: a sound random one with damage, or one whose header says
+/// anything and whose entries lead anywhere. The whole image.
+Bytes damagedVolume(Random &random);
+
+} // namespace tessary::test

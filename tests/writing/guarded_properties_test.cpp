@@ -1,0 +1,733 @@
+#include "filesystem/EMU3Filesystem.h"
+#include "tests/support/HostFiles.h"
+#include "tests/support/MountedVolume.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/writing/DamagedVolumes.h"
+#include "tests/writing/ImageReading.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// Random operations on damaged volumes, judged by the bytes of the image alone: each must change exactly the
+// bytes that the image before it tells it to, and one that fails must change none.
+namespace tessary::test {
+namespace {
+
+enum class Kind {
+  importFile,
+  restoreFile,
+  copyFile,
+  moveFile,
+  renameFile,
+  deleteFile,
+  createFolder,
+  renameFolder,
+  moveFolder,
+  deleteFolder,
+  recoverFolder,
+};
+constexpr std::size_t kKinds = 11;
+
+/// One operation, by places, so that any mount of the image can do it.
+struct Operation {
+  Kind kind = Kind::importFile;
+  Place item;   ///< the file or folder
+  Place parent; ///< of the item
+  Place folder; ///< where it goes, or the new one comes to be
+  std::string name;
+  Bytes contents;
+  RawEntry model{};
+  std::uint64_t block = 0;
+  std::set<Place> tree; ///< what is in the folder that is moved or deleted, and it
+
+  [[nodiscard]] std::string description() const {
+    static const std::vector<std::string> words{"import",      "restore", "copy",   "move",
+                                                "rename",      "delete",  "mkdir",  "rename folder",
+                                                "move folder", "rmdir",   "recover"};
+    std::ostringstream text;
+    text << words[static_cast<std::size_t>(kind)] << " item " << item.first << ':' << item.second
+         << " folder " << folder.first << ':' << folder.second << " name '" << name << "' " << contents.size()
+         << " bytes block " << block;
+    return text.str();
+  }
+};
+
+/// What became of an operation: code 0 is success.
+struct Outcome {
+  std::int64_t code = 0;
+  bool operator==(const Outcome &) const = default;
+};
+
+// ---- The judge
+
+RawEntry importedEntry(const std::string &name, std::uint64_t slot, std::uint64_t size) {
+  const std::uint64_t blocks = (size + kBlockBytes - 1) / kBlockBytes;
+  RawEntry entry =
+      rawFileEntry(name, 0x81, 0, static_cast<std::uint16_t>(slot), 1, static_cast<std::uint16_t>(blocks),
+                   static_cast<std::uint16_t>(blocks == 0 ? 0 : size - (blocks - 1) * kBlockBytes));
+  std::fill(entry.begin(), entry.begin() + 16, ' ');
+  std::copy(name.begin(), name.end(), entry.begin());
+  entry[name.size()] = 0;
+  std::copy_n("E4B0", 4, entry.begin() + 28);
+  return entry;
+}
+
+RawEntry rawAt(const Bytes &image, Place place) {
+  RawEntry entry{};
+  std::copy_n(image.begin() + static_cast<std::ptrdiff_t>(place.first * kBlockBytes + place.second * 32),
+              entry.size(), entry.begin());
+  return entry;
+}
+
+/// Works out what an operation does to the image before it. What is not stated anywhere (the id of a new
+/// file) is taken from the image after it.
+class Judge {
+public:
+  /// `slotsMayDiffer`: deleted files, which slots are chosen above, may be others in the tree than in the
+  /// image.
+  Judge(const Bytes &before, const Bytes &after, bool slotsMayDiffer)
+      : now_(before), image_(before), after_(after), slotsMayDiffer_(slotsMayDiffer) {}
+
+  Outcome expect(const Operation &operation) {
+    switch (operation.kind) {
+    case Kind::importFile:
+      return newFile(operation, std::nullopt);
+    case Kind::restoreFile:
+      return newFile(operation, operation.model);
+    case Kind::copyFile:
+      return copy(operation);
+    case Kind::moveFile:
+      return moveFile(operation);
+    case Kind::renameFile:
+    case Kind::renameFolder:
+      return rename(operation);
+    case Kind::deleteFile:
+      return deleteFile(operation.item);
+    case Kind::createFolder:
+      return createFolder(operation);
+    case Kind::moveFolder:
+      return moveFolder(operation);
+    case Kind::deleteFolder:
+      return deleteFolder(operation.tree);
+    case Kind::recoverFolder:
+      return recover(operation);
+    }
+    return {};
+  }
+
+  [[nodiscard]] const Bytes &image() const { return image_; }
+  [[nodiscard]] const ImageReading &reading() const { return now_; }
+  /// Entries that the operation was asked to change.
+  [[nodiscard]] const std::set<Place> &touched() const { return touched_; }
+  /// Entries of files and folders that the operation was asked to delete.
+  [[nodiscard]] const std::set<Place> &gone() const { return gone_; }
+
+private:
+  Bytes::iterator at(std::uint64_t block, std::size_t offset = 0) {
+    return image_.begin() + static_cast<std::ptrdiff_t>(block * kBlockBytes + offset);
+  }
+  void put(Place place, const RawEntry &entry) {
+    std::copy(entry.begin(), entry.end(), at(place.first, place.second * 32));
+    touched_.insert(place);
+  }
+  void clearBlock(std::uint64_t block) {
+    if (block < now_.totalBlocks) std::fill_n(at(block), kBlockBytes, std::uint8_t{0});
+  }
+  void clearEntry(Place place) {
+    const auto entry = at(place.first, place.second * 32);
+    std::fill_n(entry, 16, std::uint8_t{0});
+    entry[26] = 0;
+    touched_.insert(place);
+  }
+  void mark(std::uint64_t first, std::uint64_t count, std::uint16_t value) {
+    for (std::uint64_t block = first; block < first + count && now_.isDescribed(block); ++block) {
+      const std::uint64_t tableBlock = now_.tableBlockOf(block);
+      if (tableBlock >= now_.totalBlocks) continue;
+      const auto word = at(tableBlock, block % 256 * 2);
+      if (now_.isNamed(tableBlock) || now_.isInContents(tableBlock, gone_)) continue;
+      if (now_.isInContents(tableBlock, {}) && markAfter(block) != value) continue; // not all were gone yet
+      word[0] = static_cast<std::uint8_t>(value & 0xFF);
+      word[1] = static_cast<std::uint8_t>(value >> 8);
+    }
+  }
+
+  /// Where a new entry goes; a folder that is full grows, once `takesNoMore` is known.
+  struct Spot {
+    Place place;
+    std::optional<ImageReading::Growth> growth;
+  };
+  std::optional<Spot> spotIn(Place folder) {
+    if (const auto place = now_.freePlaceIn(folder)) return Spot{*place, std::nullopt};
+    const auto growth = now_.growthOf(folder);
+    if (!growth) return std::nullopt;
+    return Spot{{growth->block, 0}, growth};
+  }
+  void putAt(const Spot &spot, Place folder, const RawEntry &entry) {
+    if (spot.growth) {
+      clearBlock(spot.growth->block);
+      put(folder, spot.growth->entry);
+    }
+    put(spot.place, entry);
+  }
+  RawEntry withIdOfAfter(RawEntry entry, Place place) {
+    entry[17] = rawAt(after_, place)[17];
+    EXPECT_FALSE(readsAsFolder(entry));
+    return entry;
+  }
+
+  Outcome newFile(const Operation &operation, std::optional<RawEntry> model) {
+    const std::uint64_t size = operation.contents.size();
+    const std::uint64_t filled = (size + kBlockBytes - 1) / kBlockBytes;
+    const std::uint64_t blocks = std::max<std::uint64_t>(1, filled);
+    if (blocks > now_.freeBlocks()) return {4};
+    const auto spot = spotIn(operation.folder);
+    if (!spot) return {7};
+    auto slot = now_.slotForNewFile(blocks);
+    if (!slot) return {4};
+    if (slotsMayDiffer_) {
+      slot = wordAt(rawAt(after_, spot->place), 18);
+      EXPECT_TRUE(now_.hasRoomAt(*slot, blocks));
+      if (!now_.hasRoomAt(*slot, blocks)) return {};
+    }
+    std::fill_n(at(now_.slotStart(*slot)), blocks * kBlockBytes, std::uint8_t{0});
+    std::copy(operation.contents.begin(), operation.contents.end(), at(now_.slotStart(*slot)));
+    mark(now_.slotStart(*slot), filled, 0x8000);
+    RawEntry entry = importedEntry(operation.name, *slot, size);
+    if (model) {
+      std::copy(entry.begin() + 18, entry.begin() + 26, model->begin() + 18);
+      entry = *model;
+    }
+    putAt(*spot, operation.folder, withIdOfAfter(entry, spot->place));
+    return {};
+  }
+
+  Outcome copy(Operation operation) {
+    const RawEntry source = now_.entries.at(operation.item).bytes;
+    if (!now_.isWhole(source)) return {2};
+    const auto [first, end] = now_.contentsOf(source);
+    std::uint64_t size = std::uint64_t{wordAt(source, 22)} * kBlockBytes;
+    const std::uint64_t stated = size == 0 ? 0 : size - kBlockBytes + wordAt(source, 24);
+    if (stated != 0) size = std::min(size, stated);
+    const auto from = at(first);
+    operation.contents.assign(from, from + static_cast<std::ptrdiff_t>(size));
+    return newFile(operation, source);
+  }
+
+  Outcome moveFile(const Operation &operation) {
+    if (operation.folder == operation.parent) return {};
+    const auto spot = spotIn(operation.folder);
+    if (!spot) return {7};
+    putAt(*spot, operation.folder, withIdOfAfter(now_.entries.at(operation.item).bytes, spot->place));
+    clearEntry(operation.item);
+    return {};
+  }
+
+  Outcome rename(const Operation &operation) {
+    RawEntry entry = now_.entries.at(operation.item).bytes;
+    std::fill_n(entry.begin(), 16, ' ');
+    std::copy(operation.name.begin(), operation.name.end(), entry.begin());
+    put(operation.item, entry);
+    return {};
+  }
+
+  // The marks of whole slots, but of none that a file reaches which stays.
+  void deleteFiles(const std::set<Place> &files) {
+    gone_.insert(files.begin(), files.end());
+    for (const Place &place : files) {
+      const RawEntry entry = now_.entries.at(place).bytes;
+      clearEntry(place);
+      const std::uint64_t first = now_.reachOf(entry).first;
+      const std::uint64_t last = std::min(first + now_.slotsFor(wordAt(entry, 22)) - 1, now_.slotCount);
+      for (std::uint64_t slot = first; slot <= last; ++slot) {
+        if (now_.isReached(slot, gone_)) continue;
+        // One of several that reach it may have gone while another still stood.
+        if (now_.isReached(slot, {place}))
+          acceptMarks(slot);
+        else
+          mark(now_.slotStart(slot), now_.slotBlocks, 0);
+      }
+    }
+  }
+
+  Outcome deleteFile(Place place) {
+    deleteFiles({place});
+    return {};
+  }
+
+  Outcome createFolder(const Operation &operation) {
+    const auto spot = spotIn(operation.folder);
+    if (!spot) return {7};
+    const auto block = now_.freeDirectoryBlock(
+        [&](std::uint64_t number) { return !spot->growth || number != spot->growth->block; });
+    if (!block) return {4};
+    const auto number = static_cast<std::int16_t>(*block);
+    RawEntry entry = rawFolderEntry(operation.name, 0x40, {&number, 1});
+    std::fill_n(entry.begin(), 16, ' ');
+    std::copy(operation.name.begin(), operation.name.end(), entry.begin());
+    entry[operation.name.size()] = 0;
+    clearBlock(*block);
+    putAt(*spot, operation.folder, entry);
+    return {};
+  }
+
+  Outcome moveFolder(const Operation &operation) {
+    if (operation.tree.contains(operation.folder)) return {6};
+    if (operation.folder == operation.parent) return {};
+    const auto spot = spotIn(operation.folder);
+    if (!spot) return {7};
+    putAt(*spot, operation.folder, now_.entries.at(operation.item).bytes);
+    put(operation.item, {});
+    return {};
+  }
+
+  Outcome deleteFolder(const std::set<Place> &tree) {
+    std::set<std::uint64_t> blocks;
+    std::set<std::uint64_t> outside;
+    for (const auto &[place, named] : now_.folders)
+      (tree.contains(place) ? blocks : outside).insert(named.begin(), named.end());
+    // What lies in the table or in a file that stays is not the folders'.
+    const auto isForeign = [&](std::uint64_t block) {
+      return !outside.contains(block) && (now_.isInTable(block) || now_.isInContents(block, tree));
+    };
+    std::set<Place> files;
+    for (const Place &place : tree)
+      if (now_.entries.at(place).isLiveFile() && !isForeign(place.first)) files.insert(place);
+    gone_ = tree;
+    deleteFiles(files);
+    for (const Place &place : tree)
+      if (now_.entries.at(place).isFolder && !isForeign(place.first)) put(place, {});
+    for (const std::uint64_t block : blocks) {
+      if (now_.isInTable(block) && !outside.contains(block)) acceptMarksOf(block);
+      if (!isForeign(block) && !outside.contains(block)) clearBlock(block);
+    }
+    return {};
+  }
+
+  std::uint16_t markAfter(std::uint64_t block) {
+    const std::uint64_t at = now_.tableBlockOf(block) * kBlockBytes + block % 256 * 2;
+    return at < after_.size() ? static_cast<std::uint16_t>(after_[at] | (after_[at + 1] << 8))
+                              : std::uint16_t{0};
+  }
+
+  void acceptMarks(std::uint64_t slot) {
+    for (std::uint64_t i = 0; i < now_.slotBlocks && now_.isDescribed(now_.slotStart(slot) + i); ++i)
+      if (markAfter(now_.slotStart(slot) + i) == 0) mark(now_.slotStart(slot) + i, 1, 0);
+  }
+
+  // A block of the table becomes one again with its folder, before or after marks are cleared in it.
+  void acceptMarksOf(std::uint64_t tableBlock) {
+    if (tableBlock >= now_.totalBlocks) return;
+    for (auto word = at(tableBlock); word != at(tableBlock + 1); word += 2) {
+      const auto after = after_.begin() + (word - image_.begin());
+      if (after[0] == 0 && after[1] == 0) word[0] = word[1] = 0;
+    }
+  }
+
+  Outcome recover(const Operation &operation) {
+    for (const std::uint64_t block : now_.folders.at(operation.folder)) {
+      if (block >= now_.totalBlocks || !now_.takesEntries(block)) continue;
+      for (std::size_t index = 0; index < 16; ++index) {
+        if (now_.entryAt({block, index})[0] != 0) continue;
+        const auto number = static_cast<std::int16_t>(operation.block);
+        RawEntry entry = rawFolderEntry(operation.name, 0x40, {&number, 1});
+        std::fill_n(entry.begin(), 16, ' ');
+        std::copy(operation.name.begin(), operation.name.end(), entry.begin());
+        entry[operation.name.size()] = 0;
+        put({block, index}, entry);
+        return {};
+      }
+    }
+    return {7};
+  }
+
+  const ImageReading now_;
+  Bytes image_;
+  const Bytes &after_;
+  const bool slotsMayDiffer_;
+  std::set<Place> touched_;
+  std::set<Place> gone_;
+};
+
+// ---- A mount
+
+Place placeOf(const EMU3Directory &folder) {
+  return {static_cast<std::uint64_t>(folder.dentryBlock()), static_cast<std::size_t>(folder.dentryOffset())};
+}
+Place placeOf(const EMU3File &file) {
+  return {static_cast<std::uint64_t>(file.dentryBlock()), static_cast<std::size_t>(file.dentryOffset())};
+}
+
+EMU3DirectoryPtr folderAt(EMU3Filesystem &volume, Place place) {
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory()))
+    if (placeOf(*folder) == place) return folder;
+  throw std::runtime_error("no folder at the place");
+}
+EMU3FilePtr fileAt(EMU3Filesystem &volume, Place place) {
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory()))
+    for (const EMU3FilePtr &file : folder->files())
+      if (placeOf(*file) == place) return file;
+  throw std::runtime_error("no file at the place");
+}
+
+/// The tree as lines that are the same for the same tree, in whatever order its lists are.
+std::vector<std::string> treeLines(EMU3Filesystem &volume, bool withFolders) {
+  std::vector<std::string> lines;
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory())) {
+    std::ostringstream text;
+    const Place place = placeOf(*folder);
+    text << "folder " << place.first << ':' << place.second << " '" << folder->name() << "' id "
+         << int{folder->entryId()} << " blocks";
+    for (const std::int64_t block : folder->blockList())
+      text << ' ' << block;
+    if (withFolders && folder->parent())
+      text << " in " << placeOf(*folder->parent()).first << ':' << placeOf(*folder->parent()).second;
+    lines.push_back(text.str());
+    for (const EMU3FilePtr &file : folder->files()) {
+      const EMU3FileFields fields = file->fields();
+      text.str("");
+      text << "file " << fields.dentryBlock << ':' << fields.dentryOffset << " '" << fields.name << "' type "
+           << int{fields.rawType} << " id " << int{fields.entryId} << " slot " << fields.startCluster
+           << " count " << fields.clusterCount << " blocks " << fields.blocksInLastCluster << " last "
+           << fields.bytesInLastBlock << " size " << fields.fileSize << " kind " << fields.fileType;
+      if (withFolders) text << " in " << place.first << ':' << place.second;
+      if (!withFolders && file->isDeleted()) continue;
+      lines.push_back(text.str());
+    }
+  }
+  std::sort(lines.begin(), lines.end());
+  return lines;
+}
+
+class Session {
+public:
+  explicit Session(std::uint32_t seed) : random_(seed), path_(folder_.path("disk.hda")) {
+    writeBytes(path_, damagedVolume(random_));
+    volume_ = mounted(path_, MountRules::guarded);
+  }
+
+  /// How many operations were run.
+  std::size_t run(std::size_t steps) {
+    for (std::size_t step = 0; step < steps && !testing::Test::HasFailure(); ++step) {
+      const testing::ScopedTrace trace(__FILE__, __LINE__, "step " + std::to_string(step));
+      if (random_.chance(15))
+        useStaleObjects();
+      else
+        runOperation();
+      if (random_.chance(30)) compareWithFreshMount();
+    }
+    if (!testing::Test::HasFailure()) compareWithFreshMount();
+    return operations_;
+  }
+
+private:
+  static std::string validName(Random &random) {
+    static const std::vector<std::string> names{"a",       "KICK",       "fifteen bytes..",
+                                                "in  ner", "Pad \u00e9", "  x"};
+    return random.pick(names);
+  }
+
+  void lookAt(Operation &operation) {
+    for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume_->rootDirectory())) {
+      for (const EMU3FilePtr &file : folder->files())
+        if (placeOf(*file) == operation.item && !file->isDeleted()) operation.parent = placeOf(*folder);
+      if (!folder->parent() || placeOf(*folder) != operation.item) continue;
+      operation.parent = placeOf(*folder->parent());
+      for (const EMU3DirectoryPtr &inside : directoriesInPreOrder(folder)) {
+        operation.tree.insert(placeOf(*inside));
+        for (const EMU3FilePtr &file : inside->allFiles())
+          operation.tree.insert(placeOf(*file));
+      }
+    }
+  }
+
+  Operation randomOperation() {
+    const ImageReading now(readBytes(path_));
+    std::vector<Place> files;
+    std::vector<Place> folders;
+    std::vector<Place> below; // folders other than the root
+    for (const auto &[place, entry] : now.entries) {
+      if (entry.isLiveFile()) files.push_back(place);
+      if (entry.isFolder) below.push_back(place);
+    }
+    for (const auto &[place, blocks] : now.folders)
+      folders.push_back(place);
+    Operation operation;
+    operation.kind = static_cast<Kind>(random_.below(kKinds));
+    const bool isNew = operation.kind == Kind::importFile || operation.kind == Kind::restoreFile ||
+                       operation.kind == Kind::createFolder;
+    if (files.empty() && !isNew) operation.kind = Kind::importFile;
+    const bool isOfFolder = operation.kind == Kind::renameFolder || operation.kind == Kind::moveFolder ||
+                            operation.kind == Kind::deleteFolder;
+    if (isOfFolder && below.empty()) operation.kind = Kind::createFolder;
+    const std::vector<LostFolder> lost = volume_->lostFolders();
+    if (operation.kind == Kind::recoverFolder) {
+      if (lost.empty())
+        operation.kind = Kind::importFile;
+      else
+        operation.block = random_.pick(lost).block;
+    }
+    if (isOfFolder && !below.empty())
+      operation.item = random_.pick(below);
+    else if (!files.empty())
+      operation.item = random_.pick(files);
+    operation.folder = random_.pick(folders);
+    lookAt(operation);
+    operation.name = validName(random_);
+    const std::uint64_t slotBytes = std::min<std::uint64_t>(now.slotBlocks, 16) * kBlockBytes;
+    const std::size_t length =
+        random_.chance(40)
+            ? random_.pick(std::vector<std::size_t>{0, 1, 511, 512, 513, slotBytes, slotBytes * 3})
+            : random_.below(slotBytes * 2);
+    if (isNew || operation.kind == Kind::importFile)
+      operation.contents = patternBytes(length, static_cast<std::uint32_t>(random_.below(100000)));
+    if (operation.kind == Kind::restoreFile) {
+      operation.model = importedEntry(operation.name, 7, 100);
+      operation.model[26] = random_.pick(std::vector<std::uint8_t>{0x80, 0x81, 0x82, 0x83, 0x41});
+      operation.model[31] = random_.chance(50) ? 0 : '0';
+      operation.model[16] = 0x5A;
+    }
+    return operation;
+  }
+
+  Outcome perform(EMU3Filesystem &volume, const Operation &operation) {
+    EMU3Error error;
+    bool done = false;
+    switch (operation.kind) {
+    case Kind::importFile: {
+      const std::string url = folder_.path(operation.name + ".E4B");
+      writeBytes(url, operation.contents);
+      done = volume.importFileAtURL(url, folderAt(volume, operation.folder), &error);
+      break;
+    }
+    case Kind::restoreFile: {
+      const std::string url = folder_.path("backup");
+      writeBytes(url, operation.contents);
+      done = volume.restoreFileAtURL(url, operation.model, folderAt(volume, operation.folder), &error) !=
+             nullptr;
+      break;
+    }
+    case Kind::copyFile:
+      done = volume.copyFile(fileAt(volume, operation.item), folderAt(volume, operation.folder), &error);
+      break;
+    case Kind::moveFile: {
+      const EMU3FilePtr file = fileAt(volume, operation.item);
+      done = volume.moveFile(file, file->folder(), folderAt(volume, operation.folder), &error);
+      break;
+    }
+    case Kind::renameFile: {
+      const EMU3FilePtr file = fileAt(volume, operation.item);
+      done = volume.renameFile(file, operation.name, file->folder(), &error);
+      break;
+    }
+    case Kind::deleteFile: {
+      const EMU3FilePtr file = fileAt(volume, operation.item);
+      done = volume.deleteFile(file, file->folder(), &error);
+      break;
+    }
+    case Kind::createFolder:
+      done = volume.createDirectoryNamed(operation.name, folderAt(volume, operation.folder), &error);
+      break;
+    case Kind::renameFolder:
+      done = volume.renameDirectory(folderAt(volume, operation.item), operation.name, &error);
+      break;
+    case Kind::moveFolder:
+      done =
+          volume.moveDirectory(folderAt(volume, operation.item), folderAt(volume, operation.folder), &error);
+      break;
+    case Kind::deleteFolder: {
+      const EMU3DirectoryPtr folder = folderAt(volume, operation.item);
+      done = volume.deleteDirectory(folder, folder->parent(), &error);
+      break;
+    }
+    case Kind::recoverFolder:
+      done =
+          volume.recoverFolder(operation.block, operation.name, folderAt(volume, operation.folder), &error);
+      break;
+    }
+    EXPECT_EQ(done, !error.isSet());
+    return {done ? 0 : error.code};
+  }
+
+  void runOperation() {
+    const Operation operation = randomOperation();
+    const testing::ScopedTrace trace(__FILE__, __LINE__, operation.description());
+    rememberObjects();
+    const Bytes before = readBytes(path_);
+    wasShared_ = wasShared_ || ImageReading(before).hasSharedBlocks();
+    const bool also = random_.chance(30) && !wasShared_;
+    std::string copyPath;
+    TemporaryFolder copyFolder;
+    EMU3FilesystemPtr fresh;
+    if (also) {
+      copyPath = copyFolder.path("disk.hda");
+      copySparse(path_, copyPath);
+      fresh = mounted(copyPath, MountRules::guarded);
+    }
+    const Outcome outcome = perform(*volume_, operation);
+    ++operations_;
+    const Bytes after = readBytes(path_);
+    Judge judge(before, after, wasShared_);
+    const Outcome expected = judge.expect(operation);
+    EXPECT_EQ(outcome.code, expected.code);
+    if (outcome.code != 0)
+      compareImages(before, after, judge.reading(), "a failed operation changed the image");
+    else
+      compareImages(judge.image(), after, judge.reading(), "the image is not what the operation makes it");
+    compareContents(before, after, judge);
+    if (!also || testing::Test::HasFailure()) return;
+    EXPECT_EQ(perform(*fresh, operation).code, outcome.code) << "in a fresh mount";
+    Bytes freshly = readBytes(copyPath);
+    for (const Place &place : judge.touched()) // ids follow from the order of the list
+      freshly[place.first * kBlockBytes + place.second * 32 + 17] =
+          after[place.first * kBlockBytes + place.second * 32 + 17];
+    compareImages(after, freshly, judge.reading(), "a fresh mount does something else");
+  }
+
+  static void compareImages(const Bytes &expected, const Bytes &found, const ImageReading &was,
+                            const char *what) {
+    ASSERT_EQ(expected.size(), found.size());
+    const auto [at, other] = std::mismatch(expected.begin(), expected.end(), found.begin());
+    if (at == expected.end()) return;
+    const auto offset = static_cast<std::uint64_t>(at - expected.begin());
+    ADD_FAILURE() << what << ": block " << offset / 512 << " byte " << offset % 512 << " (entry "
+                  << offset % 512 / 32 << " byte " << offset % 32 << ") is " << int{*other} << ", not "
+                  << int{*at} << (was.isNamed(offset / 512) ? ", a folder's" : "")
+                  << (was.isInTable(offset / 512) ? ", in the table" : "") << "; root " << was.rootBlock
+                  << " data " << was.dataBlock << " table " << was.tableStart << '-' << was.tableEnd
+                  << " slot " << was.slotBlocks << " total " << was.totalBlocks;
+  }
+
+  // Whatever an operation is, the contents of the files that it was not asked to change stay.
+  static void compareContents(const Bytes &before, const Bytes &after, const Judge &judge) {
+    const ImageReading &was = judge.reading();
+    for (const auto &[place, entry] : was.entries) {
+      if (!entry.isLiveFile() || judge.gone().contains(place)) continue;
+      const auto [first, end] = was.contentsOf(entry.bytes);
+      for (std::uint64_t block = first; block < end; ++block) {
+        const auto offset = static_cast<std::ptrdiff_t>(block * kBlockBytes);
+        Bytes were(before.begin() + offset, before.begin() + offset + kBlockBytes);
+        for (const Place &touched : judge.touched()) // entries that were asked for may lie in a file
+          if (touched.first == block)
+            std::copy_n(after.begin() + offset + static_cast<std::ptrdiff_t>(touched.second * 32), 32,
+                        were.begin() + static_cast<std::ptrdiff_t>(touched.second * 32));
+        if (std::equal(were.begin(), were.end(), after.begin() + offset)) continue;
+        ADD_FAILURE() << "block " << block << " of the file at " << place.first << ':' << place.second
+                      << " changed" << (was.isNamed(block) ? ", a folder's" : "")
+                      << (was.isInTable(block) ? ", in the table" : "");
+        return;
+      }
+    }
+  }
+
+  void compareWithFreshMount() {
+    const TemporaryFolder copyFolder;
+    const std::string copyPath = copyFolder.path("disk.hda");
+    copySparse(path_, copyPath);
+    const EMU3FilesystemPtr fresh = mounted(copyPath, MountRules::guarded);
+    EXPECT_EQ(volume_->freeBlocks(), fresh->freeBlocks());
+    EXPECT_EQ(volume_->usedBlocks(), fresh->usedBlocks());
+    EXPECT_EQ(volume_->totalBlocks(), volume_->usedBlocks() + volume_->freeBlocks());
+    EXPECT_EQ(fresh->freeBlocks(), ImageReading(readBytes(path_)).freeBlocks());
+    // A block of two folders is the first one's in the order of the parse, which changes may change.
+    wasShared_ = wasShared_ || ImageReading(readBytes(path_)).hasSharedBlocks();
+    const bool withFolders = !wasShared_;
+    const std::vector<std::string> here = treeLines(*volume_, withFolders);
+    const std::vector<std::string> there = treeLines(*fresh, withFolders);
+    for (const std::string &line : here)
+      if (!std::binary_search(there.begin(), there.end(), line))
+        ADD_FAILURE() << "not on the image: " << line;
+    for (const std::string &line : there)
+      if (!std::binary_search(here.begin(), here.end(), line)) ADD_FAILURE() << "not in the tree: " << line;
+  }
+
+  // ---- Objects that may have left the tree
+
+  void rememberObjects() {
+    for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume_->rootDirectory())) {
+      if (random_.chance(20)) folders_.push_back(folder);
+      for (const EMU3FilePtr &file : folder->files())
+        if (random_.chance(20)) files_.push_back(file);
+    }
+  }
+
+  bool isInTree(const EMU3DirectoryPtr &folder) {
+    const auto all = directoriesInPreOrder(volume_->rootDirectory());
+    return std::find(all.begin(), all.end(), folder) != all.end();
+  }
+  bool isInTree(const EMU3FilePtr &file) {
+    const auto all = directoriesInPreOrder(volume_->rootDirectory());
+    return std::any_of(all.begin(), all.end(),
+                       [&](const EMU3DirectoryPtr &folder) { return folder->containsFile(file); });
+  }
+
+  void useStaleObjects() {
+    std::erase_if(files_, [&](const EMU3FilePtr &file) { return isInTree(file) && !file->isDeleted(); });
+    std::erase_if(folders_, [&](const EMU3DirectoryPtr &folder) { return isInTree(folder); });
+    const Bytes before = readBytes(path_);
+    const EMU3DirectoryPtr root = volume_->rootDirectory();
+    const std::string url = folder_.path("x.E4B");
+    writeText(url, "contents");
+    const auto refused = [&](const auto &call) {
+      EMU3Error error;
+      EXPECT_FALSE(call(&error));
+      EXPECT_EQ(error.code, 5);
+      ++operations_;
+    };
+    if (!files_.empty()) {
+      const EMU3FilePtr file = random_.pick(files_);
+      const EMU3DirectoryPtr folder = file->folder() ? file->folder() : root;
+      refused([&](EMU3Error *error) { return volume_->deleteFile(file, folder, error); });
+      refused([&](EMU3Error *error) { return volume_->renameFile(file, "n", folder, error); });
+      refused([&](EMU3Error *error) { return volume_->copyFile(file, root, error); });
+      refused([&](EMU3Error *error) { return volume_->moveFile(file, folder, root, error); });
+      refused([&](EMU3Error *error) { return volume_->dataForFile(file, error) != nullptr; });
+      refused([&](EMU3Error *error) { return volume_->exportFile(file, folder_.path("out"), error); });
+    }
+    if (!folders_.empty()) {
+      const EMU3DirectoryPtr folder = random_.pick(folders_);
+      const EMU3DirectoryPtr parent = folder->parent() ? folder->parent() : root;
+      refused([&](EMU3Error *error) { return volume_->importFileAtURL(url, folder, error); });
+      refused([&](EMU3Error *error) { return volume_->createDirectoryNamed("n", folder, error); });
+      refused([&](EMU3Error *error) { return volume_->renameDirectory(folder, "n", error); });
+      refused([&](EMU3Error *error) { return volume_->moveDirectory(folder, root, error); });
+      refused([&](EMU3Error *error) { return volume_->deleteDirectory(folder, parent, error); });
+    }
+    compareImages(before, readBytes(path_), ImageReading(before), "an operation on what has left the tree");
+  }
+
+  Random random_;
+  TemporaryFolder folder_;
+  std::string path_;
+  EMU3FilesystemPtr volume_;
+  std::vector<EMU3FilePtr> files_;
+  std::vector<EMU3DirectoryPtr> folders_;
+  std::size_t operations_ = 0;
+  bool wasShared_ = false; ///< two folders named one block once
+};
+
+std::uint32_t numberFrom(const char *variable, std::uint32_t otherwise) {
+  const char *const asked = std::getenv(variable);
+  return asked ? static_cast<std::uint32_t>(std::strtoul(asked, nullptr, 10)) : otherwise;
+}
+
+TEST(GuardedProperties, AnOperationChangesWhatItWasAskedToAndNothingElse) {
+  const std::uint32_t first = numberFrom("TESSARY_FIRST_SEED", 1);
+  const std::uint32_t count = numberFrom("TESSARY_SEEDS", 300);
+  std::size_t operations = 0;
+  for (std::uint32_t seed = first; seed < first + count && !testing::Test::HasFailure(); ++seed) {
+    const testing::ScopedTrace trace(__FILE__, __LINE__, "seed " + std::to_string(seed));
+    operations += Session(seed).run(20);
+  }
+  RecordProperty("operations", static_cast<int>(operations));
+  std::cout << operations << " operations\n";
+}
+
+} // namespace
+} // namespace tessary::test
