@@ -2,7 +2,6 @@
 
 #include "filesystem/SlotMap.h"
 #include "filesystem/TreeEditor.h"
-#include "tests/support/Mappings.h"
 #include "tests/support/TreeBuilder.h"
 #include "tests/writing/EngineParts.h"
 #include "tests/writing/Random.h"
@@ -11,6 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <optional>
 #include <set>
 
@@ -229,13 +229,22 @@ TEST(SlotMapBuilding, IsDoneAnewForAnotherGeometry) {
   EXPECT_FALSE(map.slots.isReached(7));
 }
 
+// The image is cut short underneath: the table goes from block 8 on, 256 marks a block.
 TEST(SlotMapBuilding, WhatCannotBeReadOfTheTableIsTaken) {
-  ImageBuilder image({.sizeBytes = 8 * kMiB, .fatStartBlock = 8, .slotSizeBlocks = 64, .marksBlocks = false});
-  Map map(std::move(image));
-  makeUnreadable(map.parts.path(), 8 * kBlockBytes); // the marks of the first 2048 blocks
-  map.build();
-  const std::uint64_t data = map.parts.geometry.dataAreaBlock;
-  EXPECT_EQ(map.slots.placeFor(1), static_cast<std::uint16_t>((2048 - data + 63) / 64 + 1));
+  for (const std::uint64_t readable : {0U, 8U, 9U, 64U}) {
+    ImageBuilder image(
+        {.sizeBytes = 8 * kMiB, .fatStartBlock = 8, .slotSizeBlocks = 64, .marksBlocks = false});
+    Map map(std::move(image));
+    std::filesystem::resize_file(map.parts.path(), (8 + readable) * kBlockBytes);
+    map.build();
+    const std::uint64_t data = map.parts.geometry.dataAreaBlock;
+    const std::uint64_t readableBlocks = readable * 256;
+    const std::uint64_t slots = readableBlocks > data ? (readableBlocks - data) / 64 : 0;
+    const std::uint64_t last = readable == 64 ? (16384 - data) % 64 : 0; // the cut-off slot, whole here
+    EXPECT_EQ(map.counters.free(), slots * 64 + last) << readable;
+    EXPECT_EQ(map.slots.placeFor(1).has_value(), slots > 0) << readable;
+    EXPECT_EQ(map.slots.placeFor((slots + 1) * 64), std::nullopt) << readable;
+  }
 }
 
 // --- 65535 slots -----------------------------------------------------------------------------------

@@ -62,12 +62,13 @@ private:
       void (RandomSession::*take)();
     };
     static const std::vector<Kind> kinds = {
-        {20, &RandomSession::import},       {6, &RandomSession::restore},
-        {14, &RandomSession::copy},         {12, &RandomSession::move},
-        {14, &RandomSession::deleteFile},   {8, &RandomSession::rename},
-        {8, &RandomSession::createFolder},  {5, &RandomSession::deleteFolder},
-        {3, &RandomSession::renameFolder},  {4, &RandomSession::reload},
-        {6, &RandomSession::useWhatIsGone}, {4, &RandomSession::readContents}};
+        {20, &RandomSession::import},      {6, &RandomSession::restore},
+        {14, &RandomSession::copy},        {12, &RandomSession::move},
+        {14, &RandomSession::deleteFile},  {8, &RandomSession::rename},
+        {8, &RandomSession::createFolder}, {5, &RandomSession::deleteFolder},
+        {3, &RandomSession::renameFolder}, {5, &RandomSession::moveFolder},
+        {4, &RandomSession::reload},       {6, &RandomSession::useWhatIsGone},
+        {4, &RandomSession::readContents}};
     std::size_t total = 0;
     for (const Kind &kind : kinds)
       total += kind.weight;
@@ -165,22 +166,32 @@ private:
                                 : name;
     store(
         folder, [&](EMU3Error *error) { return filesystem().importFileAtURL(path, folder, error); },
-        [&] { return model_.store(root(), folder, cut, contents, 1); });
+        [&] {
+          return model_.store(root(), folder, {cut, contents});
+        });
   }
 
   void restore() {
     const EMU3DirectoryPtr folder = anyFolder();
-    const std::string name = random_.chance(40) ? "sixteen bytes..." : randomName(random_, rules_);
+    std::string name = random_.chance(40) ? "sixteen bytes..." : randomName(random_, rules_);
+    if (name.size() > 16) name = "restored";
     const Bytes contents = randomContents(random_, slotBytes(), rules_);
     const std::string path = volume_.hostFile("backup", contents);
-    const RawEntry entry = rawFileEntry(name.substr(0, 16), 0x81, 1, 1, 1, 1, 1);
+    RawEntry entry = rawFileEntry(name, anyType(), random_.chance(20) ? 0x40 : 1, 1, 3, 1, 1);
+    entry[16] = entry[27] = 0xEE;
+    while (!name.empty() && name.back() == ' ')
+      name.pop_back();
     store(
         folder,
         [&](EMU3Error *error) {
           return filesystem().restoreFileAtURL(path, entry, folder, error) != nullptr;
         },
-        [&] { return model_.store(root(), folder, name, contents, 1, true); });
+        [&] {
+          return model_.store(root(), folder, {name, contents, 1, entry, true});
+        });
   }
+
+  std::uint8_t anyType() { return random_.pick(std::vector<std::uint8_t>{0x80, 0x81, 0x82, 0x83}); }
 
   void copy() {
     const std::optional<Listed> source = anyFile();
@@ -189,7 +200,11 @@ private:
     const ModelEntry entry = model_.entries.at(placeIn(*source->file));
     store(
         folder, [&](EMU3Error *error) { return filesystem().copyFile(source->file, folder, error); },
-        [&] { return model_.store(root(), folder, entry.treeName, entry.readContents(), entry.fileType); });
+        [&] { return model_.store(root(), folder, copyOf(entry, *source->file)); });
+  }
+
+  VolumeModel::NewFile copyOf(const ModelEntry &entry, const EMU3File &source) {
+    return {entry.treeName, entry.readContents(), entry.fileType, model_.image.entryAt(placeOf(source))};
   }
 
   void move() {
@@ -205,10 +220,12 @@ private:
         folder,
         [&](EMU3Error *error) { return filesystem().moveFile(source->file, source->folder, folder, error); },
         [&] {
+          const bool isGuarded = rules_ == MountRules::guarded;
           const VolumeModel::Outcome outcome =
-              model_.store(root(), folder, entry.treeName, entry.readContents(), entry.fileType);
+              isGuarded ? model_.moveEntry(root(), *source->file, folder)
+                        : model_.store(root(), folder, copyOf(entry, *source->file));
           if (!outcome.error.empty()) return outcome;
-          model_.remove(*source->file);
+          if (!isGuarded) model_.remove(*source->file);
           goneFiles_.push_back(*source);
           return outcome;
         });
@@ -265,13 +282,27 @@ private:
     EXPECT_FALSE(parent->containsSubdirectory(folder));
   }
 
-  // As the window does it: in memory alone.
+  // Bare, in memory alone.
   void renameFolder() {
     const EMU3DirectoryPtr folder = anyFolder();
     if (folder == root()) return;
-    const std::string name = "renamed beyond 15 characters";
-    EXPECT_TRUE(filesystem().renameDirectory(folder, name));
-    model_.renameFolderInMemory(*folder, name);
+    const std::string name = rules_ == MountRules::bare ? "renamed beyond 15 characters"
+                             : random_.chance(25)       ? randomBadName(random_, rules_)
+                                                        : randomName(random_, rules_);
+    EMU3Error error;
+    const bool done = filesystem().renameDirectory(folder, name, &error);
+    expectOutcome(done, error, model_.renameFolder(*folder, name));
+  }
+
+  void moveFolder() {
+    if (rules_ == MountRules::bare) return;
+    const EMU3DirectoryPtr folder = anyFolder();
+    const EMU3DirectoryPtr to = anyFolder();
+    const EMU3DirectoryPtr parent = folder->parent();
+    const VolumeModel::Outcome outcome = model_.moveFolder(root(), folder, to);
+    EMU3Error error;
+    expectOutcome(filesystem().moveDirectory(folder, to, &error), error, outcome.error);
+    if (outcome.error.empty() && to != parent) goneFolders_.push_back({folder, parent});
   }
 
   void reload() {

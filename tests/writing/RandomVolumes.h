@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tests/support/ImageBuilder.h"
 #include "filesystem/MountRules.h"
+#include "tests/support/ImageBuilder.h"
 #include "tests/writing/Random.h"
 
 #include <string>

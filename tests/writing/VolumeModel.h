@@ -3,16 +3,18 @@
 #include "tests/writing/WritableVolume.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace tessary::test {
 
-/// One live entry of a volume: what the tree in memory and what a fresh parse of the image hold of it. The
-/// two differ where `asReadFromTheImage` says so and nowhere else.
+/// One entry of a volume: what the tree in memory and what a fresh parse of the image hold of it. The two
+/// differ where `asReadFromTheImage` says so and nowhere else; guarded, nowhere.
 struct ModelEntry {
   bool isFolder = false;
   std::string treeName;   ///< as the tree holds it
@@ -54,13 +56,25 @@ public:
     std::string error;
     Place place{};
   };
-  Outcome store(const EMU3DirectoryPtr &root, const EMU3DirectoryPtr &folder, const std::string &name,
-                const Bytes &contents, std::int64_t fileType, bool wholeName = false);
+  /// What is stored: an import has no `source`, a copy or a restored file has the entry that it is made from.
+  struct NewFile {
+    std::string name;
+    Bytes contents;
+    std::int64_t fileType = 1;
+    std::optional<RawEntry> source{};
+    bool keepsName = false; ///< the source's name field as it is, also by the bare rules
+  };
+  Outcome store(const EMU3DirectoryPtr &root, const EMU3DirectoryPtr &folder, const NewFile &file);
+  /// Guarded: a move writes the entry alone.
+  Outcome moveEntry(const EMU3DirectoryPtr &root, const EMU3File &file, const EMU3DirectoryPtr &to);
+  Outcome moveFolder(const EMU3DirectoryPtr &root, const EMU3DirectoryPtr &folder,
+                     const EMU3DirectoryPtr &to);
   void remove(const EMU3File &file);
   std::string rename(const EMU3File &file, const std::string &name);
   Outcome createFolder(const EMU3DirectoryPtr &root, const EMU3DirectoryPtr &parent, const std::string &name);
   void deleteFolder(const EMU3DirectoryPtr &folder);
-  void renameFolderInMemory(const EMU3Directory &folder, const std::string &name);
+  /// Bare, in memory alone.
+  std::string renameFolder(const EMU3Directory &folder, const std::string &name);
   /// The image is read anew: counters and entries are what it holds.
   void reload();
 
@@ -74,7 +88,31 @@ public:
   std::map<Place, ModelEntry> entries;
 
 private:
-  std::uint16_t slotAboveAll(const EMU3DirectoryPtr &root) const;
+  /// A place for an entry; where the folder has to grow for it, the block and its position.
+  struct Spot {
+    Place place{};
+    std::optional<std::size_t> growthPosition{};
+  };
+  std::optional<Spot> findSpot(const EMU3DirectoryPtr &root, const EMU3DirectoryPtr &folder) const;
+  void grow(const EMU3DirectoryPtr &folder, const Spot &spot);
+  std::optional<std::int64_t> bareFolderBlock(const EMU3DirectoryPtr &root) const;
+  std::optional<std::int64_t> guardedFolderBlock(std::int64_t except,
+                                                 const std::function<bool(std::int64_t)> &suits) const;
+  std::optional<std::uint16_t> slotFor(const EMU3DirectoryPtr &root, std::uint64_t blocks) const;
+  std::uint64_t describedBlocks() const;
+  std::uint64_t slotCount() const;
+  std::uint64_t slotsOf(std::uint64_t blocks) const;
+  /// First and last slot that a file reaches.
+  std::pair<std::uint64_t, std::uint64_t> reachOf(const ModelEntry &file) const;
+  bool isReached(std::uint64_t slot) const;
+  /// By number; guarded.
+  std::vector<bool> takenSlots() const;
+  void countFreeSlots();
+  std::vector<std::int64_t> folderBlocks(const Place &place) const;
+  std::uint8_t nextId(const EMU3DirectoryPtr &folder) const;
+  Outcome storeGuarded(const EMU3DirectoryPtr &folder, const NewFile &file, const Spot &spot,
+                       std::uint16_t slot);
+  void putGuardedFile(const Place &place, const RawEntry &entry, const Bytes &contents);
   void mark(std::uint16_t slot, std::uint64_t blocks, std::uint16_t value);
   void addReadEntries(const EMU3DirectoryPtr &folder);
   std::string entryName(const std::string &name) const;

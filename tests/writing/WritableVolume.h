@@ -36,6 +36,10 @@ inline constexpr const char *kNoEntryError =
     "Error Domain=com.tessary.error Code=5 \"Dentry block not found\"";
 inline constexpr const char *kNameError =
     "Error Domain=com.tessary.error Code=6 \"Name must be 1–15 characters\"";
+inline constexpr const char *kIncompleteError =
+    "Error Domain=com.tessary.error Code=2 \"File contents are incomplete\"";
+inline constexpr const char *kIntoItselfError =
+    "Error Domain=com.tessary.error Code=6 \"A folder cannot be moved into itself\"";
 inline constexpr const char *kFolderFullError =
     "Error Domain=com.tessary.error Code=7 \"Destination directory is full\"";
 inline constexpr const char *kParentFullError =

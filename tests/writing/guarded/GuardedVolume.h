@@ -11,11 +11,6 @@
 
 namespace tessary::test {
 
-inline constexpr const char *kIncompleteError =
-    "Error Domain=com.tessary.error Code=2 \"File contents are incomplete\"";
-inline constexpr const char *kIntoItselfError =
-    "Error Domain=com.tessary.error Code=6 \"A folder cannot be moved into itself\"";
-
 /// A guarded volume together with the bytes that its image should hold.
 class GuardedVolume : public WritableVolume {
 public:
