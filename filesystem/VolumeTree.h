@@ -45,8 +45,8 @@ public:
   void addFolder(const EMU3DirectoryPtr &parent, const EMU3DirectoryPtr &folder);
   void removeFolder(const EMU3DirectoryPtr &parent, const EMU3DirectoryPtr &folder);
   void setFolderBlocks(const EMU3DirectoryPtr &folder, std::vector<std::int64_t> blocks);
-  /// Puts `moved`, a folder object of its own with another place, into `parent` with all that is in `folder`,
-  /// which leaves the tree empty.
+  /// Puts `moved`, an object of its own for the same folder at another place, into `parent` with all that is
+  /// in `folder`, which leaves the tree empty.
   void replaceFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &moved,
                      const EMU3DirectoryPtr &parent);
 
