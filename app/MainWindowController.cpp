@@ -155,8 +155,11 @@ void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
 
 // ---- Showing the image
 
-/// The folder shown so far belongs to an image that is no longer mounted.
+/// The folder shown so far belongs to an image that is no longer mounted, or is to be shown as if it were
+/// new.
 void MainWindowController::_showNoFolder() {
+  sidebarCtl_->setRoot(nullptr);
+  sidebarCtl_->reload();
   currentDirectory_ = nullptr;
   contentCtl_->setDirectory(nullptr);
   contentCtl_->refresh();

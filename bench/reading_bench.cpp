@@ -1,5 +1,6 @@
 #include "bench/PairedTimes.h"
 #include "filesystem/EMU3Filesystem.h"
+#include "filesystem/ImageMapping.h"
 #include "tests/support/SampleVolumes.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -189,7 +189,8 @@ void importAsTheVolumeFills(benchmark::State &state) {
   image.writeTo(folder.path("volume.hda"));
   const std::string hostFile = folder.path("small.e4b");
   test::writeBytes(hostFile, test::patternBytes(512));
-  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(folder.path("volume.hda"), MountRules::guarded);
+  const EMU3FilesystemPtr volume =
+      EMU3Filesystem::initWithURL(folder.path("volume.hda"), MountRules::guarded);
   const EMU3DirectoryPtr target = volume->rootDirectory();
   PairedTimes().measure(
       state, [&] { volume->importFileAtURL(hostFile, target); },

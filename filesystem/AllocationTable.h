@@ -11,7 +11,8 @@ namespace tessary {
 
 class ImageMapping;
 
-/// How many blocks of a volume are used and free. Changed under the volume's lock, read from any thread.
+/// How many blocks of a volume are used and free. By the bare rules the two need not add up. Changed under
+/// the volume's lock, read from any thread.
 class BlockCounters final {
 public:
   [[nodiscard]] std::uint64_t used() const { return used_; }
@@ -53,7 +54,7 @@ public:
       const std::uint64_t inBlock =
           std::min(count, format::kFatEntriesPerBlock - first % format::kFatEntriesPerBlock);
       if (mayWriteTo(tableBlockOf(first))) setMarksInOneBlock(first, inBlock, value);
-      first += inBlock; // wraps where the stated arithmetic does
+      first += inBlock; // block numbers wrap at 2^64, as the bare rules' slot starts do
       count -= inBlock;
     }
   }

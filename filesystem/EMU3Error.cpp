@@ -1,5 +1,6 @@
 #include "filesystem/EMU3Error.h"
 
+#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -37,6 +38,9 @@ constexpr ErrorRow kErrors[] = {
     {EngineError::destinationFull, kErrorDirectoryFull, "Destination directory is full"},
     {EngineError::parentFull, kErrorDirectoryFull, "Parent directory is full"},
 };
+
+static_assert(std::size(kErrors) == static_cast<std::size_t>(EngineError::parentFull) + 1,
+              "every error has a row");
 
 } // namespace
 

@@ -45,7 +45,7 @@ enum class EngineError {
   notABank,
   sampleIndexOutOfRange,
   destinationFull,
-  parentFull,
+  parentFull, // the last one: the table's length is checked by it
 };
 
 /// A failure as a value. Operations take `EMU3Error *error = nullptr` and fill it only when they fail

@@ -65,7 +65,8 @@ public:
   [[nodiscard]] std::uint64_t freeBlocks() const;
   /// Guarded, all other blocks of the image; bare, table entries in use.
   [[nodiscard]] std::uint64_t usedBlocks() const;
-  [[nodiscard]] std::uint64_t totalClusters() const; ///< blocks the scanned table describes
+  /// How many entries of the table the scan at opening looked at: up to 262,144, whatever the table's length.
+  [[nodiscard]] std::uint64_t totalClusters() const;
   [[nodiscard]] std::string volumeLabel() const;
   [[nodiscard]] std::uint64_t rootDirBlock() const;
   [[nodiscard]] std::uint64_t dataAreaBlock() const;

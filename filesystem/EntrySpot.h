@@ -24,7 +24,8 @@ struct EntrySpot {
     TESSARY_REQUIRES_SHARED(volume.lock);
 
 /// Writes a new entry at its spot: lets the folder grow first where that is needed, then takes the place from
-/// a deleted file of the list. False when something could not be written.
+/// a deleted file of the list. False when a write failed; an entry outside
+/// the image is passed over and counts as written.
 [[nodiscard]] bool writeAtSpot(Volume &volume, const EMU3DirectoryPtr &folder, const EntrySpot &spot,
                                const format::Dentry &dentry) TESSARY_REQUIRES(volume.lock);
 

@@ -39,4 +39,9 @@ void FairSharedMutex::unlock_shared() {
   changed_.notify_all();
 }
 
+std::uint64_t FairSharedMutex::waiting() const {
+  const MutexLock guard(mutex_);
+  return nextTicket_ - nowServing_;
+}
+
 } // namespace tessary

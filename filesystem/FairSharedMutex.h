@@ -17,8 +17,11 @@ public:
   void lock_shared() TESSARY_ACQUIRE_SHARED();
   void unlock_shared() TESSARY_RELEASE_SHARED();
 
+  /// Number of callers that stand in line and do not hold the lock yet.
+  std::uint64_t waiting() const;
+
 private:
-  Mutex mutex_;
+  mutable Mutex mutex_;
   std::condition_variable changed_;
   std::uint64_t nextTicket_ TESSARY_GUARDED_BY(mutex_) = 0;
   std::uint64_t nowServing_ TESSARY_GUARDED_BY(mutex_) = 0;

@@ -1,10 +1,11 @@
 #include "filesystem/SerialQueue.h"
 
+#include "filesystem/Mutex.h"
+
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <pthread.h>
 #include <thread>
 #include <utility>
@@ -26,25 +27,37 @@ void nameCurrentThread(const std::string &label) {
 } // namespace
 
 // Owned by the queue and by its thread together, so that the thread may outlive the queue.
-struct SerialQueue::State {
-  std::string label;
-  std::mutex mutex;
-  std::condition_variable changed;
-  std::deque<std::function<void()>> blocks;
-  std::uint64_t given = 0;
-  std::uint64_t ended = 0;
-  bool started = false;
-  bool released = false;
-  std::thread::id thread;
+struct SerialQueue::State final : std::enable_shared_from_this<State> {
+  explicit State(std::string queueLabel) : label(std::move(queueLabel)) {}
 
-  void run();
+  /// Starts the thread unless it runs already. Throws std::system_error when there can be none.
+  void startThread() TESSARY_REQUIRES(mutex);
+  /// What the thread does: runs blocks until the queue is released and none is left.
+  void run() TESSARY_EXCLUDES(mutex);
+
+  const std::string label;
+  std::condition_variable changed;
+  Mutex mutex;
+  std::deque<std::function<void()>> blocks TESSARY_GUARDED_BY(mutex);
+  std::uint64_t given TESSARY_GUARDED_BY(mutex) = 0;
+  std::uint64_t ended TESSARY_GUARDED_BY(mutex) = 0;
+  bool released TESSARY_GUARDED_BY(mutex) = false;
+  std::thread::id thread TESSARY_GUARDED_BY(mutex); ///< none before the first block
 };
+
+void SerialQueue::State::startThread() {
+  if (thread != std::thread::id()) return;
+  std::thread started([state = shared_from_this()] { state->run(); });
+  thread = started.get_id();
+  started.detach();
+}
 
 void SerialQueue::State::run() {
   nameCurrentThread(label);
-  std::unique_lock lock(mutex);
+  MutexLock lock(mutex);
   while (true) {
-    changed.wait(lock, [this] { return released || !blocks.empty(); });
+    while (!released && blocks.empty())
+      lock.wait(changed);
     if (blocks.empty()) return;
     std::function<void()> block = std::move(blocks.front());
     blocks.pop_front();
@@ -58,13 +71,11 @@ void SerialQueue::State::run() {
   }
 }
 
-SerialQueue::SerialQueue(std::string label) : state_(std::make_shared<State>()) {
-  state_->label = std::move(label);
-}
+SerialQueue::SerialQueue(std::string label) : state_(std::make_shared<State>(std::move(label))) {}
 
 SerialQueue::~SerialQueue() {
   {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->released = true;
   }
   state_->changed.notify_all();
@@ -76,30 +87,27 @@ const std::string &SerialQueue::label() const {
 
 void SerialQueue::async(std::function<void()> block) {
   {
-    const std::lock_guard lock(state_->mutex);
-    ++pending;
-    ++state_->given;
+    const MutexLock lock(state_->mutex);
+    // Both of these may throw; a block is counted once nothing can keep it from running.
+    state_->startThread();
     state_->blocks.push_back(std::move(block));
-    if (!state_->started) {
-      state_->started = true;
-      std::thread thread([state = state_] { state->run(); });
-      state_->thread = thread.get_id();
-      thread.detach();
-    }
+    ++state_->given;
+    ++pending;
   }
   state_->changed.notify_all();
 }
 
 void SerialQueue::waitUntilIdle() {
   if (isCurrent()) return;
-  std::unique_lock lock(state_->mutex);
+  MutexLock lock(state_->mutex);
   const std::uint64_t target = state_->given;
-  state_->changed.wait(lock, [&] { return state_->ended >= target; });
+  while (state_->ended < target)
+    lock.wait(state_->changed);
 }
 
 bool SerialQueue::isCurrent() const {
-  const std::lock_guard lock(state_->mutex);
-  return state_->started && state_->thread == std::this_thread::get_id();
+  const MutexLock lock(state_->mutex);
+  return state_->thread == std::this_thread::get_id();
 }
 
 std::size_t SerialQueue::pendingBlocks() {

@@ -22,7 +22,8 @@ public:
   const std::string &label() const;
 
   /// Queues a block. Any thread; returns at once. The block is destroyed on the queue's thread right
-  /// after it ran.
+  /// after it ran. Throws what std::thread throws when the queue's thread cannot be started, and
+  /// std::bad_alloc: the block is then neither kept nor counted, and a later one tries again.
   void async(std::function<void()> block);
 
   /// Waits until every block given before the call has ended. Does nothing on the queue's own thread.

@@ -9,9 +9,9 @@
 
 namespace tessary {
 
-/// The one way to change the files and folders of a tree. For the engine alone, under the volume's lock;
-/// users of the engine get these objects to read. What is changed here is memory; the image is written by its
-/// own classes.
+/// The one way to change the files and folders of a tree. For the engine alone, under the volume's lock,
+/// shared for bank details and cached contents, alone for all else; users of the engine get these objects to
+/// read. What is changed here is memory; the image is written by its own classes.
 class TreeEditor final {
 public:
   TreeEditor() = delete;

@@ -33,7 +33,8 @@ struct NewFile {
   std::int64_t fileType = kFileTypeBank; ///< EMU3FileType
   std::uint64_t size = 0;                ///< bytes
   ByteBufferPtr data;                    ///< `size` bytes; null as long as only its refusal is asked for
-  /// The entry that the new one is made from, as far as the rules keep what an entry says.
+  /// The entry to make the new one from: guarded, all of it but slot, sizes and id; bare, the 16 bytes of its
+  /// name. None for an import.
   std::optional<format::Dentry> model;
 };
 
@@ -78,7 +79,7 @@ public:
   [[nodiscard]] virtual bool mayUse(const Volume &volume, const EMU3DirectoryPtr &parent,
                                     const EMU3DirectoryPtr &folder) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
-  /// Whether a file that its folder holds may be deleted.
+  /// Whether deleting its folder deletes this file too: guarded, not one that was deleted before.
   [[nodiscard]] virtual bool mayErase(const EMU3File &file) const = 0;
   /// Whether the contents that the file's entry leads to are still the file's.
   [[nodiscard]] virtual bool mayRead(const Volume &volume, const EMU3FilePtr &file) const
@@ -116,7 +117,7 @@ public:
   [[nodiscard]] virtual bool mayWriteHostFile(const std::string &path) const = 0;
 
   // New files
-  /// Whether what is refused whatever its contents is refused before they are read.
+  /// Whether an import is refused before its host file is read, where its contents do not matter.
   [[nodiscard]] virtual bool refusesBeforeReading() const = 0;
   /// The most blocks that a file may have.
   [[nodiscard]] virtual std::uint64_t mostBlocksOfAFile() const = 0;
@@ -137,10 +138,10 @@ public:
   // Marks of the allocation table, and the figures that follow from them
   virtual void markNewFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
       TESSARY_REQUIRES(volume.lock) = 0;
-  /// A file was marked, but its entry could not be written.
+  /// Takes `markNewFile` back where the file's entry could not be written; bare, in the figures alone.
   virtual void unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
       TESSARY_REQUIRES(volume.lock) = 0;
-  /// A file's entry was cleared, and the file has left the tree.
+  /// Marks what a deleted file took as free. Its entry was cleared, and it has left the tree.
   virtual void clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const
       TESSARY_REQUIRES(volume.lock) = 0;
 

@@ -15,7 +15,10 @@ class VolumeIndex;
 class VolumeRules;
 
 /// The folders and files of a volume as objects in memory. Read from the image once; after that each change
-/// of the image makes the same change here, which keeps the index right too. Nothing else changes the tree.
+/// of the image makes the same change here, which keeps the index right too. Which files and folders there
+/// are, and which blocks folders have, changes only here; names, bank details and cached contents are set by
+/// `TreeEditor`. A file's slot and length never change while it is in the tree: an operation removes it and
+/// adds another.
 class VolumeTree final {
 public:
   /// Names read as the rules say. `index` is null where the mount keeps none; it outlives the tree.
@@ -46,7 +49,7 @@ public:
   void removeFolder(const EMU3DirectoryPtr &parent, const EMU3DirectoryPtr &folder);
   void setFolderBlocks(const EMU3DirectoryPtr &folder, std::vector<std::int64_t> blocks);
   /// Puts `moved`, an object of its own for the same folder at another place, into `parent` with all that is
-  /// in `folder`, which leaves the tree empty.
+  /// in `folder`. `folder` leaves the tree, emptied.
   void replaceFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &moved,
                      const EMU3DirectoryPtr &parent);
 

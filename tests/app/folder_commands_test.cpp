@@ -531,7 +531,7 @@ TEST_F(RenameFolderTest, AsksInASheetForTheNewName) {
   EXPECT_EQ(question().focusWidget(), &field());
 }
 
-TEST_F(RenameFolderTest, ShowsTheNewNameUntilTheImageIsOpenedAgain) {
+TEST_F(RenameFolderTest, ShowsTheNewNameUntilTheImageIsClosed) {
   const std::string path = mount(volume());
   const Bytes before = readBytes(path);
   askForNameOf({"A"});
@@ -540,6 +540,9 @@ TEST_F(RenameFolderTest, ShowsTheNewNameUntilTheImageIsOpenedAgain) {
   EXPECT_EQ(outlineLabels(), QStringList({"NEW (3)", "B (1)"}));
   EXPECT_EQ(folder({"NEW"})->name(), "NEW");
   EXPECT_EQ(readBytes(path), before);
+  openImage(path); // while it is mounted
+  EXPECT_EQ(outlineLabels(), QStringList({"NEW (3)", "B (1)"}));
+  clickToolbar("UnmountItem");
   openImage(path);
   EXPECT_EQ(outlineLabels(), QStringList({"A (3)", "B (1)"}));
 }

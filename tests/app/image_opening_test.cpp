@@ -114,6 +114,22 @@ TEST_F(ImageOpening, ShowsTitleFoldersFilesAndSpace) {
   EXPECT_EQ(filesystem->rules(), MountRules::guarded);
 }
 
+TEST_F(ImageOpening, SameImageAgainIsShownAsIfItWereNew) {
+  const std::string path = mount(imageWithFolders({{"Drums", 2}, {"Pads", 5}}), "disk.hda");
+  chooseFolder({"Drums"});
+  openImage(path);
+  EXPECT_EQ(outlineLabels(), (QStringList{"Drums (2)", "Pads (5)"}));
+  EXPECT_EQ(highlightedLabel(), QStringLiteral("Pads (5)"));
+  EXPECT_EQ(fileNames().size(), 5);
+  EXPECT_EQ(status(), QStringLiteral("Pads — 5 file(s)"));
+  ASSERT_NE(controller_->currentDirectory(), nullptr);
+  EXPECT_EQ(controller_->currentDirectory()->name(), "Pads");
+  openImage(path); // with the folder that is shown first highlighted already
+  EXPECT_EQ(highlightedLabel(), QStringLiteral("Pads (5)"));
+  EXPECT_EQ(fileNames().size(), 5);
+  ASSERT_NE(controller_->currentDirectory(), nullptr);
+}
+
 TEST_F(ImageOpening, OfTwoLargestFoldersTheFirstIsShown) {
   mount(imageWithFolders({{"Small", 1}, {"First", 4}, {"Second", 4}}));
   EXPECT_EQ(highlightedLabel(), QStringLiteral("First (4)"));

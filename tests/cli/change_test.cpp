@@ -87,9 +87,9 @@ TEST_F(Change, WordThatNamesNothingStopsTheWholeCommand) {
 
 TEST_F(Change, FailingItemsAreToldAndTheOthersDone) {
   ImageBuilder image;
-  FolderBuilder full = image.root().addFolder("Full");
-  for (int i = 0; i < 15; ++i)
-    full.addFile("F" + std::to_string(i), bytesOf("x"));
+  FolderBuilder full = image.root().addFolder("Full", {.blockCount = 7}); // it cannot grow
+  for (int i = 0; i < 111; ++i)
+    full.addFile("F" + std::to_string(i), bytesOf("x"), {.slot = std::uint16_t{1}, .storesContents = false});
   image.root().addFile("A", bytesOf("a"));
   image.root().addFile("B", bytesOf("b"));
   use(image);
@@ -121,7 +121,8 @@ TEST_F(Change, RmReachesTheSecondOfOneNameByItsPlace) {
 }
 
 TEST_F(Change, RenameGivesTheNameAsItIs) {
-  EXPECT_EQ(cli("rename", {"/KICK", " Big/Kick* "}), (Answer{0, "Renamed /KICK to  Big/Kick* \n", ""}));
+  EXPECT_EQ(cli("rename", {"/KICK", " Big/Kick* "}), (Answer{0, "Renamed /KICK to  Big/Kick*\n", ""}))
+      << "the name that the entry then has";
   EXPECT_EQ(cliJson("rename", {"/ Big\\/Kick*", "a\\b"}), allDone({"/ Big\\/Kick*"}));
   EXPECT_EQ(volumeNames().front(), "a\\b");
 }

@@ -267,11 +267,36 @@ TEST_F(Export, TheImageItselfIsNeverReplaced) {
   const Bytes before = readBytes(image);
   const std::string folder = hostPath("");
   EXPECT_EQ(runCli({"export", image, "/KICK", "-d", folder}),
-            (Answer{1, "", "tessary-cli: /KICK: " + image + ": This is the image itself\n"}));
-  EXPECT_EQ(jsonOf(runCli({"export", image, "/KICK", "-o", image, "--json"})).at("results").at(0).at("error"),
-            parsedJson(R"({"domain":"com.tessary.cli","code":4,"message":")" + image +
-                       R"(: This is the image itself"})"));
+            (Answer{1, "", "tessary-cli: /KICK: " + image + ": This is a mounted image\n"}));
+  EXPECT_EQ(
+      jsonOf(runCli({"export", image, "/KICK", "-o", image, "--json"})).at("results").at(0).at("error"),
+      parsedJson(R"({"domain":"posix","code":16,"message":")" + image + R"(: This is a mounted image"})"));
   EXPECT_EQ(readBytes(image), before);
+}
+
+TEST_F(Export, TheImageItselfIsNeverReplacedByALinkToItEither) {
+  const Bytes before = readBytes(imagePath());
+  std::filesystem::create_symlink("disk.hda", hostPath("link"));
+  std::filesystem::create_hard_link(imagePath(), hostPath("hard"));
+  for (const char *name : {"link", "hard"})
+    EXPECT_EQ(cli("export", {"/KICK", "-o", hostPath(name)}).status, 1) << name;
+  EXPECT_EQ(readBytes(imagePath()), before);
+  EXPECT_TRUE(std::filesystem::is_symlink(hostPath("link")));
+}
+
+TEST_F(Export, IncompleteContentsAreNotExported) {
+  ImageBuilder image;
+  image.root().addFile("WHOLE", patternBytes(600, 1));
+  image.root().addFile("CUT", patternBytes(3000, 2));
+  image.resize((image.slotBlock(2) + 2) * kBlockBytes);
+  use(image);
+  writeText(out_ + "/CUT.E4B", "earlier");
+  EXPECT_EQ(cli("export", {"/*", "-d", out_}), (Answer{1, "Exported /WHOLE to " + out_ + "/WHOLE.E4B\n",
+                                                       "tessary-cli: /CUT: File contents are incomplete\n"}));
+  EXPECT_EQ(readText(out_ + "/CUT.E4B"), "earlier");
+  EXPECT_EQ(
+      cliJson("export", {"/CUT", "-d", out_}).at("results").at(0).at("error"),
+      parsedJson(R"({"domain":"com.tessary.error","code":2,"message":"File contents are incomplete"})"));
 }
 
 TEST_F(Export, WorksOnAReadOnlyImage) {

@@ -87,10 +87,10 @@ TEST_F(Interruption, WavOfAllSamplesStopsBehindTheOneInProgress) {
   const std::string out = newHostFolder("out");
   EXPECT_EQ(run({"wav", "/BANK", "-d", out}, [&] { return namesIn(out).size() == 2; }),
             (Answer{130,
-                    "Exported /BANK[0] to " + out + "/BANK_E4S1.wav\nExported /BANK[1] to " + out +
-                        "/BANK_ESND.wav\n",
+                    "Exported /BANK[0] to " + out + "/BANK_one.wav\nExported /BANK[1] to " + out +
+                        "/BANK_two.wav\n",
                     "tessary-cli: Interrupted\n"}));
-  EXPECT_EQ(namesIn(out), (Names{"BANK_E4S1.wav", "BANK_ESND.wav"}));
+  EXPECT_EQ(namesIn(out), (Names{"BANK_one.wav", "BANK_two.wav"}));
 }
 
 TEST_F(Interruption, BeforeTheFirstItemChangesNothing) {

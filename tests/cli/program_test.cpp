@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -145,11 +146,18 @@ TEST_F(Program, InterruptionLetsTheItemInProgressFinish) {
   image.root().addFolder("Drums", {.blockCount = 7});
   use(image);
   const std::string contents(200'000, 'x');
-  writeText(hostPath("x"), contents);
+  // The answers are so long that a pipe does not hold all of them: the program cannot be done before the
+  // interruption, since nothing has been read by then but the first line.
+  std::string folder = "long";
+  for (int i = 0; i < 8; ++i)
+    folder += "/" + std::string(200, 'n');
+  std::filesystem::create_directories(hostPath(folder));
+  const std::string source = hostPath(folder + "/x");
+  writeText(source, contents);
   Words words{"import", imagePath(), "-t", "/Drums"};
-  words.insert(words.end(), 112, hostPath("x"));
+  words.insert(words.end(), 112, source);
   Subprocess program(words);
-  EXPECT_EQ(program.readLine(), "Imported " + hostPath("x") + " into /Drums");
+  EXPECT_EQ(program.readLine(), "Imported " + source + " into /Drums");
   program.interrupt();
   EXPECT_EQ(program.finish(), (Ending{130, 0}));
   const auto told =

@@ -20,12 +20,18 @@ protected:
                               .preset("Brass")
                               .sample("one", patternBytes(1000, 1))
                               .sample("two", patternBytes(500, 2), "ESND")
-                              .toc({.type = "E4S1", .name = "three"})
+                              .sample("three", patternBytes(300, 3))
                               .build());
     root.addFile("LOST", IffBank().toc({.type = "E4S1", .name = "gone"}).build());
     root.addFile("OLD", emulatorThreeBank("Old", 1, 2));
     root.addFile("OS", bytesOf("system"), {.type = 0x80});
-    root.addFile("ON/E", IffBank().sample("one", patternBytes(100, 1), "E4S/").build());
+    root.addFile("ON/E", IffBank().sample("../o/ne", patternBytes(100, 1)).build());
+    root.addFile("TWICE", IffBank()
+                              .sample("one", patternBytes(100, 1))
+                              .sample("two", patternBytes(200, 2))
+                              .sample("one", patternBytes(300, 3))
+                              .sample("", patternBytes(400, 4), "E3S1")
+                              .build());
     use(image);
   }
 
@@ -36,13 +42,14 @@ using Wav = Samples;
 
 TEST_F(Samples, AreListedInTheirOrder) {
   EXPECT_EQ(cliJson("samples", {"/BRASS"}), parsedJson(R"({"ok":true,"samples":["E4S1","ESND","E4S1"]})"));
-  EXPECT_EQ(cli("samples", {"/BRASS"}),
-            (Answer{0, "Index  Sample\n    0  E4S1\n    1  ESND\n    2  E4S1\n", ""}));
+  EXPECT_EQ(
+      cli("samples", {"/BRASS"}),
+      (Answer{0, "Index  Sample  Name\n    0  E4S1    one\n    1  ESND    two\n    2  E4S1    three\n", ""}));
 }
 
 TEST_F(Samples, BanksOfOtherFormatsListNone) {
   EXPECT_EQ(cliJson("samples", {"/OLD"}), parsedJson(R"({"ok":true,"samples":[]})"));
-  EXPECT_EQ(cli("samples", {"/OLD"}), (Answer{0, "Index  Sample\n", ""}));
+  EXPECT_EQ(cli("samples", {"/OLD"}), (Answer{0, "Index  Sample  Name\n", ""}));
 }
 
 TEST_F(Samples, FileThatIsNoBankIsTheEnginesError) {
@@ -50,18 +57,32 @@ TEST_F(Samples, FileThatIsNoBankIsTheEnginesError) {
   EXPECT_EQ(cli("samples", {"/OS"}), (Answer{1, "", "tessary-cli: /OS: Not a bank file\n"}));
 }
 
-TEST_F(Wav, AllSamplesAreNamedAfterBankAndType) {
-  EXPECT_EQ(
-      cli("wav", {"/BRASS", "-d", out_}),
-      (Answer{0,
-              "Exported /BRASS[0] to " + inOut("BRASS_E4S1.wav") + "\nExported /BRASS[1] to " +
-                  inOut("BRASS_ESND.wav") + "\nExported /BRASS[2] to " + inOut("BRASS_E4S1 (2).wav") + "\n",
-              ""}));
-  EXPECT_EQ(namesIn(out_), (Names{"BRASS_E4S1 (2).wav", "BRASS_E4S1.wav", "BRASS_ESND.wav"}));
-  EXPECT_EQ(readBytes(inOut("BRASS_E4S1 (2).wav")), readBytes(inOut("BRASS_E4S1.wav")));
-  const std::string wav = readText(inOut("BRASS_ESND.wav"));
+TEST_F(Wav, AllSamplesAreNamedAfterBankAndSample) {
+  EXPECT_EQ(cli("wav", {"/BRASS", "-d", out_}),
+            (Answer{0,
+                    "Exported /BRASS[0] to " + inOut("BRASS_one.wav") + "\nExported /BRASS[1] to " +
+                        inOut("BRASS_two.wav") + "\nExported /BRASS[2] to " + inOut("BRASS_three.wav") + "\n",
+                    ""}));
+  EXPECT_EQ(namesIn(out_), (Names{"BRASS_one.wav", "BRASS_three.wav", "BRASS_two.wav"}));
+  EXPECT_EQ(readBytes(inOut("BRASS_three.wav"), 44, 300), patternBytes(300, 3)) << "its own chunk";
+  const std::string wav = readText(inOut("BRASS_two.wav"));
   EXPECT_EQ(wav.size(), 544U);
   EXPECT_EQ(wav.substr(0, 4) + wav.substr(8, 8), "RIFFWAVEfmt ");
+}
+
+TEST_F(Wav, NamesThatOneCommandWouldWriteTwiceAreNumbered) {
+  EXPECT_EQ(cli("wav", {"/TWICE", "-d", out_}).status, 0);
+  EXPECT_EQ(namesIn(out_), (Names{"TWICE_E3S1.wav", "TWICE_one (2).wav", "TWICE_one.wav", "TWICE_two.wav"}));
+  EXPECT_EQ(readBytes(inOut("TWICE_one (2).wav"), 44, 300), patternBytes(300, 3));
+  EXPECT_EQ(cli("wav", {"/TWICE", "2", "-d", out_}).status, 0) << "another command writes over it";
+  EXPECT_EQ(readBytes(inOut("TWICE_one.wav"), 44, 300), patternBytes(300, 3));
+}
+
+TEST_F(Wav, ExactSamplesAreNamedAfterTheirTypeAndTakenFromTheFirstChunk) {
+  EXPECT_EQ(cli("wav", {"/TWICE", "-d", out_, "--exact"}).status, 0);
+  EXPECT_EQ(namesIn(out_),
+            (Names{"TWICE_E3S1.wav", "TWICE_E4S1 (2).wav", "TWICE_E4S1 (3).wav", "TWICE_E4S1.wav"}));
+  EXPECT_EQ(readBytes(inOut("TWICE_E4S1 (3).wav")), readBytes(inOut("TWICE_E4S1.wav")));
 }
 
 TEST_F(Wav, JsonHasAMemberForEachSample) {
@@ -70,11 +91,11 @@ TEST_F(Wav, JsonHasAMemberForEachSample) {
 
 TEST_F(Wav, OneSampleByItsIndex) {
   EXPECT_EQ(cliJson("wav", {"/BRASS", "1", "-d", out_}), allDone({"/BRASS[1]"}));
-  EXPECT_EQ(namesIn(out_), Names{"BRASS_ESND.wav"});
+  EXPECT_EQ(namesIn(out_), Names{"BRASS_two.wav"});
   EXPECT_EQ(cliJson("wav", {"/BRASS", "2", "-d", out_}), allDone({"/BRASS[2]"}));
-  EXPECT_EQ(namesIn(out_), (Names{"BRASS_E4S1.wav", "BRASS_ESND.wav"}));
+  EXPECT_EQ(namesIn(out_), (Names{"BRASS_three.wav", "BRASS_two.wav"}));
   EXPECT_EQ(cliJson("wav", {"/BRASS", "0", "-o", inOut("any")}), allDone({"/BRASS[0]"}));
-  EXPECT_EQ(readBytes(inOut("any")), readBytes(inOut("BRASS_E4S1.wav")));
+  EXPECT_EQ(readBytes(inOut("any"), 44, 1000), patternBytes(1000, 1));
 }
 
 TEST_F(Wav, OutputIsForOneSample) {
@@ -86,7 +107,7 @@ TEST_F(Wav, OutputIsForOneSample) {
 
 TEST_F(Wav, NamesDoNotSteerThePath) {
   EXPECT_EQ(cli("wav", {"/ON\\/E", "-d", out_}).status, 0);
-  EXPECT_EQ(namesIn(out_), Names{"ON%2FE_E4S%2F.wav"});
+  EXPECT_EQ(namesIn(out_), Names{"ON%2FE_..%2Fo%2Fne.wav"});
 }
 
 TEST_F(Wav, ErrorsOfOneSampleAreTheExportsOwn) {
@@ -119,7 +140,7 @@ TEST_F(Wav, AllSamplesOfWhatListsNone) {
 }
 
 TEST_F(Wav, FailingWriteIsTheEnginesError) {
-  std::filesystem::create_directory(inOut("BRASS_ESND.wav"));
+  std::filesystem::create_directory(inOut("BRASS_two.wav"));
   const nlohmann::json answer = cliJson("wav", {"/BRASS", "-d", out_});
   EXPECT_EQ(answer.at("results").at(0).at("ok"), true);
   EXPECT_EQ(answer.at("results").at(1).at("error"),
@@ -132,7 +153,7 @@ TEST_F(Wav, IndexIsADecimalNumberFrom0On) {
     EXPECT_EQ(cli("wav", {"/BRASS", "-d", out_, "--", word}).status, 2) << word;
   }
   EXPECT_EQ(cli("wav", {"/BRASS", "01", "-d", out_}).status, 0);
-  EXPECT_EQ(namesIn(out_), Names{"BRASS_ESND.wav"});
+  EXPECT_EQ(namesIn(out_), Names{"BRASS_two.wav"});
 }
 
 TEST_F(Wav, TheImageItselfIsNeverReplaced) {

@@ -1,9 +1,11 @@
 // The marks of the allocation table, and its scan.
 
+#include "tests/support/Mappings.h"
 #include "tests/writing/EngineParts.h"
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <limits>
 #include <utility>
 
@@ -11,6 +13,14 @@ namespace tessary::test {
 namespace {
 
 constexpr std::uint64_t kMaxBlock = std::numeric_limits<std::uint64_t>::max();
+
+void setMarks(AllocationTable &table, std::uint64_t first, std::uint64_t count, std::uint16_t value) {
+  table.setMarks(first, count, value, [](std::uint64_t) { return true; });
+}
+
+void setMark(AllocationTable &table, std::uint64_t block, std::uint16_t value) {
+  setMarks(table, block, 1, value);
+}
 
 TEST(TableAccess, EntryLiesAtTwiceItsBlockNumber) {
   ImageBuilder image;
@@ -38,7 +48,7 @@ TEST(TableAccess, EntryOutsideTheImageReadsAsFree) {
 TEST(TableAccess, WrittenEntryChangesItsTwoBytesAlone) {
   ImageBuilder image;
   EngineParts parts(std::move(image));
-  parts.table.setMark(4321, 0xBEEF);
+  setMark(parts.table, 4321, 0xBEEF);
   EXPECT_EQ(parts.table.mark(4321), 0xBEEF);
   parts.expected.poke(2 * kBlockBytes + 2 * 4321, {0xEF, 0xBE});
   EXPECT_TRUE(parts.imageIsAsExpected());
@@ -49,24 +59,92 @@ TEST(TableAccess, WritingOutsideTheImageDoesNothing) {
   EngineParts parts(std::move(image));
   for (const std::uint64_t index :
        {std::uint64_t{38 * 256}, std::uint64_t{1} << 40, kMaxBlock - 1, kMaxBlock})
-    parts.table.setMark(index, 0xBEEF);
+    setMark(parts.table, index, 0xBEEF);
   EXPECT_TRUE(parts.imageIsAsExpected());
 }
 
 TEST(TableAccess, EntriesAreReadBackAsWritten) {
   EngineParts parts{ImageBuilder(smallLayout())};
-  parts.table.setMark(300, 0xABCD);
+  setMark(parts.table, 300, 0xABCD);
   EXPECT_EQ(parts.table.mark(300), 0xABCD);
-  parts.table.setMark(1'000'000, 0xABCD); // behind the image
+  setMark(parts.table, 1'000'000, 0xABCD); // behind the image
   EXPECT_EQ(parts.table.mark(1'000'000), 0);
 }
 
 TEST(TableAccess, BlockOfAMarkFollowsTheTablesStartByTwoHundredAndFiftySix) {
   EngineParts parts(ImageBuilder({.fatStartBlock = 5}));
-  EXPECT_EQ(parts.table.tableBlockOf(0), 5U);
-  EXPECT_EQ(parts.table.tableBlockOf(255), 5U);
-  EXPECT_EQ(parts.table.tableBlockOf(256), 6U);
-  EXPECT_EQ(parts.table.tableBlockOf(5000), 5U + 19);
+  const auto tableBlockOf = [&](std::uint64_t block) {
+    std::uint64_t asked = 0;
+    parts.table.setMarks(block, 1, 0, [&](std::uint64_t tableBlock) {
+      asked = tableBlock;
+      return false;
+    });
+    return asked;
+  };
+  EXPECT_EQ(tableBlockOf(0), 5U);
+  EXPECT_EQ(tableBlockOf(255), 5U);
+  EXPECT_EQ(tableBlockOf(256), 6U);
+  EXPECT_EQ(tableBlockOf(5000), 5U + 19);
+}
+
+TEST(TableAccess, MarksOfManyBlocksRunOnFromOneBlockOfTheTableToTheNext) {
+  EngineParts parts{ImageBuilder(smallLayout())};
+  setMarks(parts.table, 250, 10, 0x8000);
+  putMarks(parts.expected, 250, 10, 0x8000);
+  EXPECT_TRUE(parts.imageIsAsExpected());
+  setMarks(parts.table, 0, 0, 0x1234);
+  EXPECT_TRUE(parts.imageIsAsExpected()) << "no marks at all";
+}
+
+TEST(TableAccess, MarksInABlockOfTheTableThatMayNotBeWrittenArePassedOver) {
+  EngineParts parts{ImageBuilder(smallLayout())};
+  parts.table.setMarks(250, 10, 0x8000, [](std::uint64_t tableBlock) { return tableBlock != 2; });
+  putMarks(parts.expected, 256, 4, 0x8000);
+  EXPECT_TRUE(parts.imageIsAsExpected());
+}
+
+// --- Whether any of many blocks is marked ------------------------------------------------------------
+
+VolumeLayout unmarkedLayout() {
+  return {.sizeBytes = 8 * kMiB, .slotSizeBlocks = 8, .marksBlocks = false};
+}
+
+TEST(AnyMarked, LooksAtExactlyTheBlocksGiven) {
+  for (const std::uint64_t marked : {0U, 1U, 255U, 256U, 4095U, 4096U, 4097U, 9000U, 16383U}) {
+    ImageBuilder image(unmarkedLayout());
+    image.setFatEntry(marked, 1);
+    const EngineParts parts(std::move(image));
+    EXPECT_TRUE(parts.table.anyMarked(marked, 1)) << marked;
+    EXPECT_TRUE(parts.table.anyMarked(0, marked + 1)) << marked;
+    EXPECT_TRUE(parts.table.anyMarked(marked, 16384 - marked)) << marked;
+    EXPECT_FALSE(parts.table.anyMarked(0, marked)) << marked;
+    EXPECT_FALSE(parts.table.anyMarked(marked + 1, 16384 - marked - 1)) << marked;
+    EXPECT_FALSE(parts.table.anyMarked(marked, 0)) << marked;
+  }
+}
+
+TEST(AnyMarked, EitherByteOfAMarkCounts) {
+  for (const std::uint16_t mark : std::initializer_list<std::uint16_t>{0x8000, 0x0001, 0x0100, 0x0080}) {
+    ImageBuilder image(unmarkedLayout());
+    image.setFatEntry(300, mark);
+    EXPECT_TRUE(EngineParts(std::move(image)).table.anyMarked(290, 20)) << mark;
+  }
+}
+
+TEST(AnyMarked, WhatLiesOutsideTheImageIsNot) {
+  EngineParts parts(ImageBuilder({.sizeBytes = 40 * kBlockBytes, .marksBlocks = false}));
+  EXPECT_FALSE(parts.table.anyMarked(0, 100 * 256));
+  EXPECT_FALSE(parts.table.anyMarked(38 * 256, 5));
+  EXPECT_FALSE(parts.table.anyMarked(std::uint64_t{1} << 40, 5));
+}
+
+TEST(AnyMarked, WhatCannotBeReadIs) {
+  const EngineParts parts{ImageBuilder(unmarkedLayout())};
+  makeUnreadable(parts.path(), 4096); // the table's blocks 8 to 15: from entry 6 * 256 on
+  EXPECT_FALSE(parts.table.anyMarked(0, 6 * 256));
+  EXPECT_TRUE(parts.table.anyMarked(0, 6 * 256 + 1));
+  EXPECT_TRUE(parts.table.anyMarked(7 * 256, 1));
+  EXPECT_FALSE(parts.table.anyMarked(14 * 256, 256));
 }
 
 TEST(TableAccess, FollowsTheTableWhenItsPlaceIsReadAnew) {

@@ -1,13 +1,19 @@
 #include "filesystem/SerialQueue.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <gtest/gtest.h>
+#include <limits>
 #include <memory>
+#include <optional>
 #include <set>
+#include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <pthread.h>
@@ -27,6 +33,33 @@ private:
   std::promise<void> opened_;
   std::shared_future<void> future_ = opened_.get_future().share();
 };
+
+/// What a block tells the test, once. The block keeps a copy: it may still be at it when the test has heard
+/// it and is over.
+template <typename T> class Report {
+public:
+  void tell(T value) const { told_->set_value(std::move(value)); }
+  /// What was told; nothing when that takes too long.
+  std::optional<T> heard() {
+    if (heard_.wait_for(kLong) != std::future_status::ready) return std::nullopt;
+    return heard_.get();
+  }
+  bool isTold() const { return heard_.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }
+
+private:
+  std::shared_ptr<std::promise<T>> told_ = std::make_shared<std::promise<T>>();
+  std::shared_future<T> heard_ = told_->get_future().share();
+};
+
+/// True once no queue has a block left. Queues that a test has released end when they are done.
+bool nothingIsPending() {
+  const auto end = std::chrono::steady_clock::now() + kLong;
+  while (SerialQueue::pendingBlocks() > 0) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
 
 TEST(SerialQueue, RunsBlocksInTheOrderGiven) {
   SerialQueue queue("test");
@@ -83,14 +116,12 @@ TEST(SerialQueue, LongLabelIsKeptWhole) {
 
 TEST(SerialQueue, WaitingOnItsOwnThreadReturnsAtOnce) {
   SerialQueue queue("test");
-  std::promise<bool> ended;
-  queue.async([&] {
+  Report<bool> ended;
+  queue.async([&queue, ended] {
     queue.waitUntilIdle();
-    ended.set_value(queue.isCurrent());
+    ended.tell(queue.isCurrent());
   });
-  auto result = ended.get_future();
-  ASSERT_EQ(result.wait_for(kLong), std::future_status::ready);
-  EXPECT_TRUE(result.get());
+  EXPECT_EQ(ended.heard(), true);
 }
 
 TEST(SerialQueue, IsCurrentOnItsOwnThreadAlone) {
@@ -109,18 +140,37 @@ TEST(SerialQueue, IsCurrentOnItsOwnThreadAlone) {
   EXPECT_FALSE(queue.isCurrent());
 }
 
-TEST(SerialQueue, WaitsForBlocksGivenBeforeAndNotForLaterOnes) {
+TEST(SerialQueue, WaitsForBlocksGivenBefore) {
   SerialQueue queue("test");
-  Gate early;
-  Gate late;
-  queue.async([&] { early.wait(); });
+  Gate gate;
+  std::atomic<bool> ran = false;
+  queue.async([&] { gate.wait(); });
+  queue.async([&] { ran = true; });
+  auto waiting = std::async(std::launch::async, [&] {
+    queue.waitUntilIdle();
+    return ran.load();
+  });
+  gate.open();
+  EXPECT_TRUE(waiting.get());
+}
+
+// The queue is never idle: each block gives the next one before it ends.
+TEST(SerialQueue, DoesNotWaitForBlocksGivenLater) {
+  SerialQueue queue("test");
+  std::atomic<bool> stop = false;
+  Report<bool> stopped;
+  std::function<void()> next = [&queue, &stop, &next, stopped] {
+    if (stop)
+      stopped.tell(true);
+    else
+      queue.async(next);
+  };
+  queue.async(next);
   auto waiting = std::async(std::launch::async, [&] { queue.waitUntilIdle(); });
-  EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
-  queue.async([&] { late.wait(); });
-  early.open();
   EXPECT_EQ(waiting.wait_for(kLong), std::future_status::ready);
-  late.open();
-  queue.waitUntilIdle();
+  stop = true;
+  EXPECT_EQ(stopped.heard(), true);
+  queue.waitUntilIdle(); // the last block has left what it refers to
 }
 
 TEST(SerialQueue, WaitingForAnIdleQueueReturns) {
@@ -133,47 +183,43 @@ TEST(SerialQueue, WaitingForAnIdleQueueReturns) {
 
 TEST(SerialQueue, ReleaseLetsGivenBlocksRunToTheirEndWithoutWaiting) {
   Gate gate;
-  std::promise<void> last;
-  auto ended = last.get_future();
+  Report<bool> ended;
   {
     SerialQueue queue("test");
     queue.async([&] { gate.wait(); });
     queue.async([] {});
-    queue.async([&] { last.set_value(); });
+    queue.async([ended] { ended.tell(true); });
   } // returns although the first block still waits
-  EXPECT_EQ(ended.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+  EXPECT_FALSE(ended.isTold());
   gate.open();
-  EXPECT_EQ(ended.wait_for(kLong), std::future_status::ready);
+  EXPECT_EQ(ended.heard(), true);
 }
 
 TEST(SerialQueue, LastOwnerMayBeABlock) {
   Gate gate;
-  std::promise<void> last;
-  auto ended = last.get_future();
+  Report<bool> wasGone;
   auto queue = std::make_shared<SerialQueue>("test");
   const std::weak_ptr<SerialQueue> watched = queue;
   queue->async([&gate, queue] { gate.wait(); });
-  queue->async([&last, watched] {
-    EXPECT_TRUE(watched.expired()); // the block before was the last owner and is destroyed
-    last.set_value();
-  });
+  // The block before is the last owner and is destroyed by then.
+  queue->async([wasGone, watched] { wasGone.tell(watched.expired()); });
   queue.reset();
   EXPECT_FALSE(watched.expired());
   gate.open();
-  ASSERT_EQ(ended.wait_for(kLong), std::future_status::ready);
+  EXPECT_EQ(wasGone.heard(), true);
 }
 
 TEST(SerialQueue, BlockIsDestroyedOnTheQueueRightAfterItRan) {
   SerialQueue queue("test");
+  std::thread::id queueThread;
   std::thread::id destroyedOn;
   bool destroyedBeforeNext = false;
-  auto mark = std::shared_ptr<int>(new int, [&](int *value) {
+  auto mark = std::shared_ptr<int>(new int, [&](const int *value) {
     destroyedOn = std::this_thread::get_id();
     delete value;
   });
-  std::thread::id queueThread;
-  queue.async([mark, &queueThread] { queueThread = std::this_thread::get_id(); });
-  mark.reset();
+  // The block gets the one reference there is: nobody else can be the last to let go of it.
+  queue.async([mark = std::move(mark), &queueThread] { queueThread = std::this_thread::get_id(); });
   queue.async([&] { destroyedBeforeNext = destroyedOn != std::thread::id(); });
   queue.waitUntilIdle();
   EXPECT_TRUE(destroyedBeforeNext);
@@ -202,19 +248,13 @@ TEST(SerialQueue, BlocksOfManyThreadsAllRunAndKeepEachThreadsOrder) {
 
 TEST(SerialQueue, BlockMayGiveFurtherBlocks) {
   SerialQueue queue("test");
-  std::promise<int> result;
-  queue.async([&] { queue.async([&] { result.set_value(42); }); });
-  auto future = result.get_future();
-  ASSERT_EQ(future.wait_for(kLong), std::future_status::ready);
-  EXPECT_EQ(future.get(), 42);
-  queue.waitUntilIdle();
+  Report<int> result;
+  queue.async([&queue, result] { queue.async([result] { result.tell(42); }); });
+  EXPECT_EQ(result.heard(), 42);
 }
 
 TEST(SerialQueue, PendingBlocksCountAllQueuesReleasedOnesIncluded) {
-  // Queues released by other tests may still be ending their last block.
-  for (int i = 0; i < 2000 && SerialQueue::pendingBlocks() > 0; ++i)
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  ASSERT_EQ(SerialQueue::pendingBlocks(), 0U);
+  ASSERT_TRUE(nothingIsPending());
   Gate gate;
   SerialQueue kept("kept");
   {
@@ -225,11 +265,65 @@ TEST(SerialQueue, PendingBlocksCountAllQueuesReleasedOnesIncluded) {
   kept.async([&] { gate.wait(); });
   EXPECT_EQ(SerialQueue::pendingBlocks(), 3U);
   gate.open();
-  kept.waitUntilIdle();
-  for (int i = 0; i < 2000 && SerialQueue::pendingBlocks() > 0; ++i)
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  EXPECT_EQ(SerialQueue::pendingBlocks(), 0U);
+  EXPECT_TRUE(nothingIsPending());
 }
+
+#ifdef __GLIBC__
+/// Lets no thread be started as long as it lives: a new one would get a stack that no address space holds.
+class NoNewThreads {
+public:
+  NoNewThreads() {
+    ::pthread_getattr_default_np(&before_);
+    pthread_attr_t huge;
+    ::pthread_attr_init(&huge);
+    ::pthread_attr_setstacksize(&huge, std::numeric_limits<std::size_t>::max() / 4);
+    ::pthread_setattr_default_np(&huge);
+    ::pthread_attr_destroy(&huge);
+  }
+  ~NoNewThreads() {
+    ::pthread_setattr_default_np(&before_);
+    ::pthread_attr_destroy(&before_);
+  }
+  NoNewThreads(const NoNewThreads &) = delete;
+  NoNewThreads &operator=(const NoNewThreads &) = delete;
+
+private:
+  pthread_attr_t before_{};
+};
+
+TEST(SerialQueue, BlockWhoseThreadCannotBeStartedIsRefusedAndNeitherKeptNorCounted) {
+  ASSERT_TRUE(nothingIsPending());
+  SerialQueue queue("test");
+  bool refusedRan = false;
+  auto refused = std::make_shared<int>();
+  const std::weak_ptr<int> watched = refused;
+  {
+    const NoNewThreads none;
+    EXPECT_THROW(queue.async([&refusedRan, refused = std::move(refused)] { refusedRan = true; }),
+                 std::system_error);
+  }
+  ASSERT_TRUE(watched.expired());
+  ASSERT_EQ(SerialQueue::pendingBlocks(), 0U);
+  EXPECT_FALSE(queue.isCurrent());
+  queue.waitUntilIdle();
+
+  bool laterRan = false;
+  queue.async([&] { laterRan = true; });
+  queue.waitUntilIdle();
+  EXPECT_TRUE(laterRan);
+  EXPECT_FALSE(refusedRan);
+}
+
+TEST(SerialQueue, QueueThatRunsNeedsNoNewThread) {
+  SerialQueue queue("test");
+  queue.async([] {});
+  bool ran = false;
+  const NoNewThreads none;
+  queue.async([&] { ran = true; });
+  queue.waitUntilIdle();
+  EXPECT_TRUE(ran);
+}
+#endif
 
 } // namespace
 } // namespace tessary

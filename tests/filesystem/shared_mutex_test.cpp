@@ -1,12 +1,12 @@
 #include "filesystem/FairSharedMutex.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <future>
 #include <gtest/gtest.h>
 #include <mutex>
-#include <shared_mutex>
+#include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -14,8 +14,54 @@ namespace tessary {
 namespace {
 
 constexpr auto kLong = std::chrono::seconds(20);
-/// Long enough for another thread to have got a lock that is free.
-constexpr auto kAWhile = std::chrono::milliseconds(50);
+
+/// True once the condition holds; false when it does not for a long time.
+template <typename Condition> bool waitUntil(Condition condition) {
+  const auto end = std::chrono::steady_clock::now() + kLong;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
+
+/// Threads that take the lock, each of them started once the one before stands in line. Their letters are
+/// noted while they hold it.
+class Line {
+public:
+  explicit Line(FairSharedMutex &mutex) : mutex_(mutex) {}
+  ~Line() { join(); }
+  Line(const Line &) = delete;
+  Line &operator=(const Line &) = delete;
+
+  void addWriter(char letter) { add<WriteLock>(letter); }
+  void addReader(char letter) { add<ReadLock>(letter); }
+  void join() {
+    for (std::thread &thread : threads_)
+      thread.join();
+    threads_.clear();
+  }
+  std::string served() {
+    const std::lock_guard lock(notes_);
+    return served_;
+  }
+
+private:
+  template <typename Lock> void add(char letter) {
+    const std::uint64_t before = mutex_.waiting();
+    threads_.emplace_back([this, letter] {
+      const Lock lock(mutex_);
+      const std::lock_guard notesLock(notes_);
+      served_ += letter;
+    });
+    ASSERT_TRUE(waitUntil([&] { return mutex_.waiting() == before + 1; })) << letter << " does not wait";
+  }
+
+  FairSharedMutex &mutex_;
+  std::mutex notes_;
+  std::string served_;
+  std::vector<std::thread> threads_;
+};
 
 TEST(FairSharedMutex, WritersExcludeEachOther) {
   FairSharedMutex mutex;
@@ -24,7 +70,7 @@ TEST(FairSharedMutex, WritersExcludeEachOther) {
   for (int t = 0; t < 4; ++t)
     threads.emplace_back([&] {
       for (int i = 0; i < 2000; ++i) {
-        const std::unique_lock lock(mutex);
+        const WriteLock lock(mutex);
         ++counter;
       }
     });
@@ -37,112 +83,81 @@ TEST(FairSharedMutex, ReadersRunSideBySide) {
   FairSharedMutex mutex;
   std::atomic<int> inside = 0;
   const auto read = [&] {
-    const std::shared_lock lock(mutex);
+    const ReadLock lock(mutex);
     ++inside;
-    const auto until = std::chrono::steady_clock::now() + kLong;
-    while (inside < 3 && std::chrono::steady_clock::now() < until)
-      std::this_thread::yield();
-    return inside.load();
+    return waitUntil([&] { return inside == 3; });
   };
-  std::vector<std::future<int>> readers;
+  std::vector<std::future<bool>> readers;
   for (int i = 0; i < 3; ++i)
     readers.push_back(std::async(std::launch::async, read));
   for (auto &reader : readers)
-    EXPECT_EQ(reader.get(), 3);
+    EXPECT_TRUE(reader.get());
 }
 
 TEST(FairSharedMutex, WriterWaitsForReaders) {
   FairSharedMutex mutex;
-  std::shared_lock reading(mutex);
-  std::atomic<bool> written = false;
-  std::thread writer([&] {
-    const std::unique_lock lock(mutex);
-    written = true;
-  });
-  std::this_thread::sleep_for(kAWhile);
-  EXPECT_FALSE(written);
-  reading.unlock();
-  writer.join();
-  EXPECT_TRUE(written);
+  Line line(mutex);
+  {
+    const ReadLock reading(mutex);
+    line.addWriter('w');
+    EXPECT_EQ(line.served(), "");
+  }
+  line.join();
+  EXPECT_EQ(line.served(), "w");
 }
 
 TEST(FairSharedMutex, ReaderWaitsForTheWriter) {
   FairSharedMutex mutex;
-  std::unique_lock writing(mutex);
-  std::atomic<bool> read = false;
-  std::thread reader([&] {
-    const std::shared_lock lock(mutex);
-    read = true;
-  });
-  std::this_thread::sleep_for(kAWhile);
-  EXPECT_FALSE(read);
-  writing.unlock();
-  reader.join();
-  EXPECT_TRUE(read);
+  Line line(mutex);
+  {
+    const WriteLock writing(mutex);
+    line.addReader('r');
+    EXPECT_EQ(line.served(), "");
+  }
+  line.join();
+  EXPECT_EQ(line.served(), "r");
 }
 
 TEST(FairSharedMutex, ReaderThatComesAfterAWaitingWriterIsServedAfterIt) {
   FairSharedMutex mutex;
-  std::mutex orderMutex;
-  std::vector<int> order;
-  const auto note = [&](int who) {
-    const std::lock_guard lock(orderMutex);
-    order.push_back(who);
-  };
-  std::shared_lock reading(mutex);
-  std::thread writer([&] {
-    const std::unique_lock lock(mutex);
-    note(1);
-  });
-  std::this_thread::sleep_for(kAWhile);
-  std::thread reader([&] {
-    const std::shared_lock lock(mutex); // could go in beside the first reader, but has come after the writer
-    note(2);
-  });
-  std::this_thread::sleep_for(kAWhile);
+  Line line(mutex);
   {
-    const std::lock_guard lock(orderMutex);
-    EXPECT_TRUE(order.empty());
+    const ReadLock reading(mutex);
+    line.addWriter('w');
+    line.addReader('r'); // could go in beside the first reader, but has come after the writer
+    EXPECT_EQ(line.served(), "");
   }
-  reading.unlock();
-  writer.join();
-  reader.join();
-  EXPECT_EQ(order, (std::vector<int>{1, 2}));
+  line.join();
+  EXPECT_EQ(line.served(), "wr");
 }
 
-/// Times the other thread took the lock while this one waited for it once, over many waits.
-template <typename Lock> std::uint64_t medianOvertakings() {
+TEST(FairSharedMutex, AllAreServedInTheOrderTheyCame) {
   FairSharedMutex mutex;
-  std::atomic<bool> stop = false;
-  std::atomic<std::uint64_t> taken = 0;
-  std::thread greedy([&] {
-    while (!stop) {
-      const std::unique_lock lock(mutex);
-      ++taken;
-      const auto until = std::chrono::steady_clock::now() + std::chrono::microseconds(50);
-      while (std::chrono::steady_clock::now() < until) {
-      }
-    }
-  });
-  std::vector<std::uint64_t> overtakings;
-  for (int i = 0; i < 201; ++i) {
-    const std::uint64_t before = taken;
-    const Lock lock(mutex);
-    overtakings.push_back(taken - before);
+  Line line(mutex);
+  {
+    const WriteLock writing(mutex);
+    for (const char letter : std::string("aBcDEfg")) // the capitals read
+      letter < 'a' ? line.addReader(letter) : line.addWriter(letter);
+    EXPECT_EQ(mutex.waiting(), 7U);
   }
-  stop = true;
-  greedy.join();
-  std::nth_element(overtakings.begin(), overtakings.begin() + 100, overtakings.end());
-  return overtakings[100];
+  line.join();
+  const std::string served = line.served();
+  EXPECT_TRUE(served == "aBcDEfg" || served == "aBcEDfg") << served; // D and E are inside together
+  EXPECT_EQ(mutex.waiting(), 0U);
 }
 
-// A loop that takes the lock again at once would hold an unfair one for hundreds of rounds.
-TEST(FairSharedMutex, LoopThatTakesTheLockAgainAndAgainDoesNotStarveAWriter) {
-  EXPECT_LE(medianOvertakings<std::unique_lock<FairSharedMutex>>(), 3U);
-}
-
-TEST(FairSharedMutex, LoopThatTakesTheLockAgainAndAgainDoesNotStarveAReader) {
-  EXPECT_LE(medianOvertakings<std::shared_lock<FairSharedMutex>>(), 3U);
+// An unfair lock would nearly always let the thread that gives it back have it again at once.
+TEST(FairSharedMutex, WhoTakesTheLockAgainAtOnceComesAfterThoseThatWait) {
+  FairSharedMutex mutex;
+  for (int round = 0; round < 50; ++round) {
+    Line line(mutex);
+    std::optional<WriteLock> held(mutex);
+    line.addWriter('w');
+    line.addReader('r');
+    held.reset();
+    held.emplace(mutex);
+    EXPECT_EQ(line.served(), "wr");
+  }
 }
 
 } // namespace

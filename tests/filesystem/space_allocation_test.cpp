@@ -1,6 +1,5 @@
 // Room for what is new: marks and counters, free entries, free directory blocks, entry ids.
 
-#include "filesystem/SpaceAllocation.h"
 #include "filesystem/TreeEditor.h"
 #include "tests/writing/EngineParts.h"
 
@@ -138,9 +137,10 @@ TEST(SlotMarks, MarksBehindATooShortTableLandInWhatFollowsIt) {
 std::optional<EntryPlace> freeEntry(const OpenedVolume &opened, const EMU3DirectoryPtr &folder) {
   Volume &volume = *opened;
   const ReadLock lock(volume.lock);
-  const std::optional<tessary::EntryPlace> place = findFreeDentry(volume, folder);
-  if (!place) return std::nullopt;
-  return EntryPlace{static_cast<std::uint64_t>(place->block), static_cast<std::size_t>(place->index)};
+  const std::optional<EntrySpot> spot = findSpot(volume, folder);
+  if (!spot) return std::nullopt;
+  return EntryPlace{static_cast<std::uint64_t>(spot->place.block),
+                    static_cast<std::size_t>(spot->place.index)};
 }
 
 std::optional<EntryPlace> freeEntryOfRoot(ImageBuilder image) {
@@ -236,7 +236,7 @@ std::uint64_t freeDirectoryBlock(ImageBuilder image, MountRules rules = MountRul
   const OpenedVolume opened(std::move(image), rules);
   Volume &volume = *opened;
   const ReadLock lock(volume.lock);
-  return findFreeDirectoryBlock(volume);
+  return static_cast<std::uint64_t>(volume.rules().findDirectoryBlock(volume, {}).value_or(0));
 }
 
 TEST(FreeDirectoryBlock, OfAFreshVolumeFollowsTheRoot) {
@@ -302,7 +302,7 @@ TEST(FreeDirectoryBlock, GuardedIsAtMost32767) {
   EXPECT_EQ(freeDirectoryBlock(ImageBuilder(layoutWithRootAt(32800, 33000)), MountRules::guarded), 0U);
 }
 
-// The table in blocks 6 to 9, between the root block and the data area.
+// The table from block 6 on, between the root block and the data area.
 VolumeLayout layoutWithTableBehindRoot() {
   return {.sizeBytes = 256 * kKiB,
           .fatStartBlock = 6,
@@ -316,7 +316,11 @@ TEST(FreeDirectoryBlock, BareMayLieInTheAllocationTable) {
 }
 
 TEST(FreeDirectoryBlock, GuardedNeverLiesInTheAllocationTable) {
-  EXPECT_EQ(freeDirectoryBlock(ImageBuilder(layoutWithTableBehindRoot()), MountRules::guarded), 0U);
+  EXPECT_EQ(freeDirectoryBlock(ImageBuilder(layoutWithTableBehindRoot()), MountRules::guarded), 8U)
+      << "behind the marks of all 512 blocks";
+  VolumeLayout layout = layoutWithTableBehindRoot();
+  layout.sizeBytes = 4 * 256 * kBlockBytes;
+  EXPECT_EQ(freeDirectoryBlock(ImageBuilder(layout), MountRules::guarded), 0U);
 }
 
 TEST(FreeDirectoryBlock, GuardedUsesTheBlocksBeforeTheTable) {

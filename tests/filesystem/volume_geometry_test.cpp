@@ -91,49 +91,98 @@ TEST(VolumeGeometryRead, EachFieldIsDefaultedByItself) {
   }
 }
 
-TEST(DescribedBlocks, EndWhereTheRootOrTheDataAreaBegins) {
-  const auto described = [](std::uint32_t table, std::uint32_t root, std::uint32_t data) {
-    return geometryOf(ImageBuilder({.sizeBytes = 300 * kBlockBytes,
-                                    .fatStartBlock = table,
-                                    .rootDirBlock = root,
-                                    .dataAreaBlock = data}))
-        .describedBlocks();
-  };
-  EXPECT_EQ(described(2, 6, 175), 4 * 256U);
-  EXPECT_EQ(described(2, 175, 6), 4 * 256U);
-  EXPECT_EQ(described(10, 6, 175), 165 * 256U);  // the root lies below the table and does not end it
-  EXPECT_EQ(described(200, 6, 175), 100 * 256U); // neither does: the image's end does
+// --- The table -------------------------------------------------------------------------------------
+
+struct Table {
+  std::uint64_t total;
+  std::uint64_t table;
+  std::uint64_t root;
+  std::uint64_t data;
+  std::uint64_t end;       ///< first block behind the table
+  std::uint64_t described; ///< blocks that it has marks for
+};
+
+void PrintTo(const Table &table, std::ostream *out) {
+  *out << table.total << " blocks, table " << table.table << ", root " << table.root << ", data "
+       << table.data;
 }
 
-TEST(DescribedBlocks, AreNoneWhereTheImageEndsBeforeTheTable) {
-  const VolumeGeometry geometry{.totalBlocks = 5, .rootDirBlock = 9, .dataAreaBlock = 10, .fatStartBlock = 6};
-  EXPECT_EQ(geometry.describedBlocks(), 0U);
+class TableEnd : public testing::TestWithParam<Table> {
+protected:
+  static VolumeGeometry geometry() {
+    return {.totalBlocks = GetParam().total,
+            .rootDirBlock = GetParam().root,
+            .dataAreaBlock = GetParam().data,
+            .fatStartBlock = GetParam().table};
+  }
+};
+
+TEST_P(TableEnd, IsWhereTheRootTheDataAreaOrTheMarksOfAllBlocksEnd) {
+  EXPECT_EQ(geometry().tableEndBlock(), GetParam().end);
+  EXPECT_EQ(geometry().describedBlocks(), GetParam().described);
 }
 
-// --- The end of the table --------------------------------------------------------------------------
-
-std::uint64_t tableEnd(std::uint64_t table, std::uint64_t root, std::uint64_t data) {
-  return VolumeGeometry{
-      .totalBlocks = 300, .rootDirBlock = root, .dataAreaBlock = data, .fatStartBlock = table}
-      .tableEndBlock();
+TEST_P(TableEnd, BlocksOfTheTableLieBetweenItsStartAndItsEnd) {
+  const auto &[total, table, root, data, end, described] = GetParam();
+  EXPECT_FALSE(geometry().isInTable(table - 1));
+  EXPECT_EQ(geometry().isInTable(table), end > table);
+  if (end > table) {
+    EXPECT_TRUE(geometry().isInTable(end - 1));
+  }
+  EXPECT_FALSE(geometry().isInTable(end));
+  EXPECT_FALSE(geometry().isInTable(~std::uint64_t{0}));
 }
 
-TEST(TableEnd, IsTheRootBlockOrTheDataAreaWhicheverComesFirst) {
-  EXPECT_EQ(tableEnd(2, 6, 175), 6U);
-  EXPECT_EQ(tableEnd(2, 175, 6), 6U);
-  EXPECT_EQ(tableEnd(2, 6, 6), 6U);
+INSTANTIATE_TEST_SUITE_P(WhicheverComesFirst, TableEnd,
+                         testing::Values(Table{3000, 2, 6, 175, 6, 1024}, Table{3000, 2, 175, 6, 6, 1024},
+                                         Table{3000, 2, 6, 6, 6, 1024}, Table{3000, 2, 100, 175, 14, 3000}));
+INSTANTIATE_TEST_SUITE_P(MarksOfAllBlocks, TableEnd,
+                         testing::Values(Table{256, 2, 100, 175, 3, 256}, Table{257, 2, 100, 175, 4, 257},
+                                         Table{300, 2, 6, 175, 4, 300}, Table{512, 2, 4, 175, 4, 512},
+                                         Table{513, 2, 4, 175, 4, 512}));
+INSTANTIATE_TEST_SUITE_P(WhatLiesBelowItDoesNotEndIt, TableEnd,
+                         testing::Values(Table{3000, 10, 6, 15, 15, 1280}, Table{3000, 10, 15, 9, 15, 1280},
+                                         Table{3000, 10, 6, 9, 22, 3000}, Table{300, 200, 6, 175, 202, 300}));
+INSTANTIATE_TEST_SUITE_P(WhatBeginsAtItsStartLeavesNone, TableEnd,
+                         testing::Values(Table{3000, 10, 10, 175, 10, 0}, Table{3000, 10, 6, 10, 10, 0},
+                                         Table{3000, 10, 10, 10, 10, 0}));
+INSTANTIATE_TEST_SUITE_P(BehindTheImage, TableEnd,
+                         testing::Values(Table{5, 6, 9, 10, 7, 0}, Table{300, 299, 6, 10, 301, 256},
+                                         Table{300, 0xFFFFFFFF, 6, 10, 0x100000001, 0}));
+
+// --- Where a folder's block may lie ------------------------------------------------------------------
+
+TEST(FoldersBlock, LiesFromTheRootToTheDataAreaOutsideTheTable) {
+  const VolumeGeometry geometry{
+      .totalBlocks = 1000, .rootDirBlock = 4, .dataAreaBlock = 15, .fatStartBlock = 6};
+  EXPECT_FALSE(geometry.mayHoldFolder(3));
+  EXPECT_TRUE(geometry.mayHoldFolder(4));
+  EXPECT_TRUE(geometry.mayHoldFolder(5));
+  EXPECT_FALSE(geometry.mayHoldFolder(6));
+  EXPECT_FALSE(geometry.mayHoldFolder(9));
+  EXPECT_TRUE(geometry.mayHoldFolder(10)) << "the table has four blocks";
+  EXPECT_TRUE(geometry.mayHoldFolder(14));
+  EXPECT_FALSE(geometry.mayHoldFolder(15));
 }
 
-TEST(TableEnd, IsNotWhatLiesAtOrBelowTheTablesStart) {
-  EXPECT_EQ(tableEnd(10, 6, 175), 175U);
-  EXPECT_EQ(tableEnd(10, 10, 175), 175U);
-  EXPECT_EQ(tableEnd(10, 175, 9), 175U);
-  EXPECT_EQ(tableEnd(10, 11, 175), 11U) << "a table of one block";
+TEST(FoldersBlock, LiesInsideTheImage) {
+  const VolumeGeometry geometry{
+      .totalBlocks = 100, .rootDirBlock = 4, .dataAreaBlock = 500, .fatStartBlock = 2};
+  EXPECT_TRUE(geometry.mayHoldFolder(99));
+  EXPECT_FALSE(geometry.mayHoldFolder(100));
 }
 
-TEST(TableEnd, IsNowhereWhenBothLieBelow) {
-  EXPECT_EQ(tableEnd(200, 6, 175), kMaxBlock);
-  EXPECT_EQ(tableEnd(200, 200, 200), kMaxBlock);
+TEST(FoldersBlock, HasANumberThatAnEntryCanHold) {
+  const VolumeGeometry geometry{
+      .totalBlocks = 90000, .rootDirBlock = 400, .dataAreaBlock = 80000, .fatStartBlock = 2};
+  EXPECT_TRUE(geometry.mayHoldFolder(32767));
+  EXPECT_FALSE(geometry.mayHoldFolder(32768));
+}
+
+TEST(FoldersBlock, IsNeverBlockZero) {
+  const VolumeGeometry geometry{.totalBlocks = 100, .dataAreaBlock = 50, .fatStartBlock = 2};
+  EXPECT_FALSE(geometry.mayHoldFolder(0));
+  EXPECT_TRUE(geometry.mayHoldFolder(1));
 }
 
 // --- Slots -----------------------------------------------------------------------------------------

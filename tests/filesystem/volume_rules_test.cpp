@@ -1,5 +1,5 @@
 // Where the bare and the guarded rules differ, asked by themselves. What the differences do to an image is
-// in tests/writing/guards_test.cpp.
+// in tests/writing.
 
 #include "filesystem/TreeEditor.h"
 #include "filesystem/VolumeRules.h"
@@ -17,9 +17,16 @@ FileOptions inSlot(std::uint16_t slot) {
   return {.slot = slot, .storesContents = false};
 }
 
+// A volume with all the slots that there can be.
+VolumeLayout layoutOfAllSlots() {
+  return {.sizeBytes = 260 * kMiB, .slotSizeBlocks = 8, .directoryBlocks = 12};
+}
+
 std::optional<std::uint16_t> slotFor(ImageBuilder image, MountRules rules) {
-  const EngineParts parts(std::move(image));
-  return rulesFor(rules).slotForNewFile(parts.tree, parts.geometry);
+  const OpenedVolume opened(std::move(image), rules);
+  Volume &volume = *opened;
+  const ReadLock lock(volume.lock);
+  return volume.rules().slotForNewFile(volume, 1);
 }
 
 // --- Choosing a slot -------------------------------------------------------------------------------
@@ -71,13 +78,13 @@ TEST(SlotChoice, AboveSlot65535ComesSlotZero) {
   EXPECT_EQ(slotFor(volumeWithSlot65535(), MountRules::bare), std::uint16_t{0});
 }
 
-// --- Guarded, the slot is above every slot reached --------------------------------------------------
+// --- Guarded, the slot is above every slot reached, else the lowest of all ---------------------------
 
 struct Reach {
   std::uint16_t slot;
   std::uint16_t clusters;
   std::uint16_t blocks;
-  std::optional<std::uint16_t> next; ///< guarded
+  std::uint16_t next; ///< guarded
 };
 
 void PrintTo(const Reach &reach, std::ostream *out) {
@@ -87,7 +94,7 @@ void PrintTo(const Reach &reach, std::ostream *out) {
 class SlotGuard : public testing::TestWithParam<Reach> {
 protected:
   static ImageBuilder image(std::uint8_t type = 0x81) {
-    ImageBuilder builder(smallLayout());
+    ImageBuilder builder(layoutOfAllSlots());
     const Reach &reach = GetParam();
     builder.root().addFolder("folder").addFile("far", bytesOf("x"),
                                                {.type = type,
@@ -116,10 +123,10 @@ INSTANTIATE_TEST_SUITE_P(Reaches, SlotGuard,
                                          Reach{3, 1, 17, 6}, Reach{3, 4, 1, 7}, Reach{3, 4, 41, 9},
                                          Reach{3, 0, 0, 4}, Reach{0, 0, 0, 2}, Reach{0, 1, 1, 2},
                                          Reach{0, 1, 17, 4}, Reach{1, 1, 65535, 8193},
-                                         Reach{65534, 1, 8, 65535}, Reach{65534, 2, 1, std::nullopt},
-                                         Reach{65534, 1, 9, std::nullopt}, Reach{65535, 1, 1, std::nullopt},
-                                         Reach{65535, 65535, 65535, std::nullopt},
-                                         Reach{2, 65534, 0, std::nullopt}, Reach{2, 65533, 0, 65535}));
+                                         Reach{65534, 1, 8, 65535}, Reach{65534, 2, 1, 1},
+                                         Reach{65534, 1, 9, 1}, Reach{65535, 1, 1, 1},
+                                         Reach{65535, 65535, 65535, 1}, Reach{2, 65534, 0, 1},
+                                         Reach{2, 65533, 0, 65535}));
 
 TEST(SlotGuardOfAnEmptyVolume, GivesSlotOne) {
   EXPECT_EQ(slotFor(ImageBuilder(smallLayout()), MountRules::guarded), std::uint16_t{1});
@@ -179,40 +186,9 @@ TEST(VolumeRules, TellWhichTheyAre) {
   EXPECT_EQ(rulesFor(MountRules::guarded).kind(), MountRules::guarded);
 }
 
-// --- Where marks and folders may go ----------------------------------------------------------------
-
-VolumeGeometry tableInBlocks6To9() {
-  return {
-      .totalBlocks = 40000, .rootDirBlock = 4, .dataAreaBlock = 10, .fatStartBlock = 6, .slotSizeBlocks = 8};
-}
-
-TEST(Marks, StayInsideTheTableOnlyByTheGuardedRules) {
-  const VolumeGeometry geometry = tableInBlocks6To9();
-  const VolumeRules &guarded = rulesFor(MountRules::guarded);
-  EXPECT_TRUE(guarded.mayMarkIn(6, geometry));
-  EXPECT_TRUE(guarded.mayMarkIn(9, geometry));
-  EXPECT_FALSE(guarded.mayMarkIn(10, geometry));
-  EXPECT_FALSE(guarded.mayMarkIn(~std::uint64_t{0}, geometry));
-  EXPECT_TRUE(rulesFor(MountRules::bare).mayMarkIn(10, geometry));
-}
-
-TEST(FoldersBlock, LiesOutsideTheTableAndBelow32768OnlyByTheGuardedRules) {
-  const VolumeGeometry geometry = tableInBlocks6To9();
-  const VolumeRules &guarded = rulesFor(MountRules::guarded);
-  EXPECT_TRUE(guarded.mayHoldFolder(5, geometry));
-  EXPECT_FALSE(guarded.mayHoldFolder(6, geometry));
-  EXPECT_FALSE(guarded.mayHoldFolder(9, geometry));
-  EXPECT_TRUE(guarded.mayHoldFolder(10, geometry));
-  EXPECT_TRUE(guarded.mayHoldFolder(32767, geometry));
-  EXPECT_FALSE(guarded.mayHoldFolder(32768, geometry));
-  const VolumeRules &bare = rulesFor(MountRules::bare);
-  EXPECT_TRUE(bare.mayHoldFolder(6, geometry));
-  EXPECT_TRUE(bare.mayHoldFolder(32768, geometry));
-}
-
 // --- What has left the tree ------------------------------------------------------------------------
 
-class ObjectsOfATree : public testing::Test {
+class ObjectsOfATree : public testing::TestWithParam<MountRules> {
 protected:
   static ImageBuilder image() {
     ImageBuilder builder(smallLayout());
@@ -221,85 +197,99 @@ protected:
     return builder;
   }
 
-  EngineParts parts{image()};
-  EMU3DirectoryPtr root = parts.root();
+  bool isBare() const { return GetParam() == MountRules::bare; }
+
+  OpenedVolume opened{image(), GetParam()};
+  Volume &volume = *opened;
+  const VolumeRules &rules = volume.rules();
+  EMU3DirectoryPtr root = opened.root();
   EMU3FilePtr file = fileNamed(root, "file");
   EMU3DirectoryPtr folder = folderNamed(root, "folder");
   EMU3FilePtr inside = fileNamed(folder, "inside");
 };
 
-TEST_F(ObjectsOfATree, MayBeUsedWhereTheyAre) {
-  for (const MountRules kind : {MountRules::bare, MountRules::guarded}) {
-    const VolumeRules &rules = rulesFor(kind);
-    EXPECT_TRUE(rules.mayUse(parts.tree, root));
-    EXPECT_TRUE(rules.mayUse(parts.tree, folder));
-    EXPECT_TRUE(rules.mayUse(parts.tree, folder, inside));
-    EXPECT_TRUE(rules.mayUse(parts.tree, root, folder));
-    EXPECT_TRUE(rules.mayRead(parts.tree, inside));
-  }
+INSTANTIATE_TEST_SUITE_P(Rules, ObjectsOfATree, testing::Values(MountRules::bare, MountRules::guarded),
+                         rulesName);
+
+TEST_P(ObjectsOfATree, MayBeUsedWhereTheyAre) {
+  const ReadLock lock(volume.lock);
+  EXPECT_TRUE(rules.mayUse(volume, root));
+  EXPECT_TRUE(rules.mayUse(volume, folder));
+  EXPECT_TRUE(rules.mayUse(volume, folder, inside));
+  EXPECT_TRUE(rules.mayUse(volume, root, folder));
+  EXPECT_TRUE(rules.mayErase(*inside));
+  EXPECT_TRUE(rules.mayRead(volume, inside));
 }
 
-TEST_F(ObjectsOfATree, ThatHaveLeftItMayBeUsedOnlyByTheBareRules) {
+TEST_P(ObjectsOfATree, ThatHaveLeftItMayBeUsedOnlyByTheBareRules) {
   TreeEditor::removeSubdirectory(root, folder);
   TreeEditor::removeFile(root, file);
-  for (const MountRules kind : {MountRules::bare, MountRules::guarded}) {
-    const VolumeRules &rules = rulesFor(kind);
-    const bool isBare = kind == MountRules::bare;
-    EXPECT_EQ(rules.mayUse(parts.tree, folder), isBare);
-    EXPECT_EQ(rules.mayUse(parts.tree, folder, inside), isBare);
-    EXPECT_EQ(rules.mayUse(parts.tree, root, file), isBare);
-    EXPECT_EQ(rules.mayUse(parts.tree, root, folder), isBare);
-    EXPECT_EQ(rules.mayRead(parts.tree, file), isBare);
-    EXPECT_EQ(rules.mayRead(parts.tree, inside), isBare);
-  }
+  const ReadLock lock(volume.lock);
+  EXPECT_EQ(rules.mayUse(volume, folder), isBare());
+  EXPECT_EQ(rules.mayUse(volume, folder, inside), isBare());
+  EXPECT_EQ(rules.mayUse(volume, root, file), isBare());
+  EXPECT_EQ(rules.mayUse(volume, root, folder), isBare());
+  EXPECT_EQ(rules.mayRead(volume, file), isBare());
+  EXPECT_EQ(rules.mayRead(volume, inside), isBare());
 }
 
-TEST_F(ObjectsOfATree, FromElsewhereThanWhereTheyAreMayBeUsedOnlyByTheBareRules) {
-  for (const MountRules kind : {MountRules::bare, MountRules::guarded}) {
-    const bool isBare = kind == MountRules::bare;
-    EXPECT_EQ(rulesFor(kind).mayUse(parts.tree, root, inside), isBare);
-    EXPECT_EQ(rulesFor(kind).mayUse(parts.tree, folder, root), isBare);
-  }
+TEST_P(ObjectsOfATree, FromElsewhereThanWhereTheyAreMayBeUsedOnlyByTheBareRules) {
+  const ReadLock lock(volume.lock);
+  EXPECT_EQ(rules.mayUse(volume, root, inside), isBare());
+  EXPECT_EQ(rules.mayUse(volume, folder, root), isBare());
+}
+
+TEST_P(ObjectsOfATree, RootIsInNoFoldersList) {
+  const ReadLock lock(volume.lock);
+  EXPECT_EQ(rules.mayUse(volume, root, root), isBare());
+  EXPECT_EQ(rules.mayUse(volume, EMU3DirectoryPtr(), root), isBare());
+}
+
+TEST_P(ObjectsOfATree, DeletedFileOfTheListMayBeUsedOnlyByTheBareRules) {
+  EMU3FileFields fields = file->fields();
+  fields.rawType = 0;
+  TreeEditor::setFields(*file, fields);
+  const ReadLock lock(volume.lock);
+  EXPECT_EQ(rules.mayUse(volume, root, file), isBare());
+  EXPECT_EQ(rules.mayErase(*file), isBare());
+  EXPECT_EQ(rules.mayRead(volume, file), isBare());
 }
 
 // --- A place that something new takes --------------------------------------------------------------
 
-TEST_F(ObjectsOfATree, EntryOfAFolderIsFreeOnlyByTheBareRules) {
+TEST_P(ObjectsOfATree, EntryOfAFolderIsFreeOnlyByTheBareRules) {
   const RawEntry entry = rawFolderEntry("folder", 0x40, {});
   const tessary::EntryPlace place = folder->place();
-  EXPECT_TRUE(rulesFor(MountRules::bare).isFree(entry.data(), place, parts.tree));
-  EXPECT_FALSE(rulesFor(MountRules::guarded).isFree(entry.data(), place, parts.tree));
-  EXPECT_TRUE(rulesFor(MountRules::guarded).isFree(entry.data(), {place.block, place.index + 1}, parts.tree))
+  const ReadLock lock(volume.lock);
+  EXPECT_EQ(rules.isFree(volume, entry.data(), place), isBare());
+  EXPECT_TRUE(rules.isFree(volume, entry.data(), {place.block, place.index + 1}))
       << "no folder of the tree is there";
 }
 
-TEST_F(ObjectsOfATree, EmptyOrDeletedEntryIsFreeAndALiveFilesIsNot) {
+TEST_P(ObjectsOfATree, EmptyOrDeletedEntryIsFreeAndALiveFilesIsNot) {
   const tessary::EntryPlace place = file->place();
-  for (const MountRules kind : {MountRules::bare, MountRules::guarded}) {
-    const VolumeRules &rules = rulesFor(kind);
-    EXPECT_TRUE(rules.isFree(RawEntry{}.data(), place, parts.tree));
-    EXPECT_TRUE(rules.isFree(rawFileEntry("gone", 0, 1, 1, 1, 1, 1).data(), place, parts.tree));
-    EXPECT_FALSE(rules.isFree(rawFileEntry("file", 0x81, 1, 1, 1, 1, 1).data(), place, parts.tree));
-  }
+  const ReadLock lock(volume.lock);
+  EXPECT_TRUE(rules.isFree(volume, RawEntry{}.data(), place));
+  EXPECT_TRUE(rules.isFree(volume, rawFileEntry("gone", 0, 1, 1, 1, 1, 1).data(), place));
+  EXPECT_FALSE(rules.isFree(volume, rawFileEntry("file", 0x81, 1, 1, 1, 1, 1).data(), place));
 }
 
-TEST_F(ObjectsOfATree, DeletedFileWhoseEntryWasTakenLeavesTheListOnlyByTheGuardedRules) {
+TEST_P(ObjectsOfATree, DeletedFileWhoseEntryWasTakenLeavesTheListOnlyByTheGuardedRules) {
+  const WriteLock lock(volume.lock);
   const auto addGone = [&](tessary::EntryPlace place) {
     EMU3FileFields fields;
     fields.name = "gone";
     fields.dentryBlock = place.block;
     fields.dentryOffset = place.index;
-    TreeEditor::appendFile(folder, std::make_shared<EMU3File>(fields));
+    volume.tree.addFile(folder, std::make_shared<EMU3File>(fields));
   };
   const tessary::EntryPlace place{inside->place().block, 5};
   addGone(place);
   addGone({place.block, 6});
-  rulesFor(MountRules::bare).entryWasTaken(folder, place);
-  EXPECT_EQ(folder->files().size(), 3U);
-  rulesFor(MountRules::guarded).entryWasTaken(folder, place);
-  EXPECT_EQ(folder->files().size(), 2U) << "the one of that place alone";
-  rulesFor(MountRules::guarded).entryWasTaken(folder, inside->place());
-  EXPECT_EQ(folder->files().size(), 2U) << "a live file stays";
+  rules.entryWasTaken(volume, folder, place);
+  EXPECT_EQ(folder->files().size(), isBare() ? 3U : 2U) << "the one of that place alone";
+  rules.entryWasTaken(volume, folder, inside->place());
+  EXPECT_EQ(folder->files().size(), isBare() ? 3U : 2U) << "a live file stays";
 }
 
 } // namespace

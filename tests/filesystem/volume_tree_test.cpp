@@ -4,6 +4,7 @@
 #include "filesystem/ImageMapping.h"
 #include "filesystem/TreeEditor.h"
 #include "filesystem/VolumeGeometry.h"
+#include "filesystem/VolumeRules.h"
 #include "filesystem/VolumeTree.h"
 #include "tests/support/MountedVolume.h"
 #include "tests/support/SampleVolumes.h"
@@ -38,7 +39,7 @@ public:
   EMU3DirectoryPtr root() const { return tree.root(); }
 
   VolumeGeometry geometry;
-  VolumeTree tree;
+  VolumeTree tree{rulesFor(MountRules::bare), nullptr};
 
 private:
   std::unique_ptr<ImageMapping> mapping_;

@@ -50,17 +50,25 @@ const std::string &hostFile() {
   return path;
 }
 
+// As that of a deleted file: its name may be any bytes, but begins with none that says there is no entry.
+EntryBytes entryNamed(std::string name) {
+  if (name.empty() || name[0] == 0) name.insert(0, 1, 'x');
+  return test::rawFileEntry(name.substr(0, 16), 0x81, 1, 1, 1, 1, 1);
+}
+
 void runOne(Program &program, EMU3Filesystem &volume) {
   const EMU3DirectoryPtr root = volume.rootDirectory();
   const std::vector<EMU3DirectoryPtr> folders = directoriesInPreOrder(root);
   const EMU3DirectoryPtr from = program.pick(folders);
   const std::vector<EMU3FilePtr> files = from->files();
-  const std::uint8_t operation = program.byte() % 9;
+  const std::uint8_t operation = program.byte() % 11;
   if (operation == 0) volume.importFileAtURL(hostFile(), from);
   if (operation == 1) volume.createDirectoryNamed(program.text(), from);
   if (operation == 2 && from != root) volume.deleteDirectory(from, from->parent());
-  if (operation == 3) volume.restoreFileAtURL(hostFile(), program.text(), from);
+  if (operation == 3) volume.restoreFileAtURL(hostFile(), entryNamed(program.text()), from);
   if (operation == 4) volume.reload();
+  if (operation == 9) volume.renameDirectory(from, program.text());
+  if (operation == 10) volume.moveDirectory(from, program.pick(folders));
   if (files.empty()) return;
   const EMU3FilePtr file = program.pick(files);
   if (operation == 5) volume.copyFile(file, program.pick(folders));

@@ -102,22 +102,32 @@ std::vector<std::uint8_t> contentsOf(const ModelFile &file) {
   return bytes;
 }
 
-bool apply(const ModelChange &change, EMU3Filesystem &volume, const std::string &scratch) {
+std::function<bool()> prepared(const ModelChange &change, EMU3Filesystem &volume,
+                               const std::string &scratch) {
   const EMU3DirectoryPtr root = volume.rootDirectory();
   using Kind = ModelChange::Kind;
-  if (change.kind == Kind::makeFolder) return volume.createDirectoryNamed(change.folder, root);
+  if (change.kind == Kind::makeFolder) {
+    return [&volume, root, name = change.folder] { return volume.createDirectoryNamed(name, root); };
+  }
   const EMU3DirectoryPtr folder = folderNamed(volume, change.folder);
-  if (change.kind == Kind::removeFolder) return volume.deleteDirectory(folder, root);
+  if (change.kind == Kind::removeFolder) {
+    return [&volume, root, folder] { return volume.deleteDirectory(folder, root); };
+  }
   if (change.kind == Kind::importFile) {
     const std::string hostFile = scratch + "/" + change.file.name + ".e4b";
     writeBytes(hostFile, contentsOf(change.file));
-    return volume.importFileAtURL(hostFile, folder);
+    return [&volume, folder, hostFile] { return volume.importFileAtURL(hostFile, folder); };
   }
   const EMU3FilePtr file = fileOf(volume, folder, change.file);
-  if (change.kind == Kind::copy) return volume.copyFile(file, folderNamed(volume, change.target));
-  if (change.kind == Kind::move) return volume.moveFile(file, folder, folderNamed(volume, change.target));
-  if (change.kind == Kind::rename) return volume.renameFile(file, change.newName, folder);
-  return volume.deleteFile(file, folder);
+  if (change.kind == Kind::rename) {
+    return [&volume, folder, file, name = change.newName] { return volume.renameFile(file, name, folder); };
+  }
+  if (change.kind == Kind::remove) {
+    return [&volume, folder, file] { return volume.deleteFile(file, folder); };
+  }
+  const EMU3DirectoryPtr target = folderNamed(volume, change.target);
+  if (change.kind == Kind::copy) return [&volume, file, target] { return volume.copyFile(file, target); };
+  return [&volume, folder, file, target] { return volume.moveFile(file, folder, target); };
 }
 
 ModelChange drawChange(const VolumeModel &model, std::uint32_t random, std::uint32_t serial) {

@@ -3,6 +3,7 @@
 #include "filesystem/EMU3Filesystem.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -45,8 +46,9 @@ VolumeModel modelOf(EMU3Filesystem &volume);
 /// The bytes of a model's file: they begin with seed and length.
 std::vector<std::uint8_t> contentsOf(const ModelFile &file);
 
-/// Carries the change out on a volume. `scratch` is a host folder for what is imported.
-bool apply(const ModelChange &change, EMU3Filesystem &volume, const std::string &scratch);
+/// Looks up what the change is about and returns the one operation that makes it. The volume must outlive
+/// that. `scratch` is a host folder for what is imported.
+std::function<bool()> prepared(const ModelChange &change, EMU3Filesystem &volume, const std::string &scratch);
 
 /// A change that makes sense in the state, drawn with `random`; `serial` makes names and contents unique.
 ModelChange drawChange(const VolumeModel &model, std::uint32_t random, std::uint32_t serial);

@@ -9,9 +9,10 @@
 #include <fcntl.h>
 #include <optional>
 #include <sstream>
+#include <string>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace tessary::test {
 namespace {
@@ -24,30 +25,67 @@ int killCount() {
   return asked ? std::atoi(asked) : 150;
 }
 
-/// Runs the worker on the image and kills it after `microseconds`; returns what it said.
-std::string runAndKill(const std::string &image, const TemporaryFolder &scratch, std::uint32_t seed,
-                       unsigned microseconds) {
-  const std::string said = scratch.path("said");
-  const std::string seedText = std::to_string(seed);
+/// When a worker is killed.
+struct Moment {
+  std::optional<Kind> inside; ///< in a change of this kind; none: whatever it is doing
+  const char *way = "";       ///< how the worker finds the moment in a change
+  unsigned when = 0;          ///< thousandths of the change; else microseconds after the worker's first word
+
+  static constexpr int kKinds = static_cast<int>(Kind::removeFolder) + 1;
+  /// As many rounds as it takes to have all kinds in both ways, and a moment no matter what.
+  static constexpr int kTurns = 2 * kKinds + 1;
+
+  static Moment ofRound(int round) {
+    const auto number = static_cast<unsigned>(round);
+    const int turn = round % kTurns;
+    if (turn == kTurns - 1) return {std::nullopt, "", number * 7919 % 25000};
+    // Spread over the whole change, closer together towards its end: contents are most of a change, and the
+    // steps that decide come after them.
+    const unsigned toTheEnd = number * 618 % 1000;
+    return {static_cast<Kind>(turn / 2), turn % 2 == 0 ? "flush" : "alarm", 999 - toTheEnd * toTheEnd / 1000};
+  }
+};
+
+/// The worker's process, whose output goes to a file.
+pid_t startWorker(const std::vector<std::string> &words, const std::string &said) {
+  std::vector<const char *> arguments{"kill_worker"};
+  for (const std::string &word : words)
+    arguments.push_back(word.c_str());
+  arguments.push_back(nullptr);
   ::unlink(said.c_str()); // what the last worker said is not this one's
+  const int out = ::open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   const pid_t worker = ::fork();
   if (worker == 0) {
-    const int out = ::open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     ::dup2(out, STDOUT_FILENO);
-    ::execl(TESSARY_KILL_WORKER, "kill_worker", image.c_str(), scratch.path().c_str(), seedText.c_str(),
-            nullptr);
+    ::execv(TESSARY_KILL_WORKER, const_cast<char **>(arguments.data()));
     ::_exit(127);
   }
-  while (::access(said.c_str(), F_OK) != 0)
-    std::this_thread::yield();
-  // The clock runs from the worker's first word on, so that starting up takes no part of it.
-  for (int tries = 0; readText(said).empty() && tries < 20000; ++tries)
-    ::usleep(100);
-  ::usleep(microseconds);
-  ::kill(worker, SIGKILL);
+  ::close(out);
+  return worker;
+}
+
+/// Runs the worker on the image until it is killed; returns what it said.
+std::string runAndKill(const std::string &image, const TemporaryFolder &scratch, std::uint32_t seed,
+                       const Moment &moment) {
+  const std::string said = scratch.path("said");
+  std::vector<std::string> words{image, scratch.path(), std::to_string(seed)};
+  if (moment.inside) {
+    words.push_back(std::to_string(static_cast<int>(*moment.inside)));
+    words.emplace_back(moment.way);
+    words.push_back(std::to_string(moment.when));
+  }
+  const pid_t worker = startWorker(words, said);
+  if (!moment.inside) {
+    // The clock runs from the worker's first word on, so that starting up takes no part of it.
+    for (int tries = 0; readText(said).empty() && tries < 20000; ++tries)
+      ::usleep(100);
+    ::usleep(moment.when);
+    ::kill(worker, SIGKILL);
+  }
   int status = 0;
   ::waitpid(worker, &status, 0);
-  EXPECT_TRUE(WIFSIGNALED(status)) << "the worker ended by itself";
+  EXPECT_TRUE(WIFSIGNALED(status) && (WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGALRM))
+      << "the worker ended by itself: " << status;
   return readText(said);
 }
 
@@ -106,12 +144,29 @@ std::string described(const VolumeModel &model) {
   return text.str();
 }
 
+/// How often a killed change was found not made, made in part, made.
+struct Outcomes {
+  int inside = 0;
+  int notMade = 0;
+  int made = 0;
+
+  void count(const VolumeModel &found, const Story &story) {
+    if (!story.pending) return;
+    ++inside;
+    if (found == story.settled)
+      ++notMade;
+    else if (found == story.settled.after(*story.pending))
+      ++made;
+  }
+};
+
 TEST(KilledAtAnyMoment, NothingThatWasCompleteIsLost) {
   const TemporaryFolder folder;
   const std::string image = folder.path("volume.hda");
+  const int kills = killCount();
   int changes = 0;
-  int pending = 0;
-  for (int round = 0; round < killCount(); ++round) {
+  Outcomes outcomes;
+  for (int round = 0; round < kills; ++round) {
     if (round % 10 == 0) { // a fresh volume now and then, so that it is not always full
       ImageBuilder builder({.sizeBytes = 16 * kMiB, .slotSizeBlocks = 64});
       builder.root().addFolder("Old", {.blockCount = 7});
@@ -119,7 +174,11 @@ TEST(KilledAtAnyMoment, NothingThatWasCompleteIsLost) {
     }
     const VolumeModel before = modelOf(*EMU3Filesystem::initWithURL(image));
     const auto seed = static_cast<std::uint32_t>(round) * 7919 + 17;
-    const Story story = storyOf(before, runAndKill(image, folder, seed, seed * 31 % 25000));
+    const Moment moment = Moment::ofRound(round);
+    const Story story = storyOf(before, runAndKill(image, folder, seed, moment));
+    if (moment.inside) {
+      ASSERT_TRUE(story.pending && story.pending->kind == *moment.inside) << "round " << round;
+    }
     const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(image);
     ASSERT_TRUE(volume) << "round " << round;
     const VolumeModel found = modelOf(*volume);
@@ -131,10 +190,16 @@ TEST(KilledAtAnyMoment, NothingThatWasCompleteIsLost) {
     for (const VolumeFinding &finding : volume->check())
       ASSERT_FALSE(finding.isHarm()) << finding.message;
     changes += story.changes;
-    pending += story.pending ? 1 : 0;
+    outcomes.count(found, story);
   }
-  std::printf("%d kills survived, %d of them inside a change, %d changes in all\n", killCount(), pending,
-              changes);
+  std::printf("%d kills survived, %d of them inside a change: %d left it not made, %d made, %d in part; "
+              "%d changes in all\n",
+              kills, outcomes.inside, outcomes.notMade, outcomes.made,
+              outcomes.inside - outcomes.notMade - outcomes.made, changes);
+  if (kills < Moment::kTurns) return;
+  EXPECT_GE(outcomes.inside * 10, kills * 9);
+  EXPECT_GE(outcomes.notMade * 10, kills);
+  EXPECT_GE(outcomes.made * 10, kills);
 }
 
 } // namespace

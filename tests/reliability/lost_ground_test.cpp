@@ -85,7 +85,8 @@ TEST_F(LostGround, EverythingThatReadsSurvivesAnEmptyFile) {
   EXPECT_FALSE(volume_->populateBankMetadata(kick_));
   EXPECT_TRUE(volume_->samplesFromBankFile(banks_->files()[1]).empty());
   EXPECT_FALSE(volume_->exportSampleAtIndex(0, banks_->files()[1], folder_.path("x.wav")));
-  EXPECT_TRUE(volume_->exportFile(banks_->files()[1], folder_.path("x.E4B")));
+  EXPECT_FALSE(volume_->exportFile(banks_->files()[1], folder_.path("x.E4B"), &error_));
+  EXPECT_EQ(error_.message, "File contents are incomplete");
   EXPECT_FALSE(volume_->reload(&error_));
   EXPECT_TRUE(volume_->lostFolders().empty());
   static_cast<void>(volume_->check());
@@ -102,6 +103,14 @@ TEST_F(LostGround, ImportReportsThatDataCouldNotBeWritten) {
 TEST_F(LostGround, CopyReportsThatDataCouldNotBeWritten) {
   cutAtBlock(dataBlock_ + 2 * slotBlocks_);
   expectFailure(volume_->copyFile(kick_, banks_, &error_), "Data write failed");
+  EXPECT_EQ(banks_->files().size(), 2U);
+  EXPECT_TRUE(root_->files().empty());
+  EXPECT_TRUE(volume_->moveFile(kick_, banks_, root_)) << "it writes no data";
+}
+
+TEST_F(LostGround, BareMoveReportsThatDataCouldNotBeWritten) {
+  mount(MountRules::bare);
+  cutAtBlock(dataBlock_ + 2 * slotBlocks_);
   expectFailure(volume_->moveFile(kick_, banks_, root_, &error_), "Data write failed");
   EXPECT_EQ(banks_->files().size(), 2U);
   EXPECT_TRUE(root_->files().empty());
@@ -119,7 +128,11 @@ protected:
     const Bytes before = readBytes(path_);
     const std::uint64_t used = volume_->usedBlocks();
     const std::uint64_t free = volume_->freeBlocks();
-    expectFailure(change(&error_), "Data write failed");
+    EXPECT_FALSE(change(&error_));
+    EXPECT_EQ(error_.description(), GetParam() == MountRules::bare
+                                        ? "Error Domain=com.tessary.error Code=3 \"Data write failed\""
+                                        : "Error Domain=com.tessary.error Code=2 "
+                                          "\"File contents are incomplete\"");
     EXPECT_FALSE(change(nullptr));
     EXPECT_EQ(readBytes(path_), before);
     EXPECT_EQ(volume_->usedBlocks(), used);
@@ -139,8 +152,11 @@ TEST_P(UnreadableMiddle, OfAFileRefusesItsCopyAndChangesNothing) {
   expectRefused([&](EMU3Error *error) { return volume_->copyFile(kick_, root_, error); });
 }
 
-TEST_P(UnreadableMiddle, OfAFileRefusesItsMoveAndChangesNothing) {
-  expectRefused([&](EMU3Error *error) { return volume_->moveFile(kick_, banks_, root_, error); });
+TEST_P(UnreadableMiddle, OfAFileRefusesItsMoveOnlyByTheBareRulesWhichCopyIt) {
+  if (GetParam() == MountRules::bare)
+    expectRefused([&](EMU3Error *error) { return volume_->moveFile(kick_, banks_, root_, error); });
+  else
+    EXPECT_TRUE(volume_->moveFile(kick_, banks_, root_));
 }
 
 TEST_P(UnreadableMiddle, OfAFileIsNoReasonToRefuseAnother) {
@@ -158,6 +174,7 @@ TEST_F(LostGround, EntryChangesReportThatTheBlockCouldNotBeWritten) {
 }
 
 TEST_F(LostGround, FolderChangesReportThatTheBlockCouldNotBeWritten) {
+  mount(MountRules::bare);
   // The place for the entry is read before the blocks are lost: only the new folder's block is gone.
   cutAtBlock((rootBlock_ / 8 + 1) * 8);
   std::vector<std::string> made;
@@ -166,6 +183,15 @@ TEST_F(LostGround, FolderChangesReportThatTheBlockCouldNotBeWritten) {
     succeeded = volume_->createDirectoryNamed("N" + std::to_string(i), root_, &error_);
   }
   expectFailure(succeeded, "Block write failed");
+  cutAtBlock(0);
+  expectFailure(volume_->deleteDirectory(banks_, root_, &error_), "Block write failed");
+}
+
+TEST_F(LostGround, BlockThatCannotBeReadIsNoPlaceForAFolder) {
+  cutAtBlock((rootBlock_ / 8 + 1) * 8);
+  while (volume_->createDirectoryNamed("N", root_, &error_)) {
+  }
+  EXPECT_EQ(error_.message, "No free directory block available");
   cutAtBlock(0);
   expectFailure(volume_->deleteDirectory(banks_, root_, &error_), "Block write failed");
 }
@@ -184,7 +210,7 @@ TEST_F(LostGround, MarksThatCannotBeWrittenLeaveNoEntry) {
   ASSERT_EQ(::truncate(path.c_str(), 8192 * 512), 0);
   const std::uint64_t freeBefore = volume->freeBlocks();
   expectFailure(volume->importFileAtURL(hostFile_, volume->rootDirectory(), &error_), "Block write failed");
-  EXPECT_EQ(volume->freeBlocks(), freeBefore);
+  EXPECT_EQ(volume->freeBlocks(), freeBefore - 64) << "a slot whose marks cannot be read counts as taken";
   EXPECT_TRUE(volume->rootDirectory()->files().empty());
   EXPECT_EQ(readBytes(path, 16 * 512, 32), Bytes(32)) << "no entry names what is not marked";
 }

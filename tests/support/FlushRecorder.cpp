@@ -15,8 +15,8 @@ std::atomic<tessary::test::FlushRecorder *> current = nullptr;
 
 // The linker puts the first in the place of msync and gives msync the second name.
 extern "C" {
-int __real_msync(void *address, std::size_t length, int flags); // NOLINT(bugprone-reserved-identifier)
-int __wrap_msync(void *address, std::size_t length, int flags); // NOLINT(bugprone-reserved-identifier)
+int __real_msync(void *address, std::size_t length, int flags);
+int __wrap_msync(void *address, std::size_t length, int flags);
 
 int __wrap_msync(void *address, std::size_t length, int flags) {
   const int result = __real_msync(address, length, flags);

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "filesystem/SpaceAllocation.h"
+#include "filesystem/EntrySpot.h"
 #include "filesystem/Volume.h"
+#include "filesystem/VolumeRules.h"
 #include "tests/writing/WritableVolume.h"
 
 #include <memory>
@@ -51,7 +52,7 @@ public:
   const VolumeGeometry geometry = *orThrow(readGeometry(mapping, &error_), error_);
   AllocationTable table{mapping};
   DirectoryBlocks entries{mapping};
-  VolumeTree tree;
+  VolumeTree tree{rulesFor(MountRules::bare), nullptr};
 };
 
 /// The engine's volume over one image: what the façade's operations are called with.
@@ -66,13 +67,19 @@ public:
 
   Volume &operator*() const { return *volume_; }
   EMU3DirectoryPtr root() const { return volume_->rootDirectory(); }
+  /// Marks a new file of so many blocks; 0 is what 65536 count as.
   void mark(std::uint16_t slot, std::uint16_t blocks) const {
     const WriteLock lock(volume_->lock);
-    markSlotUsed(*volume_, slot, blocks);
+    const std::uint64_t counted = blocks == 0 ? 65536 : blocks;
+    volume_->rules().markNewFile(*volume_, slot, counted * kBlockBytes);
   }
+  /// Gives back what a deleted file of so many blocks had.
   void giveBack(std::uint16_t slot, std::uint16_t blocks) const {
     const WriteLock lock(volume_->lock);
-    freeSlot(*volume_, slot, blocks);
+    EMU3FileFields deleted;
+    deleted.startCluster = slot;
+    deleted.blocksInLastCluster = blocks;
+    volume_->rules().clearMarksOf(*volume_, deleted);
   }
   Counters counters() const { return {volume_->counters.used(), volume_->counters.free()}; }
 

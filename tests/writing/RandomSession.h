@@ -173,8 +173,12 @@ private:
     const std::string name = random_.chance(40) ? "sixteen bytes..." : randomName(random_, rules_);
     const Bytes contents = randomContents(random_, slotBytes(), rules_);
     const std::string path = volume_.hostFile("backup", contents);
+    const RawEntry entry = rawFileEntry(name.substr(0, 16), 0x81, 1, 1, 1, 1, 1);
     store(
-        folder, [&](EMU3Error *error) { return filesystem().restoreFileAtURL(path, name, folder, error); },
+        folder,
+        [&](EMU3Error *error) {
+          return filesystem().restoreFileAtURL(path, entry, folder, error) != nullptr;
+        },
         [&] { return model_.store(root(), folder, name, contents, 1, true); });
   }
 

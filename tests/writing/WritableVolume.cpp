@@ -178,6 +178,10 @@ void setDentryBlock(const EMU3FilePtr &file, std::int64_t block) {
   TreeEditor::setFields(*file, fields);
 }
 
+std::uint64_t roomOf(MountRules rules, std::uint64_t blocks) {
+  return rules == MountRules::bare ? blocks : std::max<std::uint64_t>(1, (blocks + 7) / 8) * 8;
+}
+
 Counters countersOf(const EMU3Filesystem &filesystem) {
   return {filesystem.usedBlocks(), filesystem.freeBlocks()};
 }

@@ -98,6 +98,9 @@ EntryPlace placeOf(const EMU3Directory &folder);
 /// The tree says from here on that the file's entry lies in this block, as no tree that was read does.
 void setDentryBlock(const EMU3FilePtr &file, std::int64_t block);
 
+/// How many blocks of room a file of `blocks` takes in slots of 8: guarded, whole slots.
+std::uint64_t roomOf(MountRules rules, std::uint64_t blocks);
+
 /// The counters of the volume, to compare before and after.
 struct Counters {
   std::uint64_t used = 0;

@@ -19,9 +19,9 @@ ImageBuilder volumeWith(const Bytes &contents, const FileOptions &options = {}) 
   return image;
 }
 
-TEST_P(Copy, WritesDataMarksAndEntryAndNothingElse) {
+TEST(BareCopy, WritesDataMarksAndEntryAndNothingElse) {
   const Bytes contents = patternBytes(1300, 1);
-  WritableVolume volume(volumeWith(contents), GetParam());
+  WritableVolume volume(volumeWith(contents), MountRules::bare);
   const Counters before = countersOf(*volume);
   const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
   EMU3Error error;
@@ -32,9 +32,10 @@ TEST_P(Copy, WritesDataMarksAndEntryAndNothingElse) {
   EXPECT_EQ(countersOf(*volume), (Counters{before.used + 3, before.free - 3}));
 }
 
-TEST_P(Copy, NewFileInTheTreeHasTheseFields) {
+TEST(BareCopy, NewFileInTheTreeHasTheseFields) {
   const Bytes contents = patternBytes(1300, 1);
-  const WritableVolume volume(volumeWith(contents, {.type = 0x82, .entryId = std::uint8_t{77}}), GetParam());
+  const WritableVolume volume(volumeWith(contents, {.type = 0x82, .entryId = std::uint8_t{77}}),
+                              MountRules::bare);
   const EMU3FilePtr source = fileNamed(volume.root(), "source");
   const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
   ASSERT_TRUE(volume->copyFile(source, folder));
@@ -55,20 +56,20 @@ TEST_P(Copy, NewFileInTheTreeHasTheseFields) {
   EXPECT_EQ(folder->files()[0]->bankDetails(), BankDetails{});
 }
 
-TEST_P(Copy, EveryFileWrittenIsABankWithTheMarkWhateverItsSource) {
+TEST(BareCopy, EveryFileWrittenIsABankWithTheMarkWhateverItsSource) {
   for (const int type : {0x80, 0x82, 0x83, 0x00, 0x99}) {
     WritableVolume volume(volumeWith(patternBytes(100, 1), {.type = static_cast<std::uint8_t>(type)}),
-                          GetParam());
+                          MountRules::bare);
     ASSERT_TRUE(volume->copyFile(fileNamed(volume.root(), "source"), folderNamed(volume.root(), "folder")));
     putNewFile(volume.expected, {5, 0}, "source", 2, 0, patternBytes(100, 1));
     EXPECT_TRUE(volume.imageIsAsExpected()) << type;
   }
 }
 
-TEST_P(Copy, OfAnEmptyFileTakesOneBlockThatItsEntryDoesNotCount) {
+TEST(BareCopy, OfAnEmptyFileTakesOneBlockThatItsEntryDoesNotCount) {
   ImageBuilder image = volumeWith({});
   image.poke((16 + kSlotBlocks) * kBlockBytes, patternBytes(kBlockBytes, 9));
-  WritableVolume volume(std::move(image), GetParam());
+  WritableVolume volume(std::move(image), MountRules::bare);
   const Counters before = countersOf(*volume);
   const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
   ASSERT_TRUE(volume->copyFile(fileNamed(volume.root(), "source"), folder));
@@ -106,22 +107,22 @@ TEST_P(CopyLength, IsKeptToTheByte) {
 
 INSTANTIATE_TEST_SUITE_P(Lengths, CopyLength, testing::Values(1U, 511U, 512U, 513U, 1024U, 4095U, 4096U));
 
-TEST_P(Copy, IntoItsOwnFolderMakesASecondEntryOfTheName) {
+TEST(BareCopy, IntoItsOwnFolderMakesASecondEntryOfTheName) {
   ImageBuilder image(smallLayout());
   image.root().addFile("source", patternBytes(600, 1), {.entryId = std::uint8_t{9}});
-  WritableVolume volume(std::move(image), GetParam());
+  WritableVolume volume(std::move(image), MountRules::bare);
   ASSERT_TRUE(volume->copyFile(fileNamed(volume.root(), "source"), volume.root()));
   putNewFile(volume.expected, {4, 1}, "source", 2, 10, patternBytes(600, 1));
   EXPECT_TRUE(volume.imageIsAsExpected());
   EXPECT_EQ(namesOf(volume.root()->files()), (std::vector<std::string>{"source", "source"}));
 }
 
-TEST_P(Copy, TakesTheSlotAboveTheHighestOfTheWholeTree) {
+TEST(BareCopy, TakesTheSlotAboveTheHighestOfTheWholeTree) {
   ImageBuilder image = volumeWith(patternBytes(600, 1), {.slot = std::uint16_t{3}});
   image.root()
       .addFolder("other", {.blockList = {6}})
       .addFile("far", bytesOf("x"), {.slot = std::uint16_t{7}});
-  WritableVolume volume(std::move(image), GetParam());
+  WritableVolume volume(std::move(image), MountRules::bare);
   ASSERT_TRUE(volume->copyFile(fileNamed(volume.root(), "source"), folderNamed(volume.root(), "folder")));
   putNewFile(volume.expected, {5, 0}, "source", 8, 0, patternBytes(600, 1));
   EXPECT_TRUE(volume.imageIsAsExpected());
@@ -140,7 +141,7 @@ TEST_P(Copy, ASlotFreedBelowTheHighestIsNotHandedOutAgain) {
   EXPECT_EQ(volume.root()->files().back()->startCluster(), 4) << "it was the highest";
 }
 
-TEST_P(Copy, TakesTheEntryOfADeletedFileWhole) {
+TEST(BareCopy, TakesTheEntryOfADeletedFileWhole) {
   ImageBuilder image(smallLayout());
   image.root().addFile("source", patternBytes(600, 1));
   const EntryPlace gone = image.root().addDeletedFile({.slot = std::uint16_t{60}});
@@ -148,7 +149,7 @@ TEST_P(Copy, TakesTheEntryOfADeletedFileWhole) {
   entry[16] = 0xEE;
   entry[27] = 0xEE;
   image.pokeEntry(gone, entry);
-  WritableVolume volume(std::move(image), GetParam());
+  WritableVolume volume(std::move(image), MountRules::bare);
   ASSERT_TRUE(volume->copyFile(fileNamed(volume.root(), "source"), volume.root()));
   putNewFile(volume.expected, gone, "source", 2, 1, patternBytes(600, 1));
   EXPECT_TRUE(volume.imageIsAsExpected());
@@ -165,11 +166,11 @@ TEST_P(Copy, EntryIdComesFromTheDestinationAlone) {
   EXPECT_EQ(destination->files().back()->entryId(), 4);
 }
 
-TEST_P(Copy, OfAFileThatRunsOffTheImageTakesWhatThereIsAndFindsNoSlotForIt) {
+TEST(BareCopy, OfAFileThatRunsOffTheImageTakesWhatThereIsAndFindsNoSlotForIt) {
   ImageBuilder image(smallLayout());
   image.root().addFile("source", patternBytes(600, 1), {.blocksInLastCluster = std::uint16_t{65535}});
   image.resize(32 * kBlockBytes); // slots 1 and 2
-  WritableVolume volume(std::move(image), GetParam());
+  WritableVolume volume(std::move(image), MountRules::bare);
   EMU3Error error;
   const EMU3FilePtr source = fileNamed(volume.root(), "source");
   EXPECT_EQ(volume->dataForFile(source)->size(), 16 * kBlockBytes);
@@ -179,8 +180,8 @@ TEST_P(Copy, OfAFileThatRunsOffTheImageTakesWhatThereIsAndFindsNoSlotForIt) {
   EXPECT_TRUE(volume.imageIsAsExpected());
 }
 
-TEST_P(Copy, OfAFileWithCachedContentsStoresThose) {
-  WritableVolume volume(volumeWith(patternBytes(600, 1)), GetParam());
+TEST(BareCopy, OfAFileWithCachedContentsStoresThose) {
+  WritableVolume volume(volumeWith(patternBytes(600, 1)), MountRules::bare);
   const EMU3FilePtr source = fileNamed(volume.root(), "source");
   const Bytes cached = patternBytes(2000, 8);
   TreeEditor::setCachedData(*source, std::make_shared<ByteBuffer>(cached.begin(), cached.end()));
@@ -189,10 +190,10 @@ TEST_P(Copy, OfAFileWithCachedContentsStoresThose) {
   EXPECT_TRUE(volume.imageIsAsExpected());
 }
 
-TEST_P(Copy, KeepsALongNameInTheTreeAndCutsItInTheEntry) {
+TEST(BareCopy, KeepsALongNameInTheTreeAndCutsItInTheEntry) {
   ImageBuilder image(smallLayout());
   image.root().addFile("sixteen bytes...", patternBytes(10, 1));
-  WritableVolume volume(std::move(image), GetParam());
+  WritableVolume volume(std::move(image), MountRules::bare);
   ASSERT_TRUE(volume->copyFile(fileNamed(volume.root(), "sixteen bytes..."), volume.root()));
   putNewFile(volume.expected, {4, 1}, "sixteen bytes..", 2, 1, patternBytes(10, 1));
   EXPECT_TRUE(volume.imageIsAsExpected());
@@ -202,10 +203,10 @@ TEST_P(Copy, KeepsALongNameInTheTreeAndCutsItInTheEntry) {
 
 // --- Failures, in the order they are looked for ----------------------------------------------------
 
-TEST_P(Copy, OfMoreBlocksThanAreFreeFailsAndChangesNothing) {
+TEST(BareCopy, OfMoreBlocksThanAreFreeFailsAndChangesNothing) {
   ImageBuilder image = volumeWithFreeBlocks(1);
   image.root().addFile("source", patternBytes(513, 1), {.slot = std::uint16_t{1}, .storesContents = false});
-  const WritableVolume volume(std::move(image), GetParam());
+  const WritableVolume volume(std::move(image), MountRules::bare);
   EMU3Error error;
   EXPECT_FALSE(volume->copyFile(fileNamed(volume.root(), "source"), volume.root(), &error));
   EXPECT_EQ(error.description(), kNoSpaceError);
@@ -214,10 +215,10 @@ TEST_P(Copy, OfMoreBlocksThanAreFreeFailsAndChangesNothing) {
   EXPECT_EQ(volume.root()->files().size(), 1U);
 }
 
-TEST_P(Copy, OfExactlyAsManyBlocksAsAreFreeSucceeds) {
+TEST(BareCopy, OfExactlyAsManyBlocksAsAreFreeSucceeds) {
   ImageBuilder image = volumeWithFreeBlocks(2);
   image.root().addFile("source", patternBytes(513, 1), {.slot = std::uint16_t{1}, .storesContents = false});
-  const WritableVolume volume(std::move(image), GetParam());
+  const WritableVolume volume(std::move(image), MountRules::bare);
   EXPECT_TRUE(volume->copyFile(fileNamed(volume.root(), "source"), volume.root()));
   EXPECT_EQ(countersOf(*volume), (Counters{256, 0}));
 }
@@ -251,8 +252,8 @@ ImageBuilder volumeWithoutASlot() {
   return image;
 }
 
-TEST_P(Copy, BehindTheLastSlotOfTheImageFailsAndChangesNothing) {
-  const WritableVolume volume(volumeWithoutASlot(), GetParam());
+TEST(BareCopy, BehindTheLastSlotOfTheImageFailsAndChangesNothing) {
+  const WritableVolume volume(volumeWithoutASlot(), MountRules::bare);
   const Counters before = countersOf(*volume);
   EMU3Error error;
   EXPECT_FALSE(volume->copyFile(volume.root()->files()[0], volume.root(), &error));
@@ -281,8 +282,8 @@ TEST_P(Copy, FullFolderIsReportedBeforeTheLackOfASlot) {
   EXPECT_EQ(error.description(), kFolderFullError);
 }
 
-TEST_P(Copy, FailsWithoutAnErrorToFill) {
-  const WritableVolume volume(volumeWithoutASlot(), GetParam());
+TEST(BareCopy, FailsWithoutAnErrorToFill) {
+  const WritableVolume volume(volumeWithoutASlot(), MountRules::bare);
   EXPECT_FALSE(volume->copyFile(volume.root()->files()[0], volume.root()));
   EXPECT_TRUE(volume.imageIsAsExpected());
 }

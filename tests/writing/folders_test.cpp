@@ -13,11 +13,11 @@ class CreateFolder : public testing::TestWithParam<MountRules> {};
 INSTANTIATE_TEST_SUITE_P(Volume, CreateFolder, testing::Values(MountRules::bare, MountRules::guarded),
                          rulesName);
 
-TEST_P(CreateFolder, ClearsItsBlockWritesItsEntryAndNothingElse) {
+TEST(BareCreateFolder, ClearsItsBlockWritesItsEntryAndNothingElse) {
   ImageBuilder image(smallLayout());
   image.root().addFile("file", patternBytes(10, 1));
   image.poke(5 * kBlockBytes, patternBytes(2 * kBlockBytes, 3)); // what lay there before
-  WritableVolume volume(std::move(image), GetParam());
+  WritableVolume volume(std::move(image), MountRules::bare);
   const Counters before = countersOf(*volume);
   EMU3Error error;
   ASSERT_TRUE(volume->createDirectoryNamed("Drums", volume.root(), &error));
@@ -113,8 +113,8 @@ TEST_P(CreateFolder, OfAnyNameOfOneToFifteenCharactersSucceeds) {
   }
 }
 
-TEST_P(CreateFolder, NameIsCutOnlyInTheEntry) {
-  WritableVolume volume(ImageBuilder(smallLayout()), GetParam());
+TEST(BareCreateFolder, NameIsCutOnlyInTheEntry) {
+  WritableVolume volume(ImageBuilder(smallLayout()), MountRules::bare);
   const std::string name = "\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac"; // 6 characters, 18 bytes
   ASSERT_TRUE(volume->createDirectoryNamed(name, volume.root()));
   volume.expected.pokeEntry({4, 0}, newFolderEntry(name.substr(0, 15), 5));
@@ -162,10 +162,10 @@ TEST_P(CreateFolder, WithoutABlockLeftFailsAndChangesNothing) {
   EXPECT_TRUE(volume.imageIsAsExpected());
 }
 
-TEST_P(CreateFolder, WhoseBlockLiesOutsideTheImageFailsAndChangesNothing) {
+TEST(BareCreateFolder, WhoseBlockLiesOutsideTheImageFailsAndChangesNothing) {
   ImageBuilder image(smallLayout());
   image.resize(5 * kBlockBytes + 511);
-  const WritableVolume volume(std::move(image), GetParam());
+  const WritableVolume volume(std::move(image), MountRules::bare);
   EMU3Error error;
   EXPECT_FALSE(volume->createDirectoryNamed("Drums", volume.root(), &error));
   EXPECT_EQ(error.description(), kBlockWriteError);
@@ -185,11 +185,11 @@ TEST_P(CreateFolder, BadNameIsReportedBeforeAFullParentAndThatBeforeTheLackOfABl
   EXPECT_EQ(error.description(), kParentFullError);
 }
 
-TEST_P(CreateFolder, ParentWithoutAReadableBlockIsFull) {
+TEST(BareCreateFolder, ParentWithoutAReadableBlockIsFull) {
   ImageBuilder image(smallLayout());
   const std::int16_t outside[] = {30000};
   image.root().addRaw(rawFolderEntry("outside", 0x40, outside));
-  const WritableVolume volume(std::move(image), GetParam());
+  const WritableVolume volume(std::move(image), MountRules::bare);
   EMU3Error error;
   EXPECT_FALSE(volume->createDirectoryNamed("Drums", folderNamed(volume.root(), "outside"), &error));
   EXPECT_EQ(error.description(), kParentFullError);
@@ -232,7 +232,7 @@ TEST_P(DeleteFolder, ThatIsEmptyClearsItsBlockAndItsEntry) {
   EXPECT_TRUE(volume.root()->subdirectories().empty());
 }
 
-TEST_P(DeleteFolder, WithFilesAndSubfoldersFreesAllOfThem) {
+TEST(BareDeleteFolder, WithFilesAndSubfoldersFreesAllOfThem) {
   ImageBuilder image(smallLayout());
   image.root().addFile("stays", patternBytes(600, 1));
   auto outer = image.root().addFolder("outer", {.blockList = {5, 9, 6}});
@@ -243,7 +243,7 @@ TEST_P(DeleteFolder, WithFilesAndSubfoldersFreesAllOfThem) {
   inner.addFolder("innermost", {.blockList = {8}});
   image.root().addFolder("beside", {.blockList = {10}}).addFile("too", patternBytes(600, 5));
   const EntryPlace entry = outer.place();
-  WritableVolume volume(std::move(image), GetParam());
+  WritableVolume volume(std::move(image), MountRules::bare);
   const Counters before = countersOf(*volume);
   const EMU3DirectoryPtr folder = folderNamed(volume.root(), "outer");
   ASSERT_TRUE(volume->deleteDirectory(folder, volume.root()));
@@ -260,11 +260,11 @@ TEST_P(DeleteFolder, WithFilesAndSubfoldersFreesAllOfThem) {
   EXPECT_TRUE(folder->subdirectories().empty());
 }
 
-TEST_P(DeleteFolder, FreesDeletedFilesThatAreStillListed) {
+TEST(BareDeleteFolder, FreesDeletedFilesThatAreStillListed) {
   ImageBuilder image(smallLayout());
   auto folder = image.root().addFolder("folder", {.blockList = {5}});
   const PlacedFile gone = folder.addFile("gone", patternBytes(1300, 2), {.type = 0});
-  WritableVolume volume(std::move(image), GetParam());
+  WritableVolume volume(std::move(image), MountRules::bare);
   const Counters before = countersOf(*volume);
   ASSERT_TRUE(volume->deleteDirectory(folderNamed(volume.root(), "folder"), volume.root()));
   putMarks(volume.expected, gone.firstBlock, 3, 0);
@@ -274,12 +274,12 @@ TEST_P(DeleteFolder, FreesDeletedFilesThatAreStillListed) {
   EXPECT_EQ(countersOf(*volume), (Counters{before.used - 3, before.free + 3}));
 }
 
-TEST_P(DeleteFolder, GoesOnWhenADeletionInsideItFails) {
+TEST(BareDeleteFolder, GoesOnWhenADeletionInsideItFails) {
   ImageBuilder image(smallLayout());
   auto folder = image.root().addFolder("folder", {.blockList = {5}});
   folder.addFile("stuck", patternBytes(1300, 2));
   const PlacedFile other = folder.addFile("other", patternBytes(600, 3));
-  WritableVolume volume(std::move(image), GetParam());
+  WritableVolume volume(std::move(image), MountRules::bare);
   const Counters before = countersOf(*volume);
   const EMU3DirectoryPtr directory = folderNamed(volume.root(), "folder");
   setDentryBlock(fileNamed(directory, "stuck"), 512); // outside the image

@@ -15,8 +15,8 @@ ImageBuilder volumeWithFileAndFolder() {
   return image;
 }
 
-TEST_P(Move, IsACopyToANewSlotThenADeletion) {
-  WritableVolume volume(volumeWithFileAndFolder(), GetParam());
+TEST(BareMove, IsACopyToANewSlotThenADeletion) {
+  WritableVolume volume(volumeWithFileAndFolder(), MountRules::bare);
   const Counters before = countersOf(*volume);
   const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
   const EMU3FilePtr file = volume.root()->files()[0];
@@ -53,11 +53,11 @@ TEST_P(Move, WithinItsFolderSucceedsOnAFullVolumeToo) {
   EXPECT_TRUE(volume.imageIsAsExpected());
 }
 
-TEST_P(Move, NeedsTheSpaceOfASecondCopy) {
+TEST(BareMove, NeedsTheSpaceOfASecondCopy) {
   ImageBuilder image = volumeWithFreeBlocks(2);
   image.root().addFile("file", patternBytes(1300, 1), {.slot = std::uint16_t{1}, .storesContents = false});
   image.root().addFolder("folder", {.blockList = {5}});
-  const WritableVolume volume(std::move(image), GetParam());
+  const WritableVolume volume(std::move(image), MountRules::bare);
   const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
   EMU3Error error;
   EXPECT_FALSE(volume->moveFile(volume.root()->files()[0], volume.root(), folder, &error));
@@ -67,10 +67,10 @@ TEST_P(Move, NeedsTheSpaceOfASecondCopy) {
   EXPECT_TRUE(folder->files().empty());
 }
 
-TEST_P(Move, IntoAFullFolderLeavesTheSource) {
+TEST(BareMove, IntoAFullFolderLeavesTheSource) {
   ImageBuilder image = volumeWithFileAndFolder();
   fillFolder(image.root().addFolder("full", {.blockList = {6}}));
-  const WritableVolume volume(std::move(image), GetParam());
+  const WritableVolume volume(std::move(image), MountRules::bare);
   EMU3Error error;
   const EMU3DirectoryPtr full = folderNamed(volume.root(), "full");
   EXPECT_FALSE(volume->moveFile(volume.root()->files()[0], volume.root(), full, &error));
@@ -80,11 +80,11 @@ TEST_P(Move, IntoAFullFolderLeavesTheSource) {
   EXPECT_EQ(volume.root()->files().size(), 1U);
 }
 
-TEST_P(Move, NeedsAFreeSlotThoughItFreesOne) {
+TEST(BareMove, NeedsAFreeSlotThoughItFreesOne) {
   ImageBuilder image(smallLayout());
   image.root().addFile("file", patternBytes(10, 1), {.slot = std::uint16_t{62}});
   image.root().addFolder("folder", {.blockList = {5}});
-  const WritableVolume volume(std::move(image), GetParam());
+  const WritableVolume volume(std::move(image), MountRules::bare);
   EMU3Error error;
   EXPECT_FALSE(volume->moveFile(volume.root()->files()[0], volume.root(),
                                 folderNamed(volume.root(), "folder"), &error));
@@ -92,8 +92,8 @@ TEST_P(Move, NeedsAFreeSlotThoughItFreesOne) {
   EXPECT_TRUE(volume.imageIsAsExpected());
 }
 
-TEST_P(Move, WhoseDeletionFailsLeavesTheFileInBothFolders) {
-  WritableVolume volume(volumeWithFileAndFolder(), GetParam());
+TEST(BareMove, WhoseDeletionFailsLeavesTheFileInBothFolders) {
+  WritableVolume volume(volumeWithFileAndFolder(), MountRules::bare);
   const EMU3FilePtr file = volume.root()->files()[0];
   const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
   setDentryBlock(file, 512); // outside the image

@@ -149,6 +149,16 @@ TEST_P(ReadOnly, DeletingAFolderIsRefused) {
   expectRefused([&](EMU3Error *error) { return volume.filesystem->deleteDirectory(root, nullptr, error); });
 }
 
+TEST_P(ReadOnly, MovingOrRenamingAFolderIsRefused) {
+  const EMU3DirectoryPtr folder = folderNamed(root, "folder");
+  EMU3Filesystem &filesystem = *volume.filesystem;
+  expectRefused([&](EMU3Error *error) { return filesystem.renameDirectory(folder, "", error); });
+  expectRefused([&](EMU3Error *error) { return filesystem.renameDirectory(root, "new", error); });
+  for (const EMU3DirectoryPtr &target : {root, full, folder})
+    expectRefused([&](EMU3Error *error) { return filesystem.moveDirectory(folder, target, error); });
+  expectRefused([&](EMU3Error *error) { return filesystem.moveDirectory(root, full, error); });
+}
+
 TEST_P(ReadOnly, ImportReadsTheHostFileBeforeItIsRefused) {
   const std::string path = volume.host().path("kick.wav");
   EMU3Error error;
@@ -157,7 +167,9 @@ TEST_P(ReadOnly, ImportReadsTheHostFileBeforeItIsRefused) {
   EXPECT_EQ(error.code, ENOENT);
   writeBytes(path, patternBytes(10));
   expectRefused([&](EMU3Error *e) { return volume.filesystem->importFileAtURL(path, full, e); });
-  expectRefused([&](EMU3Error *e) { return volume.filesystem->restoreFileAtURL(path, "   ", full, e); });
+  expectRefused([&](EMU3Error *e) {
+    return volume.filesystem->restoreFileAtURL(path, newFileEntry("a", 1, 0, 1), full, e) != nullptr;
+  });
 }
 
 TEST_P(ReadOnly, ImportOfAFileTooLargeForAnyVolumeIsRefusedForBeingReadOnly) {

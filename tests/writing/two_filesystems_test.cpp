@@ -465,7 +465,7 @@ TEST_F(StaleFolder, TakesNoImportedFile) {
     return filesystem.importFileAtURL(path, folder, error);
   });
   expectRefused([&](EMU3Filesystem &filesystem, EMU3Error *error) {
-    return filesystem.restoreFileAtURL(path, "name", folder, error);
+    return filesystem.restoreFileAtURL(path, newFileEntry("name", 1, 0, 1), folder, error) != nullptr;
   });
 }
 

@@ -63,10 +63,15 @@ TEST(BareSlotZero, ReachingBlockZeroByWrappingFailsToWrite) {
   expectFailure(WritableVolume(volumeWithLastSlot(24, 12)), kDataWriteError);
 }
 
+// Nothing lies above the last slot, so the file goes into the lowest place that there is.
 TEST(GuardedSlots, EndAt65535) {
   for (const std::uint32_t slotSize : {8U, 16U, 24U}) {
-    for (const std::size_t blocks : {1U, 8U, 12U})
-      expectFailure(WritableVolume(volumeWithLastSlot(slotSize, blocks), MountRules::guarded), kNoSlotError);
+    for (const std::size_t blocks : {1U, 8U, 12U}) {
+      WritableVolume volume(volumeWithLastSlot(slotSize, blocks), MountRules::guarded);
+      ASSERT_TRUE(volume->copyFile(fileNamed(volume.root(), "source"), volume.root()));
+      const std::uint64_t above = (blocks + slotSize - 1) / slotSize + 1;
+      EXPECT_EQ(volume.root()->files().back()->startCluster(), above) << slotSize << " " << blocks;
+    }
   }
 }
 
@@ -96,15 +101,15 @@ ImageBuilder volumeWithRoomFor(std::uint64_t bytes, std::size_t sourceBytes) {
   return image;
 }
 
-TEST_P(ShortImage, FileThatFitsToTheByteIsStored) {
-  WritableVolume volume(volumeWithRoomFor(2 * kBlockBytes, 1000), GetParam());
+TEST(BareShortImage, FileThatFitsToTheByteIsStored) {
+  WritableVolume volume(volumeWithRoomFor(2 * kBlockBytes, 1000), MountRules::bare);
   ASSERT_TRUE(volume->copyFile(volume.root()->files()[0], volume.root()));
   putNewFile(volume.expected, {4, 1}, "source", 2, 1, patternBytes(1000, 1));
   EXPECT_TRUE(volume.imageIsAsExpected());
 }
 
-TEST_P(ShortImage, FileThatNeedsATrailingPartialBlockIsRefused) {
-  const WritableVolume volume(volumeWithRoomFor(2 * kBlockBytes - 1, 1000), GetParam());
+TEST(BareShortImage, FileThatNeedsATrailingPartialBlockIsRefused) {
+  const WritableVolume volume(volumeWithRoomFor(2 * kBlockBytes - 1, 1000), MountRules::bare);
   const Counters before = countersOf(*volume);
   EMU3Error error;
   EXPECT_FALSE(volume->copyFile(volume.root()->files()[0], volume.root(), &error));
@@ -113,20 +118,68 @@ TEST_P(ShortImage, FileThatNeedsATrailingPartialBlockIsRefused) {
   EXPECT_EQ(countersOf(*volume), before);
 }
 
-TEST_P(ShortImage, WithoutADataAreaTakesNoFile) {
+// Its entry is the source's own, but for the slot, the id and the sizes.
+TEST(GuardedShortImage, FileThatFitsToTheByteIsStored) {
+  WritableVolume volume(volumeWithRoomFor(2 * kBlockBytes, 1000), MountRules::guarded);
+  ASSERT_TRUE(volume->copyFile(volume.root()->files()[0], volume.root()));
+  putNewFile(volume.expected, {4, 1}, "source", 2, 1, patternBytes(1000, 1));
+  volume.expected.pokeEntry({4, 1}, rawFileEntry("source", 0x81, 1, 2, 1, 2, 488));
+  EXPECT_TRUE(volume.imageIsAsExpected());
+}
+
+void expectNoSpace(ImageBuilder image, std::uint64_t free) {
+  const WritableVolume volume(std::move(image), MountRules::guarded);
+  EXPECT_EQ(countersOf(*volume), (Counters{volume->totalBlocks() - free, free}));
+  const Bytes contents = patternBytes(free * kBlockBytes + 1, 4);
+  EMU3Error error;
+  EXPECT_FALSE(volume->importFileAtURL(volume.hostFile("file", contents), volume.root(), &error));
+  EXPECT_EQ(error.description(), kNoSpaceError);
+  EXPECT_TRUE(volume.imageIsAsExpected());
+}
+
+TEST(GuardedShortImage, TrailingPartialBlockIsNoRoom) {
+  expectNoSpace(volumeWithRoomFor(2 * kBlockBytes - 1, 1000), 1);
+}
+
+TEST(GuardedShortImage, WithoutADataAreaHasNoRoom) {
   ImageBuilder image(smallLayout());
   image.resize(10 * kBlockBytes);
-  const WritableVolume volume(std::move(image), GetParam());
+  expectNoSpace(std::move(image), 0);
+}
+
+TEST(GuardedShortImage, HugeGeometryHasNoRoom) {
+  ImageBuilder image(smallLayout());
+  image.root().addFile("source", bytesOf("x"), {.slot = std::uint16_t{65534}, .storesContents = false});
+  image.poke32(32, 0xFFFFFFFF).poke32(44, 0xFFFFFFFF);
+  expectNoSpace(std::move(image), 0);
+}
+
+TEST(GuardedShortImage, WithoutATableHasRoomThatNobodyMarks) {
+  ImageBuilder image(smallLayout());
+  image.poke32(40, 600); // the table would begin behind the image
+  WritableVolume volume(std::move(image), MountRules::guarded);
+  EXPECT_EQ(countersOf(*volume), (Counters{16, 496}));
+  ASSERT_TRUE(volume->importFileAtURL(volume.hostFile("file", bytesOf("x")), volume.root()));
+  putData(volume.expected, 16, bytesOf("x"));
+  volume.expected.pokeEntry({4, 0}, newFileEntry("file", 1, 0, 1));
+  EXPECT_TRUE(volume.imageIsAsExpected());
+  EXPECT_EQ(countersOf(*volume), (Counters{24, 488}));
+}
+
+TEST(BareShortImage, WithoutADataAreaTakesNoFile) {
+  ImageBuilder image(smallLayout());
+  image.resize(10 * kBlockBytes);
+  const WritableVolume volume(std::move(image), MountRules::bare);
   EMU3Error error;
   EXPECT_FALSE(volume->importFileAtURL(volume.hostFile("file", {}), volume.root(), &error));
   EXPECT_EQ(error.description(), kNoSlotError);
   EXPECT_TRUE(volume.imageIsAsExpected());
 }
 
-TEST_P(ShortImage, WithoutATableHasNoFreeSpace) {
+TEST(BareShortImage, WithoutATableHasNoFreeSpace) {
   ImageBuilder image(smallLayout());
   image.poke32(40, 600); // the table would begin behind the image
-  const WritableVolume volume(std::move(image), GetParam());
+  const WritableVolume volume(std::move(image), MountRules::bare);
   EMU3Error error;
   EXPECT_FALSE(volume->importFileAtURL(volume.hostFile("file", {}), volume.root(), &error));
   EXPECT_EQ(error.description(), kNoSpaceError);
@@ -145,11 +198,11 @@ TEST_P(ShortImage, WithoutARootBlockHasNoPlaceForAnEntry) {
   EXPECT_TRUE(volume.imageIsAsExpected());
 }
 
-TEST_P(ShortImage, HugeGeometryIsRefusedWithoutTouchingAnything) {
+TEST(BareShortImage, HugeGeometryIsRefusedWithoutTouchingAnything) {
   ImageBuilder image(smallLayout());
   image.root().addFile("source", bytesOf("x"), {.slot = std::uint16_t{65534}, .storesContents = false});
   image.poke32(32, 0xFFFFFFFF).poke32(44, 0xFFFFFFFF);
-  const WritableVolume volume(std::move(image), GetParam());
+  const WritableVolume volume(std::move(image), MountRules::bare);
   EMU3Error error;
   EXPECT_FALSE(volume->copyFile(volume.root()->files()[0], volume.root(), &error));
   EXPECT_EQ(error.description(), kNoSlotError);
