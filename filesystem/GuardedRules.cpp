@@ -194,8 +194,7 @@ void GuardedRules::clearMarksOf(Volume &volume, const EMU3FileFields &deleted) c
   const std::uint64_t first = std::max<std::uint64_t>(1, deleted.startCluster);
   const std::uint64_t last =
       std::min(first + slots.slotsFor(deleted.blocksInLastCluster) - 1, slots.slotCount());
-  for (std::uint64_t slot = first; slot <= last; ++slot) {
-    if (slots.isReached(slot)) continue;
+  for (std::uint64_t slot = slots.nextUnreached(first); slot <= last; slot = slots.nextUnreached(slot + 1)) {
     setMarks(volume, geometry.slotStartBlock(static_cast<std::uint16_t>(slot)), geometry.slotSizeBlocks,
              kFatFree);
   }

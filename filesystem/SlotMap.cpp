@@ -23,12 +23,14 @@ void SlotMap::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root
   const std::uint64_t dataBlocks =
       geometry.totalBlocks > geometry.dataAreaBlock ? geometry.totalBlocks - geometry.dataAreaBlock : 0;
   slotCount_ = std::min(kMostSlots, dividedUp(dataBlocks, geometry.slotSizeBlocks));
+  liveFiles_.reset(slotCount_);
   slots_.assign(slotCount_ + 1, {});
   lastSlots_.assign(slotCount_ + 2, 0);
   highestReached_ = 0;
   firstTableBlock_ = std::max(geometry.fatStartBlock, geometry.dataAreaBlock);
   const std::uint64_t tableEnd = std::min(geometry.tableEndBlock(), geometry.totalBlocks);
-  tableContents_.assign(tableEnd > firstTableBlock_ ? tableEnd - firstTableBlock_ : 0, 0);
+  tableBlocks_ = tableEnd > firstTableBlock_ ? tableEnd - firstTableBlock_ : 0;
+  tableContents_.reset(tableBlocks_);
   countFiles(root);
   countFixedBlock(0, 1);
   for (std::uint64_t block = firstTableBlock_; block < tableEnd; ++block)
@@ -37,11 +39,8 @@ void SlotMap::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root
     for (const std::int64_t block : folder->blockList())
       countFixedBlock(static_cast<std::uint64_t>(block), 1);
   lookAtAllMarks();
-  freeBlocks_ = 0;
-  for (std::uint64_t slot = 1; slot <= slotCount_; ++slot) {
-    slots_[slot].taken = true; // until looked at
+  for (std::uint64_t slot = 1; slot <= slotCount_; ++slot)
     refresh(slot);
-  }
   publish();
 }
 
@@ -57,34 +56,11 @@ void SlotMap::lookAtAllMarks() {
   });
 }
 
-// Counts where files begin and end first, so that many files that claim the same slots cost no more than one.
 void SlotMap::countFiles(const EMU3DirectoryPtr &root) {
-  std::vector<std::int64_t> change(slotCount_ + 2, 0);
-  std::vector<std::int64_t> tableChange(tableContents_.size() + 1, 0);
-  const auto count = [&](const EMU3FileFields &file) {
-    const Run reach = reachOf(file);
-    const std::uint64_t last = std::min(reach.first + reach.count - 1, slotCount_ + 1);
-    ++lastSlots_[last];
-    highestReached_ = std::max(highestReached_, last);
-    if (file.rawType == 0 || reach.first > slotCount_) return;
-    const Run inTable = tablePartOf(file);
-    ++tableChange[inTable.first];
-    --tableChange[inTable.first + inTable.count];
-    ++change[reach.first];
-    --change[std::min(last, slotCount_) + 1];
-  };
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root)) {
-    folder->lookAtFiles([&](const EMU3File &file) { file.lookAtFields(count); });
-  }
-  std::int64_t files = 0;
-  for (std::uint64_t slot = 1; slot <= slotCount_; ++slot) {
-    files += change[slot];
-    slots_[slot].liveFiles = static_cast<std::uint32_t>(files);
-  }
-  files = 0;
-  for (std::uint64_t block = 0; block < tableContents_.size(); ++block) {
-    files += tableChange[block];
-    tableContents_[block] = static_cast<std::uint32_t>(files);
+    folder->lookAtFiles([&](const EMU3File &file) {
+      file.lookAtFields([&](const EMU3FileFields &fields) { countFile(fields, 1); });
+    });
   }
 }
 
@@ -97,12 +73,22 @@ void SlotMap::countFile(const EMU3FileFields &file, int change) {
     --highestReached_;
   if (file.rawType == 0) return;
   const Run inTable = tablePartOf(file);
-  for (std::uint64_t block = inTable.first; block < inTable.first + inTable.count; ++block)
-    tableContents_[block] += static_cast<std::uint32_t>(change);
-  for (std::uint64_t slot = reach.first; slot <= std::min(last, slotCount_); ++slot) {
-    slots_[slot].liveFiles += static_cast<std::uint32_t>(change);
-    refresh(slot);
+  if (change > 0) {
+    liveFiles_.add(reach.first, last);
+    tableContents_.add(inTable.first, inTable.first + inTable.count - 1);
+  } else {
+    liveFiles_.remove(reach.first, last);
+    tableContents_.remove(inTable.first, inTable.first + inTable.count - 1);
   }
+}
+
+void SlotMap::fileCame(const EMU3FileFields &file) {
+  countFile(file, 1);
+  publish();
+}
+
+void SlotMap::fileWent(const EMU3FileFields &file) {
+  countFile(file, -1);
   publish();
 }
 
@@ -137,12 +123,12 @@ void SlotMap::blockWritten(std::uint64_t block) {
 }
 
 bool SlotMap::isReached(std::uint64_t slot) const {
-  return slot >= 1 && slot <= slotCount_ && slots_[slot].liveFiles > 0;
+  return slot >= 1 && slot <= slotCount_ && liveFiles_.isCovered(slot);
 }
 
 bool SlotMap::isInContents(std::uint64_t tableBlock) const {
-  return tableBlock >= firstTableBlock_ && tableBlock - firstTableBlock_ < tableContents_.size() &&
-         tableContents_[tableBlock - firstTableBlock_] > 0;
+  return tableBlock >= firstTableBlock_ && tableBlock - firstTableBlock_ < tableBlocks_ &&
+         tableContents_.isCovered(tableBlock - firstTableBlock_ + 1);
 }
 
 std::uint64_t SlotMap::slotsFor(std::uint64_t blocks) const {
@@ -158,7 +144,7 @@ std::optional<std::uint16_t> SlotMap::lowestPlace(std::uint64_t from, std::uint6
   const std::uint64_t needed = slotsFor(blocks);
   std::uint64_t inRow = 0;
   for (std::uint64_t slot = from; slot <= slotCount_; ++slot) {
-    inRow = slots_[slot].taken ? 0 : inRow + 1;
+    inRow = isTaken(slot) ? 0 : inRow + 1;
     if (inRow < needed) continue;
     const std::uint64_t first = slot - needed + 1;
     const std::uint64_t firstBlock = geometry_.dataAreaBlock + geometry_.slotSizeBlocks * (first - 1);
@@ -173,13 +159,13 @@ SlotMap::Run SlotMap::reachOf(const EMU3FileFields &file) const {
           std::max<std::uint64_t>({1, file.clusterCount, slotsFor(file.blocksInLastCluster)})};
 }
 
-// Counted from the first block of the table that lies in the data area.
+// Counted from the first block of the table that lies in the data area, which is 1.
 SlotMap::Run SlotMap::tablePartOf(const EMU3FileFields &file) const {
   const std::uint64_t first = geometry_.slotStartBlock(std::max<std::uint16_t>(file.startCluster, 1));
-  const std::uint64_t tableEnd = firstTableBlock_ + tableContents_.size();
+  const std::uint64_t tableEnd = firstTableBlock_ + tableBlocks_;
   const std::uint64_t from = std::clamp(first, firstTableBlock_, tableEnd);
   const std::uint64_t to = std::clamp(first + file.blocksInLastCluster, firstTableBlock_, tableEnd);
-  return {from - firstTableBlock_, to - from};
+  return {from - firstTableBlock_ + 1, to - from};
 }
 
 std::uint64_t SlotMap::slotOf(std::uint64_t block) const {
@@ -200,19 +186,17 @@ bool SlotMap::isMarked(std::uint64_t slot) const {
   return table_.anyMarked(first, std::min(blocksInside(slot), described - first));
 }
 
+bool SlotMap::isTaken(std::uint64_t slot) const {
+  return slots_[slot].fixedBlocks > 0 || slots_[slot].marked || liveFiles_.isCovered(slot);
+}
+
 void SlotMap::refresh(std::uint64_t slot) {
-  Slot &state = slots_[slot];
-  const bool taken = state.liveFiles > 0 || state.fixedBlocks > 0 || state.marked;
-  if (taken == state.taken) return;
-  state.taken = taken;
-  if (taken)
-    freeBlocks_ -= blocksInside(slot);
-  else
-    freeBlocks_ += blocksInside(slot);
+  const bool isTakenOtherwise = slots_[slot].fixedBlocks > 0 || slots_[slot].marked;
+  liveFiles_.setWeight(slot, isTakenOtherwise ? 0 : blocksInside(slot));
 }
 
 void SlotMap::publish() {
-  counters_.set(geometry_.totalBlocks - freeBlocks_, freeBlocks_);
+  counters_.set(geometry_.totalBlocks - liveFiles_.uncoveredWeight(), liveFiles_.uncoveredWeight());
 }
 
 } // namespace tessary

@@ -3,6 +3,7 @@
 #include "filesystem/AllocationTable.h"
 #include "filesystem/EMU3Directory.h"
 #include "filesystem/EMU3File.h"
+#include "filesystem/RunCover.h"
 #include "filesystem/VolumeGeometry.h"
 
 #include <cstdint>
@@ -26,8 +27,8 @@ public:
   void build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root);
 
   // What has changed since. What goes is told with the very values that it came with, or the counts go wrong.
-  void fileCame(const EMU3FileFields &file) { countFile(file, 1); }
-  void fileWent(const EMU3FileFields &file) { countFile(file, -1); }
+  void fileCame(const EMU3FileFields &file);
+  void fileWent(const EMU3FileFields &file);
   void folderBlocksCame(const std::vector<std::int64_t> &blocks) { countFixed(blocks, 1); }
   void folderBlocksWent(const std::vector<std::int64_t> &blocks) { countFixed(blocks, -1); }
   /// Marks of `count` blocks from `first` on were written.
@@ -37,6 +38,10 @@ public:
 
   /// Whether a live file reaches the slot.
   [[nodiscard]] bool isReached(std::uint64_t slot) const;
+  /// The lowest slot from this one on that no live file reaches; behind the last when there is none.
+  [[nodiscard]] std::uint64_t nextUnreached(std::uint64_t from) const {
+    return liveFiles_.nextUncovered(from);
+  }
   /// Whether the table's block lies within the blocks of a live file.
   [[nodiscard]] bool isInContents(std::uint64_t tableBlock) const;
   /// How many slots there are.
@@ -49,10 +54,8 @@ public:
 
 private:
   struct Slot {
-    std::uint32_t liveFiles = 0;   ///< that reach it
     std::uint32_t fixedBlocks = 0; ///< block 0, table, folders' blocks
     bool marked = false;
-    bool taken = false;
   };
   /// A run of slots or blocks; `count` 0 where none exists.
   struct Run {
@@ -71,6 +74,7 @@ private:
   [[nodiscard]] std::uint64_t blocksInside(std::uint64_t slot) const;
   [[nodiscard]] bool isMarked(std::uint64_t slot) const;
   [[nodiscard]] std::optional<std::uint16_t> lowestPlace(std::uint64_t from, std::uint64_t blocks) const;
+  [[nodiscard]] bool isTaken(std::uint64_t slot) const;
   void refresh(std::uint64_t slot);
   void publish();
 
@@ -78,11 +82,13 @@ private:
   BlockCounters &counters_;
   VolumeGeometry geometry_;
   std::uint64_t slotCount_ = 0;
-  std::uint64_t freeBlocks_ = 0;
+  /// Slots that live files reach. A slot weighs its blocks inside the image, unless it is taken otherwise.
+  RunCover liveFiles_;
   std::vector<Slot> slots_; ///< by number; 0 is unused
-  /// How many live files have their contents in each block of the table that lies in the data area.
-  std::vector<std::uint32_t> tableContents_;
+  /// Blocks of the table in the data area that lie in live files' contents.
+  RunCover tableContents_;
   std::uint64_t firstTableBlock_ = 0; ///< of these
+  std::uint64_t tableBlocks_ = 0;     ///< how many there are
   /// How many files, deleted ones included, have their last slot here; behind the last slot stands one place
   /// for all that reach further.
   std::vector<std::uint32_t> lastSlots_;

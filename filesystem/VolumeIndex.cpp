@@ -32,6 +32,11 @@ void VolumeIndex::folderWent(const EMU3Directory &folder) {
   folderBlocksChanged(folder.blockList(), {});
 }
 
+void VolumeIndex::folderMoved(EntryPlace before, EntryPlace after) {
+  places_.erase(before);
+  places_.insert(after);
+}
+
 void VolumeIndex::folderBlocksChanged(const std::vector<std::int64_t> &before,
                                       const std::vector<std::int64_t> &after) {
   nameBlocks(after);

@@ -25,6 +25,8 @@ public:
   void fileWent(const EMU3File &file);
   void folderCame(const EMU3Directory &folder);
   void folderWent(const EMU3Directory &folder);
+  /// With all that is in it, which stays where it is.
+  void folderMoved(EntryPlace before, EntryPlace after);
   void folderBlocksChanged(const std::vector<std::int64_t> &before, const std::vector<std::int64_t> &after);
   void marksChanged(std::uint64_t first, std::uint64_t count) { slots_.marksChanged(first, count); }
   /// A directory block was written; it may be one of the table.

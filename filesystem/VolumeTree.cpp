@@ -193,14 +193,15 @@ void VolumeTree::setFolderBlocks(const EMU3DirectoryPtr &folder, std::vector<std
 
 void VolumeTree::replaceFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &moved,
                                const EMU3DirectoryPtr &parent) {
-  if (const EMU3DirectoryPtr before = folder->parent()) removeFolder(before, folder);
+  if (const EMU3DirectoryPtr before = folder->parent()) TreeEditor::removeSubdirectory(before, folder);
   std::vector<EMU3FilePtr> files = folder->files();
   std::vector<EMU3DirectoryPtr> below = folder->subdirectories();
   TreeEditor::setFiles(folder, {});
   TreeEditor::setSubdirectories(folder, {});
   TreeEditor::setFiles(moved, std::move(files));
   TreeEditor::setSubdirectories(moved, std::move(below));
-  addFolder(parent, moved);
+  TreeEditor::appendSubdirectory(parent, moved);
+  if (index_) index_->folderMoved(folder->place(), moved->place());
 }
 
 bool VolumeTree::adoptFolder(const DirectoryBlocks &blocks, EntryPlace place,

@@ -48,8 +48,8 @@ public:
   void addFolder(const EMU3DirectoryPtr &parent, const EMU3DirectoryPtr &folder);
   void removeFolder(const EMU3DirectoryPtr &parent, const EMU3DirectoryPtr &folder);
   void setFolderBlocks(const EMU3DirectoryPtr &folder, std::vector<std::int64_t> blocks);
-  /// Puts `moved`, a folder object of its own with another place, into `parent` with all that is in `folder`.
-  /// `folder` leaves the tree, emptied.
+  /// Puts `moved`, an object of its own for the same folder at another place, into `parent` with all that is
+  /// in `folder`. `folder` leaves the tree, emptied.
   void replaceFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &moved,
                      const EMU3DirectoryPtr &parent);
 

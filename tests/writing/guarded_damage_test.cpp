@@ -159,5 +159,32 @@ TEST(FolderInTheTable, IsDeletedWithoutAMark) {
   EXPECT_EQ(readBytes(volume.imagePath(), kBlockBytes * block, kBlockBytes), patternBytes(kBlockBytes, 5));
 }
 
+// 8,640 files of which each claims all 65,535 slots.
+TEST(FilesThatClaimEverySlot, AreMovedAndDeletedOneByOne) {
+  constexpr std::uint32_t slots = 65535;
+  VolumeLayout layout{.sizeBytes = (1200 + 2 * slots) * kBlockBytes,
+                      .rootDirBlock = 520,
+                      .dataAreaBlock = 1200,
+                      .slotSizeBlocks = 2};
+  ImageBuilder image(layout);
+  auto top = image.root().addFolder("top");
+  image.root().addFolder("other");
+  const FileOptions all{
+      .slot = 1, .clusterCount = 65535, .blocksInLastCluster = 65535, .storesContents = false};
+  for (int outer = 0; outer < 6; ++outer) {
+    auto middle = top.addFolder("middle", {.blockCount = 1});
+    for (int inner = 0; inner < 15; ++inner) {
+      auto folder = middle.addFolder("inner", {.blockCount = 6});
+      for (int file = 0; file < 96; ++file)
+        folder.addFile("claims all", {}, all);
+    }
+  }
+  const MountedVolume volume(image, MountRules::guarded);
+  EXPECT_EQ(volume->freeBlocks(), 0U);
+  ASSERT_TRUE(volume->moveDirectory(folderNamed(volume.root(), "top"), folderNamed(volume.root(), "other")));
+  ASSERT_TRUE(volume->deleteDirectory(folderNamed(volume.root(), "other"), volume.root()));
+  EXPECT_EQ(volume->freeBlocks(), 2 * slots);
+}
+
 } // namespace
 } // namespace tessary::test

@@ -1,0 +1,70 @@
+#include "filesystem/RunCover.h"
+
+namespace tessary {
+
+void RunCover::reset(std::uint64_t count) {
+  count_ = count;
+  size_ = 1;
+  while (size_ < count)
+    size_ *= 2;
+  nodes_.assign(2 * size_, {});
+  weights_.assign(size_ + 1, 0);
+  for (std::size_t node = nodes_.size() - 1; node > 0; --node)
+    update(node);
+}
+
+void RunCover::setWeight(std::uint64_t place, std::uint64_t weight) {
+  if (weights_[place] == weight) return;
+  weights_[place] = weight;
+  for (std::size_t node = size_ + place - 1; node > 0; node /= 2)
+    update(node);
+}
+
+// The node of one place sums up that place, others the two below.
+void RunCover::update(std::size_t node) {
+  Node &own = nodes_[node];
+  if (own.runs > 0) {
+    own.open = 0;
+    own.weight = 0;
+  } else if (node >= size_) {
+    const std::uint64_t place = node - size_ + 1;
+    own.open = place <= count_ ? 1 : 0;
+    own.weight = weights_[place];
+  } else {
+    own.open = nodes_[2 * node].open + nodes_[2 * node + 1].open;
+    own.weight = nodes_[2 * node].weight + nodes_[2 * node + 1].weight;
+  }
+}
+
+void RunCover::change(std::size_t node, std::uint64_t begin, std::uint64_t size, const Change &what) {
+  const std::uint64_t end = begin + size;
+  if (what.first >= end || what.last < begin || what.first > what.last) return;
+  if (what.first <= begin && end - 1 <= what.last) {
+    nodes_[node].runs += static_cast<std::uint32_t>(what.runs);
+  } else {
+    change(2 * node, begin, size / 2, what);
+    change(2 * node + 1, begin + size / 2, size / 2, what);
+  }
+  update(node);
+}
+
+bool RunCover::isCovered(std::uint64_t place) const {
+  for (std::size_t node = size_ + place - 1; node > 0; node /= 2) {
+    if (nodes_[node].runs > 0) return true;
+  }
+  return false;
+}
+
+std::uint64_t RunCover::nextUncovered(std::uint64_t from) const {
+  return next(1, 1, size_, from);
+}
+
+std::uint64_t RunCover::next(std::size_t node, std::uint64_t begin, std::uint64_t size,
+                             std::uint64_t from) const {
+  if (nodes_[node].open == 0 || begin + size <= from) return count_ + 1;
+  if (size == 1) return begin;
+  const std::uint64_t found = next(2 * node, begin, size / 2, from);
+  return found <= count_ ? found : next(2 * node + 1, begin + size / 2, size / 2, from);
+}
+
+} // namespace tessary
