@@ -2,7 +2,7 @@
 
 namespace tessary {
 
-void FairSharedMutex::lock() {
+void FairSharedMutex::enterAlone() {
   MutexLock guard(mutex_);
   const std::uint64_t ticket = nextTicket_++;
   while (nowServing_ != ticket || readers_ != 0 || writer_)
@@ -11,7 +11,7 @@ void FairSharedMutex::lock() {
   ++nowServing_;
 }
 
-void FairSharedMutex::unlock() {
+void FairSharedMutex::leaveAlone() {
   {
     const MutexLock guard(mutex_);
     writer_ = false;
@@ -19,7 +19,7 @@ void FairSharedMutex::unlock() {
   changed_.notify_all();
 }
 
-void FairSharedMutex::lock_shared() {
+void FairSharedMutex::enterShared() {
   {
     MutexLock guard(mutex_);
     const std::uint64_t ticket = nextTicket_++;
@@ -31,7 +31,7 @@ void FairSharedMutex::lock_shared() {
   changed_.notify_all(); // the next in line may be a reader too
 }
 
-void FairSharedMutex::unlock_shared() {
+void FairSharedMutex::leaveShared() {
   {
     const MutexLock guard(mutex_);
     --readers_;

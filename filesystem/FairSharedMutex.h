@@ -12,15 +12,22 @@ namespace tessary {
 /// Not recursive. Held by `WriteLock` and `ReadLock`.
 class TESSARY_CAPABILITY("shared mutex") FairSharedMutex final {
 public:
-  void lock() TESSARY_ACQUIRE();
-  void unlock() TESSARY_RELEASE();
-  void lock_shared() TESSARY_ACQUIRE_SHARED();
-  void unlock_shared() TESSARY_RELEASE_SHARED();
+  void lock() TESSARY_ACQUIRE() { enterAlone(); }
+  void unlock() TESSARY_RELEASE() { leaveAlone(); }
+  void lock_shared() TESSARY_ACQUIRE_SHARED() { enterShared(); }
+  void unlock_shared() TESSARY_RELEASE_SHARED() { leaveShared(); }
 
   /// Number of callers that stand in line and do not hold the lock yet.
   std::uint64_t waiting() const;
 
 private:
+  // Apart from the four above, because clang does not look into a function that takes or gives back its own
+  // lock.
+  void enterAlone();
+  void leaveAlone();
+  void enterShared();
+  void leaveShared();
+
   mutable Mutex mutex_;
   std::condition_variable changed_;
   std::uint64_t nextTicket_ TESSARY_GUARDED_BY(mutex_) = 0;

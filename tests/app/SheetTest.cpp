@@ -24,7 +24,7 @@ ImageBuilder SheetTest::volume() {
 QMessageBox &SheetTest::question() const {
   auto *question = sheet<QMessageBox>();
   if (!question) throw std::runtime_error("no question is up");
-  EXPECT_TRUE(QTest::qWaitForWindowActive(question));
+  EXPECT_TRUE(waitUntilActive(question));
   return *question;
 }
 
@@ -58,9 +58,8 @@ void SheetTest::pressKey(Qt::Key key) const {
 }
 
 void SheetTest::pressKeyInTable(Qt::Key key) const {
-  activate(window());
   table()->setFocus();
-  QTest::keyClick(window()->windowHandle(), key);
+  pressKeyIn(window(), key);
 }
 
 void SheetTest::answerWithName(const QString &name) const {

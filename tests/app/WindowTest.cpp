@@ -45,9 +45,20 @@ void AlertAnswers::answer() {
                                        : button_);
 }
 
+bool waitUntilActive(QWidget *window) {
+  constexpr int milliseconds = 30000;
+  return QTest::qWaitFor([window] { return QApplication::activeWindow() == window; }, milliseconds);
+}
+
 void activate(QWidget *window) {
   window->activateWindow();
-  EXPECT_TRUE(QTest::qWaitForWindowActive(window));
+  EXPECT_TRUE(waitUntilActive(window));
+}
+
+void pressKeyIn(QWidget *window, Qt::Key key, Qt::KeyboardModifiers modifiers) {
+  if (!window) throw std::runtime_error("the window to press a key in is not up");
+  activate(window);
+  QTest::keyClick(window->windowHandle(), key, modifiers);
 }
 
 ShownAlert describe(const QMessageBox &alert) {

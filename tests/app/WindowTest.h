@@ -90,9 +90,15 @@ private:
 /// posted to the main thread has run. False after half a minute.
 bool waitUntilIdle();
 
+/// Waits, with the event loop running, until the window itself has the keyboard. (For the toolkit a sheet is
+/// active while the window below it has the keyboard, whose shortcuts then get the keys.) False after half a
+/// minute.
+bool waitUntilActive(QWidget *window);
 /// Makes the window the active one, as a window manager does with a new one and with the one that is left
 /// when a sheet closes.
 void activate(QWidget *window);
+/// Presses a key in a window, once that has the keyboard.
+void pressKeyIn(QWidget *window, Qt::Key key, Qt::KeyboardModifiers modifiers = {});
 
 ShownAlert describe(const QMessageBox &alert);
 /// Clicks the dialog's button of that text.

@@ -118,7 +118,7 @@ TEST_F(Delete, WithNothingSelectedOnlyBeeps) {
   mountDrums(drums());
   clickToolbar("DeleteItem");
   EXPECT_EQ(beeps_.count(), 1);
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Backspace, Qt::ControlModifier);
+  pressKeyIn(window(), Qt::Key_Backspace, Qt::ControlModifier);
   EXPECT_EQ(beeps_.count(), 2);
   EXPECT_EQ(sheet<QDialog>(), nullptr);
   EXPECT_EQ(status(), QStringLiteral("Drums — 3 file(s)"));
@@ -126,7 +126,7 @@ TEST_F(Delete, WithNothingSelectedOnlyBeeps) {
 
 TEST_F(Delete, WithoutAnImageOnlyBeeps) {
   EXPECT_FALSE(toolbarButton("DeleteItem")->isEnabled());
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Backspace, Qt::ControlModifier);
+  pressKeyIn(window(), Qt::Key_Backspace, Qt::ControlModifier);
   EXPECT_EQ(beeps_.count(), 1);
   EXPECT_EQ(sheet<QDialog>(), nullptr);
 }
@@ -176,7 +176,7 @@ TEST_F(Delete, AnsweredOtherwiseDoesNothing) {
   answerSheet(kCancel);
   clickToolbar("DeleteItem");
   ASSERT_NE(sheet<Alert>(), nullptr);
-  QTest::keyClick(sheet<Alert>(), Qt::Key_Escape);
+  pressKeyIn(sheet<Alert>(), Qt::Key_Escape);
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(sheet<QDialog>(), nullptr);
   EXPECT_EQ(readBytes(imagePath_), before);
@@ -190,7 +190,7 @@ TEST_F(Delete, KeyWhileTheQuestionIsUpBeepsAndAsksNoSecondTime) {
   mountDrums(drums());
   chooseFiles({QStringLiteral("KICK")});
   clickToolbar("DeleteItem");
-  QTest::keyClick(sheet<Alert>(), Qt::Key_Backspace, Qt::ControlModifier);
+  pressKeyIn(sheet<Alert>(), Qt::Key_Backspace, Qt::ControlModifier);
   EXPECT_EQ(beeps_.count(), 1);
   EXPECT_EQ(window()->findChildren<QDialog *>().size(), 1);
   answerSheet(kCancel);
@@ -205,7 +205,7 @@ TEST_F(Delete, KeyWhileTheReadOnlyAlertIsUpRunsNoSecondAlert) {
     QWidget *alert = QApplication::activeModalWidget();
     if (!alert) return;
     pressing.stop();
-    QTest::keyClick(alert, Qt::Key_Backspace, Qt::ControlModifier);
+    pressKeyIn(alert, Qt::Key_Backspace, Qt::ControlModifier);
     alerts = window()->findChildren<QDialog *>().size();
     alert->close();
   });
@@ -235,7 +235,7 @@ TEST_F(Delete, IsConfirmedWithReturn) {
   mountDrums(drums());
   chooseFiles({QStringLiteral("KICK")});
   clickToolbar("DeleteItem");
-  QTest::keyClick(sheet<Alert>(), Qt::Key_Return);
+  pressKeyIn(sheet<Alert>(), Qt::Key_Return);
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "SNARE"}));
 }
@@ -245,7 +245,7 @@ TEST_F(Delete, IsReachedFromTheMenuAndTheKeyboard) {
   chooseFromFileMenu(QStringLiteral("SNARE"), kDelete);
   answerSheet(kDelete);
   chooseFiles({QStringLiteral("HAT")});
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Delete, Qt::ControlModifier);
+  pressKeyIn(window(), Qt::Key_Delete, Qt::ControlModifier);
   answerSheet(kDelete);
   EXPECT_EQ(drumNames(), std::vector<std::string>{"KICK"});
 }
@@ -326,13 +326,13 @@ TEST_F(Delete, PassesOverFilesThatHaveLeftTheFolderMeanwhile) {
 TEST_F(Delete, KeepsTheFocusInTheTableAndGoesOnWhereTheFileWas) {
   mountDrums(drums({"A", "B", "C", "D"}));
   chooseFiles({QStringLiteral("B"), QStringLiteral("C")});
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Backspace, Qt::ControlModifier);
+  pressKeyIn(window(), Qt::Key_Backspace, Qt::ControlModifier);
   answerSheet(kDelete);
   activate(window());
   EXPECT_EQ(QApplication::focusWidget(), table());
   EXPECT_EQ(selectedFileNames(), QStringList());
   EXPECT_EQ(table()->currentIndex().data().toString(), QStringLiteral("D"));
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Up);
+  pressKeyIn(window(), Qt::Key_Up);
   EXPECT_EQ(selectedFileNames(), QStringList{QStringLiteral("A")});
 }
 
@@ -392,9 +392,9 @@ TEST_F(Delete, IsTakenBackWithThePlatformsKeys) {
   EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "KICK", "SNARE"}));
   pressRedoKey();
   EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "SNARE"}));
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Z, Qt::ControlModifier);
+  pressKeyIn(window(), Qt::Key_Z, Qt::ControlModifier);
   ASSERT_TRUE(waitUntilIdle());
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+  pressKeyIn(window(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "SNARE"}));
 }

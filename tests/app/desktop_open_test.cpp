@@ -153,7 +153,7 @@ TEST_F(DesktopOpen, BringsTheWindowUp) {
   window()->showMinimized();
   EXPECT_EQ(call(QStringLiteral("Activate"), {QVariantMap()}), QString());
   EXPECT_FALSE(window()->isMinimized());
-  EXPECT_TRUE(QTest::qWaitForWindowActive(window()));
+  EXPECT_TRUE(waitUntilActive(window()));
   EXPECT_EQ(status(), QStringLiteral("No image loaded"));
   window()->showMinimized();
   EXPECT_EQ(open({uriOf(image())}), QString());

@@ -70,7 +70,7 @@ TEST_F(Export, CancelledLeavesTheStatusAndTheHostAlone) {
   mount(mixed());
   const QString before = status();
   beginExport({QStringLiteral("BANK")});
-  QTest::keyClick(sheet<QFileDialog>(), Qt::Key_Escape);
+  pressKeyIn(sheet<QFileDialog>(), Qt::Key_Escape);
   EXPECT_EQ(sheet<QDialog>(), nullptr);
   EXPECT_EQ(status(), before);
   EXPECT_EQ(selectedFileNames(), QStringList{QStringLiteral("BANK")});

@@ -109,8 +109,7 @@ TEST_F(FileInformationTest, ReturnAndEnterInTheTableShowIt) {
   EXPECT_EQ(question().text(), "Plain");
   pressKey(Qt::Key_Escape);
   EXPECT_EQ(sheet<QMessageBox>(), nullptr);
-  test::activate(window());
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Enter, Qt::KeypadModifier);
+  test::pressKeyIn(window(), Qt::Key_Enter, Qt::KeypadModifier);
   EXPECT_EQ(question().text(), "Plain");
 }
 
@@ -118,8 +117,7 @@ TEST_F(FileInformationTest, KeysElsewhereDoNotShowIt) {
   mount(banks());
   chooseFiles({"Plain"});
   outline()->setFocus();
-  test::activate(window());
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Return);
+  test::pressKeyIn(window(), Qt::Key_Return);
   EXPECT_EQ(sheet<QMessageBox>(), nullptr);
 }
 

@@ -83,7 +83,7 @@ TEST_F(ImageOpening, CancelledPanelDoesNothing) {
   EXPECT_EQ(controller_->filesystem(), nullptr);
   QFileDialog *again = openPanel();
   ASSERT_NE(again, nullptr);
-  QTest::keyClick(again, Qt::Key_Escape);
+  pressKeyIn(again, Qt::Key_Escape);
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(status(), QStringLiteral("No image loaded"));
 }

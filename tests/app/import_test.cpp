@@ -75,7 +75,7 @@ TEST_F(Import, WithNoFolderShownGoesIntoTheRootAndShowsIt) {
 TEST_F(Import, CancelledWithNoFolderShownShowsNone) {
   mount(ImageBuilder());
   clickToolbar("ImportItem");
-  QTest::keyClick(sheet<QFileDialog>(), Qt::Key_Escape);
+  pressKeyIn(sheet<QFileDialog>(), Qt::Key_Escape);
   EXPECT_EQ(controller_->currentDirectory(), nullptr);
 }
 
@@ -91,7 +91,7 @@ TEST_F(Import, AsksForFilesOfAnyKind) {
   EXPECT_TRUE(chooser->nameFilters().isEmpty() ||
               chooser->nameFilters().contains(QStringLiteral("All Files (*)")));
   const QString before = status();
-  QTest::keyClick(chooser, Qt::Key_Escape);
+  pressKeyIn(chooser, Qt::Key_Escape);
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(status(), before);
   EXPECT_EQ(sheet<QDialog>(), nullptr);

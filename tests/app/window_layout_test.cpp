@@ -319,8 +319,8 @@ TEST_F(WindowLayout, UndoAndRedoHaveThePlatformsShortcuts) {
   int undone = 0, redone = 0;
   undo->registerUndo([&](UndoManager::Side) { ++undone; });
   undo->registerCounterpart(UndoManager::Side::Redo, [&](auto) { ++redone; });
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Z, Qt::ControlModifier);
-  QTest::keyClick(window()->windowHandle(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+  pressKeyIn(window(), Qt::Key_Z, Qt::ControlModifier);
+  pressKeyIn(window(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
   EXPECT_EQ(undone, 1);
   EXPECT_EQ(redone, 1);
 }
@@ -425,14 +425,13 @@ TEST_F(ContextMenus, WithoutAnImageTheItemsThatNeedOneAreDisabled) {
 
 TEST_F(WindowLayout, DeleteKeysWithCtrlRunTheCommandOnceWhateverHasTheFocus) {
   // Without a selection the command answers with one beep, so beeps count its runs.
-  QWindow *keyboard = window()->windowHandle();
   int expected = 0;
   for (QWidget *focus : {static_cast<QWidget *>(outline()), static_cast<QWidget *>(table())}) {
     focus->setFocus();
     for (const Qt::Key key : {Qt::Key_Backspace, Qt::Key_Delete}) {
-      QTest::keyClick(keyboard, key, Qt::ControlModifier);
+      pressKeyIn(window(), key, Qt::ControlModifier);
       EXPECT_EQ(beeps_.count(), ++expected);
-      QTest::keyClick(keyboard, key, Qt::ControlModifier | Qt::ShiftModifier);
+      pressKeyIn(window(), key, Qt::ControlModifier | Qt::ShiftModifier);
       EXPECT_EQ(beeps_.count(), ++expected);
       QTest::keyClick(focus, key, Qt::ControlModifier);
       EXPECT_EQ(beeps_.count(), ++expected);
@@ -445,7 +444,7 @@ TEST_F(WindowLayout, OtherKeysDoNotDelete) {
   for (const auto &[key, modifiers] :
        {std::pair{Qt::Key_Backspace, Qt::NoModifier}, std::pair{Qt::Key_Delete, Qt::NoModifier},
         std::pair{Qt::Key_Delete, Qt::ShiftModifier}, std::pair{Qt::Key_D, Qt::ControlModifier}})
-    QTest::keyClick(window()->windowHandle(), key, modifiers);
+    pressKeyIn(window(), key, modifiers);
   EXPECT_EQ(beeps_.count(), 0);
 }
 
