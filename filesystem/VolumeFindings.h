@@ -53,7 +53,7 @@ inline constexpr FindingKind kDeletedEntry{"oddity-deleted-entry", "a deleted en
 inline constexpr FindingKind kName{"oddity-name", "a name is no text; what cannot be shown of it is shown as codes"};
 inline constexpr FindingKind kSize{"oddity-size", "a file's last block counts fewer than 1 or more than 512 bytes"};
 inline constexpr FindingKind kSlot{"oddity-slot", "a file is in slot 0, or no slot is left to count to"};
-inline constexpr FindingKind kClusters{"oddity-clusters", "a file holds more slots than its contents need"};
+inline constexpr FindingKind kClusters{"oddity-clusters", "a file counts more slots than there are from its own on"};
 inline constexpr FindingKind kNoBlocks{"oddity-no-blocks", "a folder names no block to hold entries"};
 // clang-format on
 

@@ -54,7 +54,7 @@ debian_packages() {
   case $1 in
     build) echo build-essential cmake ninja-build qt6-base-dev qt6-svg-dev libcli11-dev nlohmann-json3-dev ;;
     tests) echo libgtest-dev libgmock-dev openbox dbus libglib2.0-bin ;;
-    lint) echo clang-format clang-tidy desktop-file-utils appstream ;;
+    lint) echo clang clang-format clang-tidy desktop-file-utils appstream ;;
     wayland) echo qt6-wayland ;;
     display) echo xvfb fonts-dejavu-core ;;
     picture) echo imagemagick xdotool ;;
@@ -88,7 +88,10 @@ missing_programs() {
   [ "$(uname -s)" != Darwin ] || [ "$1" = build ] || [ "$1" = lint ] || return 0 # no X server is needed there
   case $1 in
     build) set -- cmake:cmake ninja:ninja "c++:a C++20 compiler" ;;
-    lint) set -- clang-format:clang-format clang-tidy:clang-tidy desktop-file-validate:desktop-file-utils appstreamcli:AppStream ;;
+    lint)
+      set -- clang++:clang clang-format:clang-format clang-tidy:clang-tidy desktop-file-validate:desktop-file-utils \
+        appstreamcli:AppStream
+      ;;
     tests) set -- openbox:openbox ;;
     display) set -- Xvfb:Xvfb ;;
     picture) set -- import:ImageMagick xdotool:xdotool ;;
@@ -184,7 +187,8 @@ has_display() {
 # Starts an X server that nobody sees, on a display number that is free, and makes it this script's display.
 start_virtual_display() {
   local number=$scratch/display
-  in_background build/xvfb.log Xvfb -displayfd 3 -screen 0 1280x960x24 -nolisten tcp 3>"$number"
+  # -noreset: otherwise the server starts afresh whenever its last client leaves, and refuses the next one meanwhile.
+  in_background build/xvfb.log Xvfb -noreset -displayfd 3 -screen 0 1280x960x24 -nolisten tcp 3>"$number"
   wait_until 20 test -s "$number" || die "The virtual X server did not start; its log is build/xvfb.log."
   unset WAYLAND_DISPLAY
   DISPLAY=:$(<"$number")

@@ -41,7 +41,10 @@ TEST_F(CheckRecover, FindingsNameThePathAndThePlace) {
   use(image);
   const std::string place = "@" + std::to_string(snare.entry.block) + ":1";
   const std::string message =
-      "The file shares 2 blocks with “KICK” in the folder “A/B”: changing or deleting one damages the other.";
+      "The file shares 2 blocks (blocks 162 to 163) with “KICK” in the folder “A/B”: one of the two is "
+      "damaged "
+      "already, or will be when a sampler stores it anew. Listen to both, export the good one, delete both, "
+      "import it again.";
   EXPECT_EQ(
       runCli({"check", imagePath()}),
       (Answer{1, "Harm: /A\\/B/SNARE (" + place + "): " + message + "\nFindings: 1, of harm: 1\n", ""}));
@@ -101,6 +104,18 @@ TEST_F(CheckRecover, FindingsWithoutAPathHaveNone) {
   ASSERT_NE(lost, findings.end());
   EXPECT_TRUE(lost->at("path").is_null());
   EXPECT_EQ(lost->at("place"), "@" + block() + ":0");
+}
+
+TEST_F(CheckRecover, ExactCheckAlsoNamesWhatTheBareRulesDestroy) {
+  ImageBuilder image;
+  image.root().addFolder("Drums");
+  use(image);
+  EXPECT_EQ(cli("check").status, 0);
+  const Answer answer = cli("check", {"--exact", "--json"});
+  EXPECT_EQ(answer.status, 1);
+  const json finding = jsonOf(answer).at("findings").at(0);
+  EXPECT_EQ(finding.at("kind"), "harm-bare-entry");
+  EXPECT_EQ(finding.at("path"), "/Drums");
 }
 
 TEST_F(CheckRecover, CheckChangesNothing) {
@@ -174,13 +189,13 @@ TEST_F(RecoverRefused, FullFolder) {
   ImageBuilder image;
   FolderBuilder lost = image.root().addFolder("Lost");
   lost.addFile("PAD", patternBytes(700));
-  FolderBuilder full = image.root().addFolder("Full");
-  for (int i = 0; i < 16; ++i)
-    full.addFile("F" + std::to_string(i));
-  image.pokeEntry(lost.place(), RawEntry{});
+  const RawEntry file = rawFileEntry("HERE", 0x81, 1, 9, 1, 0, 0);
+  for (int i = 0; i < 15; ++i)
+    image.root().addFile("F" + std::to_string(i));
+  image.pokeEntry(lost.place(), file);
   block_ = lost.blocks().front();
   use(image);
-  expectRefusal("/Full", "Back", 7, "Parent directory is full");
+  expectRefusal("/", "Back", 7, "Parent directory is full"); // the root does not grow
 }
 
 TEST_F(RecoverRefused, ReadOnlyImage) {
