@@ -104,7 +104,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   for (const VolumeFinding &finding : findings)
     fuzz::require(!finding.isHarm(), finding.message.c_str());
   const fuzz::MemoryImage copy(test::readBytes(image.path()));
-  fuzz::require(filesOf(*volume) == filesOf(*EMU3Filesystem::initWithURL(copy.path())),
+  fuzz::require(filesOf(*volume) == filesOf(*EMU3Filesystem::initWithURL(copy.path(), rules)),
                 "the tree is what the image holds");
   return 0;
 }

@@ -165,6 +165,7 @@ TEST(KilledAtAnyMoment, NothingThatWasCompleteIsLost) {
   const std::string image = folder.path("volume.hda");
   const int kills = killCount();
   int changes = 0;
+  bool hasFileInTwoPlaces = false;
   Outcomes outcomes;
   for (int round = 0; round < kills; ++round) {
     if (round % 10 == 0) { // a fresh volume now and then, so that it is not always full
@@ -187,8 +188,13 @@ TEST(KilledAtAnyMoment, NothingThatWasCompleteIsLost) {
         << "\nfound:\n"
         << described(found) << "settled:\n"
         << described(story.settled);
-    for (const VolumeFinding &finding : volume->check())
+    // A move that is killed half-way leaves the file in both places, its contents shared.
+    if (round % 10 == 0) hasFileInTwoPlaces = false;
+    if (story.pending && story.pending->kind == Kind::move) hasFileInTwoPlaces = true;
+    for (const VolumeFinding &finding : volume->check()) {
+      if (hasFileInTwoPlaces && finding.kind == "harm-overlap") continue;
       ASSERT_FALSE(finding.isHarm() && !finding.kind.starts_with("harm-bare-")) << finding.message;
+    }
     changes += story.changes;
     outcomes.count(found, story);
   }

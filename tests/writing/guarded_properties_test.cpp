@@ -331,20 +331,15 @@ private:
   }
 
   Outcome recover(const Operation &operation) {
-    for (const std::uint64_t block : now_.folders.at(operation.folder)) {
-      if (block >= now_.totalBlocks || !now_.takesEntries(block)) continue;
-      for (std::size_t index = 0; index < 16; ++index) {
-        if (now_.entryAt({block, index})[0] != 0) continue;
-        const auto number = static_cast<std::int16_t>(operation.block);
-        RawEntry entry = rawFolderEntry(operation.name, 0x40, {&number, 1});
-        std::fill_n(entry.begin(), 16, ' ');
-        std::copy(operation.name.begin(), operation.name.end(), entry.begin());
-        entry[operation.name.size()] = 0;
-        put({block, index}, entry);
-        return {};
-      }
-    }
-    return {7};
+    const auto spot = spotIn(operation.folder);
+    if (!spot) return {7};
+    const auto number = static_cast<std::int16_t>(operation.block);
+    RawEntry entry = rawFolderEntry(operation.name, 0x40, {&number, 1});
+    std::fill_n(entry.begin(), 16, ' ');
+    std::copy(operation.name.begin(), operation.name.end(), entry.begin());
+    entry[operation.name.size()] = 0;
+    putAt(*spot, operation.folder, entry);
+    return {};
   }
 
   const ImageReading now_;
