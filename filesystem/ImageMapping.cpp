@@ -201,7 +201,7 @@ bool ImageMapping::reaches(std::uint64_t end) const {
 std::uint64_t ImageMapping::readBytes(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
                                       std::uint64_t length) const {
   const std::uint64_t wholeBytes = size_ / kBlockSize * kBlockSize;
-  if (!containsBlock(first) || offset >= wholeBytes - first * kBlockSize) return 0;
+  if (length == 0 || !containsBlock(first) || offset >= wholeBytes - first * kBlockSize) return 0;
   const std::uint8_t *const from = address(first) + offset;
   const std::uint64_t available = std::min(length, wholeBytes - first * kBlockSize - offset);
   if (guarded(from, available, [&] { std::memcpy(to, from, available); })) return available;
@@ -217,7 +217,7 @@ std::uint64_t ImageMapping::readBytes(std::uint64_t first, std::uint64_t offset,
 std::uint64_t ImageMapping::readPassing(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
                                         std::uint64_t length) const {
   const std::uint64_t wholeBytes = size_ / kBlockSize * kBlockSize;
-  if (!containsBlock(first) || offset >= wholeBytes - first * kBlockSize) return 0;
+  if (length == 0 || !containsBlock(first) || offset >= wholeBytes - first * kBlockSize) return 0;
   const std::uint64_t begin = first * kBlockSize + offset;
   const std::uint64_t available = std::min(length, wholeBytes - begin);
   std::uint64_t done = 0;
