@@ -1,9 +1,11 @@
 #include "tests/support/FlushRecorder.h"
 
 #include "tests/support/Mappings.h"
+#include "tests/support/MediumFaults.h"
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <stdexcept>
 #include <utility>
 
@@ -19,7 +21,10 @@ int __real_msync(void *address, std::size_t length, int flags);
 int __wrap_msync(void *address, std::size_t length, int flags);
 
 int __wrap_msync(void *address, std::size_t length, int flags) {
-  const int result = __real_msync(address, length, flags);
+  tessary::test::MediumFaults *const faults = tessary::test::MediumFaults::current();
+  const int error = faults ? faults->beginFlush() : 0;
+  const int result = error == 0 ? __real_msync(address, length, flags) : -1;
+  if (error != 0) errno = error;
   if (tessary::test::FlushRecorder *const recorder = current) {
     const auto *const bytes = static_cast<const std::uint8_t *>(address);
     recorder->add(
