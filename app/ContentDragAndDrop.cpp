@@ -2,17 +2,32 @@
 #include "app/DisplayText.h"
 #include "app/ExportedFile.h"
 #include "app/FileURLs.h"
+#include "app/ImageChanges.h"
 #include "app/ImportFiles.h"
 #include "app/MainQueue.h"
 #include "app/PrivateFolder.h"
 #include "filesystem/SystemLog.h"
 
+#include <QEventLoop>
 #include <QMimeData>
 #include <memory>
 #include <set>
 #include <utility>
 
 namespace tessary {
+namespace {
+
+std::optional<std::string> exportIntoPrivateFolder(EMU3Filesystem &filesystem, const EMU3FilePtr &file,
+                                                   const EMU3DirectoryPtr &directory) {
+  const std::optional<std::string> folder = makePrivateFolder("EMU3Drag");
+  if (!folder) return std::nullopt;
+  EMU3Error error;
+  std::optional<std::string> path = exportIntoFolder(filesystem, file, directory, *folder, &error);
+  if (!path) systemLog("Drag export failed for " + file->name() + ": " + error.description());
+  return path;
+}
+
+} // namespace
 
 Qt::ItemFlags ContentController::flags(const QModelIndex &index) const {
   const Qt::ItemFlags flags = QAbstractTableModel::flags(index) | Qt::ItemIsDropEnabled;
@@ -38,28 +53,39 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
   std::set<std::size_t> rows; // there is an index for each column
   for (const QModelIndex &index : indexes)
     if (index.isValid()) rows.insert(static_cast<std::size_t>(index.row()));
-  QList<QUrl> urls;
+  std::vector<EMU3FilePtr> files;
   for (const std::size_t row : rows)
-    if (const std::optional<std::string> path = exportForDrag(rows_[row].file)) urls.append(fileURL(*path));
+    files.push_back(rows_[row].file);
+  QList<QUrl> urls;
+  for (const std::string &path : exportForDrag(files))
+    urls.append(fileURL(path));
   if (urls.isEmpty()) return nullptr;
   auto data = std::make_unique<QMimeData>();
   data->setUrls(urls);
   return data.release();
 }
 
-std::optional<std::string> ContentController::exportForDrag(const EMU3FilePtr &file) const {
-  const std::optional<std::string> folder = makePrivateFolder("EMU3Drag");
-  if (!folder) return std::nullopt;
-  EMU3Error error;
-  std::optional<std::string> path = exportIntoFolder(*filesystem_, file, shownDirectory_, *folder, &error);
-  if (!path) systemLog("Drag export failed for " + file->name() + ": " + error.description());
-  return path;
+std::vector<std::string> ContentController::exportForDrag(const std::vector<EMU3FilePtr> &files) const {
+  const EMU3FilesystemPtr filesystem = filesystem_;
+  const EMU3DirectoryPtr directory = shownDirectory_;
+  std::vector<std::string> paths;
+  QEventLoop loop;
+  dragQueue_.async([&] {
+    for (const EMU3FilePtr &file : files)
+      if (std::optional<std::string> path = exportIntoPrivateFolder(*filesystem, file, directory))
+        paths.push_back(std::move(*path));
+    QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+  });
+  loop.exec(QEventLoop::ExcludeUserInputEvents); // the mouse stays with the drag
+  dragQueue_.waitUntilIdle();                    // when the application ends, so does the loop
+  // A drop inside the window finds the files again by their names, in the folder that is shown.
+  return shownDirectory_ == directory ? paths : std::vector<std::string>();
 }
 
 // ---- Drops on the table
 
 bool ContentController::canImport() const {
-  return filesystem_ && !filesystem_->isReadOnly() && directory_;
+  return filesystem_ && mayBecomeChangeable(*filesystem_) && directory_;
 }
 
 bool ContentController::canDropMimeData(const QMimeData *data, Qt::DropAction action, int, int,
@@ -72,18 +98,18 @@ bool ContentController::dropMimeData(const QMimeData *data, Qt::DropAction, int,
   if (!canImport()) return false;
   const std::vector<std::string> urls = filePaths(*data);
   if (urls.empty()) return false;
-  importDroppedFiles(urls);
+  beforeImport_([this, directory = directory_, urls] { importDroppedFiles(urls, directory); });
   return true;
 }
 
-void ContentController::importDroppedFiles(const std::vector<std::string> &urls) {
-  filesystem_->ioQueue().async(
-      [controller = QPointer(this), filesystem = filesystem_, directory = directory_, urls] {
-        const ImportResult result = importFiles(*filesystem, urls, directory);
-        onMainQueue([controller, filesystem, result] {
-          if (controller) controller->droppedFilesImported(filesystem, result);
-        });
-      });
+void ContentController::importDroppedFiles(const std::vector<std::string> &urls,
+                                           const EMU3DirectoryPtr &directory) {
+  filesystem_->ioQueue().async([controller = QPointer(this), filesystem = filesystem_, directory, urls] {
+    const ImportResult result = importFiles(*filesystem, urls, directory);
+    onMainQueue([controller, filesystem, result] {
+      if (controller) controller->droppedFilesImported(filesystem, result);
+    });
+  });
 }
 
 void ContentController::droppedFilesImported(const EMU3FilesystemPtr &filesystem,
