@@ -61,6 +61,9 @@ public:
   /// follows becomes the current one.
   void refresh();
 
+  /// Selects the file's row alone and scrolls it into view; false when it has none.
+  bool selectRowOf(const EMU3FilePtr &file);
+
   /// The files shown, in row order.
   std::vector<EMU3FilePtr> displayedFiles() const;
 

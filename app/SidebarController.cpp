@@ -152,6 +152,18 @@ bool SidebarController::selectRowOf(const EMU3DirectoryPtr &directory) {
   return true;
 }
 
+bool SidebarController::revealRowOf(const EMU3DirectoryPtr &directory) {
+  if (!outlineView_) return false;
+  std::vector<QModelIndex> closed; // from the folder upwards
+  for (QModelIndex above = indexOf(directory).parent(); above.isValid(); above = above.parent())
+    closed.push_back(above);
+  for (auto above = closed.rbegin(); above != closed.rend(); ++above) {
+    outlineView_->expand(*above);
+    if (!outlineView_->isExpanded(*above)) return false;
+  }
+  return selectRowOf(directory);
+}
+
 void SidebarController::selectFirstRow() {
   if (rowCount() > 0) selectRowOf(directoryAt(index(0, 0)));
 }
