@@ -25,7 +25,7 @@ QString checkedText(const std::vector<VolumeFinding> &findings) {
       .arg(QString::number(findings.size()), QString::number(harms));
 }
 
-/// Null where there is none to go to. A file is looked for where it is now: it may have been moved since.
+/// The folder to be shown for it; null where there is none, and once its file is gone.
 EMU3DirectoryPtr folderOf(const VolumeFinding &finding) {
   return finding.file ? finding.file->folder() : finding.folder;
 }

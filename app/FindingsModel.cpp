@@ -29,6 +29,8 @@ QString kindText(const VolumeFinding &finding) {
 } // namespace
 
 void FindingsModel::setFindings(std::vector<VolumeFinding> findings, const EMU3DirectoryPtr &root) {
+  std::stable_partition(findings.begin(), findings.end(),
+                        [](const VolumeFinding &finding) { return finding.isHarm(); });
   beginResetModel();
   rows_.clear();
   for (VolumeFinding &finding : findings) {

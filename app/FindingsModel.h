@@ -9,7 +9,7 @@
 
 namespace tessary {
 
-/// What a check of an image found, one row a finding, as it was then. Main thread only.
+/// What a check of an image found, one row a finding, harm first, as it was then. Main thread only.
 class FindingsModel final : public QAbstractTableModel {
   Q_OBJECT
 

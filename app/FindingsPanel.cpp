@@ -15,6 +15,7 @@
 #include <QTableView>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace tessary {
@@ -169,8 +170,10 @@ void FindingsPanel::goToSelected() {
 
 void FindingsPanel::copySelected() {
   std::vector<int> rows = selectedRows();
-  for (int row = 0; rows.empty() && row < model_->rowCount(); ++row)
-    rows.push_back(row);
+  if (rows.empty()) {
+    rows.resize(static_cast<std::size_t>(model_->rowCount()));
+    std::iota(rows.begin(), rows.end(), 0);
+  }
   QStringList lines;
   for (const int row : rows)
     lines += model_->line(row);
