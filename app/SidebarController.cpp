@@ -2,6 +2,7 @@
 
 #include "app/DisplayText.h"
 #include "app/FileURLs.h"
+#include "app/FolderOutline.h"
 
 #include <QApplication>
 #include <QScrollBar>
@@ -157,10 +158,9 @@ bool SidebarController::revealRowOf(const EMU3DirectoryPtr &directory) {
   std::vector<QModelIndex> closed; // from the folder upwards
   for (QModelIndex above = indexOf(directory).parent(); above.isValid(); above = above.parent())
     closed.push_back(above);
-  for (auto above = closed.rbegin(); above != closed.rend(); ++above) {
+  if (closed.size() > FolderOutline::kDeepestOpenLevel + 1) return false;
+  for (auto above = closed.rbegin(); above != closed.rend(); ++above)
     outlineView_->expand(*above);
-    if (!outlineView_->isExpanded(*above)) return false;
-  }
   return selectRowOf(directory);
 }
 
