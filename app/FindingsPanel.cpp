@@ -67,7 +67,7 @@ FindingsPanel::FindingsPanel(const QString &title, QWidget *parent)
   buildTable();
   goToButton_ = addButton(QStringLiteral("Go To"), &FindingsPanel::goToSelected);
   copyButton_ = addButton(QStringLiteral("Copy"), &FindingsPanel::copySelected);
-  closeButton_ = addButton(QStringLiteral("Close"), &FindingsPanel::closePanel);
+  closeButton_ = addButton(QStringLiteral("Close"), &FindingsPanel::reject);
   new QShortcut(QKeySequence::Copy, this, this, &FindingsPanel::copySelected);
   layOut();
 }

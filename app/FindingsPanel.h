@@ -42,7 +42,6 @@ private:
   std::vector<int> selectedRows() const;
   void goToSelected();
   void copySelected();
-  void closePanel() { reject(); }
 
   FindingsModel *model_;
   QLabel *summary_;
