@@ -460,6 +460,16 @@ TEST_F(CheckImage, CannotGoToAFileThatIsGone) {
   EXPECT_TRUE(canGoTo());
 }
 
+TEST_F(CheckImage, CannotGoToAFolderThatIsGone) {
+  mountAndCheck(damaged());
+  chooseFinding(kGone);
+  EXPECT_TRUE(canGoTo());
+  chooseFromFolderMenu({"Gone"}, "Delete Folder");
+  answerSheet("Delete");
+  ASSERT_EQ(outlineLabels(), QStringList{"Drums (2)"});
+  EXPECT_FALSE(canGoTo());
+}
+
 TEST_F(CheckImage, CannotGoIntoAFolderThatIsGone) {
   mountAndCheck(damaged());
   chooseFinding(kLow);
