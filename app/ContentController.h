@@ -9,8 +9,10 @@
 #include <QTableView>
 #include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace tessary {
@@ -66,6 +68,9 @@ public:
   /// follows becomes the current one.
   void refresh();
 
+  /// Selects the file's row alone and scrolls it into view; false when it has none.
+  bool selectRowOf(const EMU3FilePtr &file);
+
   /// The files shown, in row order.
   std::vector<EMU3FilePtr> displayedFiles() const;
 
@@ -82,6 +87,8 @@ public:
   /// A row whose export fails is left out and logged; null when none is left, or when another folder is shown
   /// by then. Meanwhile events are handled, but for the user's. The caller owns the result.
   QMimeData *mimeData(const QModelIndexList &indexes) const override;
+  /// The file that the last drag of rows brings as that host file; null for any other path.
+  EMU3FilePtr draggedFile(const std::string &path) const;
   /// Any place on the table will do. Refuses the table's own rows, and everything unless a folder of an image
   /// is shown that is writable, or will be when another program lets go of it.
   bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
@@ -103,7 +110,11 @@ private:
   /// The file shown in that row when it is among `rows`, or else the nearest one that is: below it first.
   EMU3FilePtr nearestFileIn(const std::vector<Row> &rows, int row) const;
   void replaceRowsKeepingView(std::vector<Row> rows);
-  std::vector<std::string> exportForDrag(const std::vector<EMU3FilePtr> &files) const;
+  struct DraggedFile {
+    std::string path; ///< of the copy
+    EMU3FilePtr file;
+  };
+  std::vector<DraggedFile> exportForDrag(const std::vector<EMU3FilePtr> &files) const;
   bool canImport() const;
   void importDroppedFiles(const std::vector<std::string> &urls, const EMU3DirectoryPtr &directory);
   void droppedFilesImported(const EMU3FilesystemPtr &filesystem, const ImportResult &result);
@@ -117,7 +128,8 @@ private:
   std::function<void()> afterImport_;
   std::vector<Row> rows_;
   mutable SerialQueue dragQueue_{"com.tessary.drag"}; ///< a drag that begins is not behind queued work
-  mutable IncomingDrag incomingDrag_;                 ///< mutable for what it remembers of the data
+  mutable std::unordered_map<std::string, std::weak_ptr<EMU3File>> dragged_; ///< by the path of the copy
+  mutable IncomingDrag incomingDrag_; ///< mutable for what it remembers of the data
 };
 
 } // namespace tessary

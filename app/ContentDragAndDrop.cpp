@@ -21,8 +21,9 @@ std::optional<std::string> exportIntoPrivateFolder(EMU3Filesystem &filesystem, c
                                                    const EMU3DirectoryPtr &directory) {
   const std::optional<std::string> folder = makePrivateFolder("EMU3Drag");
   if (!folder) return std::nullopt;
+  ExportTargets targets;
   EMU3Error error;
-  std::optional<std::string> path = exportIntoFolder(filesystem, file, directory, *folder, &error);
+  std::optional<std::string> path = exportIntoFolder(filesystem, file, directory, *folder, &targets, &error);
   if (!path) systemLog("Drag export failed for " + file->name() + ": " + error.description());
   return path;
 }
@@ -57,29 +58,38 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
   for (const std::size_t row : rows)
     files.push_back(rows_[row].file);
   QList<QUrl> urls;
-  for (const std::string &path : exportForDrag(files))
+  dragged_.clear();
+  for (const auto &[path, file] : exportForDrag(files)) {
     urls.append(fileURL(path));
+    dragged_.emplace(path, file);
+  }
   if (urls.isEmpty()) return nullptr;
   auto data = std::make_unique<QMimeData>();
   data->setUrls(urls);
   return data.release();
 }
 
-std::vector<std::string> ContentController::exportForDrag(const std::vector<EMU3FilePtr> &files) const {
+std::vector<ContentController::DraggedFile>
+ContentController::exportForDrag(const std::vector<EMU3FilePtr> &files) const {
   const EMU3FilesystemPtr filesystem = filesystem_;
   const EMU3DirectoryPtr directory = shownDirectory_;
-  std::vector<std::string> paths;
+  std::vector<DraggedFile> dragged;
   QEventLoop loop;
   dragQueue_.async([&] {
     for (const EMU3FilePtr &file : files)
       if (std::optional<std::string> path = exportIntoPrivateFolder(*filesystem, file, directory))
-        paths.push_back(std::move(*path));
+        dragged.push_back({std::move(*path), file});
     QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
   });
   loop.exec(QEventLoop::ExcludeUserInputEvents); // the mouse stays with the drag
   dragQueue_.waitUntilIdle();                    // when the application ends, so does the loop
-  // A drop inside the window finds the files again by their names, in the folder that is shown.
-  return shownDirectory_ == directory ? paths : std::vector<std::string>();
+  // Rows that are no longer shown are not dragged.
+  return shownDirectory_ == directory ? dragged : std::vector<DraggedFile>();
+}
+
+EMU3FilePtr ContentController::draggedFile(const std::string &path) const {
+  const auto found = dragged_.find(path);
+  return found == dragged_.end() ? nullptr : found->second.lock();
 }
 
 // ---- Drops on the table

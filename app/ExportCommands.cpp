@@ -3,7 +3,6 @@
 #include "app/MainQueue.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
-#include "filesystem/ExportTargets.h"
 #include "filesystem/SystemLog.h"
 
 #include <QFile>
@@ -81,9 +80,10 @@ void MainWindowController::_exportFiles(const std::vector<EMU3FilePtr> &files,
   filesystem_->ioQueue().async(
       [controller = QPointer(this), filesystem = filesystem_, files, directory, folder] {
         std::size_t failures = 0;
+        ExportTargets targets; // no file overwrites another of this command
         for (const EMU3FilePtr &file : files) {
           EMU3Error error;
-          if (exportIntoFolder(*filesystem, file, directory, folder, &error)) continue;
+          if (exportIntoFolder(*filesystem, file, directory, folder, &targets, &error)) continue;
           ++failures;
           systemLog("Export failed for " + file->name() + ": " + error.description());
         }
