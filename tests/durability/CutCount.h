@@ -1,0 +1,32 @@
+#pragma once
+
+#include "tests/durability/BarrierRecorder.h"
+#include "tests/durability/Judge.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tessary::test {
+
+/// What was found in the images that power cuts leave.
+struct CutCount {
+  std::uint64_t states = 0; ///< that were judged
+  std::uint64_t faulty = 0; ///< of them
+  std::size_t barriers = 0;
+  std::string firstFault;    ///< of a state
+  std::string faultOfMedium; ///< what is wrong with the medium after it all was reported as done
+
+  [[nodiscard]] bool isFaulty() const { return faulty > 0 || !faultOfMedium.empty(); }
+  /// Of both kinds; empty when there is none.
+  [[nodiscard]] std::string faults() const;
+};
+
+/// Draws images for cuts at any time of what was recorded, of pages of 512 and of 4,096 bytes in turn, and
+/// judges each. When all was reported as done, it must be on the medium, to the byte. TESSARY_STATES: how
+/// many for the time between two barriers.
+CutCount countCuts(const std::vector<Moment> &moments, const Judge &judge, bool isDone,
+                   std::uint32_t seed = 1);
+
+} // namespace tessary::test

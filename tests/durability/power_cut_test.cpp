@@ -1,0 +1,256 @@
+// A power cut at any moment of a change, and a barrier that is missing or that the medium refuses.
+
+#include "tests/durability/CutCount.h"
+#include "tests/durability/Operations.h"
+#include "tests/support/AskedNumber.h"
+#include "tests/support/HostFiles.h"
+#include "tests/support/MountedVolume.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace tessary::test {
+namespace {
+
+struct Case {
+  std::string name;
+  std::function<Operation(const OperationMaker &, Layout)> made;
+  /// Steps that a barrier keeps apart from the next, by the rule of the order on the medium.
+  std::size_t ordered = 0;
+};
+
+void PrintTo(const Case &item, std::ostream *out) {
+  *out << item.name;
+}
+
+/// The new one is there before the old one goes.
+Operation replacing(const OperationMaker &maker) {
+  const Place old = maker.at("/Part/P2");
+  const Operation import = maker.importFile("NEW", patternBytes(3000, 7), maker.at("/Part"));
+  const Operation remove = maker.deleteFile(old);
+  Operation both{"replace P2", import.asked, {}};
+  both.asked += remove.asked;
+  both.asked.newFiles.front().replaced = old;
+  both.make = [import, remove](EMU3Filesystem &volume, EMU3Error *error) {
+    return import.make(volume, error) && remove.make(volume, error);
+  };
+  return both;
+}
+
+std::vector<Case> cases() {
+  using Maker = const OperationMaker &;
+  const auto import = [](const char *folder, std::size_t length) {
+    return [=](Maker maker, Layout) {
+      return maker.importFile("NEW", patternBytes(length, 7), maker.at(folder));
+    };
+  };
+  const auto restore = [](const char *folder) {
+    return [=](Maker maker, Layout) {
+      return maker.restoreFile(maker.at("/Sixteen bytes of"), patternBytes(1700, 7), maker.at(folder));
+    };
+  };
+  const auto copy = [](const char *file, const char *folder) {
+    return [=](Maker maker, Layout) { return maker.copyFile(maker.at(file), maker.at(folder)); };
+  };
+  const auto move = [](const char *file, const char *folder) {
+    return [=](Maker maker, Layout) { return maker.moveFile(maker.at(file), maker.at(folder)); };
+  };
+  const auto moveFolder = [](const char *moved, const char *folder) {
+    return [=](Maker maker, Layout) { return maker.moveFolder(maker.at(moved), maker.at(folder)); };
+  };
+  const auto makeFolder = [](const char *folder) {
+    return [=](Maker maker, Layout) { return maker.createFolder("NEW", maker.at(folder)); };
+  };
+  const auto deleteFile = [](const char *file) {
+    return [=](Maker maker, Layout) { return maker.deleteFile(maker.at(file)); };
+  };
+  const auto deleteFolder = [](const char *folder) {
+    return [=](Maker maker, Layout) { return maker.deleteFolder(maker.at(folder)); };
+  };
+  const auto recover = [](const char *folder) {
+    return [=](Maker maker, Layout layout) {
+      return maker.recoverFolder(lostBlock(layout), "Back", maker.at(folder));
+    };
+  };
+  return {
+      {"Import", import("/Part", 1300), 1},
+      {"ImportGrowing", import("/Full", 1300), 1},
+      {"ImportOverSlots", import("/", 17 * kBlockBytes), 1},
+      {"ImportOfNothing", import("/Void", 0), 0},
+      {"Restore", restore("/Void"), 1},
+      {"RestoreGrowing", restore("/Full"), 1},
+      {"Copy", copy("/ROOT2", "/Part"), 1},
+      {"CopyIntoItsFolder", copy("/Part/P1", "/Part"), 1},
+      {"CopyGrowing", copy("/Part/P1", "/Full"), 1},
+      {"Move", move("/ROOT2", "/Part"), 1},
+      {"MoveGrowing", move("/Nest/N1", "/Full"), 2},
+      {"MoveOfNothing", move("/EMPTY", "/Nest/Inner"), 1},
+      {"Rename", [](Maker maker, Layout) { return maker.renameFile(maker.at("/ROOT1"), "another name"); }, 0},
+      {"RenameFolder", [](Maker maker, Layout) { return maker.renameFolder(maker.at("/Nest"), "Other"); }, 0},
+      {"Delete", deleteFile("/ROOT2"), 1},
+      {"DeleteOfASmallOne", deleteFile("/Full/F3"), 1},
+      {"DeleteOfNothing", deleteFile("/EMPTY"), 0},
+      {"CreateFolder", makeFolder("/Part"), 1},
+      {"CreateFolderGrowing", makeFolder("/Full"), 1},
+      {"MoveFolder", moveFolder("/Nest", "/Part"), 1},
+      {"MoveFolderGrowing", moveFolder("/Nest/Inner", "/Full"), 2},
+      {"DeleteFolder", deleteFolder("/Void"), 0},
+      {"DeleteFullFolder", deleteFolder("/Full"), 1},
+      {"DeleteTree", deleteFolder("/Nest"), 1},
+      {"Recover", recover("/Part"), 0},
+      {"RecoverGrowing", recover("/Full"), 1},
+      {"Replace", [](Maker maker, Layout) { return replacing(maker); }, 3},
+  };
+}
+
+/// A volume that is asked for one operation.
+class Trial {
+public:
+  Trial(const Case &item, Layout layout)
+      : volume_(volumeToChange(layout), MountRules::guarded), maker_(readBytes(volume_.imagePath()), host_),
+        operation_(item.made(maker_, layout)), recorder_(volume_.imagePath()),
+        judge_(readBytes(volume_.imagePath()), operation_.asked) {}
+
+  void leaveOut(std::size_t barrier, Omission how) { recorder_.leaveOut(barrier, how); }
+  CutCount run() {
+    isDone_ = operation_.make(*volume_, &error_);
+    return countCuts(recorder_.take(), judge_, isDone_);
+  }
+  [[nodiscard]] bool isDone() const { return isDone_; }
+  [[nodiscard]] const EMU3Error &error() const { return error_; }
+  [[nodiscard]] const EMU3Filesystem &volume() const { return *volume_; }
+
+private:
+  const TemporaryFolder host_;
+  const MountedVolume volume_;
+  const OperationMaker maker_;
+  const Operation operation_;
+  BarrierRecorder recorder_;
+  const Judge judge_;
+  EMU3Error error_;
+  bool isDone_ = false;
+};
+
+class PowerCut : public testing::TestWithParam<std::tuple<Case, Layout>> {
+protected:
+  static const Case &item() { return std::get<0>(GetParam()); }
+  static Trial trial() { return Trial(item(), std::get<1>(GetParam())); }
+  /// How many barriers the operation has; fails the test where it has none.
+  static std::size_t barriers() {
+    const std::size_t count = trial().run().barriers;
+    EXPECT_GT(count, 0U) << "nothing was waited for";
+    return count;
+  }
+};
+
+TEST_P(PowerCut, LosesNothingAndLeavesNothingHalf) {
+  Trial once = trial();
+  const CutCount count = once.run();
+  EXPECT_TRUE(once.isDone()) << once.error().description();
+  EXPECT_GT(count.barriers, 0U) << "nothing was waited for";
+  EXPECT_EQ(count.faults(), "");
+  RecordProperty("states", static_cast<int>(count.states));
+  std::cout << count.states << " states, " << count.barriers << " barriers\n";
+}
+
+TEST_P(PowerCut, IsSeenWhereABarrierIsLeftOut) {
+  const std::size_t count = barriers();
+  for (std::size_t barrier = 0; barrier < count; ++barrier) {
+    Trial without = trial();
+    without.leaveOut(barrier, Omission::lost);
+    const CutCount found = without.run();
+    EXPECT_TRUE(without.isDone());
+    EXPECT_TRUE(found.isFaulty()) << "without barrier " << barrier + 1 << " of " << count;
+    std::cout << "without barrier " << barrier + 1 << " of " << count << ": " << found.faults() << '\n';
+  }
+}
+
+// With a barrier in the place of two, the order between them is gone: cuts alone show it.
+TEST_P(PowerCut, IsSeenWhereTwoStepsShareABarrier) {
+  const std::size_t count = barriers();
+  std::size_t seen = 0;
+  for (std::size_t barrier = 0; barrier + 1 < count; ++barrier) {
+    Trial merged = trial();
+    merged.leaveOut(barrier, Omission::late);
+    const CutCount found = merged.run();
+    if (found.faulty > 0) ++seen;
+    std::cout << "barrier " << barrier + 1 << " of " << count
+              << " with the next: " << (found.isFaulty() ? found.faults() : "nothing is seen") << '\n';
+  }
+  EXPECT_GE(seen, item().ordered);
+}
+
+TEST_P(PowerCut, LosesNothingWhereTheMediumRefusesABarrier) {
+  const std::size_t count = barriers();
+  for (std::size_t barrier = 0; barrier < count; ++barrier) {
+    Trial refused = trial();
+    refused.leaveOut(barrier, Omission::refused);
+    const CutCount found = refused.run();
+    EXPECT_FALSE(refused.isDone()) << "barrier " << barrier + 1;
+    EXPECT_EQ(refused.error().description(), "Error Domain=com.tessary.error Code=3 \"Data write failed\"");
+    EXPECT_TRUE(refused.volume().isReadOnly()) << "barrier " << barrier + 1;
+    EXPECT_EQ(found.faults(), "") << "barrier " << barrier + 1;
+    EXPECT_EQ(found.barriers, barrier + 1) << "it was tried again";
+  }
+}
+
+std::string nameOfCase(const testing::TestParamInfo<std::tuple<Case, Layout>> &info) {
+  return std::get<0>(info.param).name + (std::get<1>(info.param) == Layout::tight ? "Tight" : "Apart");
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, PowerCut,
+                         testing::Combine(testing::ValuesIn(cases()),
+                                          testing::Values(Layout::tight, Layout::apart)),
+                         nameOfCase);
+
+// ---- Sequences
+
+/// What there is to recover.
+std::optional<std::uint64_t> lostIn(const OperationMaker &maker, Layout layout) {
+  const std::uint64_t block = lostBlock(layout);
+  if (maker.now().isNamed(block) || maker.now().entryAt({block, 0})[0] == 0) return std::nullopt;
+  return block;
+}
+
+/// Ten operations, drawn with the seed, each judged by itself.
+std::uint64_t runSequence(std::uint32_t seed) {
+  Random random(seed);
+  const Layout layout = random.chance(50) ? Layout::tight : Layout::apart;
+  const TemporaryFolder host;
+  const MountedVolume volume(volumeToChange(layout), MountRules::guarded);
+  BarrierRecorder recorder(volume.imagePath());
+  std::uint64_t states = 0;
+  for (std::uint32_t step = 0; step < 10 && !testing::Test::HasFailure(); ++step) {
+    const Bytes before = readBytes(volume.imagePath());
+    const OperationMaker maker(before, host);
+    const Operation operation = maker.drawn(random, seed * 10 + step, lostIn(maker, layout));
+    EMU3Error error;
+    const bool isDone = operation.make(*volume, &error);
+    // One that is refused changes nothing, and that is on the medium.
+    const CutCount count =
+        countCuts(recorder.take(), Judge(before, isDone ? operation.asked : Asked{}), true, seed);
+    EXPECT_EQ(count.faults(), "") << "seed " << seed << ", step " << step << ": " << operation.name
+                                  << (isDone ? "" : ": " + error.description());
+    states += count.states;
+  }
+  return states;
+}
+
+TEST(PowerCutInSequences, LosesNothingAndLeavesNothingHalf) {
+  const std::uint32_t first = askedNumber("TESSARY_FIRST_SEED", 1);
+  const std::uint32_t count = askedNumber("TESSARY_SEEDS", 40);
+  std::uint64_t states = 0;
+  for (std::uint32_t seed = first; seed < first + count && !HasFailure(); ++seed)
+    states += runSequence(seed);
+  RecordProperty("states", static_cast<int>(states));
+  std::cout << states << " states\n";
+}
+
+} // namespace
+} // namespace tessary::test
