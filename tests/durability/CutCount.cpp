@@ -32,7 +32,8 @@ CutCount countCuts(const std::vector<Moment> &moments, const Judge &judge, bool 
   const PowerCuts cuts(moments);
   const std::uint32_t wanted = askedNumber("TESSARY_STATES", 60);
   CutCount count;
-  count.barriers = cuts.spans() - 1;
+  for (std::size_t barrier = 0; barrier + 1 < cuts.spans(); ++barrier)
+    count.isInUse.push_back(cuts.endsInUse(barrier));
   for (std::size_t span = 0; span < cuts.spans(); ++span) {
     const bool isAfterAll = isDone && span + 1 == cuts.spans();
     const std::uint32_t states = cuts.isOpen(span) ? wanted : 1;
@@ -44,7 +45,7 @@ CutCount countCuts(const std::vector<Moment> &moments, const Judge &judge, bool 
       ++count.states;
       if (fault.empty()) continue;
       if (count.faulty++ == 0)
-        count.firstFault = "after " + std::to_string(span) + " of " + std::to_string(count.barriers) +
+        count.firstFault = "after " + std::to_string(span) + " of " + std::to_string(count.barriers()) +
                            " barriers, pages of " + std::to_string(pageBytes) + ", state " +
                            std::to_string(number) + " of seed " + std::to_string(seed) + ": " + fault;
     }

@@ -14,10 +14,12 @@ namespace tessary::test {
 struct CutCount {
   std::uint64_t states = 0; ///< that were judged
   std::uint64_t faulty = 0; ///< of them
-  std::size_t barriers = 0;
+  /// For each barrier, whether it brings anything to the medium. One that does not can be left out.
+  std::vector<bool> isInUse;
   std::string firstFault;    ///< of a state
   std::string faultOfMedium; ///< what is wrong with the medium after it all was reported as done
 
+  [[nodiscard]] std::size_t barriers() const { return isInUse.size(); }
   [[nodiscard]] bool isFaulty() const { return faulty > 0 || !faultOfMedium.empty(); }
   /// Of both kinds; empty when there is none.
   [[nodiscard]] std::string faults() const;

@@ -34,14 +34,13 @@ RawEntry entryLike(const RawEntry &model, std::uint64_t length) {
   return entry;
 }
 
-// A folder that grows, or a new one, takes a block that has to be cleared first.
-void soilFreeDirectoryBlocks(ImageBuilder &image) {
+// What is free holds something, but no entry: what a change leaves unwritten, or wrote too late, is seen.
+void soilWhatIsFree(ImageBuilder &image) {
   const ImageReading now(image.build());
-  for (std::uint64_t block = now.rootBlock; block < now.dataBlock; ++block) {
+  for (std::uint64_t block = now.rootBlock; block < now.totalBlocks; ++block) {
     const Bytes there = image.peek(block * kBlockBytes, kBlockBytes);
-    if (now.isNamed(block) ||
-        std::any_of(there.begin(), there.end(), [](std::uint8_t byte) { return byte != 0; }))
-      continue;
+    const bool isZero = std::all_of(there.begin(), there.end(), [](std::uint8_t byte) { return byte == 0; });
+    if (!isZero || now.isNamed(block) || (block >= now.dataBlock && now.mark(block) != 0)) continue;
     Bytes soiled = patternBytes(kBlockBytes, static_cast<std::uint32_t>(block));
     for (std::size_t entry = 0; entry < kBlockBytes; entry += 32)
       soiled[entry] = 0;
@@ -65,6 +64,10 @@ FolderBlocks blocksOf(Layout layout) {
 }
 
 } // namespace
+
+std::string nameOf(Layout layout) {
+  return layout == Layout::tight ? "Tight" : "Apart";
+}
 
 std::uint64_t lostBlock(Layout layout) {
   return static_cast<std::uint64_t>(blocksOf(layout).lost);
@@ -106,7 +109,7 @@ ImageBuilder volumeToChange(Layout layout) {
   image.pokeEntry(lost.place(), {});
   // The page of the root is its own.
   if (!isTight) root.addFolder("Wide", {.blockList = {17, 18, 19, 20, 21, 22, 23}});
-  soilFreeDirectoryBlocks(image);
+  soilWhatIsFree(image);
   return image;
 }
 

@@ -20,6 +20,9 @@ enum class Layout {
   apart, ///< each in pages of its own
 };
 
+/// "Tight" or "Apart".
+std::string nameOf(Layout layout);
+
 /// A volume of some 200 KiB to change:
 ///
 ///     /ROOT1, ROOT2 (over three slots), EMPTY, a system file with 16 bytes of name

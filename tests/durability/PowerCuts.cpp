@@ -42,6 +42,7 @@ PowerCuts::PowerCuts(const std::vector<Moment> &moments) {
       if (forms[block].size() > 1) span.blocks.push_back({block, forms[block]});
     for (const auto &[begin, end] : moment.onMedium) {
       for (std::size_t block = begin / kBlockBytes; block < end / kBlockBytes; ++block) {
+        span.endsInUse = span.endsInUse || forms[block].size() > 1;
         forms[block] = {forms[block].back()};
         put(medium, moment.image, block);
       }

@@ -21,6 +21,8 @@ public:
   [[nodiscard]] std::size_t spans() const { return spans_.size(); }
   /// Whether more than one image may be left in the span.
   [[nodiscard]] bool isOpen(std::size_t span) const { return !spans_[span].blocks.empty(); }
+  /// Whether the barrier at the end of the span brings to the medium what may be missing there before.
+  [[nodiscard]] bool endsInUse(std::size_t span) const { return spans_[span].endsInUse; }
   /// An image that a cut in the span may leave, where the medium takes pages of so many bytes: 512 or a
   /// multiple.
   [[nodiscard]] Bytes drawn(std::size_t span, std::size_t pageBytes, Random &random) const;
@@ -36,6 +38,7 @@ private:
   struct Span {
     Bytes medium;
     std::vector<OpenBlock> blocks;
+    bool endsInUse = false;
   };
   class Page;
 

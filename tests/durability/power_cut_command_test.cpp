@@ -1,0 +1,220 @@
+// A power cut at any moment of a command on many items.
+
+#include "tests/cli/CliRun.h"
+#include "tests/durability/CutCount.h"
+#include "tests/durability/Operations.h"
+#include "tests/support/HostFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <iostream>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace tessary::test {
+namespace {
+
+/// A command and what it asks for.
+struct Command {
+  std::vector<std::string> words; ///< the image's path goes behind the first
+  Asked asked;
+  std::string input = "";
+
+  void also(const Operation &operation) { asked += operation.asked; }
+};
+
+struct Case {
+  std::string name;
+  std::function<Command(const OperationMaker &, Layout)> made;
+};
+
+void PrintTo(const Case &item, std::ostream *out) {
+  *out << item.name;
+}
+
+/// Host files NEW0, NEW1… of growing length.
+Command importOf(std::size_t count, const std::string &folder, const OperationMaker &maker) {
+  Command command{{"import", "-t", folder}, {}};
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string name = "NEW" + std::to_string(i);
+    const Bytes contents = patternBytes(i * 300, static_cast<std::uint32_t>(50 + i));
+    command.also(maker.importFile(name, contents, maker.at(folder)));
+    command.words.push_back(maker.hostFile(name, contents));
+  }
+  return command;
+}
+
+/// "/Full/F1" to "/Full/F15".
+std::vector<std::string> manyFiles() {
+  std::vector<std::string> paths;
+  for (int i = 1; i < 16; ++i)
+    paths.push_back("/Full/F" + std::to_string(i));
+  return paths;
+}
+
+Command copyOf(const std::vector<std::string> &files, const std::string &folder,
+               const OperationMaker &maker) {
+  Command command{{"cp"}, {}};
+  for (const std::string &file : files) {
+    command.also(maker.copyFile(maker.at(file), maker.at(folder)));
+    command.words.push_back(file);
+  }
+  command.words.push_back(folder);
+  return command;
+}
+
+Command moveOf(const std::vector<std::string> &files, const std::string &folder,
+               const OperationMaker &maker) {
+  Command command{{"mv"}, {}};
+  for (const std::string &file : files) {
+    command.also(maker.moveFile(maker.at(file), maker.at(folder)));
+    command.words.push_back(file);
+  }
+  command.words.push_back(folder);
+  return command;
+}
+
+Command removalOf(const std::vector<std::string> &files, const OperationMaker &maker) {
+  Command command{{"rm"}, {}};
+  for (const std::string &file : files) {
+    command.also(maker.deleteFile(maker.at(file)));
+    command.words.push_back(file);
+  }
+  return command;
+}
+
+Command batchOfAll(const OperationMaker &maker, Layout layout) {
+  const Bytes contents = patternBytes(2600, 7);
+  Command command{{"batch"}, {}};
+  command.input = "import '" + maker.hostFile("NEW", contents) +
+                  "' -t /Full\n"
+                  "mkdir /Part/Made\n"
+                  "mv /ROOT1 /EMPTY /Void\n"
+                  "cp /Part/P2 /Nest/Inner\n"
+                  "rm /Full/F1 /Full/F2\n"
+                  "rename /Nest Nested\n"
+                  "rename /ROOT2 Renamed\n"
+                  "recover --block " +
+                  std::to_string(lostBlock(layout)) + " --to / --name Back\n";
+  command.also(maker.importFile("NEW", contents, maker.at("/Full")));
+  command.also(maker.createFolder("Made", maker.at("/Part")));
+  command.also(maker.moveFile(maker.at("/ROOT1"), maker.at("/Void")));
+  command.also(maker.moveFile(maker.at("/EMPTY"), maker.at("/Void")));
+  command.also(maker.copyFile(maker.at("/Part/P2"), maker.at("/Nest/Inner")));
+  command.also(maker.deleteFile(maker.at("/Full/F1")));
+  command.also(maker.deleteFile(maker.at("/Full/F2")));
+  command.also(maker.renameFolder(maker.at("/Nest"), "Nested"));
+  command.also(maker.renameFile(maker.at("/ROOT2"), "Renamed"));
+  command.also(maker.recoverFolder(lostBlock(layout), "Back", maker.at("/")));
+  return command;
+}
+
+std::vector<Case> cases() {
+  using Maker = const OperationMaker &;
+  const std::vector<std::string> several{"/ROOT1", "/ROOT2", "/EMPTY", "/Nest/N1", "/Nest/Inner/I2"};
+  return {
+      {"ImportFive", [](Maker maker, Layout) { return importOf(5, "/Part", maker); }},
+      {"ImportGrowingTwice", [](Maker maker, Layout) { return importOf(20, "/Full", maker); }},
+      {"CopySeveral", [=](Maker maker, Layout) { return copyOf(several, "/Void", maker); }},
+      {"CopyManyGrowing", [](Maker maker, Layout) { return copyOf(manyFiles(), "/Part", maker); }},
+      {"MoveSeveral", [=](Maker maker, Layout) { return moveOf(several, "/Part", maker); }},
+      {"MoveSeveralGrowing", [=](Maker maker, Layout) { return moveOf(several, "/Full", maker); }},
+      {"MoveManyGrowing", [](Maker maker, Layout) { return moveOf(manyFiles(), "/Part", maker); }},
+      {"RemoveSeveral", [=](Maker maker, Layout) { return removalOf(several, maker); }},
+      {"RemoveMany", [](Maker maker, Layout) { return removalOf(manyFiles(), maker); }},
+      {"RemoveTree",
+       [](Maker maker, Layout) {
+         return Command{{"rmdir", "/Nest", "-R"}, maker.deleteFolder(maker.at("/Nest")).asked};
+       }},
+      {"Batch", batchOfAll},
+  };
+}
+
+/// A volume in a host folder, and a command that runs on it.
+class Trial {
+public:
+  Trial(const Case &item, Layout layout)
+      : image_(written(volumeToChange(layout), host_.path("disk.hda"))), maker_(readBytes(image_), host_),
+        command_(item.made(maker_, layout)), recorder_(image_), judge_(readBytes(image_), command_.asked) {}
+
+  void leaveOut(std::size_t barrier, Omission how) { recorder_.leaveOut(barrier, how); }
+  CutCount run() {
+    std::vector<std::string> words = command_.words;
+    words.insert(words.begin() + 1, image_);
+    answer_ = runCli(words, command_.input);
+    return countCuts(recorder_.take(), judge_, answer_.status == 0);
+  }
+  [[nodiscard]] const Answer &answer() const { return answer_; }
+
+private:
+  static std::string written(const ImageBuilder &image, const std::string &path) {
+    image.writeTo(path);
+    return path;
+  }
+
+  const TemporaryFolder host_;
+  const std::string image_;
+  const OperationMaker maker_;
+  const Command command_;
+  BarrierRecorder recorder_;
+  const Judge judge_;
+  Answer answer_;
+};
+
+class PowerCutOfACommand : public testing::TestWithParam<std::tuple<Case, Layout>> {
+protected:
+  static Trial trial() { return Trial(std::get<0>(GetParam()), std::get<1>(GetParam())); }
+};
+
+TEST_P(PowerCutOfACommand, LosesNothingAndLeavesNothingHalf) {
+  Trial once = trial();
+  const CutCount count = once.run();
+  EXPECT_EQ(once.answer().status, 0) << once.answer();
+  EXPECT_GT(count.barriers(), 0U) << "nothing was waited for";
+  EXPECT_EQ(count.faults(), "");
+  RecordProperty("states", static_cast<int>(count.states));
+  std::cout << count.states << " states, " << count.barriers() << " barriers\n";
+}
+
+TEST_P(PowerCutOfACommand, IsSeenWhereABarrierIsLeftOut) {
+  const CutCount all = trial().run();
+  ASSERT_GT(all.barriers(), 0U) << "nothing was waited for";
+  for (std::size_t barrier = 0; barrier < all.barriers(); ++barrier) {
+    if (!all.isInUse[barrier]) continue;
+    Trial without = trial();
+    without.leaveOut(barrier, Omission::lost);
+    const CutCount found = without.run();
+    EXPECT_TRUE(found.isFaulty()) << "without barrier " << barrier + 1 << " of " << all.barriers();
+    std::cout << "without barrier " << barrier + 1 << " of " << all.barriers() << ": " << found.faults()
+              << '\n';
+  }
+}
+
+TEST_P(PowerCutOfACommand, LosesNothingWhereTheMediumRefusesABarrier) {
+  const std::size_t barriers = trial().run().barriers();
+  ASSERT_GT(barriers, 0U) << "nothing was waited for";
+  for (std::size_t barrier = 0; barrier < barriers; ++barrier) {
+    const testing::ScopedTrace trace(__FILE__, __LINE__, "barrier " + std::to_string(barrier + 1));
+    Trial refused = trial();
+    refused.leaveOut(barrier, Omission::refused);
+    const CutCount found = refused.run();
+    EXPECT_EQ(refused.answer().status, 1) << refused.answer();
+    EXPECT_EQ(found.faults(), "");
+    EXPECT_EQ(found.barriers(), barrier + 1) << "it was tried again";
+  }
+}
+
+std::string nameOfCase(const testing::TestParamInfo<std::tuple<Case, Layout>> &info) {
+  return std::get<0>(info.param).name + nameOf(std::get<1>(info.param));
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, PowerCutOfACommand,
+                         testing::Combine(testing::ValuesIn(cases()),
+                                          testing::Values(Layout::tight, Layout::apart)),
+                         nameOfCase);
+
+} // namespace
+} // namespace tessary::test
