@@ -14,7 +14,7 @@
 namespace tessary::test {
 
 BarrierRecorder::BarrierRecorder(std::string imagePath)
-    : path_(std::move(imagePath)), size_(readBytes(path_).size()), moments_{{readBytes(path_), false, {}}},
+    : path_(std::move(imagePath)), size_(readBytes(path_).size()), moments_{{readBytes(path_)}},
       omitted_(std::numeric_limits<std::size_t>::max()),
       watch_([this](const FlushRequest &request) { return answer(request); }) {}
 
@@ -24,9 +24,15 @@ void BarrierRecorder::leaveOut(std::size_t number, Omission how) {
   omission_ = how;
 }
 
+void BarrierRecorder::noteReport() {
+  const std::lock_guard lock(mutex_);
+  moments_.push_back({readBytes(path_)});
+  moments_.back().isReport = true;
+}
+
 std::vector<Moment> BarrierRecorder::take() {
   const std::lock_guard lock(mutex_);
-  moments_.push_back({readBytes(path_), false, {}});
+  moments_.push_back({readBytes(path_)});
   const Moment now = moments_.back();
   late_.clear();
   barriers_ = 0;
@@ -54,7 +60,7 @@ int BarrierRecorder::answer(const FlushRequest &request) {
   const std::lock_guard lock(mutex_);
   ByteRange range;
   if (!isOfImage(request, range)) return request.handOn();
-  moments_.push_back({readBytes(path_), false, {}});
+  moments_.push_back({readBytes(path_)});
   FlushRequest unwaited = request; // whether it is a proper one, the host knows
   if (request.call == FlushRequest::Call::msync) {
     unwaited.flags = MS_ASYNC;

@@ -18,8 +18,9 @@ using ByteRange = std::pair<std::uint64_t, std::uint64_t>;
 /// What an image held when the program asked the host for something, or at the end of it all.
 struct Moment {
   Bytes image;
-  bool isBarrier = false;          ///< the program waits here
-  std::vector<ByteRange> onMedium; ///< that are on the medium before the program goes on
+  bool isBarrier = false;            ///< the program waits here
+  bool isReport = false;             ///< the program says that something is done
+  std::vector<ByteRange> onMedium{}; ///< that are on the medium before the program goes on
 };
 
 /// What becomes of a barrier that is left out. The program is told of success but for `refused`.
@@ -43,6 +44,8 @@ public:
 
   /// Leaves out the barrier with this number, from 0, of those that come.
   void leaveOut(std::size_t number, Omission how);
+  /// The program says that something is done.
+  void noteReport();
   /// What was recorded, the beginning first and this moment last, with which recording begins anew: all of it
   /// is on the medium, and barriers are counted from 0.
   [[nodiscard]] std::vector<Moment> take();

@@ -30,10 +30,13 @@ PowerCuts::PowerCuts(const std::vector<Moment> &moments) {
   std::vector<std::size_t> certain(blocks, 0); // the moment whose form is on the medium
   std::vector<std::vector<std::size_t>> forms(blocks, {0});
   Bytes medium = moments.front().image;
+  std::size_t reports = 0;
   for (std::size_t now = 1; now < moments.size(); ++now) {
     const Moment &moment = moments[now];
     for (std::size_t block = 0; block < blocks; ++block)
       if (!isSame(moment.image, moments[now - 1].image, block)) forms[block].push_back(now);
+    if (moment.isReport) ++reports;
+    if (moment.isReport && medium != moment.image && earlyReport_ == 0) earlyReport_ = reports;
     if (!moment.isBarrier && now + 1 != moments.size()) continue;
 
     Span &span = spans_.emplace_back();
@@ -94,31 +97,40 @@ private:
   std::vector<std::size_t> moments_;
 };
 
-// Pages that stand alone against all others are rare when each is drawn by itself, so they are drawn on
-// purpose.
-Bytes PowerCuts::drawn(std::size_t number, std::size_t pageBytes, Random &random) const {
-  const Span &span = spans_[number];
-  Bytes image = span.medium;
-  std::vector<Page> pages;
+std::vector<PowerCuts::Page> PowerCuts::pagesOf(std::size_t number, std::size_t pageBytes) const {
+  const std::vector<OpenBlock> &blocks = spans_[number].blocks;
   const std::size_t blocksOfPage = pageBytes / kBlockBytes;
-  for (auto first = span.blocks.begin(); first != span.blocks.end();) {
-    const auto end = std::find_if(first, span.blocks.end(), [&](const OpenBlock &block) {
+  std::vector<Page> pages;
+  for (auto first = blocks.begin(); first != blocks.end();) {
+    const auto end = std::find_if(first, blocks.end(), [&](const OpenBlock &block) {
       return block.number / blocksOfPage != first->number / blocksOfPage;
     });
     pages.emplace_back(images_, std::span(first, end));
     first = end;
   }
-  if (pages.empty()) return image;
+  return pages;
+}
 
-  enum class Way { each, oneMissing, oneThere, few };
-  const Way way = static_cast<Way>(random.below(4));
-  const std::size_t alone = random.below(pages.size());
+std::size_t PowerCuts::extremes(std::size_t span, std::size_t pageBytes) const {
+  return 2 * pagesOf(span, pageBytes).size();
+}
+
+Bytes PowerCuts::extreme(std::size_t span, std::size_t pageBytes, std::size_t number) const {
+  Bytes image = spans_[span].medium;
+  const std::vector<Page> pages = pagesOf(span, pageBytes);
+  const bool isAlone = number % 2 == 0;
+  for (std::size_t i = 0; i < pages.size(); ++i)
+    if ((i == number / 2) == isAlone) pages[i].put(image, pages[i].newest());
+  return image;
+}
+
+// Each page in any of its forms, or most of them there, or few.
+Bytes PowerCuts::drawn(std::size_t span, std::size_t pageBytes, Random &random) const {
+  Bytes image = spans_[span].medium;
+  const bool isAny = random.chance(50);
   const std::size_t share = random.pick(std::vector<std::size_t>{10, 50, 90});
-  for (std::size_t i = 0; i < pages.size(); ++i) {
-    const Page &page = pages[i];
-    const bool isAny = way == Way::each || (way == Way::oneThere && i == alone);
-    const bool isThere = way == Way::oneMissing ? i != alone : way == Way::few && random.chance(share);
-    if (!isAny && !isThere) continue;
+  for (const Page &page : pagesOf(span, pageBytes)) {
+    if (!isAny && !random.chance(share)) continue;
     const std::size_t moment = isAny ? page.any(random) : page.newest();
     if (moment > 0 && random.chance(10))
       page.putUnfinished(image, moment, random);

@@ -26,8 +26,14 @@ public:
   /// An image that a cut in the span may leave, where the medium takes pages of so many bytes: 512 or a
   /// multiple.
   [[nodiscard]] Bytes drawn(std::size_t span, std::size_t pageBytes, Random &random) const;
+  /// Those where one page stands against all others: it alone has its newest form, or it alone lacks it. Two
+  /// for each page that may have several forms.
+  [[nodiscard]] std::size_t extremes(std::size_t span, std::size_t pageBytes) const;
+  [[nodiscard]] Bytes extreme(std::size_t span, std::size_t pageBytes, std::size_t number) const;
   /// What is on the medium for certain when the span begins.
   [[nodiscard]] const Bytes &medium(std::size_t span) const { return spans_[span].medium; }
+  /// The first report, from 1, at which something of the image was not on the medium; 0 for none.
+  [[nodiscard]] std::size_t earlyReport() const { return earlyReport_; }
 
 private:
   /// A block that may be on the medium in several forms: those of these moments, in order.
@@ -41,9 +47,11 @@ private:
     bool endsInUse = false;
   };
   class Page;
+  [[nodiscard]] std::vector<Page> pagesOf(std::size_t span, std::size_t pageBytes) const;
 
   std::vector<Bytes> images_; ///< by moment
   std::vector<Span> spans_;
+  std::size_t earlyReport_ = 0;
 };
 
 } // namespace tessary::test

@@ -49,9 +49,11 @@ protected:
   static std::set<std::string> found(const PowerCuts &cuts, std::size_t span, std::size_t pageBytes,
                                      const std::vector<std::size_t> &blocks) {
     std::set<std::string> all;
+    const std::size_t extremes = cuts.extremes(span, pageBytes);
     for (std::uint32_t seed = 0; seed < 300; ++seed) {
       Random random(seed);
-      const Bytes image = cuts.drawn(span, pageBytes, random);
+      const Bytes image =
+          seed < extremes ? cuts.extreme(span, pageBytes, seed) : cuts.drawn(span, pageBytes, random);
       std::string values;
       for (const std::size_t block : blocks)
         values += image[block * kBlockBytes] == 0 ? '-' : static_cast<char>(image[block * kBlockBytes]);
@@ -154,6 +156,39 @@ TEST_F(OnAMedium, RefusedBarrierIsAnError) {
   EXPECT_EQ(flush(0, kPage), -1);
   EXPECT_EQ(errno, EIO);
   EXPECT_EQ(found(cuts(), 1, 512, {0}), (Found{"-", "a"}));
+}
+
+TEST_F(OnAMedium, ExtremesSetEachPageAgainstAllOthers) {
+  fill(0, 'a');
+  fill(1, 'b');
+  fill(8, 'c');
+  const PowerCuts after = cuts();
+  const auto extremes = [&](std::size_t pageBytes) {
+    Found all;
+    for (std::size_t number = 0; number < after.extremes(0, pageBytes); ++number) {
+      const Bytes image = after.extreme(0, pageBytes, number);
+      std::string values;
+      for (const std::size_t block : {0U, 1U, 8U})
+        values += image[block * kBlockBytes] == 0 ? '-' : static_cast<char>(image[block * kBlockBytes]);
+      all.insert(values);
+    }
+    return all;
+  };
+  EXPECT_EQ(extremes(512), (Found{"a--", "-b-", "--c", "ab-", "a-c", "-bc"}));
+  EXPECT_EQ(extremes(4096), (Found{"ab-", "--c"}));
+}
+
+TEST_F(OnAMedium, ReportBeforeItsBytesAreThereIsEarly) {
+  fill(0, 'a');
+  ASSERT_EQ(flush(0, kPage), 0);
+  recorder_->noteReport();
+  fill(8, 'b');
+  recorder_->noteReport();
+  ASSERT_EQ(flush(1, kPage), 0);
+  recorder_->noteReport();
+  EXPECT_EQ(cuts().earlyReport(), 2U);
+  recorder_->noteReport();
+  EXPECT_EQ(cuts().earlyReport(), 0U);
 }
 
 TEST_F(OnAMedium, EveryFormThatAPageHadMayBeThere) {
