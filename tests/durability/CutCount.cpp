@@ -4,17 +4,18 @@
 #include "tests/support/AskedNumber.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tessary::test {
 namespace {
 
-std::string faultOfMedium(const PowerCuts &cuts, const Bytes &image, const Judge &judge, bool isDone) {
+std::string faultOfMedium(const PowerCuts &cuts, const Judge &judge, bool isDone) {
   if (cuts.earlyReport() != 0)
     return "report " + std::to_string(cuts.earlyReport()) + " came before its bytes were on the medium";
   if (!isDone) return "";
   const Bytes &medium = cuts.medium(cuts.spans() - 1);
   if (std::string fault = judge.faultWhenDone(medium); !fault.empty()) return fault;
-  const auto [there, wanted] = std::mismatch(medium.begin(), medium.end(), image.begin());
+  const auto [there, wanted] = std::mismatch(medium.begin(), medium.end(), cuts.image().begin());
   if (there == medium.end()) return "";
   const auto at = static_cast<std::uint64_t>(there - medium.begin());
   return "done, but block " + std::to_string(at / kBlockBytes) + " is not on the medium from its byte " +
@@ -40,17 +41,16 @@ void countSpan(CutCount &count, const PowerCuts &cuts, std::size_t span, const J
     const std::string fault = isAfterAll ? judge.faultWhenDone(state) : judge.faultOf(state);
     ++count.states;
     if (fault.empty() || count.faulty++ != 0) continue;
-    count.firstFault = "after " + std::to_string(span) + " of " + std::to_string(count.barriers()) +
+    count.firstFault = "after " + std::to_string(span) + " of " + std::to_string(count.barriers) +
                        " barriers, pages of " + std::to_string(pageBytes) + ", state " +
                        std::to_string(number) + " of seed " + std::to_string(seed) + ": " + fault;
   }
 }
 
-CutCount countWithoutStates(const PowerCuts &cuts, const Bytes &image, const Judge &judge, bool isDone) {
+CutCount countWithoutStates(const PowerCuts &cuts, const Judge &judge, bool isDone) {
   CutCount count;
-  for (std::size_t barrier = 0; barrier + 1 < cuts.spans(); ++barrier)
-    count.isInUse.push_back(cuts.endsInUse(barrier));
-  count.faultOfMedium = faultOfMedium(cuts, image, judge, isDone);
+  count.barriers = cuts.spans() - 1;
+  count.faultOfMedium = faultOfMedium(cuts, judge, isDone);
   return count;
 }
 
@@ -65,18 +65,17 @@ std::string CutCount::faults() const {
   return text;
 }
 
-CutCount countCuts(const std::vector<Moment> &moments, const Judge &judge, bool isDone, std::uint32_t seed) {
-  const PowerCuts cuts(moments);
-  CutCount count = countWithoutStates(cuts, moments.back().image, judge, isDone);
+CutCount countCuts(std::vector<Moment> moments, const Judge &judge, bool isDone, std::uint32_t seed) {
+  const PowerCuts cuts(std::move(moments));
+  CutCount count = countWithoutStates(cuts, judge, isDone);
   for (std::size_t span = 0; span < cuts.spans(); ++span)
     countSpan(count, cuts, span, judge, isDone && span + 1 == cuts.spans(), seed);
   return count;
 }
 
-CutCount countCutsFrom(std::size_t barrier, const std::vector<Moment> &moments, const Judge &judge,
-                       bool isDone) {
-  const PowerCuts cuts(moments);
-  CutCount count = countWithoutStates(cuts, moments.back().image, judge, isDone);
+CutCount countCutsFrom(std::size_t barrier, std::vector<Moment> moments, const Judge &judge, bool isDone) {
+  const PowerCuts cuts(std::move(moments));
+  CutCount count = countWithoutStates(cuts, judge, isDone);
   for (std::size_t span = barrier; span < cuts.spans() && count.faulty == 0; ++span)
     countSpan(count, cuts, span, judge, isDone && span + 1 == cuts.spans(), 1);
   return count;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 #include <span>
+#include <utility>
 
 namespace tessary::test {
 namespace {
@@ -25,7 +26,7 @@ void put(Bytes &image, const Bytes &from, std::size_t block) {
 
 } // namespace
 
-PowerCuts::PowerCuts(const std::vector<Moment> &moments) {
+PowerCuts::PowerCuts(std::vector<Moment> moments) {
   const std::size_t blocks = moments.front().image.size() / kBlockBytes;
   std::vector<std::size_t> certain(blocks, 0); // the moment whose form is on the medium
   std::vector<std::vector<std::size_t>> forms(blocks, {0});
@@ -51,8 +52,8 @@ PowerCuts::PowerCuts(const std::vector<Moment> &moments) {
       }
     }
   }
-  for (const Moment &moment : moments)
-    images_.push_back(moment.image);
+  for (Moment &moment : moments)
+    images_.push_back(std::move(moment.image));
 }
 
 /// The open blocks of one page.
@@ -109,6 +110,13 @@ std::vector<PowerCuts::Page> PowerCuts::pagesOf(std::size_t number, std::size_t 
     first = end;
   }
   return pages;
+}
+
+std::vector<bool> PowerCuts::barriersInUse() const {
+  std::vector<bool> isInUse;
+  for (std::size_t barrier = 0; barrier + 1 < spans_.size(); ++barrier)
+    isInUse.push_back(spans_[barrier].endsInUse);
+  return isInUse;
 }
 
 std::size_t PowerCuts::extremes(std::size_t span, std::size_t pageBytes) const {

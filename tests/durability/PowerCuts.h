@@ -15,14 +15,15 @@ namespace tessary::test {
 /// since the host may write a page at any time.
 class PowerCuts {
 public:
-  explicit PowerCuts(const std::vector<Moment> &moments);
+  explicit PowerCuts(std::vector<Moment> moments);
 
   /// A span ends at a barrier, the last one at the end. There is one more than there are barriers.
   [[nodiscard]] std::size_t spans() const { return spans_.size(); }
   /// Whether more than one image may be left in the span.
   [[nodiscard]] bool isOpen(std::size_t span) const { return !spans_[span].blocks.empty(); }
-  /// Whether the barrier at the end of the span brings to the medium what may be missing there before.
-  [[nodiscard]] bool endsInUse(std::size_t span) const { return spans_[span].endsInUse; }
+  /// For each barrier, whether it brings to the medium what may be missing there before. Without one that
+  /// does not, all stays the same.
+  [[nodiscard]] std::vector<bool> barriersInUse() const;
   /// An image that a cut in the span may leave, where the medium takes pages of so many bytes: 512 or a
   /// multiple.
   [[nodiscard]] Bytes drawn(std::size_t span, std::size_t pageBytes, Random &random) const;
@@ -32,6 +33,8 @@ public:
   [[nodiscard]] Bytes extreme(std::size_t span, std::size_t pageBytes, std::size_t number) const;
   /// What is on the medium for certain when the span begins.
   [[nodiscard]] const Bytes &medium(std::size_t span) const { return spans_[span].medium; }
+  /// What the program has written, in the end.
+  [[nodiscard]] const Bytes &image() const { return images_.back(); }
   /// The first report, from 1, at which something of the image was not on the medium; 0 for none.
   [[nodiscard]] std::size_t earlyReport() const { return earlyReport_; }
 

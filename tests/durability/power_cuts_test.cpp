@@ -80,7 +80,7 @@ TEST_F(OnAMedium, WhatABarrierCoversIsThereAfterItAndMayBeBefore) {
   EXPECT_EQ(found(after, 0, 512, {0, 1}), (Found{"--", "a-", "-b", "ab"}));
   EXPECT_EQ(found(after, 1, 512, {0, 1}), Found{"ab"});
   EXPECT_FALSE(after.isOpen(1));
-  EXPECT_TRUE(after.endsInUse(0));
+  EXPECT_EQ(after.barriersInUse(), std::vector<bool>{true});
 }
 
 TEST_F(OnAMedium, BytesOutsideOfTheRangeStayUncertain) {
@@ -136,7 +136,7 @@ TEST_F(OnAMedium, BarrierThatIsLeftOutBringsNothing) {
   const PowerCuts after = cuts();
   EXPECT_EQ(after.spans(), 4U);
   EXPECT_EQ(found(after, 3, 512, {0, 8, 16}), (Found{"a-c", "abc"}));
-  EXPECT_FALSE(after.endsInUse(1));
+  EXPECT_EQ(after.barriersInUse(), (std::vector<bool>{true, false, true}));
 }
 
 TEST_F(OnAMedium, LateBarrierComesWithTheNext) {
