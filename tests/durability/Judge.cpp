@@ -1,7 +1,6 @@
 #include "tests/durability/Judge.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 
 namespace tessary::test {
@@ -35,22 +34,6 @@ bool isLive(const RawEntry &entry) {
 }
 
 } // namespace
-
-Asked &Asked::operator+=(const Asked &other) {
-  const std::size_t folders = newFolders.size();
-  const auto shifted = [&](auto item) {
-    if (item.parent.newFolder) *item.parent.newFolder += folders;
-    return item;
-  };
-  for (const NewFolder &folder : other.newFolders)
-    newFolders.push_back(shifted(folder));
-  for (const NewFile &file : other.newFiles)
-    newFiles.push_back(shifted(file));
-  moved.insert(other.moved.begin(), other.moved.end());
-  renamed.insert(other.renamed.begin(), other.renamed.end());
-  deleted.insert(other.deleted.begin(), other.deleted.end());
-  return *this;
-}
 
 Judge::Judge(const Bytes &before, Asked asked) : before_(before), was_(before), asked_(std::move(asked)) {
   addFoldersBack();
