@@ -1,14 +1,15 @@
 #include "filesystem/EMU3Filesystem.h"
+#include "tests/support/AskedNumber.h"
 #include "tests/support/HostFiles.h"
+#include "tests/support/ImageReading.h"
 #include "tests/support/MountedVolume.h"
+#include "tests/support/PlacedObjects.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/writing/DamagedVolumes.h"
-#include "tests/writing/ImageReading.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
 #include <map>
 #include <sstream>
@@ -359,18 +360,6 @@ Place placeOf(const EMU3File &file) {
   return {static_cast<std::uint64_t>(file.dentryBlock()), static_cast<std::size_t>(file.dentryOffset())};
 }
 
-EMU3DirectoryPtr folderAt(EMU3Filesystem &volume, Place place) {
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory()))
-    if (placeOf(*folder) == place) return folder;
-  throw std::runtime_error("no folder at the place");
-}
-EMU3FilePtr fileAt(EMU3Filesystem &volume, Place place) {
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory()))
-    for (const EMU3FilePtr &file : folder->files())
-      if (placeOf(*file) == place) return file;
-  throw std::runtime_error("no file at the place");
-}
-
 /// The tree as lines that are the same for the same tree, in whatever order its lists are.
 std::vector<std::string> treeLines(EMU3Filesystem &volume, bool withFolders) {
   std::vector<std::string> lines;
@@ -707,14 +696,9 @@ private:
   bool wasShared_ = false; ///< two folders named one block once
 };
 
-std::uint32_t numberFrom(const char *variable, std::uint32_t otherwise) {
-  const char *const asked = std::getenv(variable);
-  return asked ? static_cast<std::uint32_t>(std::strtoul(asked, nullptr, 10)) : otherwise;
-}
-
 TEST(GuardedProperties, AnOperationChangesWhatItWasAskedToAndNothingElse) {
-  const std::uint32_t first = numberFrom("TESSARY_FIRST_SEED", 1);
-  const std::uint32_t count = numberFrom("TESSARY_SEEDS", 300);
+  const std::uint32_t first = askedNumber("TESSARY_FIRST_SEED", 1);
+  const std::uint32_t count = askedNumber("TESSARY_SEEDS", 300);
   std::size_t operations = 0;
   for (std::uint32_t seed = first; seed < first + count && !testing::Test::HasFailure(); ++seed) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, "seed " + std::to_string(seed));
