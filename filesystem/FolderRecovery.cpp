@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <set>
 #include <unordered_set>
 #include <utility>
 
@@ -52,15 +53,14 @@ bool listsFolderBlocksAlone(const std::uint8_t *dentry, const VolumeGeometry &ge
   });
 }
 
-// A folder rarely has all seven blocks, and the places of the others hold 0.
-bool hasRoomForBlocks(const std::uint8_t *dentry) {
-  bool hasRoom = false;
-  for (std::size_t position = 0; position < kFolderBlockCount; ++position) {
-    const std::uint16_t number = readLE16(dentry + kDentryFolderBlocks + 2 * position);
-    if (number > kLastFolderBlock) return false;
-    hasRoom = hasRoom || number == 0;
-  }
-  return hasRoom;
+// Few folders have all seven blocks: the places of the others hold 0, and seven blocks all differ.
+bool hasRoomOrSevenBlocks(const std::uint8_t *dentry, const VolumeGeometry &geometry) {
+  std::set<std::uint16_t> numbers;
+  for (std::size_t position = 0; position < kFolderBlockCount; ++position)
+    numbers.insert(readLE16(dentry + kDentryFolderBlocks + 2 * position));
+  if (*numbers.rbegin() > kLastFolderBlock) return false;
+  return numbers.contains(0) ||
+         (numbers.size() == kFolderBlockCount && listsFolderBlocksAlone(dentry, geometry));
 }
 
 bool isLive(const std::uint8_t *dentry) {
@@ -68,13 +68,13 @@ bool isLive(const std::uint8_t *dentry) {
 }
 
 // An entry has three marks of being one: a file its type, its numbers and its name, a folder its blocks, the
-// places left for more, and its name. Whoever has two of them is taken for an entry, so that one damaged
+// places for more of them, and its name. Whoever has two of them is taken for an entry, so that one damaged
 // field hides nothing. Random bytes hardly ever have one; text has the name alone, a pattern at most the
 // numbers.
 bool isPlausible(const std::uint8_t *dentry, const VolumeGeometry &geometry) {
   const bool isFile = isFileDentry(dentry);
   const bool first = isFile ? hasKnownType(dentry) : listsFolderBlocksAlone(dentry, geometry);
-  const bool second = isFile ? hasPossibleNumbers(dentry, geometry) : hasRoomForBlocks(dentry);
+  const bool second = isFile ? hasPossibleNumbers(dentry, geometry) : hasRoomOrSevenBlocks(dentry, geometry);
   const bool third = isPlainText(paddedField(dentry, kNameSize));
   return int{first} + int{second} + int{third} >= 2;
 }
