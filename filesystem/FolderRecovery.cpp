@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <set>
 #include <unordered_set>
@@ -106,8 +107,8 @@ std::optional<LostBlock> lostBlockIn(const std::uint8_t *block, const VolumeGeom
     lost.folder.names.push_back(*recoveryRules().nameOf(dentry));
     if (isFileDentry(dentry)) {
       ++lost.folder.fileCount;
-      const auto slot = std::max<std::uint16_t>(1, readLE16(dentry + kDentryStartCluster));
-      lost.files.push_back({geometry.slotStartBlock(slot), readLE16(dentry + kDentryBlocksInLastCluster)});
+      lost.files.push_back({std::max<std::uint16_t>(1, readLE16(dentry + kDentryStartCluster)),
+                            readLE16(dentry + kDentryBlocksInLastCluster)});
     } else {
       ++lost.folder.folderCount;
       const std::vector<std::int64_t> below = folderBlocks(dentry);
@@ -232,13 +233,22 @@ std::optional<EntrySpot> spotForLostFolder(const Volume &volume, std::uint64_t b
 
 LostGround lostGround(const Volume &volume) {
   LostBlocks lost = lostBlocks(volume, volume.geometry());
+  const std::vector<std::int64_t> tops = topsOf(lost);
   LostGround ground;
-  for (const std::int64_t top : topsOf(lost))
-    ground.folders.push_back(lost.at(top).folder);
-  for (auto &[block, folder] : lost) {
+  ground.files.reserve(
+      std::accumulate(lost.begin(), lost.end(), std::size_t{0}, [](std::size_t count, const auto &entry) {
+        return count + entry.second.files.size();
+      }));
+  auto top = tops.begin();
+  while (!lost.empty()) { // each is let go as soon as it is taken over: there may be ten thousands
+    const auto node = lost.extract(lost.begin());
+    LostBlock &folder = node.mapped();
     ground.files.insert(ground.files.end(), folder.files.begin(), folder.files.end());
-    ground.blocks.insert(block);
+    ground.blocks.insert(node.key());
     ground.blocks.insert(folder.blocksBelow.begin(), folder.blocksBelow.end());
+    if (top == tops.end() || *top != node.key()) continue;
+    ground.folders.push_back(std::move(folder.folder));
+    ++top;
   }
   return ground;
 }
