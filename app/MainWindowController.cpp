@@ -104,7 +104,8 @@ void MainWindowController::openImageAtURL(const std::string &imageURL) {
   _setStatus(QStringLiteral("Opening image…"));
   workQueue().start([controller = QPointer(this), imageURL] {
     EMU3Error error;
-    EMU3FilesystemPtr filesystem = EMU3Filesystem::initWithURL(imageURL, MountRules::guarded, &error);
+    EMU3FilesystemPtr filesystem =
+        EMU3Filesystem::initWithURL(imageURL, MountRules::guarded, ImageClaim::whenMounted, &error);
     onMainQueue([controller, imageURL, filesystem, error] {
       if (controller) controller->_imageOpened(imageURL, filesystem, error);
     });

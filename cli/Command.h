@@ -31,6 +31,7 @@ public:
 struct CommandTraits {
   bool hasJson = true;
   bool isBatchLine = true; ///< can be a line of a batch
+  bool claims = false;     ///< changes the image, and so claims it when it mounts it
 };
 
 /// A row of the command table.

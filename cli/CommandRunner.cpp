@@ -146,7 +146,7 @@ private:
     if (json_ && common.json == nullptr) throw WrongWords{"has no JSON answer"};
     json_ = json_ || (common.json != nullptr && CommandWords::isGiven(common.json));
     command->check(json_);
-    const EMU3FilesystemPtr volume = line_ == nullptr ? mounted(common) : line_->volume;
+    const EMU3FilesystemPtr volume = line_ == nullptr ? mounted(common, entry.traits) : line_->volume;
     if (streams_.interrupted()) throw Interrupted{};
     Session session{streams_, volume, json_, prefix_};
     return command->run(session);
@@ -163,11 +163,12 @@ private:
     return ExitStatus::done;
   }
 
-  static EMU3FilesystemPtr mounted(const CommonWords &common) {
+  static EMU3FilesystemPtr mounted(const CommonWords &common, const CommandTraits &traits) {
     const std::string image = CommandWords::text(common.image);
     const MountRules rules = CommandWords::isGiven(common.exact) ? MountRules::bare : MountRules::guarded;
+    const ImageClaim claim = traits.claims ? ImageClaim::whenMounted : ImageClaim::atFirstChange;
     EMU3Error error;
-    EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(image, rules, &error);
+    EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(image, rules, claim, &error);
     if (volume == nullptr) throw CommandFailure{error, image};
     return volume;
   }

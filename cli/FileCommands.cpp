@@ -84,7 +84,7 @@ extern const CommandEntry kRemoveCommand{
     "\n"
     "Example:\n"
     "  tessary-cli rm disk.hda '/Drums/OLD*'\n",
-    {},
+    {.claims = true},
     makeCommand<RemoveCommand>,
 };
 
@@ -98,7 +98,7 @@ extern const CommandEntry kRenameCommand{
     "\n"
     "Example:\n"
     "  tessary-cli rename disk.hda /Drums/KICK 'Kick 2'\n",
-    {},
+    {.claims = true},
     makeCommand<RenameCommand>,
 };
 

@@ -82,7 +82,7 @@ extern const CommandEntry kMakeFolderCommand{
     "\n"
     "Example:\n"
     "  tessary-cli mkdir disk.hda /Drums/Snares\n",
-    {},
+    {.claims = true},
     makeCommand<MakeFolderCommand>,
 };
 
@@ -94,7 +94,7 @@ extern const CommandEntry kRemoveFolderCommand{
     "\n"
     "Example:\n"
     "  tessary-cli rmdir disk.hda /Drums/Snares\n",
-    {},
+    {.claims = true},
     makeCommand<RemoveFolderCommand>,
 };
 

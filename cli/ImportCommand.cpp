@@ -46,7 +46,7 @@ extern const CommandEntry kImportCommand{
     "\n"
     "Example:\n"
     "  tessary-cli import disk.hda kick.e4b snare.e4b -t /Drums\n",
-    {},
+    {.claims = true},
     makeCommand<ImportCommand>,
 };
 

@@ -66,7 +66,7 @@ extern const CommandEntry kCopyCommand{
     "\n"
     "Example:\n"
     "  tessary-cli cp disk.hda '/Drums/K*' /Backup\n",
-    {},
+    {.claims = true},
     makeCommand<CopyCommand>,
 };
 
@@ -80,7 +80,7 @@ extern const CommandEntry kMoveCommand{
     "\n"
     "Example:\n"
     "  tessary-cli mv disk.hda /KICK /SNARE /Drums\n",
-    {},
+    {.claims = true},
     makeCommand<MoveCommand>,
 };
 

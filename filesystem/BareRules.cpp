@@ -14,10 +14,9 @@ using namespace format;
 namespace {
 
 // Wherever the marks come to lie.
-void setMarks(Volume &volume, std::uint16_t slot, std::uint64_t blocks, std::uint16_t value)
+void setMarks(Volume &volume, std::uint64_t first, std::uint64_t count, std::uint16_t value)
     TESSARY_REQUIRES(volume.lock) {
-  volume.table.setMarks(volume.geometry().slotStartBlock(slot), blocks, value,
-                        [](std::uint64_t) { return true; });
+  volume.table.setMarks(first, count, value, [](std::uint64_t) { return true; });
 }
 
 std::uint16_t blocksCounted(std::uint64_t size) {
@@ -98,7 +97,7 @@ EMU3FileFields BareRules::fieldsOfNewFile(const NewFile &file, const NewFilePlac
 }
 
 void BareRules::markNewFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const {
-  setMarks(volume, slot, blocksCounted(size), kFatUsed);
+  setMarks(volume, volume.geometry().slotStartBlock(slot), blocksCounted(size), kFatUsed);
   volume.counters.take(blocksCounted(size));
 }
 
@@ -106,9 +105,14 @@ void BareRules::unmarkFailedFile(Volume &volume, std::uint16_t, std::uint64_t si
   volume.counters.giveBack(blocksCounted(size));
 }
 
-void BareRules::clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const {
-  setMarks(volume, deleted.startCluster, deleted.blocksInLastCluster, kFatFree);
-  volume.counters.giveBack(deleted.blocksInLastCluster);
+void BareRules::appendFreedBlocks(const Volume &volume, const EMU3FileFields &deleted,
+                                  std::vector<BlockRun> *freed) const {
+  freed->push_back({volume.geometry().slotStartBlock(deleted.startCluster), deleted.blocksInLastCluster});
+}
+
+void BareRules::clearMarks(Volume &volume, const BlockRun &freed) const {
+  setMarks(volume, freed.first, freed.count, kFatFree);
+  volume.counters.giveBack(freed.count);
 }
 
 // A folder's entry has no type byte, so it counts as free too.

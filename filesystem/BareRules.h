@@ -10,6 +10,14 @@ class BareRules final : public VolumeRules {
 public:
   [[nodiscard]] MountRules kind() const override { return MountRules::bare; }
   [[nodiscard]] bool keepsIndex() const override { return false; }
+  [[nodiscard]] bool waitsForMedium() const override { return false; }
+
+  [[nodiscard]] bool mayChangeImageAt(const Volume &, const std::string &, EMU3Error *) const override {
+    return true;
+  }
+  [[nodiscard]] EMU3Error readOnlyError(ReadOnlyReason) const override {
+    return engineError(EngineError::imageIsReadOnly);
+  }
 
   [[nodiscard]] bool mayUse(const Volume &, const EMU3DirectoryPtr &) const override { return true; }
   [[nodiscard]] bool mayUse(const Volume &, const EMU3DirectoryPtr &, const EMU3FilePtr &) const override {
@@ -55,8 +63,9 @@ public:
       TESSARY_REQUIRES(volume.lock) override;
   void unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
       TESSARY_REQUIRES(volume.lock) override;
-  void clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const
-      TESSARY_REQUIRES(volume.lock) override;
+  void appendFreedBlocks(const Volume &volume, const EMU3FileFields &deleted,
+                         std::vector<BlockRun> *freed) const TESSARY_REQUIRES_SHARED(volume.lock) override;
+  void clearMarks(Volume &volume, const BlockRun &freed) const TESSARY_REQUIRES(volume.lock) override;
 
   [[nodiscard]] bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;

@@ -3,6 +3,8 @@
 #include "filesystem/ImageMapping.h"
 #include "filesystem/VolumeIndex.h"
 
+#include <algorithm>
+
 namespace tessary {
 namespace {
 
@@ -27,10 +29,15 @@ bool DirectoryBlocks::contains(std::int64_t block) const {
 std::optional<format::Block> DirectoryBlocks::read(std::int64_t block) const {
   format::Block bytes{};
   if (!image_.read(static_cast<std::uint64_t>(block), 0, bytes.data(), bytes.size())) return std::nullopt;
+  for (auto plan = planned_.lower_bound({block, 0}); plan != planned_.end() && plan->first.block == block;
+       ++plan)
+    std::copy(plan->second.begin(), plan->second.end(),
+              bytes.begin() + static_cast<std::ptrdiff_t>(indexOf(plan->first) * format::kDentrySize));
   return bytes;
 }
 
 std::optional<format::Dentry> DirectoryBlocks::readEntry(EntryPlace place) const {
+  if (const auto plan = planned_.find(place); plan != planned_.end()) return plan->second;
   format::Dentry bytes{};
   const std::uint64_t offset = indexOf(place) * format::kDentrySize;
   if (!image_.read(blockOf(place), offset, bytes.data(), bytes.size())) return std::nullopt;

@@ -4,6 +4,7 @@
 #include "filesystem/EntryPlace.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -15,7 +16,8 @@ class VolumeIndex;
 /// The directory blocks of a volume: 16 entries of 32 bytes in each. The only class that reads and writes
 /// directory entries. Block numbers may be anything; what lies outside the image is not there.
 ///
-/// Each write flushes its block. False: the block lies outside the image or could not be written.
+/// Entries can be planned: all who read see them, and the image gets them later, when what they lead to is on
+/// the medium. False from a write: the block lies outside the image or could not be written.
 class DirectoryBlocks final {
 public:
   /// The directory blocks of this image; the mapping outlives it. `index` is told of what is written, since a
@@ -30,6 +32,13 @@ public:
 
   /// The 32 bytes of one entry.
   [[nodiscard]] std::optional<format::Dentry> readEntry(EntryPlace place) const;
+
+  /// From now on readers see these bytes at that place.
+  void plan(EntryPlace place, const format::Dentry &dentry) { planned_[place] = dentry; }
+  [[nodiscard]] bool isPlanned(EntryPlace place) const { return planned_.contains(place); }
+  /// Readers see what stands on the image again; at that place, or everywhere.
+  void forgetPlan(EntryPlace place) { planned_.erase(place); }
+  void forgetPlans() { planned_.clear(); }
 
   /// Sets all 512 bytes to zero.
   bool clearBlock(std::int64_t block);
@@ -49,6 +58,7 @@ private:
 
   ImageMapping &image_;
   VolumeIndex *const index_;
+  std::map<EntryPlace, format::Dentry> planned_;
 };
 
 } // namespace tessary

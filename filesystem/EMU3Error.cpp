@@ -23,6 +23,7 @@ constexpr ErrorRow kErrors[] = {
     {EngineError::sampleChunkNotFound, kErrorCannotReachData, "Sample chunk not found"},
     {EngineError::contentsIncomplete, kErrorCannotReachData, "File contents are incomplete"},
     {EngineError::imageIsReadOnly, kErrorWriteRefused, "Image is read-only"},
+    {EngineError::imageReplaced, kErrorWriteRefused, "The image was replaced"},
     {EngineError::dataWriteFailed, kErrorWriteRefused, "Data write failed"},
     {EngineError::blockWriteFailed, kErrorWriteRefused, "Block write failed"},
     {EngineError::sampleWriteFailed, kErrorWriteRefused, "Failed to write sample file"},

@@ -32,6 +32,7 @@ enum class EngineError {
   sampleChunkNotFound,
   contentsIncomplete,
   imageIsReadOnly,
+  imageReplaced,
   dataWriteFailed,
   blockWriteFailed,
   sampleWriteFailed,

@@ -3,6 +3,7 @@
 #include "banks/BankAnalysis.h"
 #include "banks/BankSamples.h"
 #include "banks/WavFile.h"
+#include "filesystem/ChangeGroup.h"
 #include "filesystem/DiskFormat.h"
 #include "filesystem/FileChanges.h"
 #include "filesystem/FileReading.h"
@@ -16,16 +17,34 @@
 #include "filesystem/VolumeRules.h"
 
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
-// Each operation takes the volume's lock and calls; work on host files is done before or after.
+// Each operation takes the volume's locks and calls; work on host files is done before or after.
 namespace tessary {
+namespace {
+
+// So that it leads to the image whatever folder the program turns to.
+std::string absolutePath(const std::string &path) {
+  std::error_code ignored;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, ignored);
+  return absolute.empty() ? path : absolute.native();
+}
+
+} // namespace
+
+EMU3FilesystemPtr EMU3Filesystem::initWithURL(const std::string &imageURL, MountRules rules, ImageClaim claim,
+                                              EMU3Error *error) {
+  std::shared_ptr<Volume> volume = Volume::open(imageURL, rules, claim, error);
+  if (!volume) return nullptr;
+  return EMU3FilesystemPtr(new EMU3Filesystem(imageURL, std::move(volume)));
+}
 
 EMU3FilesystemPtr EMU3Filesystem::initWithURL(const std::string &imageURL, MountRules rules,
                                               EMU3Error *error) {
-  std::shared_ptr<Volume> volume = Volume::open(imageURL, rules, error);
-  if (!volume) return nullptr;
-  return EMU3FilesystemPtr(new EMU3Filesystem(imageURL, std::move(volume)));
+  const bool isGuarded = rules == MountRules::guarded;
+  return initWithURL(imageURL, rules, isGuarded ? ImageClaim::atFirstChange : ImageClaim::whenMounted, error);
 }
 
 EMU3FilesystemPtr EMU3Filesystem::initWithURL(const std::string &imageURL, EMU3Error *error) {
@@ -33,14 +52,26 @@ EMU3FilesystemPtr EMU3Filesystem::initWithURL(const std::string &imageURL, EMU3E
 }
 
 EMU3Filesystem::EMU3Filesystem(std::string imageURL, std::shared_ptr<Volume> volume)
-    : imageURL_(std::move(imageURL)), ioQueue_(std::make_unique<SerialQueue>("com.tessary.io")),
-      volume_(std::move(volume)) {}
+    : imageURL_(std::move(imageURL)), imagePath_(absolutePath(imageURL_)),
+      ioQueue_(std::make_unique<SerialQueue>("com.tessary.io")), volume_(std::move(volume)) {}
 
 EMU3Filesystem::~EMU3Filesystem() = default;
 
 bool EMU3Filesystem::reload(EMU3Error *error) {
+  const WriteLock changing(volume_->changing);
   const WriteLock lock(volume_->lock);
   return volume_->read(volumeLabel(), error);
+}
+
+bool EMU3Filesystem::claimForChanges(EMU3Error *error) {
+  if (!volume_->isShared() && !volume_->isReadOnly()) return true; // waits for nobody
+  const WriteLock changing(volume_->changing);
+  const WriteLock lock(volume_->lock);
+  return volume_->claim(error);
+}
+
+bool EMU3Filesystem::perform(VolumeChange &change, EMU3Error *error) {
+  return ChangeGroup::run(*volume_, imagePath_, change, error);
 }
 
 // ---- Facts
@@ -53,6 +84,9 @@ std::uint64_t EMU3Filesystem::imageSize() const {
 }
 bool EMU3Filesystem::isReadOnly() const {
   return volume_->isReadOnly();
+}
+ReadOnlyReason EMU3Filesystem::readOnlyReason() const {
+  return volume_->readOnlyReason();
 }
 std::uint64_t EMU3Filesystem::totalBlocks() const {
   return volume_->geometry().totalBlocks;
@@ -201,26 +235,32 @@ bool EMU3Filesystem::exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr 
 
 bool EMU3Filesystem::deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
                                 EMU3Error *error) {
-  const WriteLock lock(volume_->lock);
-  return tessary::deleteFile(*volume_, file, inDirectory, error);
+  DeleteFile change(file, inDirectory);
+  return perform(change, error);
 }
 
 bool EMU3Filesystem::copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory,
                               EMU3Error *error) {
-  const WriteLock lock(volume_->lock);
-  return tessary::copyFile(*volume_, file, toDirectory, error) != nullptr;
+  CopyFile change(file, toDirectory);
+  return perform(change, error);
 }
 
 bool EMU3Filesystem::moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
                               const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  const WriteLock lock(volume_->lock);
-  return tessary::moveFile(*volume_, file, fromDirectory, toDirectory, error) != nullptr;
+  if (volume_->rules().movesEntryAlone() || fromDirectory == toDirectory) {
+    MoveFile change(file, fromDirectory, toDirectory);
+    return perform(change, error);
+  }
+  CopyFile copy(file, toDirectory);
+  DeleteFile deletion(file, fromDirectory);
+  ChangeGroup group(*volume_, imagePath_); // both as one change
+  return group.begin(copy, error) && group.begin(deletion, error);
 }
 
 bool EMU3Filesystem::renameFile(const EMU3FilePtr &file, const std::string &newName,
                                 const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  const WriteLock lock(volume_->lock);
-  return tessary::renameFile(*volume_, file, newName, inDirectory, error);
+  RenameFile change(file, newName, inDirectory);
+  return perform(change, error);
 }
 
 bool EMU3Filesystem::importFileAtURL(const std::string &url, const EMU3DirectoryPtr &toDirectory,
@@ -246,15 +286,19 @@ EMU3FilePtr EMU3Filesystem::storeHostFile(const std::string &url, NewFile file,
   const std::optional<HostFile> source = HostFile::open(url, error);
   if (!source) return nullptr;
   file.size = source->size();
-  if (volume_->rules().refusesBeforeReading()) { // so that gigabytes are not read for nothing
-    const ReadLock lock(volume_->lock);
-    if (!mayStoreFile(*volume_, file, toDirectory, error)) return nullptr;
-  }
+  if (volume_->rules().refusesBeforeReading() && !mayStore(file, toDirectory, error)) return nullptr;
   file.data = source->readWhole(error);
   if (!file.data) return nullptr;
   file.size = file.data->size();
+  StoreFile change(std::move(file), toDirectory);
+  return perform(change, error) ? change.stored() : nullptr;
+}
+
+// Gigabytes are not read for nothing.
+bool EMU3Filesystem::mayStore(const NewFile &file, const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
+  const WriteLock changing(volume_->changing);
   const WriteLock lock(volume_->lock);
-  return storeFile(*volume_, file, toDirectory, error);
+  return volume_->prepareForChange(imagePath_, error) && mayStoreFile(*volume_, file, toDirectory, error);
 }
 
 std::optional<EntryBytes> EMU3Filesystem::entryOfFile(const EMU3FilePtr &file, EMU3Error *error) {
@@ -269,49 +313,53 @@ std::optional<EntryBytes> EMU3Filesystem::entryOfFile(const EMU3FilePtr &file, E
 
 bool EMU3Filesystem::createDirectoryNamed(const std::string &name, const EMU3DirectoryPtr &inDirectory,
                                           EMU3Error *error) {
-  const WriteLock lock(volume_->lock);
-  return createDirectory(*volume_, name, inDirectory, error) != nullptr;
+  CreateFolder change(name, inDirectory);
+  return perform(change, error);
 }
 
 bool EMU3Filesystem::renameDirectory(const EMU3DirectoryPtr &directory, const std::string &newName,
                                      EMU3Error *error) {
-  const WriteLock lock(volume_->lock);
-  return tessary::renameDirectory(*volume_, directory, newName, error);
+  RenameFolder change(directory, newName);
+  return perform(change, error);
 }
 
 bool EMU3Filesystem::moveDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &toDirectory,
                                    EMU3Error *error) {
-  const WriteLock lock(volume_->lock);
-  return tessary::moveDirectory(*volume_, directory, toDirectory, error) != nullptr;
+  MoveFolder change(directory, toDirectory);
+  return perform(change, error);
 }
 
 bool EMU3Filesystem::deleteDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &fromParent,
                                      EMU3Error *error) {
-  const WriteLock lock(volume_->lock);
-  return tessary::deleteDirectory(*volume_, directory, fromParent, error);
+  DeleteFolder change(directory, fromParent);
+  return perform(change, error);
 }
 
-// ---- Damage
+// ---- Damage. The image as a whole is looked at between two changes.
 
 std::vector<VolumeFinding> EMU3Filesystem::check() {
+  const ReadLock changing(volume_->changing);
   const ReadLock lock(volume_->lock);
   return checkVolume(*volume_);
 }
 
 std::vector<LostFolder> EMU3Filesystem::lostFolders() {
+  const ReadLock changing(volume_->changing);
   const ReadLock lock(volume_->lock);
   return lostGround(*volume_).folders;
 }
 
 bool EMU3Filesystem::recoverFolder(std::uint64_t block, const std::string &name,
                                    const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  const WriteLock lock(volume_->lock);
-  return tessary::recoverFolder(*volume_, block, name, inDirectory, error);
+  RecoverFolder change(block, name, inDirectory);
+  return perform(change, error);
 }
 
 bool EMU3Filesystem::canRecoverFolder(std::uint64_t block, const std::string &name,
                                       const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
+  const ReadLock changing(volume_->changing);
   const ReadLock lock(volume_->lock);
+  if (volume_->isReadOnly()) return fail(error, volume_->rules().readOnlyError(volume_->readOnlyReason()));
   return tessary::canRecoverFolder(*volume_, block, name, inDirectory, error);
 }
 

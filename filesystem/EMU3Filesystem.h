@@ -6,6 +6,7 @@
 #include "filesystem/EMU3Error.h"
 #include "filesystem/EMU3File.h"
 #include "filesystem/MountRules.h"
+#include "filesystem/ReadOnlyReason.h"
 #include "filesystem/SerialQueue.h"
 #include "filesystem/VolumeFindings.h"
 
@@ -21,29 +22,38 @@ namespace tessary {
 
 class EMU3Filesystem;
 class Volume;
+class VolumeChange;
 struct NewFile;
 using EMU3FilesystemPtr = std::shared_ptr<EMU3Filesystem>;
 
 /// One mounted image and every operation on it.
 ///
-/// The image is mapped whole; changes go straight into the mapping and are flushed block by block. Each
-/// public operation is atomic with regard to the others of the same image, under a fair lock that is
-/// never held across work on host files. Facts and the tree's lists may be read from any thread without
-/// that lock.
+/// The image is mapped whole, and changes go straight into the mapping. Guarded, a change has succeeded only
+/// when it is on the medium: it waits for that between its steps, so that a power cut at any moment loses
+/// nothing, and when the medium fails it fails with code 3 and the image is read-only from then on. Bare,
+/// each block is flushed without waiting.
+///
+/// Changes of an image come one after another, in the order in which they were asked for. Reading and the
+/// facts wait for no change's medium, and may be asked for from any thread.
 ///
 /// Guarded filesystems of one image share its tree, so none reads or writes what another has given to
 /// something else. A bare one reads a tree of its own. While a process has an image mounted by one set of
-/// rules, mounting it by the other fails with code 2.
+/// rules, mounting it by the other fails with code 2. An image is claimed for changes, so that no other
+/// program changes it meanwhile; reading needs no claim and never fails for one.
 ///
 /// Operations return false or an empty result when they fail and fill `error` when one is given. Errors
 /// of the engine have the domain "com.tessary.error"; those of host files the domain "posix". Guarded, an
 /// operation on a file or folder that has left the tree changes nothing and fails with code 5.
 class EMU3Filesystem final {
 public:
-  /// Opens, maps and reads the image at a path of the host. Null with code 1 or 2.
+  /// Opens, maps and reads the image at a path of the host. Null with code 1 or 2. Where it is to be claimed
+  /// when it is mounted and another program has it, it is mounted all the same, read-only.
+  [[nodiscard]] static EMU3FilesystemPtr initWithURL(const std::string &imageURL, MountRules rules,
+                                                     ImageClaim claim, EMU3Error *error = nullptr);
+  /// The same, claimed at its first change.
   [[nodiscard]] static EMU3FilesystemPtr initWithURL(const std::string &imageURL, MountRules rules,
                                                      EMU3Error *error = nullptr);
-  /// The same by the bare rules.
+  /// The same by the bare rules, claimed when it is mounted.
   [[nodiscard]] static EMU3FilesystemPtr initWithURL(const std::string &imageURL, EMU3Error *error = nullptr);
   ~EMU3Filesystem();
   EMU3Filesystem(const EMU3Filesystem &) = delete;
@@ -53,12 +63,19 @@ public:
   /// folders and files of the old one are no longer part of the volume. On failure nothing changes.
   bool reload(EMU3Error *error = nullptr);
 
+  /// Claims the image for changes until its last filesystem of this process ends; each change does so by
+  /// itself. False with code 3 when it is read-only, above all since another program has it; it may be asked
+  /// again. After an earlier refusal the tree is read anew: what other programs have not changed stays the
+  /// objects it is, the rest has left the tree.
+  bool claimForChanges(EMU3Error *error = nullptr);
+
   // Facts of the volume. Blocks are 512 bytes, block numbers count from the start of the image.
   [[nodiscard]] MountRules rules() const;
   [[nodiscard]] const std::string &imageURL() const { return imageURL_; }
   [[nodiscard]] std::uint64_t imageSize() const; ///< bytes
-  /// True when the image could be opened for reading alone, or another process has it open for changes.
+  /// Whether changes are refused, and why. Another program's claim may have ended since: `claimForChanges`.
   [[nodiscard]] bool isReadOnly() const;
+  [[nodiscard]] ReadOnlyReason readOnlyReason() const;
   [[nodiscard]] std::uint64_t totalBlocks() const;
   /// Guarded, the blocks of the slots that are not taken; bare, table entries that are free, never counted
   /// below 0.
@@ -162,12 +179,17 @@ private:
   EMU3Filesystem(std::string imageURL, std::shared_ptr<Volume> volume);
   /// Analyses a bank, beginning with these details; those of a file that is no bank become these.
   bool analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error);
+  /// One change by itself.
+  bool perform(VolumeChange &change, EMU3Error *error);
   EMU3FilePtr storeHostFile(const std::string &url, NewFile file, const EMU3DirectoryPtr &toDirectory,
                             EMU3Error *error);
+  /// Whether the host file would be refused whatever its contents; false with the reason.
+  bool mayStore(const NewFile &file, const EMU3DirectoryPtr &toDirectory, EMU3Error *error);
   bool writeHostFile(const std::string &path, std::initializer_list<std::span<const std::uint8_t>> parts,
                      EMU3Error *error);
 
   const std::string imageURL_;
+  const std::string imagePath_; ///< the same, from the host's root on
   const std::unique_ptr<SerialQueue> ioQueue_;
   const std::shared_ptr<Volume> volume_;
 };

@@ -3,6 +3,9 @@
 #include "filesystem/DirectoryEntry.h"
 #include "filesystem/Text.h"
 
+#include <algorithm>
+#include <vector>
+
 namespace tessary {
 
 using namespace format;
@@ -23,18 +26,6 @@ std::optional<EntryPlace> firstFreeEntry(const Volume &volume, const EMU3Directo
   return std::nullopt;
 }
 
-// The block is empty before the folder's entry names it.
-bool grow(Volume &volume, const EMU3DirectoryPtr &folder, const FolderGrowth &growth)
-    TESSARY_REQUIRES(volume.lock) {
-  if (!volume.entries.clearBlock(growth.block) ||
-      !volume.entries.writeFolderBlock(folder->place(), growth.position, growth.block))
-    return false;
-  const std::optional<Dentry> entry = volume.entries.readEntry(folder->place());
-  if (!entry) return false;
-  volume.tree.setFolderBlocks(folder, folderBlocks(entry->data()));
-  return true;
-}
-
 } // namespace
 
 std::optional<EntrySpot> findSpot(const Volume &volume, const EMU3DirectoryPtr &folder,
@@ -46,15 +37,56 @@ std::optional<EntrySpot> findSpot(const Volume &volume, const EMU3DirectoryPtr &
   return EntrySpot{{growth->block, 0}, growth};
 }
 
-bool writeAtSpot(Volume &volume, const EMU3DirectoryPtr &folder, const EntrySpot &spot,
-                 const Dentry &dentry) {
-  const std::uint64_t faults = volume.image.writeFaults();
-  if (spot.growth && !grow(volume, folder, *spot.growth)) return false;
-  volume.entries.write(spot.place, dentry);
-  if (volume.image.writeFaults() != faults)
-    return false; // outside the image nothing is written, and nothing fails
-  volume.rules().entryWasTaken(volume, folder, spot.place);
+// The block is empty on the medium before the folder's entry names it.
+bool NewEntry::planGrowth(Volume &volume) {
+  std::optional<Dentry> entry = volume.entries.readEntry(folder_->place());
+  if (!entry || !volume.entries.clearBlock(spot_.growth->block)) return false;
+  numberBefore_ = folderBlockAt(*entry, spot_.growth->position);
+  setFolderBlockAt(*entry, spot_.growth->position, spot_.growth->block);
+  volume.entries.plan(folder_->place(), *entry);
+  volume.tree.setFolderBlocks(folder_, folderBlocks(entry->data()));
   return true;
+}
+
+void NewEntry::takeBackGrowth(Volume &volume) {
+  std::optional<Dentry> entry = volume.entries.readEntry(folder_->place());
+  if (!entry) return;
+  setFolderBlockAt(*entry, spot_.growth->position, numberBefore_);
+  volume.entries.plan(folder_->place(), *entry);
+  volume.tree.setFolderBlocks(folder_, folderBlocks(entry->data()));
+}
+
+bool NewEntry::plan(Volume &volume) {
+  if (spot_.growth && !planGrowth(volume)) return false;
+  volume.entries.plan(spot_.place, dentry_);
+  volume.rules().entryWasTaken(volume, folder_, spot_.place);
+  return true;
+}
+
+// The folder may have been made, or have grown, by an earlier change that has failed since.
+bool NewEntry::write(Volume &volume) {
+  const std::uint64_t faults = volume.image.writeFaults();
+  if (spot_.growth &&
+      !volume.entries.writeFolderBlock(folder_->place(), spot_.growth->position, spot_.growth->block)) {
+    takeBackGrowth(volume);
+    return false;
+  }
+  const std::vector<std::int64_t> blocks = folder_->blockList();
+  if (!volume.rules().mayUse(volume, folder_) ||
+      std::find(blocks.begin(), blocks.end(), spot_.place.block) == blocks.end())
+    return false;
+  volume.entries.write(spot_.place, dentry_);
+  return volume.image.writeFaults() == faults;
+}
+
+void NewEntry::giveUp(Volume &volume) {
+  volume.entries.forgetPlan(spot_.place);
+  if (spot_.growth) takeBackGrowth(volume);
+}
+
+void NewEntry::erase(Volume &volume) {
+  volume.entries.forgetPlan(spot_.place);
+  volume.entries.zeroEntry(spot_.place);
 }
 
 bool mayGiveName(const Volume &volume, const std::string &name, EMU3Error *error) {
@@ -62,19 +94,23 @@ bool mayGiveName(const Volume &volume, const std::string &name, EMU3Error *error
   return fail(error, EngineError::badName);
 }
 
-std::optional<std::string> renameEntry(Volume &volume, EntryPlace place, const std::string &name,
-                                       EMU3Error *error) {
-  if (!mayGiveName(volume, name, error)) return std::nullopt;
-  if (!volume.entries.contains(place.block)) {
-    fail(error, EngineError::entryNotFound);
-    return std::nullopt;
-  }
-  const NameField field = nameFieldForRename(volume.rules().storedName(name));
-  if (!volume.entries.writeName(place, field)) {
-    fail(error, EngineError::blockWriteFailed);
-    return std::nullopt;
-  }
-  return volume.rules().nameAfterStoring(name, field.data());
+bool RenamedEntry::mayWrite(const Volume &volume, EMU3Error *error) const {
+  if (!mayGiveName(volume, name_, error)) return false;
+  return volume.entries.contains(place_.block) || fail(error, EngineError::entryNotFound);
+}
+
+std::optional<std::string> RenamedEntry::write(Volume &volume, EMU3Error *error) {
+  if (const std::optional<Dentry> entry = volume.entries.readEntry(place_))
+    std::copy_n(entry->begin(), kNameSize, fieldBefore_.begin());
+  const NameField field = nameFieldForRename(volume.rules().storedName(name_));
+  if (volume.entries.writeName(place_, field)) return volume.rules().nameAfterStoring(name_, field.data());
+  fail(error, EngineError::blockWriteFailed);
+  return std::nullopt;
+}
+
+std::string RenamedEntry::takeBack(Volume &volume) {
+  volume.entries.writeName(place_, fieldBefore_);
+  return shownBefore_;
 }
 
 std::uint8_t nextEntryId(const EMU3Directory &folder) {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 /// Places and names for entries.
 namespace tessary {
@@ -24,18 +25,63 @@ struct EntrySpot {
                                                 const DirectoryBlockWish &wish = {})
     TESSARY_REQUIRES_SHARED(volume.lock);
 
-/// Writes a new entry at its spot: lets the folder grow first where that is needed, then takes the place from
-/// a deleted file of the list. False when a write failed; an entry outside
-/// the image is passed over and counts as written.
-[[nodiscard]] bool writeAtSpot(Volume &volume, const EMU3DirectoryPtr &folder, const EntrySpot &spot,
-                               const format::Dentry &dentry) TESSARY_REQUIRES(volume.lock);
+/// A new entry on its way to the image: planned as long as what it leads to is not on the medium, so that
+/// other changes plan with it; then written.
+class NewEntry final {
+public:
+  NewEntry() = default;
+  NewEntry(EMU3DirectoryPtr folder, const EntrySpot &spot, const format::Dentry &dentry)
+      : folder_(std::move(folder)), spot_(spot), dentry_(dentry) {}
+
+  [[nodiscard]] EntryPlace place() const { return spot_.place; }
+  [[nodiscard]] const format::Dentry &dentry() const { return dentry_; }
+
+  /// Plans the entry. Where the folder grows, clears its new block and plans that too. Takes the place from a
+  /// deleted file of the list. False when the block could not be cleared.
+  [[nodiscard]] bool plan(Volume &volume) TESSARY_REQUIRES(volume.lock);
+  /// Writes the number of the folder's new block, then the entry. False when that failed, or when the folder
+  /// has not come about; an entry outside the image is passed over and counts as written.
+  [[nodiscard]] bool write(Volume &volume) TESSARY_REQUIRES(volume.lock);
+  /// Gives up what was planned; the folder is as it was.
+  void giveUp(Volume &volume) TESSARY_REQUIRES(volume.lock);
+  /// Takes the written entry off the image again. A folder that has grown stays so.
+  void erase(Volume &volume) TESSARY_REQUIRES(volume.lock);
+
+private:
+  [[nodiscard]] bool planGrowth(Volume &volume) TESSARY_REQUIRES(volume.lock);
+  void takeBackGrowth(Volume &volume) TESSARY_REQUIRES(volume.lock);
+
+  EMU3DirectoryPtr folder_;
+  EntrySpot spot_;
+  format::Dentry dentry_{};
+  std::int64_t numberBefore_ = 0; ///< where the folder's new block is named
+};
 
 /// Whether an entry may be given this name; false with code 6.
 [[nodiscard]] bool mayGiveName(const Volume &volume, const std::string &name, EMU3Error *error);
-/// Gives an entry another name. Returns what its object is called from then on; none with the error.
-[[nodiscard]] std::optional<std::string> renameEntry(Volume &volume, EntryPlace place,
-                                                     const std::string &name, EMU3Error *error)
-    TESSARY_REQUIRES(volume.lock);
+/// An entry that gets another name.
+class RenamedEntry final {
+public:
+  RenamedEntry() = default;
+  /// `shownName` is what the entry's object is called now.
+  RenamedEntry(EntryPlace place, std::string name, std::string shownName)
+      : place_(place), name_(std::move(name)), shownBefore_(std::move(shownName)) {}
+
+  /// Whether it may be given this name; false with the error.
+  [[nodiscard]] bool mayWrite(const Volume &volume, EMU3Error *error) const
+      TESSARY_REQUIRES_SHARED(volume.lock);
+  /// Writes it. Returns what the object is called from then on; none with the error.
+  [[nodiscard]] std::optional<std::string> write(Volume &volume, EMU3Error *error)
+      TESSARY_REQUIRES(volume.lock);
+  /// Writes the name that was there before, and returns what the object was called.
+  [[nodiscard]] std::string takeBack(Volume &volume) TESSARY_REQUIRES(volume.lock);
+
+private:
+  EntryPlace place_;
+  std::string name_;
+  std::string shownBefore_;
+  format::NameField fieldBefore_{};
+};
 
 /// The id for a new file: one above the highest of the folder's files. Wraps on purpose: after an id of 255
 /// the next file in the list counts anew.

@@ -1,7 +1,6 @@
 #include "filesystem/FileChanges.h"
 
 #include "filesystem/DirectoryEntry.h"
-#include "filesystem/EntrySpot.h"
 #include "filesystem/FileReading.h"
 #include "filesystem/TreeEditor.h"
 
@@ -13,70 +12,6 @@ namespace tessary {
 
 using namespace format;
 
-namespace {
-
-/// Where a new file goes, all of it found before anything is written.
-struct NewFileSpot {
-  EntrySpot entry;
-  NewFilePlace place;
-};
-
-std::optional<NewFileSpot> findRoom(const Volume &volume, const NewFile &file,
-                                    const EMU3DirectoryPtr &inDirectory, EMU3Error *error)
-    TESSARY_REQUIRES_SHARED(volume.lock) {
-  const auto refused = [&](EngineError reason) {
-    fail(error, reason);
-    return std::nullopt;
-  };
-  const std::uint64_t blocks = blocksNeeded(file.size);
-  if (blocks > volume.counters.free()) return refused(EngineError::noFreeSpace);
-  const std::optional<EntrySpot> spot = findSpot(volume, inDirectory);
-  if (!spot) return refused(EngineError::destinationFull);
-  const std::optional<std::uint16_t> slot = volume.rules().slotForNewFile(volume, blocks);
-  if (!slot) return refused(EngineError::noFreeSlot);
-  return NewFileSpot{*spot, {spot->place, *slot, nextEntryId(*inDirectory)}};
-}
-
-// Data first, then the marks of its blocks, the entry last: an entry never names what is not there yet.
-bool writeFile(Volume &volume, const NewFile &file, const Dentry &dentry, const NewFileSpot &spot,
-               const EMU3DirectoryPtr &inDirectory, EMU3Error *error) TESSARY_REQUIRES(volume.lock) {
-  const std::uint16_t slot = spot.place.slot;
-  const std::uint64_t firstBlock = volume.geometry().slotStartBlock(slot);
-  if (!volume.image.writeData(firstBlock, file.data->data(), file.data->size())) {
-    return fail(error, EngineError::dataWriteFailed);
-  }
-  const std::uint64_t faults = volume.image.writeFaults();
-  volume.rules().markNewFile(volume, slot, file.size);
-  if (volume.image.writeFaults() == faults && writeAtSpot(volume, inDirectory, spot.entry, dentry))
-    return true;
-  volume.rules().unmarkFailedFile(volume, slot, file.size);
-  return fail(error, EngineError::blockWriteFailed);
-}
-
-// Contents and slot stay where they are: the entry is written at its new place, then the old one cleared.
-EMU3FilePtr moveEntry(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
-                      const EMU3DirectoryPtr &toDirectory, EMU3Error *error) TESSARY_REQUIRES(volume.lock) {
-  std::optional<Dentry> entry = volume.entries.readEntry(file->place());
-  if (!entry) return refuse<EMU3File>(error, EngineError::entryNotFound);
-  const std::optional<EntrySpot> spot = findSpot(volume, toDirectory);
-  if (!spot) return refuse<EMU3File>(error, EngineError::destinationFull);
-  setFileEntryId(*entry, nextEntryId(*toDirectory));
-  if (!writeAtSpot(volume, toDirectory, *spot, *entry))
-    return refuse<EMU3File>(error, EngineError::blockWriteFailed);
-  if (!volume.entries.clearEntry(file->place())) {
-    volume.entries.zeroEntry(spot->place); // the file stays where it was
-    return refuse<EMU3File>(error, EngineError::blockWriteFailed);
-  }
-  auto moved = std::make_shared<EMU3File>(
-      fileFieldsOfDentry(entry->data(), *volume.rules().nameOf(entry->data()), spot->place));
-  TreeEditor::setBankDetails(*moved, file->bankDetails());
-  volume.tree.removeFile(fromDirectory, file);
-  volume.tree.addFile(toDirectory, moved);
-  return moved;
-}
-
-} // namespace
-
 bool isTooLarge(const Volume &volume, std::uint64_t size) {
   return blocksNeeded(size) > volume.rules().mostBlocksOfAFile();
 }
@@ -84,81 +19,189 @@ bool isTooLarge(const Volume &volume, std::uint64_t size) {
 bool mayStoreFile(const Volume &volume, const NewFile &file, const EMU3DirectoryPtr &toDirectory,
                   EMU3Error *error) {
   const VolumeRules &rules = volume.rules();
-  if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
   if (!rules.mayUse(volume, toDirectory)) return fail(error, EngineError::entryNotFound);
   if (!file.model && !rules.mayStoreName(file.name)) return fail(error, EngineError::badName);
   if (isTooLarge(volume, file.size)) return fail(error, EngineError::fileTooLarge);
   return true;
 }
 
-EMU3FilePtr storeFile(Volume &volume, const NewFile &file, const EMU3DirectoryPtr &toDirectory,
-                      EMU3Error *error) {
-  if (!mayStoreFile(volume, file, toDirectory, error)) return nullptr;
-  const std::optional<NewFileSpot> spot = findRoom(volume, file, toDirectory, error);
-  if (!spot) return nullptr;
-  const VolumeRules &rules = volume.rules();
-  const Dentry dentry = rules.entryOfNewFile(file, spot->place);
-  if (!writeFile(volume, file, dentry, *spot, toDirectory, error)) return nullptr;
-  auto stored = std::make_shared<EMU3File>(rules.fieldsOfNewFile(file, spot->place, dentry));
-  volume.tree.addFile(toDirectory, stored);
-  return stored;
+// ---- Storing
+
+bool StoreFile::begin(Volume &volume, EMU3Error *error) {
+  if (!mayStoreFile(volume, file_, toDirectory_, error) || !findRoom(volume, error) ||
+      !writeContents(volume, error))
+    return false;
+  stored_ = std::make_shared<EMU3File>(volume.rules().fieldsOfNewFile(file_, place_, entry_.dentry()));
+  volume.tree.addFile(toDirectory_, stored_);
+  return true;
 }
 
-EMU3FilePtr copyFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory,
-                     EMU3Error *error) {
-  if (volume.isReadOnly()) return refuse<EMU3File>(error, EngineError::imageIsReadOnly);
-  if (!mayReadFile(volume, file, error)) return nullptr;
-  if (!volume.rules().mayUse(volume, toDirectory)) return refuse<EMU3File>(error, EngineError::entryNotFound);
-  const ByteBufferPtr data = volume.rules().contentsForCopy(volume, *file, error);
-  if (!data) return nullptr;
-  NewFile copy{file->name(), file->fileType(), data->size(), data, std::nullopt};
-  if (volume.rules().copiesKeepTheirEntry()) {
-    copy.model = volume.entries.readEntry(file->place());
-    if (!copy.model) return refuse<EMU3File>(error, EngineError::entryNotFound);
-  }
-  return storeFile(volume, copy, toDirectory, error);
+bool StoreFile::store(Volume &volume, NewFile file, EMU3Error *error) {
+  file_ = std::move(file);
+  return StoreFile::begin(volume, error);
 }
 
-EMU3FilePtr moveFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
-                     const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  if (volume.isReadOnly()) return refuse<EMU3File>(error, EngineError::imageIsReadOnly);
-  const VolumeRules &rules = volume.rules();
-  if (!rules.mayUse(volume, fromDirectory, file) || !rules.mayUse(volume, toDirectory)) {
-    return refuse<EMU3File>(error, EngineError::entryNotFound);
-  }
-  if (fromDirectory == toDirectory) return file;
-  if (rules.movesEntryAlone()) return moveEntry(volume, file, fromDirectory, toDirectory, error);
-  EMU3FilePtr copy = copyFile(volume, file, toDirectory, error);
-  return copy && deleteFile(volume, file, fromDirectory, error) ? copy : nullptr;
+// All of it is found before anything is written.
+bool StoreFile::findRoom(const Volume &volume, EMU3Error *error) {
+  const std::uint64_t blocks = blocksNeeded(file_.size);
+  if (blocks > volume.counters.free()) return fail(error, EngineError::noFreeSpace);
+  const std::optional<EntrySpot> spot = findSpot(volume, toDirectory_);
+  if (!spot) return fail(error, EngineError::destinationFull);
+  const std::optional<std::uint16_t> slot = volume.rules().slotForNewFile(volume, blocks);
+  if (!slot) return fail(error, EngineError::noFreeSlot);
+  place_ = {spot->place, *slot, nextEntryId(*toDirectory_)};
+  entry_ = NewEntry(toDirectory_, *spot, volume.rules().entryOfNewFile(file_, place_));
+  return true;
 }
 
-bool deleteFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
-                EMU3Error *error) {
-  if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
-  if (!volume.rules().mayUse(volume, inDirectory, file)) return fail(error, EngineError::entryNotFound);
-  return eraseFile(volume, file, inDirectory, error);
-}
-
-bool eraseFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
-               EMU3Error *error) {
-  const EMU3FileFields fields = file->fields();
-  if (!volume.entries.contains(fields.dentryBlock)) return fail(error, EngineError::entryNotFound);
+bool StoreFile::writeContents(Volume &volume, EMU3Error *error) {
+  const std::uint64_t firstBlock = volume.geometry().slotStartBlock(place_.slot);
+  if (!volume.image.writeData(firstBlock, file_.data->data(), file_.data->size()))
+    return fail(error, EngineError::dataWriteFailed);
   const std::uint64_t faults = volume.image.writeFaults();
-  if (!volume.entries.clearEntry(file->place())) return fail(error, EngineError::blockWriteFailed);
-  volume.tree.removeFile(inDirectory, file);
-  volume.rules().clearMarksOf(volume, fields);
-  if (volume.image.writeFaults() == faults) return true;
+  volume.rules().markNewFile(volume, place_.slot, file_.size);
+  if (volume.image.writeFaults() == faults && entry_.plan(volume)) {
+    file_.data = nullptr; // written
+    return true;
+  }
+  volume.rules().unmarkFailedFile(volume, place_.slot, file_.size);
   return fail(error, EngineError::blockWriteFailed);
 }
 
-bool renameFile(Volume &volume, const EMU3FilePtr &file, const std::string &newName,
-                const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
-  if (!volume.rules().mayUse(volume, inDirectory, file)) return fail(error, EngineError::entryNotFound);
-  const std::optional<std::string> shown = renameEntry(volume, file->place(), newName, error);
-  if (!shown) return false;
-  TreeEditor::setName(*file, *shown);
+// Where the entry could not be written, nothing leads to the marks.
+bool StoreFile::enter(Volume &volume, EMU3Error *error) {
+  if (entry_.write(volume)) return true;
+  takeBackEntered(volume);
+  volume.rules().unmarkFailedFile(volume, place_.slot, file_.size);
+  return fail(error, EngineError::blockWriteFailed);
+}
+
+void StoreFile::takeBackBegun(Volume &volume) {
+  volume.tree.removeFile(toDirectory_, stored_);
+  entry_.giveUp(volume);
+  volume.rules().unmarkFailedFile(volume, place_.slot, file_.size);
+}
+
+// The marks stay: the medium may have the entry.
+void StoreFile::takeBackEntered(Volume &volume) {
+  volume.tree.removeFile(toDirectory_, stored_);
+  entry_.erase(volume);
+}
+
+// ---- Copying
+
+bool CopyFile::begin(Volume &volume, EMU3Error *error) {
+  const VolumeRules &rules = volume.rules();
+  if (!mayReadFile(volume, source_, error)) return false;
+  if (!rules.mayUse(volume, toDirectory())) return fail(error, EngineError::entryNotFound);
+  const ByteBufferPtr data = rules.contentsForCopy(volume, *source_, error);
+  if (!data) return false;
+  NewFile copy{source_->name(), source_->fileType(), data->size(), data, std::nullopt};
+  if (rules.copiesKeepTheirEntry()) {
+    copy.model = volume.entries.readEntry(source_->place());
+    if (!copy.model) return fail(error, EngineError::entryNotFound);
+  }
+  return store(volume, std::move(copy), error);
+}
+
+// ---- Moving
+
+bool MoveFile::begin(Volume &volume, EMU3Error *error) {
+  const VolumeRules &rules = volume.rules();
+  if (!rules.mayUse(volume, fromDirectory_, file_) || !rules.mayUse(volume, toDirectory_))
+    return fail(error, EngineError::entryNotFound);
+  if (staysWhereItIs()) {
+    moved_ = file_;
+    return true;
+  }
+  std::optional<Dentry> entry = volume.entries.readEntry(file_->place());
+  if (!entry) return fail(error, EngineError::entryNotFound);
+  const std::optional<EntrySpot> spot = findSpot(volume, toDirectory_);
+  if (!spot) return fail(error, EngineError::destinationFull);
+  setFileEntryId(*entry, nextEntryId(*toDirectory_));
+  entry_ = NewEntry(toDirectory_, *spot, *entry);
+  if (!entry_.plan(volume)) return fail(error, EngineError::blockWriteFailed);
+  moved_ = std::make_shared<EMU3File>(
+      fileFieldsOfDentry(entry->data(), *volume.rules().nameOf(entry->data()), spot->place));
+  TreeEditor::setBankDetails(*moved_, file_->bankDetails());
+  volume.tree.addFile(toDirectory_, moved_);
   return true;
+}
+
+bool MoveFile::enter(Volume &volume, EMU3Error *error) {
+  if (staysWhereItIs() || entry_.write(volume)) return true;
+  takeBackEntered(volume);
+  return fail(error, EngineError::blockWriteFailed);
+}
+
+// Where the old entry cannot be cleared the file stays at its old place.
+bool MoveFile::clearOld(Volume &volume, EMU3Error *error) {
+  if (staysWhereItIs()) return true;
+  if (!volume.entries.clearEntry(file_->place())) {
+    takeBackEntered(volume);
+    return fail(error, EngineError::blockWriteFailed);
+  }
+  volume.tree.removeFile(fromDirectory_, file_);
+  return true;
+}
+
+void MoveFile::takeBackBegun(Volume &volume) {
+  if (staysWhereItIs()) return;
+  volume.tree.removeFile(toDirectory_, moved_);
+  entry_.giveUp(volume);
+}
+
+void MoveFile::takeBackEntered(Volume &volume) {
+  if (staysWhereItIs()) return;
+  volume.tree.removeFile(toDirectory_, moved_);
+  entry_.erase(volume);
+}
+
+// ---- Deleting
+
+bool DeleteFile::begin(Volume &volume, EMU3Error *error) {
+  return volume.rules().mayUse(volume, inDirectory_, file_) || fail(error, EngineError::entryNotFound);
+}
+
+// An earlier change of the group may have deleted it with its folder.
+bool DeleteFile::clearOld(Volume &volume, EMU3Error *error) {
+  if (!begin(volume, error)) return false;
+  return eraseEntryOf(volume, file_, inDirectory_, &freed_, error);
+}
+
+bool DeleteFile::freeOld(Volume &volume, EMU3Error *error) {
+  const std::uint64_t faults = volume.image.writeFaults();
+  for (const BlockRun &run : freed_)
+    volume.rules().clearMarks(volume, run);
+  return volume.image.writeFaults() == faults || fail(error, EngineError::blockWriteFailed);
+}
+
+bool eraseEntryOf(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
+                  std::vector<BlockRun> *freed, EMU3Error *error) {
+  const EMU3FileFields fields = file->fields();
+  if (!volume.entries.contains(fields.dentryBlock)) return fail(error, EngineError::entryNotFound);
+  if (!volume.entries.clearEntry(file->place())) return fail(error, EngineError::blockWriteFailed);
+  volume.tree.removeFile(inDirectory, file);
+  volume.rules().appendFreedBlocks(volume, fields, freed);
+  return true;
+}
+
+// ---- Renaming
+
+bool RenameFile::begin(Volume &volume, EMU3Error *error) {
+  if (!volume.rules().mayUse(volume, inDirectory_, file_)) return fail(error, EngineError::entryNotFound);
+  name_ = RenamedEntry(file_->place(), newName_, file_->name());
+  return name_.mayWrite(volume, error);
+}
+
+bool RenameFile::enter(Volume &volume, EMU3Error *error) {
+  const std::optional<std::string> shown = name_.write(volume, error);
+  if (shown) TreeEditor::setName(*file_, *shown);
+  return shown.has_value();
+}
+
+void RenameFile::takeBackEntered(Volume &volume) {
+  TreeEditor::setName(*file_, name_.takeBack(volume));
 }
 
 } // namespace tessary

@@ -2,14 +2,15 @@
 
 #include "filesystem/EMU3Error.h"
 #include "filesystem/EMU3File.h"
+#include "filesystem/EntrySpot.h"
+#include "filesystem/VolumeChange.h"
 #include "filesystem/VolumeRules.h"
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
-/// Changes of files: each changes the image first and then the tree to match. All fail with code 3, "Image is
-/// read-only", first.
-/// What stores, copies or moves a file returns the new object, null when it fails.
+/// Changes of files.
 namespace tessary {
 
 /// Whether the volume would refuse the file whatever its contents; false with the reason.
@@ -19,18 +20,114 @@ namespace tessary {
 /// Whether a file of that many bytes would be refused for its size by the rules of the mount.
 [[nodiscard]] bool isTooLarge(const Volume &volume, std::uint64_t size);
 
-EMU3FilePtr storeFile(Volume &volume, const NewFile &file, const EMU3DirectoryPtr &toDirectory,
-                      EMU3Error *error) TESSARY_REQUIRES(volume.lock);
-EMU3FilePtr copyFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory,
-                     EMU3Error *error) TESSARY_REQUIRES(volume.lock);
-EMU3FilePtr moveFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
-                     const EMU3DirectoryPtr &toDirectory, EMU3Error *error) TESSARY_REQUIRES(volume.lock);
-bool deleteFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
-                EMU3Error *error) TESSARY_REQUIRES(volume.lock);
-/// What `deleteFile` does to a file of which it is known that the folder holds it.
-bool eraseFile(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory, EMU3Error *error)
-    TESSARY_REQUIRES(volume.lock);
-bool renameFile(Volume &volume, const EMU3FilePtr &file, const std::string &newName,
-                const EMU3DirectoryPtr &inDirectory, EMU3Error *error) TESSARY_REQUIRES(volume.lock);
+/// Stores contents as a new file.
+class StoreFile : public VolumeChange {
+public:
+  StoreFile(NewFile file, EMU3DirectoryPtr toDirectory)
+      : file_(std::move(file)), toDirectory_(std::move(toDirectory)) {}
+
+  /// Null before the change has begun.
+  [[nodiscard]] const EMU3FilePtr &stored() const { return stored_; }
+
+  [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  [[nodiscard]] bool enter(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  void takeBackBegun(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
+  void takeBackEntered(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
+
+protected:
+  explicit StoreFile(EMU3DirectoryPtr toDirectory) : toDirectory_(std::move(toDirectory)) {}
+  [[nodiscard]] const EMU3DirectoryPtr &toDirectory() const { return toDirectory_; }
+  /// Stores this one.
+  [[nodiscard]] bool store(Volume &volume, NewFile file, EMU3Error *error) TESSARY_REQUIRES(volume.lock);
+
+private:
+  [[nodiscard]] bool findRoom(const Volume &volume, EMU3Error *error) TESSARY_REQUIRES_SHARED(volume.lock);
+  [[nodiscard]] bool writeContents(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock);
+
+  NewFile file_;
+  const EMU3DirectoryPtr toDirectory_;
+  NewFilePlace place_;
+  NewEntry entry_;
+  EMU3FilePtr stored_;
+};
+
+/// Copies a file inside the volume.
+class CopyFile final : public StoreFile {
+public:
+  CopyFile(EMU3FilePtr file, EMU3DirectoryPtr toDirectory)
+      : StoreFile(std::move(toDirectory)), source_(std::move(file)) {}
+
+  [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+
+private:
+  const EMU3FilePtr source_;
+};
+
+/// Moves a file inside the volume by its entry: contents and slot stay where they are. Nothing changes when
+/// it is in the folder already.
+class MoveFile final : public VolumeChange {
+public:
+  MoveFile(EMU3FilePtr file, EMU3DirectoryPtr fromDirectory, EMU3DirectoryPtr toDirectory)
+      : file_(std::move(file)), fromDirectory_(std::move(fromDirectory)),
+        toDirectory_(std::move(toDirectory)) {}
+
+  /// The file at its new place, another object; the same where nothing changes. Null before the change has
+  /// begun.
+  [[nodiscard]] const EMU3FilePtr &moved() const { return moved_; }
+
+  [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  [[nodiscard]] bool enter(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  [[nodiscard]] bool clearOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  void takeBackBegun(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
+  void takeBackEntered(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
+
+private:
+  [[nodiscard]] bool staysWhereItIs() const { return fromDirectory_ == toDirectory_; }
+
+  const EMU3FilePtr file_;
+  const EMU3DirectoryPtr fromDirectory_;
+  const EMU3DirectoryPtr toDirectory_;
+  NewEntry entry_;
+  EMU3FilePtr moved_;
+};
+
+class DeleteFile final : public VolumeChange {
+public:
+  DeleteFile(EMU3FilePtr file, EMU3DirectoryPtr inDirectory)
+      : file_(std::move(file)), inDirectory_(std::move(inDirectory)) {}
+
+  [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  [[nodiscard]] bool clearOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  [[nodiscard]] bool freeOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  void takeBackBegun(Volume &) override {}
+  void takeBackEntered(Volume &) override {}
+
+private:
+  const EMU3FilePtr file_;
+  const EMU3DirectoryPtr inDirectory_;
+  std::vector<BlockRun> freed_;
+};
+
+class RenameFile final : public VolumeChange {
+public:
+  RenameFile(EMU3FilePtr file, std::string newName, EMU3DirectoryPtr inDirectory)
+      : file_(std::move(file)), newName_(std::move(newName)), inDirectory_(std::move(inDirectory)) {}
+
+  [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  [[nodiscard]] bool enter(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  void takeBackBegun(Volume &) override {}
+  void takeBackEntered(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
+
+private:
+  const EMU3FilePtr file_;
+  const std::string newName_;
+  const EMU3DirectoryPtr inDirectory_;
+  RenamedEntry name_;
+};
+
+/// Takes a file of which it is known that the folder holds it out of its folder. The blocks whose marks are
+/// to be cleared for it come to `freed`. False, with the error, when its entry could not be cleared.
+[[nodiscard]] bool eraseEntryOf(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
+                                std::vector<BlockRun> *freed, EMU3Error *error) TESSARY_REQUIRES(volume.lock);
 
 } // namespace tessary

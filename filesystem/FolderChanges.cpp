@@ -37,20 +37,20 @@ void removeEmptied(Volume &volume, const EMU3DirectoryPtr &folder, const EMU3Dir
 }
 
 // One file that cannot be deleted does not keep the others.
-void eraseFilesOf(Volume &volume, const EMU3DirectoryPtr &folder, const BlocksToKeep &kept)
-    TESSARY_REQUIRES(volume.lock) {
+void eraseFilesOf(Volume &volume, const EMU3DirectoryPtr &folder, const BlocksToKeep &kept,
+                  std::vector<BlockRun> *freed) TESSARY_REQUIRES(volume.lock) {
   for (const EMU3FilePtr &file : folder->files()) {
     if (kept.untouched.contains(file->dentryBlock()))
       volume.tree.removeFile(folder, file);
     else if (volume.rules().mayErase(*file))
-      eraseFile(volume, file, folder, nullptr);
+      static_cast<void>(eraseEntryOf(volume, file, folder, freed, nullptr));
   }
 }
 
 // Each folder after everything below it, with a stack of its own: a damaged volume can nest folders as deep
 // as it has blocks.
-void removeTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3DirectoryPtr &parent)
-    TESSARY_REQUIRES(volume.lock) {
+void removeTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3DirectoryPtr &parent,
+                std::vector<BlockRun> *freed) TESSARY_REQUIRES(volume.lock) {
   struct Step {
     EMU3DirectoryPtr folder;
     EMU3DirectoryPtr parent;
@@ -67,7 +67,7 @@ void removeTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3Directory
     }
     step.isEmptied = true;
     const EMU3DirectoryPtr folder = step.folder;
-    eraseFilesOf(volume, folder, kept);
+    eraseFilesOf(volume, folder, kept, freed);
     const std::vector<EMU3DirectoryPtr> below = folder->subdirectories();
     for (auto next = below.rbegin(); next != below.rend(); ++next)
       pending.push_back({*next, folder});
@@ -82,80 +82,128 @@ bool isInside(EMU3DirectoryPtr directory, const EMU3DirectoryPtr &folder) {
 
 } // namespace
 
-EMU3DirectoryPtr createDirectory(Volume &volume, const std::string &name, const EMU3DirectoryPtr &inDirectory,
-                                 EMU3Error *error) {
-  if (volume.isReadOnly()) return refuse<EMU3Directory>(error, EngineError::imageIsReadOnly);
+// ---- Creating
+
+bool CreateFolder::begin(Volume &volume, EMU3Error *error) {
   const VolumeRules &rules = volume.rules();
-  if (!rules.mayUse(volume, inDirectory)) return refuse<EMU3Directory>(error, EngineError::entryNotFound);
-  if (!mayGiveName(volume, name, error)) return nullptr;
-  const std::optional<EntrySpot> spot = findSpot(volume, inDirectory);
-  if (!spot) return refuse<EMU3Directory>(error, EngineError::parentFull);
+  if (!rules.mayUse(volume, inDirectory_)) return fail(error, EngineError::entryNotFound);
+  if (!mayGiveName(volume, name_, error)) return false;
+  const std::optional<EntrySpot> spot = findSpot(volume, inDirectory_);
+  if (!spot) return fail(error, EngineError::parentFull);
   DirectoryBlockWish wish;
   if (spot->growth) wish.except = spot->growth->block;
   const std::optional<std::int64_t> block = rules.findDirectoryBlock(volume, wish);
-  if (!block) return refuse<EMU3Directory>(error, EngineError::noFreeDirectoryBlock);
-  const Dentry dentry = dentryForFolder(rules.storedName(name), static_cast<std::uint64_t>(*block));
-  if (!volume.entries.clearBlock(*block) || !writeAtSpot(volume, inDirectory, *spot, dentry)) {
-    return refuse<EMU3Directory>(error, EngineError::blockWriteFailed);
-  }
-  EMU3DirectoryPtr folder =
-      folderObject(rules.nameAfterStoring(name, dentry.data()), kFolderId, spot->place, {*block});
-  volume.tree.addFolder(inDirectory, folder);
-  return folder;
-}
-
-bool renameDirectory(Volume &volume, const EMU3DirectoryPtr &directory, const std::string &newName,
-                     EMU3Error *error) {
-  if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
-  if (!volume.rules().mayUse(volume, directory->parent(), directory)) {
-    return fail(error, EngineError::entryNotFound);
-  }
-  std::string shown = newName;
-  if (volume.rules().storesFolderNames()) {
-    std::optional<std::string> stored = renameEntry(volume, directory->place(), newName, error);
-    if (!stored) return false;
-    shown = *std::move(stored);
-  }
-  TreeEditor::setName(*directory, std::move(shown));
+  if (!block) return fail(error, EngineError::noFreeDirectoryBlock);
+  const Dentry dentry = dentryForFolder(rules.storedName(name_), static_cast<std::uint64_t>(*block));
+  entry_ = NewEntry(inDirectory_, *spot, dentry);
+  if (!volume.entries.clearBlock(*block) || !entry_.plan(volume))
+    return fail(error, EngineError::blockWriteFailed);
+  created_ = folderObject(rules.nameAfterStoring(name_, dentry.data()), kFolderId, spot->place, {*block});
+  volume.tree.addFolder(inDirectory_, created_);
   return true;
 }
 
-// The entry is written at its new place, then the old one cleared; what is in the folder stays where it is.
-EMU3DirectoryPtr moveDirectory(Volume &volume, const EMU3DirectoryPtr &directory,
-                               const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  if (volume.isReadOnly()) return refuse<EMU3Directory>(error, EngineError::imageIsReadOnly);
-  const VolumeRules &rules = volume.rules();
-  const EMU3DirectoryPtr parent = directory->parent();
-  if (!parent || !rules.mayUse(volume, parent, directory) || !rules.mayUse(volume, toDirectory)) {
-    return refuse<EMU3Directory>(error, EngineError::entryNotFound);
-  }
-  if (isInside(toDirectory, directory)) return refuse<EMU3Directory>(error, EngineError::folderIntoItself);
-  if (parent == toDirectory) return directory;
-  const std::optional<Dentry> entry = volume.entries.readEntry(directory->place());
-  if (!entry) return refuse<EMU3Directory>(error, EngineError::entryNotFound);
-  const std::optional<EntrySpot> spot = findSpot(volume, toDirectory);
-  if (!spot) return refuse<EMU3Directory>(error, EngineError::destinationFull);
-  if (!writeAtSpot(volume, toDirectory, *spot, *entry))
-    return refuse<EMU3Directory>(error, EngineError::blockWriteFailed);
-  if (!volume.entries.zeroEntry(directory->place())) {
-    volume.entries.zeroEntry(spot->place); // the folder stays where it was
-    return refuse<EMU3Directory>(error, EngineError::blockWriteFailed);
-  }
-  EMU3DirectoryPtr moved =
-      folderObject(directory->name(), directory->entryId(), spot->place, directory->blockList());
-  volume.tree.replaceFolder(directory, moved, toDirectory);
-  return moved;
+bool CreateFolder::enter(Volume &volume, EMU3Error *error) {
+  if (entry_.write(volume)) return true;
+  takeBackEntered(volume);
+  return fail(error, EngineError::blockWriteFailed);
 }
 
-bool deleteDirectory(Volume &volume, const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &fromParent,
-                     EMU3Error *error) {
-  if (volume.isReadOnly()) return fail(error, EngineError::imageIsReadOnly);
-  if (!volume.rules().mayUse(volume, fromParent, directory)) {
+void CreateFolder::takeBackBegun(Volume &volume) {
+  volume.tree.removeFolder(inDirectory_, created_);
+  entry_.giveUp(volume);
+}
+
+void CreateFolder::takeBackEntered(Volume &volume) {
+  volume.tree.removeFolder(inDirectory_, created_);
+  entry_.erase(volume);
+}
+
+// ---- Renaming
+
+bool RenameFolder::begin(Volume &volume, EMU3Error *error) {
+  if (!volume.rules().mayUse(volume, directory_->parent(), directory_))
     return fail(error, EngineError::entryNotFound);
+  name_ = RenamedEntry(directory_->place(), newName_, directory_->name());
+  return !volume.rules().storesFolderNames() || name_.mayWrite(volume, error);
+}
+
+bool RenameFolder::enter(Volume &volume, EMU3Error *error) {
+  std::optional<std::string> shown = newName_;
+  if (volume.rules().storesFolderNames()) shown = name_.write(volume, error);
+  if (shown) TreeEditor::setName(*directory_, *shown);
+  return shown.has_value();
+}
+
+void RenameFolder::takeBackEntered(Volume &volume) {
+  TreeEditor::setName(*directory_, name_.takeBack(volume));
+}
+
+// ---- Moving
+
+bool MoveFolder::begin(Volume &volume, EMU3Error *error) {
+  const VolumeRules &rules = volume.rules();
+  const EMU3DirectoryPtr parent = directory_->parent();
+  if (!parent || !rules.mayUse(volume, parent, directory_) || !rules.mayUse(volume, toDirectory_))
+    return fail(error, EngineError::entryNotFound);
+  if (isInside(toDirectory_, directory_)) return fail(error, EngineError::folderIntoItself);
+  staysWhereItIs_ = parent == toDirectory_;
+  if (staysWhereItIs_) return true;
+  const std::optional<Dentry> entry = volume.entries.readEntry(directory_->place());
+  if (!entry) return fail(error, EngineError::entryNotFound);
+  const std::optional<EntrySpot> spot = findSpot(volume, toDirectory_);
+  if (!spot) return fail(error, EngineError::destinationFull);
+  entry_ = NewEntry(toDirectory_, *spot, *entry);
+  return entry_.plan(volume) || fail(error, EngineError::blockWriteFailed);
+}
+
+bool MoveFolder::enter(Volume &volume, EMU3Error *error) {
+  if (staysWhereItIs_ || entry_.write(volume)) return true;
+  takeBackEntered(volume);
+  return fail(error, EngineError::blockWriteFailed);
+}
+
+// What is in the folder stays where it is. Where the old entry cannot be cleared the folder does too.
+bool MoveFolder::clearOld(Volume &volume, EMU3Error *error) {
+  if (staysWhereItIs_) return true;
+  if (!volume.entries.zeroEntry(directory_->place())) {
+    takeBackEntered(volume);
+    return fail(error, EngineError::blockWriteFailed);
   }
+  const EMU3DirectoryPtr moved =
+      folderObject(directory_->name(), directory_->entryId(), entry_.place(), directory_->blockList());
+  volume.tree.replaceFolder(directory_, moved, toDirectory_);
+  return true;
+}
+
+void MoveFolder::takeBackBegun(Volume &volume) {
+  if (!staysWhereItIs_) entry_.giveUp(volume);
+}
+
+void MoveFolder::takeBackEntered(Volume &volume) {
+  if (!staysWhereItIs_) entry_.erase(volume);
+}
+
+// ---- Deleting
+
+bool DeleteFolder::begin(Volume &volume, EMU3Error *error) {
+  return volume.rules().mayUse(volume, fromParent_, directory_) || fail(error, EngineError::entryNotFound);
+}
+
+// One entry that cannot be cleared does not keep the others, but the deletion has failed then.
+bool DeleteFolder::clearOld(Volume &volume, EMU3Error *error) {
+  if (!begin(volume, error)) return false;
   const std::uint64_t faults = volume.image.writeFaults();
-  removeTree(volume, directory, fromParent);
-  if (volume.image.writeFaults() == faults) return true;
+  removeTree(volume, directory_, fromParent_, &freed_);
+  isComplete_ = volume.image.writeFaults() == faults;
+  return true;
+}
+
+bool DeleteFolder::freeOld(Volume &volume, EMU3Error *error) {
+  const std::uint64_t faults = volume.image.writeFaults();
+  for (const BlockRun &run : freed_)
+    volume.rules().clearMarks(volume, run);
+  if (isComplete_ && volume.image.writeFaults() == faults) return true;
   return fail(error, EngineError::blockWriteFailed);
 }
 

@@ -216,7 +216,6 @@ std::optional<EntrySpot> spotForLostFolder(const Volume &volume, std::uint64_t b
     fail(error, reason);
     return std::nullopt;
   };
-  if (volume.isReadOnly()) return refused(EngineError::imageIsReadOnly);
   const LostGround lost = lostGround(volume);
   const bool isLost = std::any_of(lost.folders.begin(), lost.folders.end(),
                                   [&](const LostFolder &folder) { return folder.block == block; });
@@ -258,16 +257,32 @@ bool canRecoverFolder(const Volume &volume, std::uint64_t block, const std::stri
   return spotForLostFolder(volume, block, name, inDirectory, error).has_value();
 }
 
-bool recoverFolder(Volume &volume, std::uint64_t block, const std::string &name,
-                   const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  const std::optional<EntrySpot> spot = spotForLostFolder(volume, block, name, inDirectory, error);
+bool RecoverFolder::begin(Volume &volume, EMU3Error *error) {
+  const std::optional<EntrySpot> spot = spotForLostFolder(volume, block_, name_, inDirectory_, error);
   if (!spot) return false;
-  const Dentry dentry = dentryForFolder(recoveryRules().storedName(name), block);
-  if (!writeAtSpot(volume, inDirectory, *spot, dentry)) return fail(error, EngineError::blockWriteFailed);
+  entry_ = NewEntry(inDirectory_, *spot, dentryForFolder(recoveryRules().storedName(name_), block_));
+  return entry_.plan(volume) || fail(error, EngineError::blockWriteFailed);
+}
+
+bool RecoverFolder::enter(Volume &volume, EMU3Error *error) {
+  if (entry_.write(volume)) return true;
+  takeBackEntered(volume);
+  return fail(error, EngineError::blockWriteFailed);
+}
+
+bool RecoverFolder::clearOld(Volume &volume, EMU3Error *) {
   volume.countMarks();
-  if (volume.tree.adoptFolder(volume.entries, spot->place, inDirectory)) return true;
-  volume.readTree(volume.tree.root()->name());
+  if (!volume.tree.adoptFolder(volume.entries, entry_.place(), inDirectory_))
+    volume.readTree(volume.tree.root()->name());
   return true;
+}
+
+void RecoverFolder::takeBackBegun(Volume &volume) {
+  entry_.giveUp(volume);
+}
+
+void RecoverFolder::takeBackEntered(Volume &volume) {
+  entry_.erase(volume);
 }
 
 } // namespace tessary

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "filesystem/EMU3Error.h"
-#include "filesystem/Volume.h"
+#include "filesystem/EntrySpot.h"
+#include "filesystem/VolumeChange.h"
 #include "filesystem/VolumeFindings.h"
 
 #include <cstdint>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 /// Folders that no entry leads to any more, and bringing them back.
@@ -37,8 +39,24 @@ struct LostGround {
     TESSARY_REQUIRES_SHARED(volume.lock);
 
 /// Writes an entry for one of `lostGround`'s folders into a place of the folder that is really free; guarded,
-/// a full folder grows. Codes 3, 5 (the block holds no lost folder), 6 and 7.
-bool recoverFolder(Volume &volume, std::uint64_t block, const std::string &name,
-                   const EMU3DirectoryPtr &inDirectory, EMU3Error *error) TESSARY_REQUIRES(volume.lock);
+/// a full folder grows. Codes 5 (the block holds no lost folder), 6 and 7.
+class RecoverFolder final : public VolumeChange {
+public:
+  RecoverFolder(std::uint64_t block, std::string name, EMU3DirectoryPtr inDirectory)
+      : block_(block), name_(std::move(name)), inDirectory_(std::move(inDirectory)) {}
+
+  [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  [[nodiscard]] bool enter(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  /// Takes the folder into the tree, once its entry is on the medium.
+  [[nodiscard]] bool clearOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  void takeBackBegun(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
+  void takeBackEntered(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
+
+private:
+  const std::uint64_t block_;
+  const std::string name_;
+  const EMU3DirectoryPtr inDirectory_;
+  NewEntry entry_;
+};
 
 } // namespace tessary

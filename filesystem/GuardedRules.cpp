@@ -85,6 +85,17 @@ private:
 
 } // namespace
 
+// A change of a file that no longer has a name would be gone with the program.
+bool GuardedRules::mayChangeImageAt(const Volume &volume, const std::string &path, EMU3Error *error) const {
+  return volume.image.isFileAt(path) || fail(error, EngineError::imageReplaced);
+}
+
+EMU3Error GuardedRules::readOnlyError(ReadOnlyReason reason) const {
+  EMU3Error error = engineError(EngineError::imageIsReadOnly);
+  if (reason != ReadOnlyReason::hostFile) error.message.append(": ").append(readOnlyReasonText(reason));
+  return error;
+}
+
 bool GuardedRules::mayUse(const Volume &volume, const EMU3DirectoryPtr &folder) const {
   return volume.tree.contains(folder);
 }
@@ -187,20 +198,24 @@ void GuardedRules::unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uin
   setMarks(volume, volume.geometry().slotStartBlock(slot), blocksFilled(size), kFatFree);
 }
 
-// Clears whole slots, but none that another live file reaches.
-void GuardedRules::clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const {
+// Whole slots, but none that another live file reaches.
+void GuardedRules::appendFreedBlocks(const Volume &volume, const EMU3FileFields &deleted,
+                                     std::vector<BlockRun> *freed) const {
   const VolumeGeometry geometry = volume.geometry();
   const SlotMap &slots = volume.index->slots();
   const std::uint64_t first = std::max<std::uint64_t>(1, deleted.startCluster);
   const std::uint64_t last =
       std::min(first + slots.slotsFor(deleted.blocksInLastCluster) - 1, slots.slotCount());
-  for (std::uint64_t slot = slots.nextUnreached(first); slot <= last; slot = slots.nextUnreached(slot + 1)) {
-    setMarks(volume, geometry.slotStartBlock(static_cast<std::uint16_t>(slot)), geometry.slotSizeBlocks,
-             kFatFree);
-  }
+  for (std::uint64_t slot = slots.nextUnreached(first); slot <= last; slot = slots.nextUnreached(slot + 1))
+    freed->push_back({geometry.slotStartBlock(static_cast<std::uint16_t>(slot)), geometry.slotSizeBlocks});
+}
+
+void GuardedRules::clearMarks(Volume &volume, const BlockRun &freed) const {
+  setMarks(volume, freed.first, freed.count, kFatFree);
 }
 
 bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const {
+  if (volume.entries.isPlanned(place)) return false;
   if (dentry[0] == 0) return true;
   return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
 }

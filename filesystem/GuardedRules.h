@@ -10,6 +10,11 @@ class GuardedRules final : public VolumeRules {
 public:
   [[nodiscard]] MountRules kind() const override { return MountRules::guarded; }
   [[nodiscard]] bool keepsIndex() const override { return true; }
+  [[nodiscard]] bool waitsForMedium() const override { return true; }
+
+  [[nodiscard]] bool mayChangeImageAt(const Volume &volume, const std::string &path,
+                                      EMU3Error *error) const override;
+  [[nodiscard]] EMU3Error readOnlyError(ReadOnlyReason reason) const override;
 
   [[nodiscard]] bool mayUse(const Volume &volume, const EMU3DirectoryPtr &folder) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
@@ -54,8 +59,9 @@ public:
       TESSARY_REQUIRES(volume.lock) override;
   void unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
       TESSARY_REQUIRES(volume.lock) override;
-  void clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const
-      TESSARY_REQUIRES(volume.lock) override;
+  void appendFreedBlocks(const Volume &volume, const EMU3FileFields &deleted,
+                         std::vector<BlockRun> *freed) const TESSARY_REQUIRES_SHARED(volume.lock) override;
+  void clearMarks(Volume &volume, const BlockRun &freed) const TESSARY_REQUIRES(volume.lock) override;
 
   [[nodiscard]] bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;

@@ -134,6 +134,11 @@ std::uint64_t countNonZeroIn(const std::uint8_t *bytes, std::uint64_t blocks) {
   return nonZero;
 }
 
+std::uint64_t pageSize() {
+  static const auto size = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+  return size;
+}
+
 EMU3Error cannotOpen(const std::string &path) {
   return {kEngineErrorDomain, kErrorCannotReachData, "Cannot open file: " + path};
 }
@@ -191,6 +196,12 @@ ImageMapping::~ImageMapping() {
 void ImageMapping::makeReadOnly() {
   readOnly_ = true;
   ::mprotect(bytes_, size_, PROT_READ);
+}
+
+bool ImageMapping::isFileAt(const std::string &path) const {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && static_cast<std::uint64_t>(status.st_dev) == device_ &&
+         static_cast<std::uint64_t>(status.st_ino) == inode_;
 }
 
 bool ImageMapping::reaches(std::uint64_t end) const {
@@ -332,12 +343,33 @@ bool ImageMapping::zeroDentry(std::uint64_t block, std::size_t index) {
   return storeDentry(block, index, replaceDentry, zeros.data());
 }
 
-// The host wants the address at a page boundary; whether the flush succeeds changes nothing.
-void ImageMapping::flushBlock(std::uint64_t block) const {
-  static const auto pageSize = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+// Only a barrier waits and looks at the result. The host wants the address at a page boundary.
+void ImageMapping::flushBlock(std::uint64_t block) {
   const std::uint64_t begin = block * kBlockSize;
-  const std::uint64_t pageBegin = begin - begin % pageSize;
-  ::msync(bytes_ + pageBegin, begin + kBlockSize - pageBegin, MS_ASYNC);
+  const std::uint64_t end = begin + kBlockSize;
+  if (flushesAtBarriers_) {
+    const bool isFirst = unflushedBegin_ == unflushedEnd_;
+    unflushedBegin_ = isFirst ? begin : std::min(unflushedBegin_, begin);
+    unflushedEnd_ = isFirst ? end : std::max(unflushedEnd_, end);
+    return;
+  }
+  const std::uint64_t pageBegin = begin - begin % pageSize();
+  ::msync(bytes_ + pageBegin, end - pageBegin, MS_ASYNC);
+}
+
+// One request for all of it, from the first byte to the last: the host writes those pages alone that have
+// changed, and has the medium empty its cache once.
+bool ImageMapping::barrier() {
+  if (unflushedBegin_ == unflushedEnd_) return true;
+  const std::uint64_t begin = unflushedBegin_ - unflushedBegin_ % pageSize();
+  const std::uint64_t length = unflushedEnd_ - begin;
+  unflushedBegin_ = unflushedEnd_ = 0;
+  if (::msync(bytes_ + begin, length, MS_SYNC) != 0) return false;
+#ifdef F_FULLFSYNC
+  return ::fcntl(fd_, F_FULLFSYNC) == 0; // here the request above leaves it in the medium's own cache
+#else
+  return true;
+#endif
 }
 
 } // namespace tessary

@@ -12,7 +12,8 @@ namespace tessary {
 
 /// One image file mapped into memory, whole and shared. Every read and write of image bytes in the
 /// system goes through here, so this is the one place that checks bounds, survives the file being cut
-/// short underneath (SIGBUS) and flushes what was written.
+/// short underneath (SIGBUS) and brings what was written to the medium: block by block without waiting, or by
+/// barriers that are waited for.
 ///
 /// Block numbers may be anything, also values near 2^64: a block outside the image is never touched.
 /// Members may be called from several threads; what keeps readers and a writer of the same bytes
@@ -31,9 +32,18 @@ public:
   bool isReadOnly() const { return readOnly_; }
   /// Gives up writing: from now on the mapping can only be read.
   void makeReadOnly();
+  /// From now on what is written waits for the next barrier, instead of being flushed by itself.
+  void flushAtBarriers() { flushesAtBarriers_ = true; }
+  /// Brings to the medium all that was written since the last barrier, and waits for it: what is written
+  /// afterwards reaches the medium later. False when the medium did not take it; then nobody knows what of it
+  /// is there. True at once when nothing was written. Writes nothing itself; one thread at a time, which
+  /// no other writes beside.
+  [[nodiscard]] bool barrier();
   /// Device and inode of the image file.
   std::uint64_t device() const { return device_; }
   std::uint64_t inode() const { return inode_; }
+  /// Whether this path of the host still leads to the file that is mapped.
+  [[nodiscard]] bool isFileAt(const std::string &path) const;
   /// Owned by the mapping.
   int descriptor() const { return fd_; }
 
@@ -93,7 +103,7 @@ public:
 private:
   ImageMapping() = default;
   std::uint8_t *address(std::uint64_t block) const { return bytes_ + block * format::kBlockSize; }
-  void flushBlock(std::uint64_t block) const;
+  void flushBlock(std::uint64_t block);
   bool storeDentry(std::uint64_t block, std::size_t index,
                    void (*store)(std::uint8_t *, const std::uint8_t *), const std::uint8_t *from);
 
@@ -103,6 +113,10 @@ private:
   std::uint64_t inode_ = 0;
   int fd_ = -1;
   bool readOnly_ = false;
+  bool flushesAtBarriers_ = false;
+  /// Bytes from the first to behind the last that wait for a barrier; none where they are equal.
+  std::uint64_t unflushedBegin_ = 0;
+  std::uint64_t unflushedEnd_ = 0;
   std::atomic<std::uint64_t> writeFaults_ = 0;
 };
 

@@ -9,4 +9,10 @@ enum class MountRules {
   guarded, ///< refuses or avoids what the bare rules would destroy (docs/what-may-surprise.md)
 };
 
+/// When an image is claimed for changes, which keeps other programs from changing it.
+enum class ImageClaim {
+  whenMounted,   ///< or read-only, as long as another program has it
+  atFirstChange, ///< one that is only read claims nothing
+};
+
 } // namespace tessary

@@ -36,8 +36,12 @@ public:
   /// image, open for writing; it stays the caller's. Where the host has no such locks the claim succeeds.
   [[nodiscard]] bool claimForWriting(int descriptor);
 
-  /// One public operation on the image at a time; readers of contents side by side.
+  /// One step of one change at a time; readers of contents side by side. Never held while the medium is
+  /// waited for.
   FairSharedMutex operationLock;
+  /// Held by the one who changes the image, for the whole of a change or of several that go to the medium
+  /// together; shared by those who look at the image as a whole. Taken before `operationLock`.
+  FairSharedMutex changeLock;
 
   /// Held while a guarded volume is looked up or read for the first time.
   Mutex opening;

@@ -47,11 +47,14 @@ void SlotMap::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root
 // In one pass over the table, which can be a quarter of a gigabyte.
 void SlotMap::lookAtAllMarks() {
   const std::uint64_t first = geometry_.dataAreaBlock;
-  const std::uint64_t end =
-      std::min(geometry_.describedBlocks(), first + geometry_.slotSizeBlocks * slotCount_);
-  table_.forEachMarkedRun(first, end, [this](const MarkedRun &run) {
-    const std::uint64_t last = slotOf(run.first + run.count - 1);
-    for (std::uint64_t slot = slotOf(run.first); slot <= last; ++slot)
+  const std::uint64_t end = first + geometry_.slotSizeBlocks * slotCount_;
+  isTableReadable_ = true;
+  table_.forEachMarkedRun(0, geometry_.describedBlocks(), [&](const MarkedRun &run) {
+    if (!run.isReadable) isTableReadable_ = false;
+    const std::uint64_t from = std::max(run.first, first);
+    const std::uint64_t to = std::min(run.first + run.count, end);
+    if (from >= to) return;
+    for (std::uint64_t slot = slotOf(from); slot <= slotOf(to - 1); ++slot)
       slots_[slot].marked = true;
   });
 }

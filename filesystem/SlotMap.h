@@ -44,6 +44,8 @@ public:
   }
   /// Whether the table's block lies within the blocks of a live file.
   [[nodiscard]] bool isInContents(std::uint64_t tableBlock) const;
+  /// Whether all of the table inside the image could be read when the map was built.
+  [[nodiscard]] bool isTableReadable() const { return isTableReadable_; }
   /// How many slots there are.
   [[nodiscard]] std::uint64_t slotCount() const { return slotCount_; }
   /// How many slots so many blocks take: one at least.
@@ -82,6 +84,7 @@ private:
   BlockCounters &counters_;
   VolumeGeometry geometry_;
   std::uint64_t slotCount_ = 0;
+  bool isTableReadable_ = true;
   /// Slots that live files reach. A slot weighs its blocks inside the image, unless it is taken otherwise.
   RunCover liveFiles_;
   std::vector<Slot> slots_; ///< by number; 0 is unused

@@ -7,25 +7,13 @@
 #include <utility>
 
 namespace tessary {
-namespace {
-
-std::shared_ptr<Volume> newVolume(std::shared_ptr<MountedImage> mounted,
-                                  std::unique_ptr<ImageMapping> mapping, const std::string &path,
-                                  EMU3Error *error) {
-  if (!mapping->isReadOnly() && !mounted->claimForWriting(mapping->descriptor())) mapping->makeReadOnly();
-  auto volume = std::make_shared<Volume>(std::move(mounted), std::move(mapping));
-  const WriteLock lock(volume->lock);
-  return volume->read(volumeLabelOf(path), error) ? volume : nullptr;
-}
-
-} // namespace
-
 std::string volumeLabelOf(const std::string &path) {
   std::string label = lastPathComponent(path);
   return label.empty() ? "EMU3 Volume" : label;
 }
 
-std::shared_ptr<Volume> Volume::open(const std::string &path, MountRules rules, EMU3Error *error) {
+std::shared_ptr<Volume> Volume::open(const std::string &path, MountRules rules, ImageClaim claim,
+                                     EMU3Error *error) {
   std::unique_ptr<ImageMapping> mapping = ImageMapping::open(path, error);
   if (!mapping) return nullptr;
   const std::shared_ptr<MountedImage> mounted = MountedImage::of(mapping->device(), mapping->inode(), rules);
@@ -33,20 +21,28 @@ std::shared_ptr<Volume> Volume::open(const std::string &path, MountRules rules, 
     fail(error, EngineError::mountedWithOtherRules);
     return nullptr;
   }
-  if (rules == MountRules::bare) return newVolume(mounted, std::move(mapping), path, error);
   const MutexLock opening(mounted->opening);
   std::shared_ptr<Volume> volume = mounted->guardedVolume.lock();
-  if (volume) return volume;
-  volume = newVolume(mounted, std::move(mapping), path, error);
-  mounted->guardedVolume = volume;
+  const bool isNew = volume == nullptr;
+  if (!isNew && (claim == ImageClaim::atFirstChange || !volume->isShared())) return volume;
+  if (isNew) volume = std::make_shared<Volume>(mounted, std::move(mapping));
+  const WriteLock changing(volume->changing);
+  const WriteLock lock(volume->lock);
+  if (claim == ImageClaim::whenMounted) static_cast<void>(volume->claim(nullptr));
+  if (isNew && !volume->read(volumeLabelOf(path), error)) return nullptr;
+  if (rules == MountRules::guarded) mounted->guardedVolume = volume;
   return volume;
 }
 
 Volume::Volume(std::shared_ptr<MountedImage> mounted, std::unique_ptr<ImageMapping> mapping)
-    : rules_(rulesFor(mounted->rules())), lock(mounted->operationLock), image(*mapping), table(image),
+    : rules_(rulesFor(mounted->rules())), changing(mounted->changeLock), lock(mounted->operationLock),
+      image(*mapping), table(image),
       index(rules_.keepsIndex() ? std::make_unique<VolumeIndex>(table, counters) : nullptr),
       entries(image, index.get()), tree(rules_, index.get()), mounted_(std::move(mounted)),
-      mapping_(std::move(mapping)) {}
+      mapping_(std::move(mapping)) {
+  if (rules_.waitsForMedium()) image.flushAtBarriers();
+  if (image.isReadOnly()) readOnlyReason_ = ReadOnlyReason::hostFile;
+}
 
 bool Volume::read(const std::string &label, EMU3Error *error) {
   const std::optional<VolumeGeometry> geometry = readGeometry(image, error);
@@ -68,9 +64,64 @@ void Volume::countMarks() {
 }
 
 void Volume::readTree(const std::string &label) {
-  const VolumeGeometry where = geometry();
-  tree.read(entries, static_cast<std::int64_t>(where.rootDirBlock), label);
-  if (index) index->build(where, tree.root());
+  const auto rootBlock = static_cast<std::int64_t>(geometry().rootDirBlock);
+  tookIn(tree.read(entries, rootBlock, label, snapshotOfShared()));
+}
+
+// What cannot be read may be in use: nothing can be stored beside it safely.
+void Volume::tookIn(bool isTreeReadable) {
+  if (!index) return;
+  index->build(geometry(), tree.root());
+  if (!index->slots().isTableReadable()) return makeReadOnly(ReadOnlyReason::unreadableTable);
+  if (!isTreeReadable) makeReadOnly(ReadOnlyReason::unreadableFolder);
+}
+
+DirectorySnapshot *Volume::snapshotOfShared() {
+  return isShared() && index ? &snapshot_ : nullptr;
+}
+
+bool Volume::entryStands(const EMU3File &file) const {
+  const std::optional<format::Dentry> before = snapshot_.entry(file.place());
+  const std::optional<format::Dentry> now = entries.readEntry(file.place());
+  return before && now && *before == *now;
+}
+
+void Volume::makeReadOnly(ReadOnlyReason reason) {
+  readOnlyReason_ = reason;
+  image.makeReadOnly();
+}
+
+bool Volume::claim(EMU3Error *error) {
+  const ReadOnlyReason reason = readOnlyReason_;
+  if (reason != ReadOnlyReason::none && reason != ReadOnlyReason::otherProgram)
+    return fail(error, rules_.readOnlyError(reason));
+  if (isClaimed_) return true;
+  if (!mounted_->claimForWriting(image.descriptor())) {
+    readOnlyReason_ = ReadOnlyReason::otherProgram;
+    return fail(error, rules_.readOnlyError(ReadOnlyReason::otherProgram));
+  }
+  isClaimed_ = true;
+  readOnlyReason_ = ReadOnlyReason::none;
+  if (!index || !tree.root()) return true;
+  readAgain();
+  return !isReadOnly() || fail(error, rules_.readOnlyError(readOnlyReason_));
+}
+
+// Header, table and tree, as another program may have left them.
+void Volume::readAgain() {
+  if (const std::optional<VolumeGeometry> now = readGeometry(image, nullptr)) {
+    const MutexLock guard(geometryMutex_);
+    geometry_ = *now;
+  }
+  table.place(geometry());
+  countMarks();
+  const auto rootBlock = static_cast<std::int64_t>(geometry().rootDirBlock);
+  tookIn(tree.readAgain(entries, rootBlock, &snapshot_));
+  snapshot_.clear(); // from here on nobody else changes the image
+}
+
+bool Volume::prepareForChange(const std::string &path, EMU3Error *error) {
+  return claim(error) && rules_.mayChangeImageAt(*this, path, error);
 }
 
 VolumeGeometry Volume::geometry() const {

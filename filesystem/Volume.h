@@ -2,15 +2,18 @@
 
 #include "filesystem/AllocationTable.h"
 #include "filesystem/DirectoryBlocks.h"
+#include "filesystem/DirectorySnapshot.h"
 #include "filesystem/EMU3Error.h"
 #include "filesystem/ImageMapping.h"
 #include "filesystem/MountRules.h"
 #include "filesystem/MountedImage.h"
 #include "filesystem/Mutex.h"
+#include "filesystem/ReadOnlyReason.h"
 #include "filesystem/VolumeGeometry.h"
 #include "filesystem/VolumeIndex.h"
 #include "filesystem/VolumeTree.h"
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -21,15 +24,18 @@ class VolumeRules;
 /// One image, mapped and read: what stands behind the filesystem objects of the image. All guarded ones share
 /// one volume; a bare one has a volume, and so a tree, of its own, and shares the lock alone.
 ///
-/// An operation takes `lock`, alone for a change (`WriteLock`), shared for reading contents (`ReadLock`), and
-/// calls one of the functions over a volume: FileChanges.h, FolderChanges.h, FileReading.h, VolumeCheck.h,
-/// FolderRecovery.h. Their declarations say which of the two they need, and clang checks it. The lock is held
-/// for one operation and never across work on host files.
+/// Two locks. `changing` belongs to the one who changes the image, through all steps of a change: a
+/// `ChangeGroup` holds it alone; what looks at the whole image (check, lost folders) holds it shared. `lock`
+/// is held for one step alone (`WriteLock`), or for reading contents (`ReadLock`): never while the medium is
+/// waited for, and never across work on host files. So who only reads waits for neither. Functions over a
+/// volume say in their declarations which they need, and clang checks it: FileChanges.h, FolderChanges.h,
+/// FileReading.h, VolumeCheck.h, FolderRecovery.h.
 class Volume final {
 public:
   /// Opens, maps and reads the image at a path of the host, or joins the guarded volume that this process has
   /// of it. Null with code 1 or 2.
-  static std::shared_ptr<Volume> open(const std::string &path, MountRules rules, EMU3Error *error);
+  static std::shared_ptr<Volume> open(const std::string &path, MountRules rules, ImageClaim claim,
+                                      EMU3Error *error);
 
   Volume(std::shared_ptr<MountedImage> mounted, std::unique_ptr<ImageMapping> mapping);
   Volume(const Volume &) = delete;
@@ -42,9 +48,26 @@ public:
   /// Reads the tree alone anew.
   void readTree(const std::string &label) TESSARY_REQUIRES(lock);
 
+  /// Claims the image for changes, unless this process has it: then reads the tree anew, since another
+  /// program may have changed it; files and folders whose entries stand as they stood stay the objects they
+  /// are. False with code 3 when the image is read-only, above all since another program has it open for
+  /// changes.
+  [[nodiscard]] bool claim(EMU3Error *error) TESSARY_REQUIRES(changing, lock);
+  /// What precedes each change: `claim`, and by the guarded rules `path` must still lead to the image,
+  /// code 3.
+  [[nodiscard]] bool prepareForChange(const std::string &path, EMU3Error *error)
+      TESSARY_REQUIRES(changing, lock);
+  /// Whether another program may change the image at any time, since this one has not claimed it.
+  [[nodiscard]] bool isShared() const { return !isClaimed_; }
+  /// Whether the file's entry stands on the image as it did when the tree was read.
+  [[nodiscard]] bool entryStands(const EMU3File &file) const TESSARY_REQUIRES_SHARED(lock);
+  /// From now on nothing is changed any more.
+  void makeReadOnly(ReadOnlyReason reason) TESSARY_REQUIRES(lock);
+
   // What never changes, or may be read without the lock.
   [[nodiscard]] const VolumeRules &rules() const { return rules_; }
-  [[nodiscard]] bool isReadOnly() const { return image.isReadOnly(); }
+  [[nodiscard]] ReadOnlyReason readOnlyReason() const { return readOnlyReason_; }
+  [[nodiscard]] bool isReadOnly() const { return readOnlyReason_ != ReadOnlyReason::none; }
   [[nodiscard]] VolumeGeometry geometry() const;
   [[nodiscard]] std::uint64_t totalClusters() const { return scannedEntries_; } ///< entries the scan found
   [[nodiscard]] EMU3DirectoryPtr rootDirectory() const;
@@ -53,7 +76,8 @@ private:
   const VolumeRules &rules_;
 
 public:
-  /// The image's operation lock.
+  /// The image's change lock, and its operation lock.
+  FairSharedMutex &changing;
   FairSharedMutex &lock;
   /// Where contents are read and written; marks and entries go through the two below.
   ImageMapping &image;
@@ -66,6 +90,14 @@ public:
   VolumeTree tree TESSARY_GUARDED_BY(lock);
 
 private:
+  void readAgain() TESSARY_REQUIRES(lock);
+  void tookIn(bool isTreeReadable) TESSARY_REQUIRES(lock);
+  [[nodiscard]] DirectorySnapshot *snapshotOfShared() TESSARY_REQUIRES(lock);
+
+  std::atomic<ReadOnlyReason> readOnlyReason_ = ReadOnlyReason::none;
+  std::atomic<bool> isClaimed_ = false;
+  /// As long as the image is not claimed.
+  DirectorySnapshot snapshot_ TESSARY_GUARDED_BY(lock);
   mutable Mutex geometryMutex_;
   VolumeGeometry geometry_ TESSARY_GUARDED_BY(geometryMutex_);
   std::atomic<std::uint64_t> scannedEntries_ = 0;

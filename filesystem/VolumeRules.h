@@ -38,6 +38,12 @@ struct NewFile {
   std::optional<format::Dentry> model;
 };
 
+/// Blocks in a row.
+struct BlockRun {
+  std::uint64_t first = 0;
+  std::uint64_t count = 0;
+};
+
 /// A block that a full folder gets: its number goes into this one of the seven positions of the folder's
 /// entry.
 struct FolderGrowth {
@@ -69,6 +75,16 @@ public:
   [[nodiscard]] virtual MountRules kind() const = 0;
   /// Whether the mount keeps a `VolumeIndex`.
   [[nodiscard]] virtual bool keepsIndex() const = 0;
+
+  /// Whether a change is done only when the medium has it.
+  [[nodiscard]] virtual bool waitsForMedium() const = 0;
+
+  /// Whether the image that stands at this path of the host may be changed as this volume; false with the
+  /// error.
+  [[nodiscard]] virtual bool mayChangeImageAt(const Volume &volume, const std::string &path,
+                                              EMU3Error *error) const = 0;
+  /// What a change of an image is refused with that is read-only.
+  [[nodiscard]] virtual EMU3Error readOnlyError(ReadOnlyReason reason) const = 0;
 
   // Whether an object may still be used: one that has left the tree no longer owns its entry and its
   // contents.
@@ -140,9 +156,12 @@ public:
   /// Takes `markNewFile` back where the file's entry could not be written; bare, in the figures alone.
   virtual void unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
       TESSARY_REQUIRES(volume.lock) = 0;
-  /// Marks what a deleted file took as free. Its entry was cleared, and it has left the tree.
-  virtual void clearMarksOf(Volume &volume, const EMU3FileFields &deleted) const
-      TESSARY_REQUIRES(volume.lock) = 0;
+  /// Adds the blocks that are free now that this file was deleted. Its entry was cleared, and it has left the
+  /// tree.
+  virtual void appendFreedBlocks(const Volume &volume, const EMU3FileFields &deleted,
+                                 std::vector<BlockRun> *freed) const TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// Marks them as free.
+  virtual void clearMarks(Volume &volume, const BlockRun &freed) const TESSARY_REQUIRES(volume.lock) = 0;
 
   // Places
   /// Whether a new entry may be written over this one.

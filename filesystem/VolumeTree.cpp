@@ -2,10 +2,12 @@
 
 #include "filesystem/DirectoryBlocks.h"
 #include "filesystem/DirectoryEntry.h"
+#include "filesystem/DirectorySnapshot.h"
 #include "filesystem/TreeEditor.h"
 #include "filesystem/VolumeIndex.h"
 #include "filesystem/VolumeRules.h"
 
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -41,6 +43,44 @@ struct OpenFolder {
   std::vector<EMU3DirectoryPtr> subdirectories;
 };
 
+/// The objects of a tree that was read before, by the places of their entries.
+class KnownObjects final {
+public:
+  KnownObjects(const EMU3DirectoryPtr &root, DirectorySnapshot asRead) : asRead_(std::move(asRead)) {
+    for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root)) {
+      if (folder != root) folders_.emplace(folder->place(), folder);
+      for (const EMU3FilePtr &file : folder->files())
+        files_.emplace(file->place(), file);
+    }
+  }
+
+  /// The file of that entry in that folder; null when it is not the one that was known.
+  [[nodiscard]] EMU3FilePtr file(EntryPlace place, const std::uint8_t *dentry,
+                                 const EMU3DirectoryPtr &folder) const {
+    const auto known = files_.find(place);
+    const bool isKnown =
+        known != files_.end() && isUnchanged(place, dentry) && known->second->folder() == folder;
+    return isKnown ? known->second : nullptr;
+  }
+  [[nodiscard]] EMU3DirectoryPtr folder(EntryPlace place, const std::uint8_t *dentry,
+                                        const EMU3DirectoryPtr &parent) const {
+    const auto known = folders_.find(place);
+    const bool isKnown =
+        known != folders_.end() && isUnchanged(place, dentry) && known->second->parent() == parent;
+    return isKnown ? known->second : nullptr;
+  }
+
+private:
+  [[nodiscard]] bool isUnchanged(EntryPlace place, const std::uint8_t *dentry) const {
+    const std::optional<Dentry> before = asRead_.entry(place);
+    return before && std::equal(before->begin(), before->end(), dentry);
+  }
+
+  const DirectorySnapshot asRead_;
+  std::map<EntryPlace, EMU3FilePtr> files_;
+  std::map<EntryPlace, EMU3DirectoryPtr> folders_;
+};
+
 /// Reads folders depth first in on-disk order, with a stack of its own. A damaged volume can name one block
 /// in many folders or in a cycle: a block is read by the first folder that reaches it, so the time is linear
 /// in the blocks.
@@ -48,6 +88,11 @@ class TreeReader final {
 public:
   TreeReader(const DirectoryBlocks &blocks, const VolumeRules &rules, BlockSet readBefore = {})
       : blocks_(blocks), rules_(rules), blocksRead_(std::move(readBefore)) {}
+
+  /// What is read comes to the snapshot too.
+  void recordIn(DirectorySnapshot *snapshot) { snapshot_ = snapshot; }
+  /// Entries that are known give the object that is known.
+  void reuse(const KnownObjects *known) { known_ = known; }
 
   /// Fills the folder, whose block list is known, with all below it.
   void fill(EMU3DirectoryPtr folder) {
@@ -64,6 +109,8 @@ public:
 
   /// Whether a block was passed over because another folder had read it.
   [[nodiscard]] bool metBlockReadBefore() const { return metBlockReadBefore_; }
+  /// Whether a block inside the image could not be read.
+  [[nodiscard]] bool metUnreadableBlock() const { return metUnreadableBlock_; }
 
 private:
   void takeNextBlock() {
@@ -75,7 +122,11 @@ private:
       return;
     }
     const std::optional<Block> block = blocks_.read(folder.blockNumber);
-    if (!block) return;
+    if (!block) {
+      metUnreadableBlock_ = true;
+      return;
+    }
+    if (snapshot_ != nullptr) snapshot_->add(folder.blockNumber, *block);
     folder.block = *block;
     folder.nextEntry = 0;
   }
@@ -88,10 +139,13 @@ private:
     std::optional<std::string> name = rules_.nameOf(dentry);
     if (!name) return;
     if (isFileDentry(dentry)) {
-      folder.files.push_back(std::make_shared<EMU3File>(fileFieldsOfDentry(dentry, std::move(*name), place)));
+      EMU3FilePtr file = known_ ? known_->file(place, dentry, folder.directory) : nullptr;
+      if (!file) file = std::make_shared<EMU3File>(fileFieldsOfDentry(dentry, std::move(*name), place));
+      folder.files.push_back(std::move(file));
       return;
     }
-    EMU3DirectoryPtr below = folderFromDentry(dentry, std::move(*name), place);
+    EMU3DirectoryPtr below = known_ ? known_->folder(place, dentry, folder.directory) : nullptr;
+    if (!below) below = folderFromDentry(dentry, std::move(*name), place);
     folder.subdirectories.push_back(below);
     stack_.emplace_back(std::move(below)); // `folder` and `dentry` are no longer valid
   }
@@ -108,19 +162,44 @@ private:
   BlockSet blocksRead_;
   std::vector<OpenFolder> stack_;
   bool metBlockReadBefore_ = false;
+  bool metUnreadableBlock_ = false;
+  DirectorySnapshot *snapshot_ = nullptr;
+  const KnownObjects *known_ = nullptr;
 };
 
 } // namespace
 
-void VolumeTree::read(const DirectoryBlocks &blocks, std::int64_t rootBlock, std::string label) {
+bool VolumeTree::read(const DirectoryBlocks &blocks, std::int64_t rootBlock, std::string label,
+                      DirectorySnapshot *snapshot) {
   auto root = std::make_shared<EMU3Directory>();
   TreeEditor::setName(*root, std::move(label));
   TreeEditor::setEntryId(*root, kRootEntryId);
   TreeEditor::setBlockList(*root, {rootBlock});
-  TreeReader(blocks, rules_).fill(root);
+  if (snapshot != nullptr) snapshot->clear();
+  TreeReader reader(blocks, rules_);
+  reader.recordIn(snapshot);
+  reader.fill(root);
   EMU3DirectoryPtr earlier = std::move(root); // released after the lock
   const MutexLock lock(mutex_);
   root_.swap(earlier);
+  return !reader.metUnreadableBlock();
+}
+
+// The contents of a file can be others though its entry is the same.
+bool VolumeTree::readAgain(const DirectoryBlocks &blocks, std::int64_t rootBlock,
+                           DirectorySnapshot *snapshot) {
+  const EMU3DirectoryPtr top = root();
+  const KnownObjects known(top, std::exchange(*snapshot, {}));
+  TreeEditor::setBlockList(*top, {rootBlock});
+  TreeReader reader(blocks, rules_);
+  reader.recordIn(snapshot);
+  reader.reuse(&known);
+  reader.fill(top);
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(top)) {
+    for (const EMU3FilePtr &file : folder->files())
+      TreeEditor::setCachedData(*file, nullptr);
+  }
+  return !reader.metUnreadableBlock();
 }
 
 EMU3DirectoryPtr VolumeTree::root() const {

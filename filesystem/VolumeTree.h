@@ -11,6 +11,7 @@
 namespace tessary {
 
 class DirectoryBlocks;
+class DirectorySnapshot;
 class VolumeIndex;
 class VolumeRules;
 
@@ -25,8 +26,13 @@ public:
   VolumeTree(const VolumeRules &rules, VolumeIndex *index) : rules_(rules), index_(index) {}
 
   /// Reads the whole tree from the root's block and replaces the one before; objects of that one are no
-  /// longer part of the volume. The index is built by the caller.
-  void read(const DirectoryBlocks &blocks, std::int64_t rootBlock, std::string label);
+  /// longer part of the volume. The index is built by the caller. What is read comes to `snapshot`, unless
+  /// that is null. False when a directory block inside the image cannot be read.
+  bool read(const DirectoryBlocks &blocks, std::int64_t rootBlock, std::string label,
+            DirectorySnapshot *snapshot = nullptr);
+  /// The same after another program may have changed the image: files and folders whose entries stand where
+  /// they stood, with the bytes that are in the snapshot, stay the objects they are. The snapshot is renewed.
+  bool readAgain(const DirectoryBlocks &blocks, std::int64_t rootBlock, DirectorySnapshot *snapshot);
 
   /// Any thread.
   [[nodiscard]] EMU3DirectoryPtr root() const;

@@ -155,7 +155,8 @@ protected:
   }
 
   void expectIndexIsAsBuiltAnew() {
-    const std::shared_ptr<Volume> opened = Volume::open(path, MountRules::guarded, nullptr); // the same one
+    const std::shared_ptr<Volume> opened =
+        Volume::open(path, MountRules::guarded, ImageClaim::atFirstChange, nullptr); // the same one
     Volume &same = *opened;
     const WriteLock lock(same.lock);
     BlockCounters counters;

@@ -39,7 +39,7 @@ protected:
   // In place of the mount before.
   void mount(MountRules rules) {
     volume_.reset();
-    volume_ = EMU3Filesystem::initWithURL(path_, rules);
+    volume_ = EMU3Filesystem::initWithURL(path_, rules, ImageClaim::whenMounted);
     root_ = volume_->rootDirectory();
     banks_ = root_->subdirectories().front();
     kick_ = banks_->files().front();
@@ -206,7 +206,8 @@ TEST_F(LostGround, MarksThatCannotBeWrittenLeaveNoEntry) {
                       .marksBlocks = false});
   const std::string path = folder_.path("late-table.hda");
   image.writeTo(path);
-  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path, MountRules::guarded);
+  const EMU3FilesystemPtr volume =
+      EMU3Filesystem::initWithURL(path, MountRules::guarded, ImageClaim::whenMounted);
   ASSERT_EQ(::truncate(path.c_str(), 8192 * 512), 0);
   const std::uint64_t freeBefore = volume->freeBlocks();
   expectFailure(volume->importFileAtURL(hostFile_, volume->rootDirectory(), &error_), "Block write failed");
@@ -225,7 +226,8 @@ TEST_F(LostGround, FullDiskUnderASparseImageIsReported) {
     ImageBuilder image({.sizeBytes = 8 * kMiB, .slotSizeBlocks = 2048});
     image.root().addFile("KICK", patternBytes(1000, 1));
     image.writeTo(path);
-    const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path, MountRules::guarded);
+    const EMU3FilesystemPtr volume =
+        EMU3Filesystem::initWithURL(path, MountRules::guarded, ImageClaim::whenMounted);
     writeBytes(hostFile_, patternBytes(600000, 4));
     expectFailure(volume->importFileAtURL(hostFile_, volume->rootDirectory(), &error_), "Data write failed");
     EXPECT_EQ(volume->rootDirectory()->files().size(), 1U);

@@ -16,7 +16,7 @@ namespace tessary::test {
 /// The image at this path, mounted; throws when it does not open.
 inline EMU3FilesystemPtr mounted(const std::string &path, MountRules rules) {
   EMU3Error error;
-  EMU3FilesystemPtr filesystem = EMU3Filesystem::initWithURL(path, rules, &error);
+  EMU3FilesystemPtr filesystem = EMU3Filesystem::initWithURL(path, rules, ImageClaim::whenMounted, &error);
   if (!filesystem) throw std::runtime_error("the image does not open: " + error.description());
   return filesystem;
 }

@@ -61,7 +61,7 @@ public:
   explicit OpenedVolume(ImageBuilder image, MountRules rules = MountRules::bare)
       : WrittenImage(std::move(image)) {
     EMU3Error error;
-    volume_ = Volume::open(path(), rules, &error);
+    volume_ = Volume::open(path(), rules, ImageClaim::whenMounted, &error);
     if (!volume_) throw std::runtime_error(error.description());
   }
 
@@ -79,7 +79,10 @@ public:
     EMU3FileFields deleted;
     deleted.startCluster = slot;
     deleted.blocksInLastCluster = blocks;
-    volume_->rules().clearMarksOf(*volume_, deleted);
+    std::vector<BlockRun> freed;
+    volume_->rules().appendFreedBlocks(*volume_, deleted, &freed);
+    for (const BlockRun &run : freed)
+      volume_->rules().clearMarks(*volume_, run);
   }
   Counters counters() const { return {volume_->counters.used(), volume_->counters.free()}; }
 

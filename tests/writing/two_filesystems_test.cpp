@@ -181,8 +181,8 @@ TEST_F(GuardedPair, ThreadsOfBothLoseNothing) {
 }
 
 TEST_F(GuardedPair, ChangesOfBothWaitForOneLock) {
-  const std::shared_ptr<Volume> shared =
-      Volume::open(volume.imagePath(), MountRules::guarded, nullptr); // what stands behind both
+  const std::shared_ptr<Volume> shared = Volume::open(
+      volume.imagePath(), MountRules::guarded, ImageClaim::atFirstChange, nullptr); // what stands behind both
   EXPECT_TRUE(waitsFor(shared->lock, [&] { mine().createDirectoryNamed("mine", root()); }));
   EXPECT_TRUE(waitsFor(shared->lock, [&] { other->createDirectoryNamed("other's", root()); }));
   EXPECT_EQ(namesOf(root()->subdirectories()), (Names{"folder", "mine", "other's"}));
@@ -590,7 +590,8 @@ TEST_F(BarePair, ReloadSeesTheOthersChanges) {
 }
 
 TEST_F(BarePair, ChangesOfBothWaitForOneLock) {
-  const std::shared_ptr<Volume> third = Volume::open(volume.imagePath(), MountRules::bare, nullptr);
+  const std::shared_ptr<Volume> third =
+      Volume::open(volume.imagePath(), MountRules::bare, ImageClaim::atFirstChange, nullptr);
   EXPECT_TRUE(waitsFor(third->lock, [&] { volume->renameFile(root->files()[0], "mine", root); }));
   EXPECT_TRUE(waitsFor(third->lock, [&] { other->renameFile(otherRoot->files()[1], "other's", otherRoot); }));
 }

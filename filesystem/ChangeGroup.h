@@ -1,0 +1,61 @@
+#pragma once
+
+#include "filesystem/EMU3Error.h"
+#include "filesystem/VolumeChange.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tessary {
+
+/// Changes of one volume that go to the medium together: they share the barriers, and each change's own order
+/// holds. While a group lives, no other change of the image begins; readers are kept out for one step of one
+/// change at a time, and never while the group waits for the medium.
+///
+///     ChangeGroup group(volume, path);
+///     for (VolumeChange &change : changes)
+///       group.begin(change, &error);
+///     group.complete();
+///
+/// Bare, each change goes through all its steps when it begins, and nothing is waited for.
+class ChangeGroup final {
+public:
+  /// `path` leads to the image; it must still do so when a change begins. The volume outlives the group.
+  ChangeGroup(Volume &volume, std::string path);
+  /// Completes what has begun.
+  ~ChangeGroup();
+  ChangeGroup(const ChangeGroup &) = delete;
+  ChangeGroup &operator=(const ChangeGroup &) = delete;
+
+  /// Begins a change, which outlives the group's completion. False, with nothing changed, where it is refused
+  /// or fails.
+  [[nodiscard]] bool begin(VolumeChange &change, EMU3Error *error);
+  /// Brings all that has begun to the medium. The group can be used again afterwards.
+  void complete();
+  /// How the change ended that was begun as the `index`-th, from 0, of the changes completed last; none when
+  /// it is on the medium.
+  [[nodiscard]] const std::optional<EMU3Error> &failure(std::size_t index) const { return ended_[index]; }
+  /// How many changes have begun and are not complete.
+  [[nodiscard]] std::size_t size() const { return changes_.size(); }
+
+  /// One change by itself, from beginning to end.
+  [[nodiscard]] static bool run(Volume &volume, const std::string &path, VolumeChange &change,
+                                EMU3Error *error);
+
+private:
+  using Step = bool (VolumeChange::*)(Volume &, EMU3Error *);
+  using TakingBack = void (VolumeChange::*)(Volume &);
+
+  [[nodiscard]] bool runAtOnce(VolumeChange &change, EMU3Error *error) TESSARY_REQUIRES(volume_.lock);
+  void runStep(Step step);
+  [[nodiscard]] bool waitForMedium(TakingBack takeBack);
+
+  Volume &volume_;
+  const std::string path_;
+  std::vector<VolumeChange *> changes_;
+  std::vector<std::optional<EMU3Error>> ended_;
+};
+
+} // namespace tessary

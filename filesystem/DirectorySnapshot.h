@@ -1,0 +1,26 @@
+#pragma once
+
+#include "filesystem/DiskFormat.h"
+#include "filesystem/EntryPlace.h"
+
+#include <cstdint>
+#include <optional>
+#include <unordered_map>
+
+namespace tessary {
+
+/// The directory blocks of a volume as they were when its tree was read. Kept as long as another program may
+/// change the image, to see what has changed since.
+class DirectorySnapshot final {
+public:
+  void add(std::int64_t block, const format::Block &bytes) { blocks_.insert_or_assign(block, bytes); }
+  void clear() { blocks_.clear(); }
+
+  /// The 32 bytes of an entry; none when its block was not read.
+  [[nodiscard]] std::optional<format::Dentry> entry(EntryPlace place) const;
+
+private:
+  std::unordered_map<std::int64_t, format::Block> blocks_;
+};
+
+} // namespace tessary
