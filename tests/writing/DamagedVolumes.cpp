@@ -263,4 +263,10 @@ Bytes damagedVolume(Random &random) {
   return damage.take();
 }
 
+Bytes slightlyDamagedVolume(Random &random, MountRules rules) {
+  Damage damage(random, randomVolume(random, rules).build());
+  damage.add(random.between(0, 1));
+  return damage.take();
+}
+
 } // namespace tessary::test
