@@ -129,7 +129,8 @@ void BareDangers::addNextFileOver(BlockSpan room) {
   }
   const bool isLostFileThere =
       std::any_of(survey_.lost.files.begin(), survey_.lost.files.end(), [&](const LostFile &file) {
-        return file.firstBlock < room.end && file.firstBlock + file.blockCount > room.begin;
+        const std::uint64_t begin = geometry_.slotStartBlock(file.slot);
+        return begin < room.end && begin + file.blockCount > room.begin;
       });
   if (isLostFileThere) {
     findings_.add(finding::kBareNextFile,

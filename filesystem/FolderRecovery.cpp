@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 #include <optional>
+#include <set>
 #include <unordered_set>
 #include <utility>
 
@@ -52,15 +54,14 @@ bool listsFolderBlocksAlone(const std::uint8_t *dentry, const VolumeGeometry &ge
   });
 }
 
-// A folder rarely has all seven blocks, and the places of the others hold 0.
-bool hasRoomForBlocks(const std::uint8_t *dentry) {
-  bool hasRoom = false;
-  for (std::size_t position = 0; position < kFolderBlockCount; ++position) {
-    const std::uint16_t number = readLE16(dentry + kDentryFolderBlocks + 2 * position);
-    if (number > kLastFolderBlock) return false;
-    hasRoom = hasRoom || number == 0;
-  }
-  return hasRoom;
+// Few folders have all seven blocks: the places of the others hold 0, and seven blocks all differ.
+bool hasRoomOrSevenBlocks(const std::uint8_t *dentry, const VolumeGeometry &geometry) {
+  std::set<std::uint16_t> numbers;
+  for (std::size_t position = 0; position < kFolderBlockCount; ++position)
+    numbers.insert(readLE16(dentry + kDentryFolderBlocks + 2 * position));
+  if (*numbers.rbegin() > kLastFolderBlock) return false;
+  return numbers.contains(0) ||
+         (numbers.size() == kFolderBlockCount && listsFolderBlocksAlone(dentry, geometry));
 }
 
 bool isLive(const std::uint8_t *dentry) {
@@ -68,13 +69,13 @@ bool isLive(const std::uint8_t *dentry) {
 }
 
 // An entry has three marks of being one: a file its type, its numbers and its name, a folder its blocks, the
-// places left for more, and its name. Whoever has two of them is taken for an entry, so that one damaged
+// places for more of them, and its name. Whoever has two of them is taken for an entry, so that one damaged
 // field hides nothing. Random bytes hardly ever have one; text has the name alone, a pattern at most the
 // numbers.
 bool isPlausible(const std::uint8_t *dentry, const VolumeGeometry &geometry) {
   const bool isFile = isFileDentry(dentry);
   const bool first = isFile ? hasKnownType(dentry) : listsFolderBlocksAlone(dentry, geometry);
-  const bool second = isFile ? hasPossibleNumbers(dentry, geometry) : hasRoomForBlocks(dentry);
+  const bool second = isFile ? hasPossibleNumbers(dentry, geometry) : hasRoomOrSevenBlocks(dentry, geometry);
   const bool third = isPlainText(paddedField(dentry, kNameSize));
   return int{first} + int{second} + int{third} >= 2;
 }
@@ -106,8 +107,8 @@ std::optional<LostBlock> lostBlockIn(const std::uint8_t *block, const VolumeGeom
     lost.folder.names.push_back(*recoveryRules().nameOf(dentry));
     if (isFileDentry(dentry)) {
       ++lost.folder.fileCount;
-      const auto slot = std::max<std::uint16_t>(1, readLE16(dentry + kDentryStartCluster));
-      lost.files.push_back({geometry.slotStartBlock(slot), readLE16(dentry + kDentryBlocksInLastCluster)});
+      lost.files.push_back({std::max<std::uint16_t>(1, readLE16(dentry + kDentryStartCluster)),
+                            readLE16(dentry + kDentryBlocksInLastCluster)});
     } else {
       ++lost.folder.folderCount;
       const std::vector<std::int64_t> below = folderBlocks(dentry);
@@ -231,13 +232,22 @@ std::optional<EntrySpot> spotForLostFolder(const Volume &volume, std::uint64_t b
 
 LostGround lostGround(const Volume &volume) {
   LostBlocks lost = lostBlocks(volume, volume.geometry());
+  const std::vector<std::int64_t> tops = topsOf(lost);
   LostGround ground;
-  for (const std::int64_t top : topsOf(lost))
-    ground.folders.push_back(lost.at(top).folder);
-  for (auto &[block, folder] : lost) {
+  ground.files.reserve(
+      std::accumulate(lost.begin(), lost.end(), std::size_t{0}, [](std::size_t count, const auto &entry) {
+        return count + entry.second.files.size();
+      }));
+  auto top = tops.begin();
+  while (!lost.empty()) { // each is let go as soon as it is taken over: there may be ten thousands
+    const auto node = lost.extract(lost.begin());
+    LostBlock &folder = node.mapped();
     ground.files.insert(ground.files.end(), folder.files.begin(), folder.files.end());
-    ground.blocks.insert(block);
+    ground.blocks.insert(node.key());
     ground.blocks.insert(folder.blocksBelow.begin(), folder.blocksBelow.end());
+    if (top == tops.end() || *top != node.key()) continue;
+    ground.folders.push_back(std::move(folder.folder));
+    ++top;
   }
   return ground;
 }

@@ -14,10 +14,10 @@
 /// Folders that no entry leads to any more, and bringing them back.
 namespace tessary {
 
-/// A file of a lost folder.
+/// A file of a lost folder, as its entry claims it. Small: there may be half a million of them.
 struct LostFile {
-  std::uint64_t firstBlock = 0; ///< of its contents, as the entry claims them
-  std::uint64_t blockCount = 0;
+  std::uint16_t slot = 1; ///< of its first block; from 1
+  std::uint16_t blockCount = 0;
 };
 
 /// What the tree does not lead to.

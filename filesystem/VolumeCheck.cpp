@@ -30,18 +30,19 @@ public:
 
   /// Asks for the number of unmarked blocks in a span.
   void ask(BlockSpan span) {
-    positions_.emplace(span.begin, 0);
-    positions_.emplace(span.end, 0);
+    positions_.push_back({span.begin, 0});
+    positions_.push_back({span.end, 0});
   }
 
   void compare(const AllocationTable &table, std::uint64_t described) {
+    std::sort(positions_.begin(), positions_.end(), isBelow);
     auto next = positions_.begin();
     std::uint64_t marked = 0;
     table.forEachMarkedRun(0, described, [&](const MarkedRun &run) {
-      for (; next != positions_.end() && next->first <= run.first; ++next)
-        next->second = marked;
-      for (; next != positions_.end() && next->first < run.first + run.count; ++next)
-        next->second = marked + next->first - run.first;
+      for (; next != positions_.end() && next->block <= run.first; ++next)
+        next->marked = marked;
+      for (; next != positions_.end() && next->block < run.first + run.count; ++next)
+        next->marked = marked + next->block - run.first;
       marked += run.count; // what cannot be read is not said to be unmarked
       if (run.isReadable)
         countUnowned({run.first, run.first + run.count});
@@ -49,17 +50,28 @@ public:
         unreadable_ += run.count;
     });
     for (; next != positions_.end(); ++next)
-      next->second = marked;
+      next->marked = marked;
   }
 
   std::uint64_t unmarkedIn(BlockSpan span) const {
-    return span.end - span.begin - (positions_.at(span.end) - positions_.at(span.begin));
+    return span.end - span.begin - (markedBelow(span.end) - markedBelow(span.begin));
   }
   std::uint64_t unreadableMarks() const { return unreadable_; }
   std::uint64_t unownedMarks() const { return unownedMarks_; }
   std::uint64_t firstUnowned() const { return firstUnowned_; }
 
 private:
+  struct Position {
+    std::uint64_t block = 0;
+    std::uint64_t marked = 0; ///< how many blocks below it are
+  };
+  static bool isBelow(const Position &a, const Position &b) { return a.block < b.block; }
+
+  /// Of a block that was asked for.
+  std::uint64_t markedBelow(std::uint64_t block) const {
+    return std::lower_bound(positions_.begin(), positions_.end(), Position{block, 0}, isBelow)->marked;
+  }
+
   void countUnowned(BlockSpan run) {
     unowned_ = std::max(unowned_, run.begin);
     for (; owner_ < owners_.size() && owners_[owner_].begin < run.end; ++owner_) {
@@ -77,8 +89,8 @@ private:
 
   const std::vector<BlockSpan> owners_;
   std::size_t owner_ = 0;
-  std::uint64_t unowned_;                            ///< below it all marks have been looked at
-  std::map<std::uint64_t, std::uint64_t> positions_; ///< how many blocks below each are marked
+  std::uint64_t unowned_;           ///< below it all marks have been looked at
+  std::vector<Position> positions_; ///< that were asked for
   std::uint64_t unownedMarks_ = 0;
   std::uint64_t firstUnowned_ = 0;
   std::uint64_t unreadable_ = 0;
@@ -92,6 +104,32 @@ FindingSubject shownAt(const EMU3DirectoryPtr &folder, EntryPlace place) {
     if (below->place() == place) return {below, nullptr, place};
   return {folder, nullptr, place};
 }
+
+/// Which slots files reach into: in memory and time that do not grow with how far they reach, or how many
+/// there are.
+class ReachedSlots final {
+public:
+  void add(std::uint16_t slot, std::uint64_t count) {
+    ++changes_[slot];
+    --changes_[slot + std::min(count, kMostSlots)];
+  }
+  /// Calls `visit` with the first of each run of slots that are reached, and with the one behind its last.
+  template <typename Visit> void forEachRun(const Visit &visit) const {
+    std::int64_t files = 0; // that reach the slot
+    std::uint64_t first = 0;
+    for (std::uint64_t slot = 0; slot < changes_.size(); ++slot) {
+      const bool wasReached = files > 0;
+      files += changes_[slot];
+      if (!wasReached && files > 0) first = slot;
+      if (wasReached && files == 0) visit(first, slot);
+    }
+  }
+
+private:
+  static constexpr std::uint64_t kMostSlots = 65535; // a field of 16 bits; also the highest slot's number
+  /// By slot, how many more files reach it than the one before.
+  std::vector<std::int32_t> changes_ = std::vector<std::int32_t>(2 * kMostSlots + 1);
+};
 
 /// One look over a volume.
 class VolumeCheck final {
@@ -375,16 +413,24 @@ void VolumeCheck::checkOverlaps() {
 
 // The slots that files reach into, files of lost folders included, the table and folders' blocks.
 std::vector<BlockSpan> VolumeCheck::owners() const {
-  std::vector<BlockSpan> spans{{geometry_.fatStartBlock, geometry_.tableEndBlock()}};
   const std::uint64_t slotSize = geometry_.slotSizeBlocks;
-  const auto addSlots = [&](std::uint64_t begin, std::uint64_t blocks, std::uint64_t clusters) {
-    const std::uint64_t slots = std::max<std::uint64_t>({1, clusters, (blocks + slotSize - 1) / slotSize});
-    spans.push_back({begin, begin + slots * slotSize});
+  const auto slotsFor = [&](std::uint64_t blocks) {
+    return std::max<std::uint64_t>(1, (blocks + slotSize - 1) / slotSize);
   };
-  for (const FileExtent &extent : survey_.files)
-    addSlots(extent.blocks.begin, extent.blocks.end - extent.blocks.begin, extent.file->clusterCount());
+  ReachedSlots reached;
+  for (const FileExtent &extent : survey_.files) {
+    extent.file->lookAtFields([&](const EMU3FileFields &file) {
+      reached.add(std::max<std::uint16_t>(1, file.startCluster),
+                  std::max<std::uint64_t>(file.clusterCount, slotsFor(file.blocksInLastCluster)));
+    });
+  }
   for (const LostFile &file : survey_.lost.files)
-    addSlots(file.firstBlock, file.blockCount, 0);
+    reached.add(file.slot, slotsFor(file.blockCount));
+  std::vector<BlockSpan> spans{{geometry_.fatStartBlock, geometry_.tableEndBlock()}};
+  reached.forEachRun([&](std::uint64_t first, std::uint64_t end) {
+    spans.push_back(
+        {geometry_.dataAreaBlock + slotSize * (first - 1), geometry_.dataAreaBlock + slotSize * (end - 1)});
+  });
   for (const FolderBlock &entry : survey_.folderBlocks)
     spans.push_back({entry.block, entry.block + 1});
   std::sort(spans.begin(), spans.end(),

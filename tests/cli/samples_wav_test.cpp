@@ -2,8 +2,10 @@
 #include "tests/support/BankBuilder.h"
 #include "tests/support/HostFiles.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tessary::test {
@@ -68,6 +70,27 @@ TEST_F(Wav, AllSamplesAreNamedAfterBankAndSample) {
   const std::string wav = readText(inOut("BRASS_two.wav"));
   EXPECT_EQ(wav.size(), 544U);
   EXPECT_EQ(wav.substr(0, 4) + wav.substr(8, 8), "RIFFWAVEfmt ");
+}
+
+TEST_F(Wav, FourSamplesOfOneTypeAreFourFilesEachWithItsOwnAudio) {
+  const std::vector<std::pair<std::string, Bytes>> samples{{"Kick", patternBytes(1000, 1)},
+                                                           {"Snare", patternBytes(1000, 2)},
+                                                           {"Hat", patternBytes(640, 3)},
+                                                           {"Crash", patternBytes(2048, 4)}};
+  IffBank bank;
+  for (const auto &[name, audio] : samples)
+    bank.sample(name, audio);
+  ImageBuilder image;
+  image.root().addFile("DRUMS", bank.build());
+  use(image);
+  EXPECT_EQ(cliJson("wav", {"/DRUMS", "-d", out_}),
+            allDone({"/DRUMS[0]", "/DRUMS[1]", "/DRUMS[2]", "/DRUMS[3]"}));
+  EXPECT_EQ(namesIn(out_), (Names{"DRUMS_Crash.wav", "DRUMS_Hat.wav", "DRUMS_Kick.wav", "DRUMS_Snare.wav"}));
+  for (const auto &[name, audio] : samples) {
+    const Bytes wav = readBytes(inOut("DRUMS_" + name + ".wav"));
+    ASSERT_EQ(wav.size(), 44 + audio.size()) << name;
+    EXPECT_TRUE(std::equal(audio.begin(), audio.end(), wav.begin() + 44)) << name;
+  }
 }
 
 TEST_F(Wav, NamesThatOneCommandWouldWriteTwiceAreNumbered) {

@@ -1,6 +1,7 @@
 #include "filesystem/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
+#include "tests/support/ImageReading.h"
 #include "tests/support/OtherUser.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -271,6 +272,187 @@ TEST(LostFolders, AFullFolderGrowsButNotIntoWhatComesBack) {
             std::vector<std::int64_t>{static_cast<std::int64_t>(inner)});
   for (const VolumeFinding &finding : volume->check())
     EXPECT_FALSE(finding.isHarm()) << finding.message;
+}
+
+// ---- Nothing of them is missing
+
+/// A file of a lost folder: where its entry stands, and what it holds.
+struct KeptFile {
+  EntryPlace place;
+  RawEntry entry;
+  Bytes contents;
+};
+
+/// An image in the making, with what its lost folders hold.
+struct LosingVolume {
+  explicit LosingVolume(const VolumeLayout &layout = {}) : image(layout) {}
+
+  void addFile(FolderBuilder folder, std::string_view name, const FileOptions &options = {}) {
+    const auto number = static_cast<std::uint32_t>(kept.size());
+    const Bytes contents = patternBytes(300 + 40 * kept.size(), number);
+    const PlacedFile file = folder.addFile(name, contents, options);
+    kept.push_back({file.entry, image.entryAt(file.entry), contents});
+  }
+  /// Nothing stands at the folder's entry any more.
+  void clearEntry(const FolderBuilder &folder) { image.pokeEntry(folder.place(), RawEntry{}); }
+
+  ImageBuilder image;
+  std::vector<KeptFile> kept;
+};
+
+/// Brings back all that is lost, of both kinds of mount, and looks on the image for every file.
+void expectAllBroughtBack(const LosingVolume &volume, std::size_t folders) {
+  for (const MountRules rules : {MountRules::guarded, MountRules::bare}) {
+    const testing::ScopedTrace trace(__FILE__, __LINE__, rules == MountRules::bare ? "bare" : "guarded");
+    const TemporaryFolder folder;
+    const std::string path = folder.path("volume.hda");
+    volume.image.writeTo(path);
+    EMU3FilesystemPtr mount = EMU3Filesystem::initWithURL(path, rules);
+    const std::vector<LostFolder> lost = mount->lostFolders();
+    EXPECT_EQ(lost.size(), folders);
+    for (const LostFolder &found : lost) {
+      EMU3Error error;
+      EXPECT_TRUE(mount->recoverFolder(found.block, "Back " + std::to_string(found.block),
+                                       mount->rootDirectory(), &error))
+          << error.message;
+    }
+    mount.reset(); // a bare one does not show what has a name that is no text
+    EXPECT_TRUE(EMU3Filesystem::initWithURL(path, MountRules::guarded)->lostFolders().empty());
+    const ImageReading now(readBytes(path));
+    for (const KeptFile &file : volume.kept) {
+      const auto entry = now.entries.find({file.place.block, file.place.index});
+      ASSERT_NE(entry, now.entries.end()) << file.place.block << ':' << file.place.index;
+      EXPECT_EQ(entry->second.bytes, file.entry);
+      EXPECT_EQ(now.bytesOf(file.entry), file.contents);
+    }
+  }
+}
+
+TEST(LostFiles, OfAFolderWhoseEntryWasClearedComeBack) {
+  LosingVolume volume;
+  FolderBuilder lost = volume.image.root().addFolder("Lost");
+  for (int i = 0; i < 16; ++i)
+    volume.addFile(lost, "F" + std::to_string(i));
+  volume.clearEntry(lost);
+  expectAllBroughtBack(volume, 1);
+}
+
+TEST(LostFiles, OfAFolderWhoseEntryIsAnothersComeBack) {
+  const std::vector<std::int16_t> elsewhere{60};
+  for (const RawEntry &other :
+       {rawFileEntry("NEW", 0x81, 0, 9, 1, 1, 100), rawFolderEntry("New", 0x40, elsewhere),
+        rawFileEntry("GONE", 0, 0, 9, 1, 1, 100)}) {
+    LosingVolume volume;
+    FolderBuilder lost = volume.image.root().addFolder("Lost");
+    volume.addFile(lost, "KICK");
+    volume.addFile(lost.addFolder("Inner"), "SNARE");
+    volume.image.pokeEntry(lost.place(), other);
+    expectAllBroughtBack(volume, 1);
+  }
+}
+
+TEST(LostFiles, OfAParentAndItsChildrenComeBackWithIt) {
+  LosingVolume volume;
+  FolderBuilder lost = volume.image.root().addFolder("Lost");
+  volume.addFile(lost, "TOP");
+  for (const char *name : {"First", "Second"}) {
+    FolderBuilder child = lost.addFolder(name, {.blockCount = 2});
+    for (int i = 0; i < 20; ++i)
+      volume.addFile(child, "F" + std::to_string(i));
+    volume.addFile(child.addFolder("Deep", {.entryId = 0x80}), "DEEP");
+  }
+  volume.clearEntry(lost);
+  expectAllBroughtBack(volume, 1);
+}
+
+TEST(LostFiles, OfChildrenComeBackWhenTheParentsBlockWasEmptied) {
+  LosingVolume volume;
+  FolderBuilder parent = volume.image.root().addFolder("Parent");
+  FolderBuilder first = parent.addFolder("First");
+  volume.addFile(first, "KICK");
+  volume.addFile(first.addFolder("Inner"), "SNARE");
+  volume.addFile(parent.addFolder("Second"), "PAD");
+  volume.image.pokeBlock(parent.blocks().front(), 0, Bytes(512));
+  expectAllBroughtBack(volume, 2);
+}
+
+// Its entry alone said which blocks belong together: each comes back as a folder.
+TEST(LostFiles, OfAFolderWithSevenBlocksComeBackBlockByBlock) {
+  LosingVolume volume;
+  FolderBuilder lost = volume.image.root().addFolder("Lost", {.blockCount = 7});
+  for (int i = 0; i < 112; ++i)
+    volume.addFile(lost, "F" + std::to_string(i));
+  volume.clearEntry(lost);
+  expectAllBroughtBack(volume, 7);
+}
+
+TEST(LostFiles, WithNamesThatAreNoTextComeBack) {
+  LosingVolume volume;
+  FolderBuilder lost = volume.image.root().addFolder("Lost");
+  for (const char *name : {"BAD\xFF", "\xFF\xFE\xFD", "\x01\x02", "\xE2\x82", "   "})
+    volume.addFile(lost, name);
+  volume.addFile(lost.addFolder("\xC3("), "SNARE");
+  volume.clearEntry(lost);
+  expectAllBroughtBack(volume, 1);
+}
+
+TEST(LostFiles, AmongDeletedEntriesComeBack) {
+  LosingVolume volume;
+  FolderBuilder lost = volume.image.root().addFolder("Lost");
+  for (int i = 0; i < 5; ++i) {
+    lost.addDeletedFile();
+    lost.addRaw(rawFileEntry("GONE\xFF", 0, 0, 3, 1, 2, 100));
+  }
+  volume.addFile(lost, "KICK");
+  lost.addDeletedFile();
+  volume.clearEntry(lost);
+  expectAllBroughtBack(volume, 1);
+}
+
+TEST(LostFiles, BelowABlockOfSubfoldersAloneComeBack) {
+  for (const char *name : {"Sub", "\xFF\xFE"}) {
+    for (const std::size_t blockCount : {1U, 2U, 7U}) {
+      LosingVolume volume;
+      FolderBuilder lost = volume.image.root().addFolder("Lost");
+      for (int i = 0; i < 3; ++i)
+        volume.addFile(lost.addFolder(name, {.blockCount = blockCount}), "KICK");
+      volume.clearEntry(lost);
+      SCOPED_TRACE(std::string(name) + " " + std::to_string(blockCount));
+      expectAllBroughtBack(volume, 1);
+    }
+  }
+}
+
+// In each volume a lost block stands wherever a new folder may get one, and one wherever it may not.
+TEST(LostFolders, AreFoundWhereverAFolderMayStand) {
+  struct Layout {
+    VolumeLayout volume;
+    std::uint64_t tableEnd;
+  };
+  for (const Layout &layout :
+       {Layout{{.sizeBytes = 2 * kMiB, .fatStartBlock = 2, .rootDirBlock = 18, .dataAreaBlock = 60}, 18},
+        Layout{{.sizeBytes = 2 * kMiB, .fatStartBlock = 20, .rootDirBlock = 2, .dataAreaBlock = 60}, 36},
+        Layout{{.sizeBytes = 2 * kMiB, .fatStartBlock = 50, .rootDirBlock = 1, .dataAreaBlock = 60}, 60},
+        Layout{{.sizeBytes = 2 * kMiB, .fatStartBlock = 3000, .rootDirBlock = 1, .dataAreaBlock = 60}, 3016},
+        Layout{{.sizeBytes = 2 * kMiB, .fatStartBlock = 2, .rootDirBlock = 18, .dataAreaBlock = 5000}, 18},
+        Layout{{.sizeBytes = 20 * kMiB, .fatStartBlock = 2, .rootDirBlock = 200, .dataAreaBlock = 33000},
+               162}}) {
+    ImageBuilder image(layout.volume);
+    const std::uint64_t end = std::min<std::uint64_t>({image.dataAreaBlock(), image.totalBlocks(), 32768});
+    std::vector<std::uint64_t> expected;
+    for (std::uint64_t block = 1; block < std::min(image.dataAreaBlock() + 40, image.totalBlocks());
+         ++block) {
+      const bool isFarFromEnds = block > 5100 && block < 32700; // one there is as good as any
+      if (block == image.rootDirBlock() || isFarFromEnds) continue;
+      image.pokeBlock(block, 0, rawFileEntry("KICK", 0x81, 0, 1, 1, 2, 100));
+      const bool isInTable = block >= layout.volume.fatStartBlock && block < layout.tableEnd;
+      if (block > image.rootDirBlock() && block < end && !isInTable) expected.push_back(block);
+    }
+    std::vector<std::uint64_t> found;
+    for (const LostFolder &lost : lostFoldersOf(image))
+      found.push_back(lost.block);
+    EXPECT_EQ(found, expected) << layout.volume.fatStartBlock << ' ' << image.rootDirBlock();
+  }
 }
 
 } // namespace

@@ -1,49 +1,13 @@
 #include "tests/support/FlushRecorder.h"
 
 #include "tests/support/Mappings.h"
-#include "tests/support/MediumFaults.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cerrno>
 #include <stdexcept>
-#include <utility>
-
-namespace {
-
-std::atomic<tessary::test::FlushRecorder *> current = nullptr;
-
-} // namespace
-
-// The linker puts the first in the place of msync and gives msync the second name.
-extern "C" {
-int __real_msync(void *address, std::size_t length, int flags);
-int __wrap_msync(void *address, std::size_t length, int flags);
-
-int __wrap_msync(void *address, std::size_t length, int flags) {
-  tessary::test::MediumFaults *const faults = tessary::test::MediumFaults::current();
-  const int error = faults ? faults->beginFlush() : 0;
-  const int result = error == 0 ? __real_msync(address, length, flags) : -1;
-  if (error != 0) errno = error;
-  if (tessary::test::FlushRecorder *const recorder = current) {
-    const auto *const bytes = static_cast<const std::uint8_t *>(address);
-    recorder->add(
-        {reinterpret_cast<std::uintptr_t>(address), length, flags, result, {bytes, bytes + length}});
-  }
-  return result;
-}
-}
 
 namespace tessary::test {
 
-FlushRecorder::FlushRecorder() {
-  FlushRecorder *none = nullptr;
-  if (!current.compare_exchange_strong(none, this)) throw std::logic_error("another one is recording");
-}
-
-FlushRecorder::~FlushRecorder() {
-  current = nullptr;
-}
+FlushRecorder::FlushRecorder() : watch_([this](const FlushRequest &request) { return record(request); }) {}
 
 std::vector<Flush> FlushRecorder::flushes() const {
   const std::lock_guard lock(mutex_);
@@ -63,9 +27,17 @@ Bytes FlushRecorder::flushed(const std::string &path, Bytes before) const {
   return before;
 }
 
-void FlushRecorder::add(Flush flush) {
+int FlushRecorder::record(const FlushRequest &request) {
+  const int result = request.handOn();
+  if (request.call != FlushRequest::Call::msync) return result;
+  const auto *const bytes = static_cast<const std::uint8_t *>(request.address);
   const std::lock_guard lock(mutex_);
-  flushes_.push_back(std::move(flush));
+  flushes_.push_back({reinterpret_cast<std::uintptr_t>(bytes),
+                      request.length,
+                      request.flags,
+                      result,
+                      {bytes, bytes + request.length}});
+  return result;
 }
 
 } // namespace tessary::test

@@ -1,32 +1,9 @@
 #include "tests/support/MediumFaults.h"
 
-#include <atomic>
 #include <cerrno>
-#include <stdexcept>
 #include <thread>
 
 namespace tessary::test {
-namespace {
-
-std::atomic<MediumFaults *> currentFaults = nullptr;
-
-} // namespace
-
-MediumFaults::MediumFaults() {
-  MediumFaults *none = nullptr;
-  if (!currentFaults.compare_exchange_strong(none, this)) throw std::logic_error("there is another one");
-}
-
-MediumFaults::~MediumFaults() {
-  currentFaults = nullptr;
-  letGo();
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return waiting_ == 0; });
-}
-
-MediumFaults *MediumFaults::current() {
-  return currentFaults;
-}
 
 void MediumFaults::delayFlushes(std::chrono::milliseconds delay) {
   const std::lock_guard lock(mutex_);
@@ -54,19 +31,24 @@ void MediumFaults::failFlushes() {
   fails_ = true;
 }
 
-int MediumFaults::beginFlush() {
+int MediumFaults::answer(const FlushRequest &request) {
+  if (request.call != FlushRequest::Call::msync || !fails()) return request.handOn();
+  errno = EIO;
+  return -1;
+}
+
+/// Waits as long as the flush takes.
+bool MediumFaults::fails() {
   std::unique_lock lock(mutex_);
+  const auto end = std::chrono::steady_clock::now() + delay_;
   ++waiting_;
-  const auto over = std::chrono::steady_clock::now() + delay_;
   while (holds_)
     changed_.wait(lock);
+  --waiting_;
   const bool fails = fails_;
   lock.unlock();
-  std::this_thread::sleep_until(over);
-  lock.lock();
-  --waiting_;
-  changed_.notify_all();
-  return fails ? EIO : 0;
+  std::this_thread::sleep_until(end);
+  return fails;
 }
 
 } // namespace tessary::test

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/FlushWatch.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -8,12 +10,12 @@
 namespace tessary::test {
 
 /// A medium that is slow, or breaks, behind every mapped file of the process as long as it lives; one at a
-/// time. Without any of the calls below it is as good as the host's. Lets go when it ends; no flush may begin
-/// meanwhile. Works in the programs that are linked with `tessary_flush_recorder`.
+/// time. Without any of the calls below it is as good as the host's. It must not end before the
+/// work that flushes. Works in the programs that are linked with `tessary_flush_recorder`.
 class MediumFaults {
 public:
-  MediumFaults();
-  ~MediumFaults();
+  MediumFaults() = default;
+  ~MediumFaults() { letGo(); }
   MediumFaults(const MediumFaults &) = delete;
   MediumFaults &operator=(const MediumFaults &) = delete;
 
@@ -27,18 +29,17 @@ public:
   /// From now on each flush fails.
   void failFlushes();
 
-  /// For the stand-in of the host's function: waits, and gives the error of a flush that fails or 0.
-  int beginFlush();
-  /// The one that lives; null when there is none.
-  static MediumFaults *current();
-
 private:
+  int answer(const FlushRequest &request);
+  bool fails();
+
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::chrono::milliseconds delay_{0};
   std::size_t waiting_ = 0;
   bool holds_ = false;
   bool fails_ = false;
+  const FlushWatch watch_{[this](const FlushRequest &request) { return answer(request); }};
 };
 
 } // namespace tessary::test

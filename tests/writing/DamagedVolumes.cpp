@@ -1,6 +1,6 @@
 #include "tests/writing/DamagedVolumes.h"
 
-#include "tests/writing/ImageReading.h"
+#include "tests/support/ImageReading.h"
 #include "tests/writing/RandomVolumes.h"
 
 #include <algorithm>
@@ -260,6 +260,12 @@ Bytes damagedVolume(Random &random) {
   Damage damage(random, std::move(image));
   if (isOdd) damage.fillData();
   damage.add(isOdd ? random.between(5, 60) : random.between(0, 15));
+  return damage.take();
+}
+
+Bytes slightlyDamagedVolume(Random &random, MountRules rules) {
+  Damage damage(random, randomVolume(random, rules).build());
+  damage.add(random.between(0, 1));
   return damage.take();
 }
 

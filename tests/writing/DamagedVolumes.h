@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filesystem/MountRules.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/writing/Random.h"
 
@@ -8,5 +9,7 @@ namespace tessary::test {
 /// A small volume that no program has written: a sound random one with damage, or one whose header says
 /// anything and whose entries lead anywhere. The whole image.
 Bytes damagedVolume(Random &random);
+/// A sound random one with one damage, or none.
+Bytes slightlyDamagedVolume(Random &random, MountRules rules);
 
 } // namespace tessary::test

@@ -1,14 +1,16 @@
 #include "filesystem/EMU3Filesystem.h"
+#include "tests/support/AskedNumber.h"
 #include "tests/support/HostFiles.h"
+#include "tests/support/ImageReading.h"
 #include "tests/support/MountedVolume.h"
+#include "tests/support/PlacedObjects.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/writing/DamagedVolumes.h"
-#include "tests/writing/ImageReading.h"
+#include "tests/writing/Operation.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
 #include <map>
 #include <sstream>
@@ -20,45 +22,6 @@
 namespace tessary::test {
 namespace {
 
-enum class Kind {
-  importFile,
-  restoreFile,
-  copyFile,
-  moveFile,
-  renameFile,
-  deleteFile,
-  createFolder,
-  renameFolder,
-  moveFolder,
-  deleteFolder,
-  recoverFolder,
-};
-constexpr std::size_t kKinds = 11;
-
-/// One operation, by places, so that any mount of the image can do it.
-struct Operation {
-  Kind kind = Kind::importFile;
-  Place item;   ///< the file or folder
-  Place parent; ///< of the item
-  Place folder; ///< where it goes, or the new one comes to be
-  std::string name;
-  Bytes contents;
-  RawEntry model{};
-  std::uint64_t block = 0;
-  std::set<Place> tree; ///< what is in the folder that is moved or deleted, and it
-
-  [[nodiscard]] std::string description() const {
-    static const std::vector<std::string> words{"import",      "restore", "copy",   "move",
-                                                "rename",      "delete",  "mkdir",  "rename folder",
-                                                "move folder", "rmdir",   "recover"};
-    std::ostringstream text;
-    text << words[static_cast<std::size_t>(kind)] << " item " << item.first << ':' << item.second
-         << " folder " << folder.first << ':' << folder.second << " name '" << name << "' " << contents.size()
-         << " bytes block " << block;
-    return text.str();
-  }
-};
-
 /// What became of an operation: code 0 is success.
 struct Outcome {
   std::int64_t code = 0;
@@ -66,18 +29,6 @@ struct Outcome {
 };
 
 // ---- The judge
-
-RawEntry importedEntry(const std::string &name, std::uint64_t slot, std::uint64_t size) {
-  const std::uint64_t blocks = (size + kBlockBytes - 1) / kBlockBytes;
-  RawEntry entry =
-      rawFileEntry(name, 0x81, 0, static_cast<std::uint16_t>(slot), 1, static_cast<std::uint16_t>(blocks),
-                   static_cast<std::uint16_t>(blocks == 0 ? 0 : size - (blocks - 1) * kBlockBytes));
-  std::fill(entry.begin(), entry.begin() + 16, ' ');
-  std::copy(name.begin(), name.end(), entry.begin());
-  entry[name.size()] = 0;
-  std::copy_n("E4B0", 4, entry.begin() + 28);
-  return entry;
-}
 
 RawEntry rawAt(const Bytes &image, Place place) {
   RawEntry entry{};
@@ -97,26 +48,26 @@ public:
 
   Outcome expect(const Operation &operation) {
     switch (operation.kind) {
-    case Kind::importFile:
+    case OperationKind::importFile:
       return newFile(operation, std::nullopt);
-    case Kind::restoreFile:
+    case OperationKind::restoreFile:
       return newFile(operation, operation.model);
-    case Kind::copyFile:
+    case OperationKind::copyFile:
       return copy(operation);
-    case Kind::moveFile:
+    case OperationKind::moveFile:
       return moveFile(operation);
-    case Kind::renameFile:
-    case Kind::renameFolder:
+    case OperationKind::renameFile:
+    case OperationKind::renameFolder:
       return rename(operation);
-    case Kind::deleteFile:
+    case OperationKind::deleteFile:
       return deleteFile(operation.item);
-    case Kind::createFolder:
+    case OperationKind::createFolder:
       return createFolder(operation);
-    case Kind::moveFolder:
+    case OperationKind::moveFolder:
       return moveFolder(operation);
-    case Kind::deleteFolder:
-      return deleteFolder(operation.tree);
-    case Kind::recoverFolder:
+    case OperationKind::deleteFolder:
+      return deleteFolder(operation.inside);
+    case OperationKind::recoverFolder:
       return recover(operation);
     }
     return {};
@@ -211,12 +162,7 @@ private:
   Outcome copy(Operation operation) {
     const RawEntry source = now_.entries.at(operation.item).bytes;
     if (!now_.isWhole(source)) return {2};
-    const auto [first, end] = now_.contentsOf(source);
-    std::uint64_t size = std::uint64_t{wordAt(source, 22)} * kBlockBytes;
-    const std::uint64_t stated = size == 0 ? 0 : size - kBlockBytes + wordAt(source, 24);
-    if (stated != 0) size = std::min(size, stated);
-    const auto from = at(first);
-    operation.contents.assign(from, from + static_cast<std::ptrdiff_t>(size));
+    operation.contents = now_.bytesOf(source);
     return newFile(operation, source);
   }
 
@@ -278,7 +224,7 @@ private:
   }
 
   Outcome moveFolder(const Operation &operation) {
-    if (operation.tree.contains(operation.folder)) return {6};
+    if (operation.inside.contains(operation.folder)) return {6};
     if (operation.folder == operation.parent) return {};
     const auto spot = spotIn(operation.folder);
     if (!spot) return {7};
@@ -352,25 +298,6 @@ private:
 
 // ---- A mount
 
-Place placeOf(const EMU3Directory &folder) {
-  return {static_cast<std::uint64_t>(folder.dentryBlock()), static_cast<std::size_t>(folder.dentryOffset())};
-}
-Place placeOf(const EMU3File &file) {
-  return {static_cast<std::uint64_t>(file.dentryBlock()), static_cast<std::size_t>(file.dentryOffset())};
-}
-
-EMU3DirectoryPtr folderAt(EMU3Filesystem &volume, Place place) {
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory()))
-    if (placeOf(*folder) == place) return folder;
-  throw std::runtime_error("no folder at the place");
-}
-EMU3FilePtr fileAt(EMU3Filesystem &volume, Place place) {
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory()))
-    for (const EMU3FilePtr &file : folder->files())
-      if (placeOf(*file) == place) return file;
-  throw std::runtime_error("no file at the place");
-}
-
 /// The tree as lines that are the same for the same tree, in whatever order its lists are.
 std::vector<std::string> treeLines(EMU3Filesystem &volume, bool withFolders) {
   std::vector<std::string> lines;
@@ -422,12 +349,6 @@ public:
   }
 
 private:
-  static std::string validName(Random &random) {
-    static const std::vector<std::string> names{"a",       "KICK",       "fifteen bytes..",
-                                                "in  ner", "Pad \u00e9", "  x"};
-    return random.pick(names);
-  }
-
   void lookAt(Operation &operation) {
     for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume_->rootDirectory())) {
       for (const EMU3FilePtr &file : folder->files())
@@ -435,123 +356,16 @@ private:
       if (!folder->parent() || placeOf(*folder) != operation.item) continue;
       operation.parent = placeOf(*folder->parent());
       for (const EMU3DirectoryPtr &inside : directoriesInPreOrder(folder)) {
-        operation.tree.insert(placeOf(*inside));
+        operation.inside.insert(placeOf(*inside));
         for (const EMU3FilePtr &file : inside->allFiles())
-          operation.tree.insert(placeOf(*file));
+          operation.inside.insert(placeOf(*file));
       }
     }
   }
 
-  Operation randomOperation() {
-    const ImageReading now(readBytes(path_));
-    std::vector<Place> files;
-    std::vector<Place> folders;
-    std::vector<Place> below; // folders other than the root
-    for (const auto &[place, entry] : now.entries) {
-      if (entry.isLiveFile()) files.push_back(place);
-      if (entry.isFolder) below.push_back(place);
-    }
-    for (const auto &[place, blocks] : now.folders)
-      folders.push_back(place);
-    Operation operation;
-    operation.kind = static_cast<Kind>(random_.below(kKinds));
-    const bool isNew = operation.kind == Kind::importFile || operation.kind == Kind::restoreFile ||
-                       operation.kind == Kind::createFolder;
-    if (files.empty() && !isNew) operation.kind = Kind::importFile;
-    const bool isOfFolder = operation.kind == Kind::renameFolder || operation.kind == Kind::moveFolder ||
-                            operation.kind == Kind::deleteFolder;
-    if (isOfFolder && below.empty()) operation.kind = Kind::createFolder;
-    const std::vector<LostFolder> lost = volume_->lostFolders();
-    if (operation.kind == Kind::recoverFolder) {
-      if (lost.empty())
-        operation.kind = Kind::importFile;
-      else
-        operation.block = random_.pick(lost).block;
-    }
-    if (isOfFolder && !below.empty())
-      operation.item = random_.pick(below);
-    else if (!files.empty())
-      operation.item = random_.pick(files);
-    operation.folder = random_.pick(folders);
-    lookAt(operation);
-    operation.name = validName(random_);
-    const std::uint64_t slotBytes = std::min<std::uint64_t>(now.slotBlocks, 16) * kBlockBytes;
-    const std::size_t length =
-        random_.chance(40)
-            ? random_.pick(std::vector<std::size_t>{0, 1, 511, 512, 513, slotBytes, slotBytes * 3})
-            : random_.below(slotBytes * 2);
-    if (isNew || operation.kind == Kind::importFile)
-      operation.contents = patternBytes(length, static_cast<std::uint32_t>(random_.below(100000)));
-    if (operation.kind == Kind::restoreFile) {
-      operation.model = importedEntry(operation.name, 7, 100);
-      operation.model[26] = random_.pick(std::vector<std::uint8_t>{0x80, 0x81, 0x82, 0x83, 0x41});
-      operation.model[31] = random_.chance(50) ? 0 : '0';
-      operation.model[16] = 0x5A;
-    }
-    return operation;
-  }
-
-  Outcome perform(EMU3Filesystem &volume, const Operation &operation) {
-    EMU3Error error;
-    bool done = false;
-    switch (operation.kind) {
-    case Kind::importFile: {
-      const std::string url = folder_.path(operation.name + ".E4B");
-      writeBytes(url, operation.contents);
-      done = volume.importFileAtURL(url, folderAt(volume, operation.folder), &error);
-      break;
-    }
-    case Kind::restoreFile: {
-      const std::string url = folder_.path("backup");
-      writeBytes(url, operation.contents);
-      done = volume.restoreFileAtURL(url, operation.model, folderAt(volume, operation.folder), &error) !=
-             nullptr;
-      break;
-    }
-    case Kind::copyFile:
-      done = volume.copyFile(fileAt(volume, operation.item), folderAt(volume, operation.folder), &error);
-      break;
-    case Kind::moveFile: {
-      const EMU3FilePtr file = fileAt(volume, operation.item);
-      done = volume.moveFile(file, file->folder(), folderAt(volume, operation.folder), &error);
-      break;
-    }
-    case Kind::renameFile: {
-      const EMU3FilePtr file = fileAt(volume, operation.item);
-      done = volume.renameFile(file, operation.name, file->folder(), &error);
-      break;
-    }
-    case Kind::deleteFile: {
-      const EMU3FilePtr file = fileAt(volume, operation.item);
-      done = volume.deleteFile(file, file->folder(), &error);
-      break;
-    }
-    case Kind::createFolder:
-      done = volume.createDirectoryNamed(operation.name, folderAt(volume, operation.folder), &error);
-      break;
-    case Kind::renameFolder:
-      done = volume.renameDirectory(folderAt(volume, operation.item), operation.name, &error);
-      break;
-    case Kind::moveFolder:
-      done =
-          volume.moveDirectory(folderAt(volume, operation.item), folderAt(volume, operation.folder), &error);
-      break;
-    case Kind::deleteFolder: {
-      const EMU3DirectoryPtr folder = folderAt(volume, operation.item);
-      done = volume.deleteDirectory(folder, folder->parent(), &error);
-      break;
-    }
-    case Kind::recoverFolder:
-      done =
-          volume.recoverFolder(operation.block, operation.name, folderAt(volume, operation.folder), &error);
-      break;
-    }
-    EXPECT_EQ(done, !error.isSet());
-    return {done ? 0 : error.code};
-  }
-
   void runOperation() {
-    const Operation operation = randomOperation();
+    Operation operation = randomOperation(random_, ImageReading(readBytes(path_)), volume_->lostFolders());
+    lookAt(operation);
     const testing::ScopedTrace trace(__FILE__, __LINE__, operation.description());
     rememberObjects();
     const Bytes before = readBytes(path_);
@@ -565,7 +379,7 @@ private:
       copySparse(path_, copyPath);
       fresh = mounted(copyPath, MountRules::guarded);
     }
-    const Outcome outcome = perform(*volume_, operation);
+    const Outcome outcome{perform(*volume_, operation, folder_.path())};
     ++operations_;
     const Bytes after = readBytes(path_);
     Judge judge(before, after, wasShared_);
@@ -577,7 +391,7 @@ private:
       compareImages(judge.image(), after, judge.reading(), "the image is not what the operation makes it");
     compareContents(before, after, judge);
     if (!also || testing::Test::HasFailure()) return;
-    EXPECT_EQ(perform(*fresh, operation).code, outcome.code) << "in a fresh mount";
+    EXPECT_EQ(perform(*fresh, operation, folder_.path()), outcome.code) << "in a fresh mount";
     Bytes freshly = readBytes(copyPath);
     for (const Place &place : judge.touched()) // ids follow from the order of the list
       freshly[place.first * kBlockBytes + place.second * 32 + 17] =
@@ -707,14 +521,9 @@ private:
   bool wasShared_ = false; ///< two folders named one block once
 };
 
-std::uint32_t numberFrom(const char *variable, std::uint32_t otherwise) {
-  const char *const asked = std::getenv(variable);
-  return asked ? static_cast<std::uint32_t>(std::strtoul(asked, nullptr, 10)) : otherwise;
-}
-
 TEST(GuardedProperties, AnOperationChangesWhatItWasAskedToAndNothingElse) {
-  const std::uint32_t first = numberFrom("TESSARY_FIRST_SEED", 1);
-  const std::uint32_t count = numberFrom("TESSARY_SEEDS", 300);
+  const std::uint32_t first = askedNumber("TESSARY_FIRST_SEED", 1);
+  const std::uint32_t count = askedNumber("TESSARY_SEEDS", 300);
   std::size_t operations = 0;
   for (std::uint32_t seed = first; seed < first + count && !testing::Test::HasFailure(); ++seed) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, "seed " + std::to_string(seed));

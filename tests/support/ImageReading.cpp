@@ -1,4 +1,4 @@
-#include "tests/writing/ImageReading.h"
+#include "tests/support/ImageReading.h"
 
 #include <algorithm>
 
@@ -7,6 +7,31 @@ namespace {
 
 std::uint64_t dividedUp(std::uint64_t value, std::uint64_t by) {
   return value / by + (value % by != 0 ? 1 : 0);
+}
+
+bool isText(const std::uint8_t *text, std::size_t length) {
+  for (std::size_t at = 0; at < length;) {
+    const std::uint8_t lead = text[at];
+    const std::size_t size = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (size == 0 || lead > 0xF4 || at + size > length) return false;
+    for (std::size_t i = 1; i < size; ++i)
+      if ((text[at + i] & 0xC0) != 0x80) return false;
+    const bool isTooLong = (lead == 0xE0 && text[at + 1] < 0xA0) || (lead == 0xF0 && text[at + 1] < 0x90);
+    const bool isNoCharacter = (lead == 0xED && text[at + 1] > 0x9F) || (lead == 0xF4 && text[at + 1] > 0x8F);
+    if (isTooLong || isNoCharacter) return false;
+    at += size;
+  }
+  return true;
+}
+
+// Spaces and zeros at the end do not count, nor does anything behind a zero.
+bool hasTextAsName(const RawEntry &entry) {
+  std::size_t end = 16;
+  while (end > 0 && (entry[end - 1] == ' ' || entry[end - 1] == 0))
+    --end;
+  const auto zero = std::find(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(end), 0);
+  const auto length = static_cast<std::size_t>(zero - entry.begin());
+  return length > 0 && isText(entry.data(), length);
 }
 
 } // namespace
@@ -30,13 +55,14 @@ std::vector<std::uint64_t> blocksNamedBy(const RawEntry &folder) {
   return blocks;
 }
 
-ImageReading::ImageReading(const Bytes &image) : image_(image) {
+ImageReading::ImageReading(const Bytes &image, MountRules rules) : image_(image), rules_(rules) {
   const auto field = [&](std::size_t at, std::uint64_t unset) {
     std::uint64_t value = 0;
     for (std::size_t i = 4; i > 0; --i)
       value = value * 256 + image_[at + i - 1];
     return value == 0 ? unset : value;
   };
+  isVolume = image_[0] == 'E' && image_[1] == 'M' && image_[2] == 'U' && image_[3] == '3';
   totalBlocks = image_.size() / kBlockBytes;
   rootBlock = field(8, 6);
   dataBlock = field(32, 175);
@@ -65,6 +91,10 @@ void ImageReading::readBlock(std::uint64_t block, Place folder, std::set<std::ui
     const RawEntry bytes = entryAt(place);
     if (bytes[0] == 0) continue;
     const bool isFolder = readsAsFolder(bytes);
+    if (rules_ == MountRules::bare && !hasTextAsName(bytes)) {
+      if (isFolder || bytes[26] != 0) ++hiddenEntries;
+      continue;
+    }
     entries[place] = {bytes, isFolder, folder};
     if (!isFolder) continue;
     folders[place] = blocksNamedBy(bytes);
@@ -116,6 +146,16 @@ bool ImageReading::isInContents(std::uint64_t block, const std::set<Place> &exce
     const auto [first, end] = contentsOf(item.second.bytes);
     return first <= block && block < end;
   });
+}
+
+Bytes ImageReading::bytesOf(const RawEntry &file) const {
+  const auto [first, end] = contentsOf(file);
+  const std::uint64_t blocks = wordAt(file, 22);
+  const std::uint64_t stated = blocks == 0 ? 0 : (blocks - 1) * kBlockBytes + wordAt(file, 24);
+  std::uint64_t size = (end - first) * kBlockBytes;
+  if (stated != 0) size = std::min(size, stated);
+  const auto from = image_.begin() + static_cast<std::ptrdiff_t>(first * kBlockBytes);
+  return {from, from + static_cast<std::ptrdiff_t>(size)};
 }
 
 bool ImageReading::isWhole(const RawEntry &file) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filesystem/MountRules.h"
 #include "tests/support/ImageBuilder.h"
 
 #include <cstdint>
@@ -16,7 +17,8 @@ namespace tessary::test {
 using Place = std::pair<std::uint64_t, std::size_t>;
 
 /// What the bytes of an image say, read without the engine: every entry that the root block leads to, and
-/// what follows from them for a guarded volume. Slow and plain, for small images.
+/// what follows from them for a guarded volume. Bare, entries whose name is no text are not shown, and what
+/// they lead to is not read. Slow and plain, for small images.
 class ImageReading {
 public:
   struct Entry {
@@ -26,8 +28,9 @@ public:
     [[nodiscard]] bool isLiveFile() const { return !isFolder && bytes[26] != 0; }
   };
 
-  explicit ImageReading(const Bytes &image);
+  explicit ImageReading(const Bytes &image, MountRules rules = MountRules::guarded);
 
+  bool isVolume = false; ///< has the signature
   // The header, defaults applied.
   std::uint64_t totalBlocks = 0;
   std::uint64_t rootBlock = 0;
@@ -38,6 +41,7 @@ public:
   std::uint64_t slotCount = 0;
 
   std::map<Place, Entry> entries;
+  std::size_t hiddenEntries = 0; ///< not deleted, but not shown
   /// Folders with all blocks that their entries name, in order, also those outside the image; the root too.
   std::map<Place, std::vector<std::uint64_t>> folders;
 
@@ -57,6 +61,8 @@ public:
   [[nodiscard]] std::pair<std::uint64_t, std::uint64_t> contentsOf(const RawEntry &file) const;
   /// Whether the block lies within a live file's, but for these files.
   [[nodiscard]] bool isInContents(std::uint64_t block, const std::set<Place> &exceptOf) const;
+  /// The bytes of a file, as far as they lie inside the image.
+  [[nodiscard]] Bytes bytesOf(const RawEntry &file) const;
   [[nodiscard]] bool isWhole(const RawEntry &file) const;
   /// First and last slot that a file reaches; the last may lie outside the image.
   [[nodiscard]] std::pair<std::uint64_t, std::uint64_t> reachOf(const RawEntry &file) const;
@@ -88,6 +94,7 @@ private:
   void readBlock(std::uint64_t block, Place folder, std::set<std::uint64_t> &seen);
 
   const Bytes image_;
+  const MountRules rules_;
   std::set<std::uint64_t> named_;
 };
 
