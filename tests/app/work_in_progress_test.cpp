@@ -115,12 +115,14 @@ TEST_F(WorkInProgress, SameImageOpenedAgainBeforeQueuedDeletesAndUndosLosesNothi
 
 TEST_F(WorkInProgress, WindowAndItsCommandsGoOnMeanwhile) {
   const std::string path = mount(volume());
+  HeldQueue queue(*controller_->filesystem());
   beginImport(hostFiles("FILE", 20));
   chooseFiles({QStringLiteral("KICK")});
   clickToolbar("ExportItem");
   confirmPanel({hostFolder("out")});
   chooseFolder({QStringLiteral("Pads")});
   EXPECT_EQ(status(), QStringLiteral("Pads — 1 file(s)"));
+  queue.letGo();
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(status(), QStringLiteral("Exported 1 file(s) successfully."));
   EXPECT_EQ(readBytes(hostFolder("out") + "/KICK.E4B"), patternBytes(5000, 1000));
