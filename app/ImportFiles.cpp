@@ -1,9 +1,9 @@
 #include "app/ImportFiles.h"
 
 #include "app/DisplayText.h"
+#include "filesystem/ItemsOperation.h"
 
 #include <QFile>
-#include <utility>
 
 namespace tessary {
 
@@ -15,13 +15,17 @@ ImportResult importFiles(EMU3Filesystem &filesystem, const std::vector<std::stri
                          const EMU3DirectoryPtr &directory) {
   ImportResult result;
   result.chosen = urls.size();
-  for (const std::string &url : urls) {
-    EMU3Error error;
-    if (filesystem.importFileAtURL(url, directory, &error))
-      ++result.imported;
+  const auto operation = filesystem.manyItems();
+  for (const std::string &url : urls)
+    operation->importFile(url, directory);
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) {
+    if (end.error)
+      result.lastError = *end.error;
     else
-      result.lastError = std::move(error);
-  }
+      ++result.imported;
+  };
+  operation->run(watcher);
   return result;
 }
 

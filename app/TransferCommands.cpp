@@ -7,6 +7,7 @@
 #include "app/MainWindowController.h"
 #include "app/SidebarController.h"
 #include "app/Spinner.h"
+#include "filesystem/ItemsOperation.h"
 #include "filesystem/SystemLog.h"
 
 #include <QComboBox>
@@ -75,13 +76,19 @@ void MainWindowController::_doTransferFiles(const std::vector<EMU3FilePtr> &file
       [controller = QPointer(this), filesystem = filesystem_, files, fromDirectory, toDirectory, move] {
         std::size_t succeeded = 0;
         std::size_t failed = 0;
+        const auto operation = filesystem->manyItems();
         for (const EMU3FilePtr &file : files) {
-          EMU3Error error;
-          const bool done = move ? filesystem->moveFile(file, fromDirectory, toDirectory, &error)
-                                 : filesystem->copyFile(file, toDirectory, &error);
-          ++(done ? succeeded : failed);
-          if (!done) systemLog("Transfer failed: " + error.description());
+          if (move)
+            operation->moveFile(file, fromDirectory, toDirectory);
+          else
+            operation->copyFile(file, toDirectory);
         }
+        ItemsWatcher watcher;
+        watcher.ended = [&](const ItemEnd &end) {
+          ++(end.error ? failed : succeeded);
+          if (end.error) systemLog("Transfer failed: " + end.error->description());
+        };
+        operation->run(watcher);
         onMainQueue([controller, filesystem, toDirectory, move, succeeded, failed] {
           if (!controller) return;
           controller->spinner_->stop();
