@@ -56,6 +56,7 @@ void AppDelegate::activate() {
 
 void AppDelegate::_buildMenuBar() {
   auto *menuBar = new QMenuBar;
+  menuBar->addMenu(mainWC_->imageMenu());
   QMenu *menu = menuBar->addMenu(QStringLiteral("Tessary"));
   QAction *about = menu->addAction(QStringLiteral("About Tessary"), this, &AppDelegate::_showAbout);
   about->setMenuRole(QAction::AboutRole);

@@ -115,6 +115,17 @@ void ContentController::replaceRowsKeepingView(std::vector<Row> rows) {
   tableView_->setAutoScroll(scrollsToCurrent);
 }
 
+bool ContentController::selectRowOf(const EMU3FilePtr &file) {
+  const auto found =
+      std::find_if(rows_.begin(), rows_.end(), [&](const Row &row) { return row.file == file; });
+  if (!tableView_ || found == rows_.end()) return false;
+  const QModelIndex first = index(static_cast<int>(found - rows_.begin()), 0);
+  tableView_->selectionModel()->setCurrentIndex(first, QItemSelectionModel::ClearAndSelect |
+                                                           QItemSelectionModel::Rows);
+  tableView_->scrollTo(first);
+  return true;
+}
+
 std::vector<EMU3FilePtr> ContentController::displayedFiles() const {
   std::vector<EMU3FilePtr> files;
   files.reserve(rows_.size());

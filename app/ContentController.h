@@ -9,8 +9,10 @@
 #include <QTableView>
 #include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace tessary {
@@ -61,6 +63,9 @@ public:
   /// follows becomes the current one.
   void refresh();
 
+  /// Selects the file's row alone and scrolls it into view; false when it has none.
+  bool selectRowOf(const EMU3FilePtr &file);
+
   /// The files shown, in row order.
   std::vector<EMU3FilePtr> displayedFiles() const;
 
@@ -76,6 +81,8 @@ public:
   /// Exports the rows' files to the host, each into a private folder of its own, and names them in row order.
   /// A row whose export fails is left out and logged; null when none is left. The caller owns the result.
   QMimeData *mimeData(const QModelIndexList &indexes) const override;
+  /// The file that the last drag of rows brings as that host file; null for any other path.
+  EMU3FilePtr draggedFile(const std::string &path) const;
   /// Any place on the table will do. Refuses the table's own rows, and everything unless a folder of a
   /// writable image is shown.
   bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
@@ -109,6 +116,7 @@ private:
   std::function<void(const QString &)> statusUpdate_;
   std::function<void()> afterImport_;
   std::vector<Row> rows_;
+  mutable std::unordered_map<std::string, std::weak_ptr<EMU3File>> dragged_; ///< by the path of the copy
   mutable IncomingDrag incomingDrag_; ///< mutable for what it remembers of the data
 };
 

@@ -39,19 +39,31 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
   for (const QModelIndex &index : indexes)
     if (index.isValid()) rows.insert(static_cast<std::size_t>(index.row()));
   QList<QUrl> urls;
-  for (const std::size_t row : rows)
-    if (const std::optional<std::string> path = exportForDrag(rows_[row].file)) urls.append(fileURL(*path));
+  dragged_.clear();
+  for (const std::size_t row : rows) {
+    const std::optional<std::string> path = exportForDrag(rows_[row].file);
+    if (!path) continue;
+    urls.append(fileURL(*path));
+    dragged_.emplace(*path, rows_[row].file);
+  }
   if (urls.isEmpty()) return nullptr;
   auto data = std::make_unique<QMimeData>();
   data->setUrls(urls);
   return data.release();
 }
 
+EMU3FilePtr ContentController::draggedFile(const std::string &path) const {
+  const auto found = dragged_.find(path);
+  return found == dragged_.end() ? nullptr : found->second.lock();
+}
+
 std::optional<std::string> ContentController::exportForDrag(const EMU3FilePtr &file) const {
   const std::optional<std::string> folder = makePrivateFolder("EMU3Drag");
   if (!folder) return std::nullopt;
+  ExportTargets targets;
   EMU3Error error;
-  std::optional<std::string> path = exportIntoFolder(*filesystem_, file, shownDirectory_, *folder, &error);
+  std::optional<std::string> path =
+      exportIntoFolder(*filesystem_, file, shownDirectory_, *folder, &targets, &error);
   if (!path) systemLog("Drag export failed for " + file->name() + ": " + error.description());
   return path;
 }

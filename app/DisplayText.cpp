@@ -26,4 +26,8 @@ QString displayText(std::string_view text) {
   return shown;
 }
 
+QString titleText(const QString &text) {
+  return QString(text).replace(QLatin1String("[*]"), QLatin1String("[*][*]"));
+}
+
 } // namespace tessary

@@ -10,4 +10,7 @@ namespace tessary {
 /// are no UTF-8 too. Show it as plain text.
 QString displayText(std::string_view text);
 
+/// A text for a window's title: "[*]", where the toolkit would put its mark of a changed document, stays.
+QString titleText(const QString &text);
+
 } // namespace tessary

@@ -3,7 +3,6 @@
 #include "app/MainQueue.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
-#include "filesystem/ExportTargets.h"
 #include "filesystem/SystemLog.h"
 
 #include <QFile>
@@ -79,9 +78,10 @@ void MainWindowController::_exportSelected() {
 void MainWindowController::_exportFiles(const std::vector<EMU3FilePtr> &files,
                                         const EMU3DirectoryPtr &directory, const std::string &folder) {
   std::size_t failures = 0;
+  ExportTargets targets; // no file overwrites another of this command
   for (const EMU3FilePtr &file : files) {
     EMU3Error error;
-    if (exportIntoFolder(*filesystem_, file, directory, folder, &error)) continue;
+    if (exportIntoFolder(*filesystem_, file, directory, folder, &targets, &error)) continue;
     ++failures;
     systemLog("Export failed for " + file->name() + ": " + error.description());
   }

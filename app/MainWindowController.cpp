@@ -4,6 +4,7 @@
 #include "app/Beeper.h"
 #include "app/ContentController.h"
 #include "app/DisplayText.h"
+#include "app/FindingsPanel.h"
 #include "app/MainQueue.h"
 #include "app/MainWindow.h"
 #include "app/ReadyFile.h"
@@ -144,7 +145,10 @@ void MainWindowController::_unmountImage() {
 void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
   filesystem_ = std::move(filesystem);
   clickedDirectory_ = nullptr;
+  checking_ = false;
+  if (findings_) findings_->close();
   // What is chosen from a menu is meant for the image that it came up over.
+  imageMenu_->close();
   folderMenu_->close();
   fileMenu_->close();
   _validateItems();
@@ -216,8 +220,7 @@ void MainWindowController::_showChanges() {
 }
 
 void MainWindowController::_setTitle(const QString &title) {
-  // Qt puts its mark of a changed document in place of "[*]" unless that is written twice.
-  window_->setWindowTitle(QString(title).replace(QLatin1String("[*]"), QLatin1String("[*][*]")));
+  window_->setWindowTitle(titleText(title));
 }
 
 void MainWindowController::_setStatus(const QString &text) {

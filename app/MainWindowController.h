@@ -29,6 +29,7 @@ class Alert;
 class ContentController;
 struct DeletedFile;
 struct DeletionResult;
+class FindingsPanel;
 struct ImportResult;
 class MainWindow;
 struct RestorationResult;
@@ -57,6 +58,8 @@ public:
   /// Puts the window before the others, with the keyboard.
   void bringToFront();
   MainWindow *window() const { return window_.get(); }
+  /// The menu bar's menu of what is done with the image as a whole.
+  QMenu *imageMenu() const { return imageMenu_.get(); }
   /// Puts the menu bar into the window, which grows by it: the content keeps its size.
   void setMenuBar(QMenuBar *menuBar);
   /// Takes the window off the screen. From now on no alert is raised.
@@ -88,6 +91,7 @@ public:
   // Commands.
   void _openImage();
   void _unmountImage();
+  void _checkImage();
   void _undo();
   void _redo();
   void _exportSelected();
@@ -124,6 +128,7 @@ private:
   void _buildToolbar();
   void _buildMenus();
   void _showFolderMenu(const QModelIndex &clicked, const QPoint &globalPosition);
+  std::unique_ptr<QMenu> _buildImageMenu();
   std::unique_ptr<QMenu> _buildFolderMenu();
   std::unique_ptr<QMenu> _buildContextMenu();
   QAction *_makeToolbarItem(const QString &identifier);
@@ -159,6 +164,16 @@ private:
   void _runReadOnlyAlert();
   /// Whether the folder is part of the mounted image's tree.
   bool _holdsDirectory(const EMU3DirectoryPtr &directory) const;
+
+  // Check (CheckCommand.cpp)
+  void _imageChecked(const EMU3FilesystemPtr &filesystem, std::vector<VolumeFinding> findings);
+  void _showFindings(std::vector<VolumeFinding> findings);
+  /// Whether what the finding is about is part of the mounted image.
+  bool _canGoTo(const VolumeFinding &finding) const;
+  /// Shows the folder that the finding is about, or that holds its file, and selects the file.
+  void _goTo(const VolumeFinding &finding);
+  /// Shows the folder, and selects its row where it can have one: the folders above it are opened.
+  void _revealDirectory(const EMU3DirectoryPtr &directory);
 
   // Drops on the sidebar (SidebarDrops.cpp)
   void _setupDragging();
@@ -245,13 +260,16 @@ private:
   ContentController *contentCtl_ = nullptr;
   UndoManager undoManager_;
   std::vector<Item> items_;
+  std::unique_ptr<QMenu> imageMenu_;
   std::unique_ptr<QMenu> folderMenu_;
   std::unique_ptr<QMenu> fileMenu_;
   QPointer<QDialog> sheet_;
+  QPointer<FindingsPanel> findings_;
 
   EMU3FilesystemPtr filesystem_;
   EMU3DirectoryPtr currentDirectory_;
   EMU3DirectoryPtr clickedDirectory_;
+  bool checking_ = false; ///< whether the mounted image is being checked
   bool quitting_ = false;
 };
 

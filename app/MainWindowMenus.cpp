@@ -102,9 +102,10 @@ QAction *MainWindowController::_makeToolbarItem(const QString &identifier) {
   return item;
 }
 
-// ---- Context menus
+// ---- Menus
 
 void MainWindowController::_buildMenus() {
+  imageMenu_ = _buildImageMenu();
   folderMenu_ = _buildFolderMenu();
   fileMenu_ = _buildContextMenu();
   tableView_->setContextMenuPolicy(Qt::CustomContextMenu);
@@ -116,6 +117,12 @@ void MainWindowController::_buildMenus() {
 void MainWindowController::_showFolderMenu(const QModelIndex &clicked, const QPoint &globalPosition) {
   clickedDirectory_ = clicked.isValid() ? sidebarCtl_->directoryAt(clicked) : nullptr;
   folderMenu_->popup(globalPosition);
+}
+
+std::unique_ptr<QMenu> MainWindowController::_buildImageMenu() {
+  auto menu = std::make_unique<QMenu>(QStringLiteral("File"));
+  _addMenuItem(menu.get(), QStringLiteral("Check Image…"), &MainWindowController::_checkImage);
+  return menu;
 }
 
 std::unique_ptr<QMenu> MainWindowController::_buildFolderMenu() {
@@ -157,6 +164,7 @@ bool MainWindowController::validateUserInterfaceItem(Action action) const {
   if (action == &Self::_unmountImage || action == &Self::_exportSelected || action == &Self::_importFile ||
       action == &Self::_deleteSelected)
     return filesystem_ != nullptr;
+  if (action == &Self::_checkImage) return filesystem_ && !checking_;
   if (action == &Self::_undo) return undoManager_.canUndo();
   if (action == &Self::_redo) return undoManager_.canRedo();
   return true;

@@ -2,6 +2,7 @@
 
 #include "app/DisplayText.h"
 #include "app/FileURLs.h"
+#include "app/FolderOutline.h"
 
 #include <QApplication>
 #include <QScrollBar>
@@ -150,6 +151,17 @@ bool SidebarController::selectRowOf(const EMU3DirectoryPtr &directory) {
                                                              QItemSelectionModel::Rows);
   outlineView_->scrollTo(index);
   return true;
+}
+
+bool SidebarController::revealRowOf(const EMU3DirectoryPtr &directory) {
+  if (!outlineView_) return false;
+  std::vector<QModelIndex> closed; // from the folder upwards
+  for (QModelIndex above = indexOf(directory).parent(); above.isValid(); above = above.parent())
+    closed.push_back(above);
+  if (closed.size() > FolderOutline::kDeepestOpenLevel + 1) return false;
+  for (auto above = closed.rbegin(); above != closed.rend(); ++above)
+    outlineView_->expand(*above);
+  return selectRowOf(directory);
 }
 
 void SidebarController::selectFirstRow() {

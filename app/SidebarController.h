@@ -72,6 +72,8 @@ public:
   EMU3DirectoryPtr selectedDirectory() const;
   /// Selects the folder's row alone and scrolls it into view; false when it has none.
   bool selectRowOf(const EMU3DirectoryPtr &directory);
+  /// The same, after the folders above it were opened; false when it lies deeper than the outline opens.
+  bool revealRowOf(const EMU3DirectoryPtr &directory);
   /// Selects the first row alone, if there is one.
   void selectFirstRow();
 

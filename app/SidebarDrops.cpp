@@ -4,11 +4,9 @@
 #include "app/MainQueue.h"
 #include "app/MainWindowController.h"
 #include "app/SidebarController.h"
-#include "filesystem/ExportNames.h"
 
 #include <QTableView>
 #include <QTreeView>
-#include <unordered_map>
 
 namespace tessary {
 
@@ -40,17 +38,14 @@ void MainWindowController::_dropReceived(const EMU3DirectoryPtr &target, const s
     _importDroppedFiles(target, urls);
 }
 
-/// The rows come as the host files that were made of them, so the files are found by name again.
+/// The rows come as the host files that were made of them.
 void MainWindowController::_copyDraggedFiles(const EMU3DirectoryPtr &target,
                                              const std::vector<std::string> &urls) {
   if (!currentDirectory_ || target == currentDirectory_) return;
-  std::unordered_map<std::string, EMU3FilePtr> firstNamed;
-  for (const EMU3FilePtr &file : currentDirectory_->allFiles())
-    firstNamed.emplace(file->name(), file);
   std::vector<EMU3FilePtr> files;
   for (const std::string &url : urls) {
-    const auto found = firstNamed.find(nameOfExportedFile(url));
-    if (found != firstNamed.end()) files.push_back(found->second);
+    const EMU3FilePtr file = contentCtl_->draggedFile(url);
+    if (file && currentDirectory_->containsFile(file)) files.push_back(file);
   }
   if (!files.empty()) _doTransferFiles(files, currentDirectory_, target, false);
 }

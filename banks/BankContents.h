@@ -15,12 +15,16 @@ namespace tessary {
 struct BankRange {
   std::uint64_t offset = 0; ///< bytes from the bank's start
   std::uint64_t size = 0;   ///< bytes
+
+  bool operator==(const BankRange &) const = default;
 };
 
 /// One chunk of a bank.
 struct BankChunk {
   std::uint64_t size = 0; ///< of its data, in bytes, as its header says
   BankRange data;         ///< the part of them that lies in the contents
+
+  bool operator==(const BankChunk &) const = default;
 };
 
 enum class BankEntryKind { preset, sample, other };
@@ -34,6 +38,8 @@ struct BankEntry {
   /// The chunk that stands for it: of those of its type the one with as many before it as the table has
   /// entries of the type before this one. None when the bank has fewer.
   std::optional<BankChunk> chunk;
+
+  bool operator==(const BankEntry &) const = default;
 };
 
 /// The entries of an Emulator IV bank, in their order, without those that are deleted; none for other banks.

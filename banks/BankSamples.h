@@ -16,6 +16,8 @@ namespace tessary {
 struct BankSample {
   std::string type; ///< the entry's four type bytes, up to the first zero byte; samples may share one
   std::string name; ///< see `nameOfBankEntry`
+
+  bool operator==(const BankSample &) const = default;
 };
 
 /// Where the audio of samples lies, in their order; none where its chunk is missing.

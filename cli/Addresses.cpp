@@ -181,6 +181,14 @@ std::vector<FileItem> resolveFiles(const EMU3Filesystem &volume, const std::vect
   return settled.take();
 }
 
+std::vector<std::string> addressesOf(const std::vector<FileItem> &files) {
+  std::vector<std::string> addresses;
+  addresses.reserve(files.size());
+  for (const FileItem &file : files)
+    addresses.push_back(file.address);
+  return addresses;
+}
+
 std::vector<EntryItem> resolveEntries(const EMU3Filesystem &volume, const std::vector<std::string> &words) {
   Settled<EntryItem> settled;
   for (const std::string &word : words) {

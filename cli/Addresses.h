@@ -43,6 +43,8 @@ std::vector<FileItem> resolveFiles(const EMU3Filesystem &volume, const std::vect
 /// The same for files and folders together. Where both bear the name, a word means the file; with "/" at
 /// its end, the folder.
 std::vector<EntryItem> resolveEntries(const EMU3Filesystem &volume, const std::vector<std::string> &words);
+/// The files' addresses, in their order.
+std::vector<std::string> addressesOf(const std::vector<FileItem> &files);
 NewEntry resolveNewEntry(const EMU3Filesystem &volume, const std::string &word);
 
 /// What else an address could be taken for where a folder's is shown.

@@ -23,15 +23,16 @@ extern const CommandEntry kMakeFolderCommand;
 extern const CommandEntry kRemoveFolderCommand;
 extern const CommandEntry kCheckCommand;
 extern const CommandEntry kRecoverCommand;
+extern const CommandEntry kBackupCommand;
 extern const CommandEntry kBatchCommand;
 
 namespace {
 
 constexpr std::array kCommands{
-    &kInfoCommand,     &kListCommand,    &kStatCommand,   &kCatCommand,        &kExportCommand,
-    &kContentsCommand, &kSamplesCommand, &kWavCommand,    &kImportCommand,     &kCopyCommand,
-    &kMoveCommand,     &kRemoveCommand,  &kRenameCommand, &kMakeFolderCommand, &kRemoveFolderCommand,
-    &kCheckCommand,    &kRecoverCommand, &kBatchCommand,
+    &kInfoCommand,     &kListCommand,    &kStatCommand,    &kCatCommand,        &kExportCommand,
+    &kContentsCommand, &kSamplesCommand, &kWavCommand,     &kImportCommand,     &kCopyCommand,
+    &kMoveCommand,     &kRemoveCommand,  &kRenameCommand,  &kMakeFolderCommand, &kRemoveFolderCommand,
+    &kBackupCommand,   &kCheckCommand,   &kRecoverCommand, &kBatchCommand,
 };
 
 } // namespace

@@ -15,13 +15,12 @@ public:
 
   ExitStatus run(Session &session) override {
     const std::vector<FileItem> files = resolveFiles(*session.volume, CommandWords::texts(files_));
+    const auto operation = session.volume->manyItems();
+    for (const FileItem &item : files)
+      operation->deleteFile(item.file, item.directory);
     ItemReport report(session, files.size());
-    for (const FileItem &item : files) {
-      const auto work = [&](EMU3Error *error) {
-        return session.volume->deleteFile(item.file, item.directory, error);
-      };
-      if (!report.run(item.address, "Deleted " + item.address, work)) break;
-    }
+    report.runAll(*operation, addressesOf(files),
+                  [&](std::size_t item) { return "Deleted " + files[item].address; });
     return report.finish();
   }
 

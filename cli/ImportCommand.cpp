@@ -19,13 +19,13 @@ public:
   ExitStatus run(Session &session) override {
     const FolderItem folder = resolveFolder(*session.volume, CommandWords::text(folder_));
     const std::vector<std::string> hostFiles = CommandWords::texts(hostFiles_);
+    const auto operation = session.volume->manyItems();
+    for (const std::string &hostFile : hostFiles)
+      operation->importFile(hostFile, folder.directory);
     ItemReport report(session, hostFiles.size());
-    for (const std::string &hostFile : hostFiles) {
-      const auto work = [&](EMU3Error *error) {
-        return session.volume->importFileAtURL(hostFile, folder.directory, error);
-      };
-      if (!report.run(hostFile, "Imported " + hostFile + " into " + folder.address, work)) break;
-    }
+    report.runAll(*operation, hostFiles, [&](std::size_t item) {
+      return "Imported " + hostFiles[item] + " into " + folder.address;
+    });
     return report.finish();
   }
 

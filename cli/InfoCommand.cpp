@@ -76,7 +76,8 @@ void printText(const EMU3Filesystem &volume, const EntryCounts &counts, std::ost
   line("Data area's block:     ", std::to_string(volume.dataAreaBlock()));
   line("Slot size:             ",
        sized(volume.slotSizeBlocks(), " blocks", volume.slotSizeBlocks() * format::kBlockSize));
-  line("Read-only:             ", volume.isReadOnly() ? "yes" : "no");
+  line("Read-only:             ",
+       volume.isReadOnly() ? std::string("yes, ") + readOnlyReasonText(volume.readOnlyReason()) : "no");
   line("Folders:               ", std::to_string(counts.folders));
   line("Files:                 ", std::to_string(counts.files));
   if (const auto sentence = shortTableSentence(volume)) out << *sentence << '\n';

@@ -25,8 +25,8 @@ bool ItemReport::run(const std::string &item, const std::string &sentence,
 bool ItemReport::run(const std::string &item, const std::function<std::string()> &sentence,
                      const std::function<bool(EMU3Error *)> &work) {
   if (session_.interrupted()) return false;
-  ++begun_;
   showProgress(item);
+  ++begun_;
   EMU3Error error;
   const bool done = attempt(item, work, &error);
   clearProgress();
@@ -35,6 +35,30 @@ bool ItemReport::run(const std::string &item, const std::function<std::string()>
   else
     fail(item, error);
   return true;
+}
+
+void ItemReport::runAll(ItemsOperation &operation, const std::vector<std::string> &items,
+                        const std::function<std::string(std::size_t)> &sentence) {
+  ItemsWatcher watcher;
+  watcher.isToStop = [&] {
+    if (session_.interrupted()) return true;
+    if (begun_ < items.size()) showProgress(items[begun_]);
+    return false;
+  };
+  watcher.ended = [&](const ItemEnd &ended) {
+    ++begun_;
+    clearProgress();
+    end(items[ended.item], sentence(ended.item), ended.error);
+  };
+  operation.run(watcher);
+}
+
+void ItemReport::end(const std::string &item, const std::string &sentence,
+                     const std::optional<EMU3Error> &error) {
+  if (error)
+    fail(item, *error);
+  else
+    succeed(item, sentence);
 }
 
 bool ItemReport::attempt(const std::string &item, const std::function<bool(EMU3Error *)> &work,
@@ -74,8 +98,9 @@ ExitStatus ItemReport::finish() {
 
 void ItemReport::showProgress(const std::string &item) const {
   if (!session_.streams.surroundings.errIsTerminal || expected_ < 2) return;
-  session_.streams.err << kClearLine << std::to_string(begun_) << " of " << std::to_string(expected_) << ": "
-                       << prefixOfWholeCharacters(escapedForDisplay(item), kLongestShown) << std::flush;
+  session_.streams.err << kClearLine << std::to_string(begun_ + 1) << " of " << std::to_string(expected_)
+                       << ": " << prefixOfWholeCharacters(escapedForDisplay(item), kLongestShown)
+                       << std::flush;
 }
 
 void ItemReport::clearProgress() const {

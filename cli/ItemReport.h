@@ -3,6 +3,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/Session.h"
 #include "filesystem/EMU3Error.h"
+#include "filesystem/ItemsOperation.h"
 
 #include <cstddef>
 #include <functional>
@@ -35,6 +36,10 @@ public:
   bool run(const std::string &item, const std::function<std::string()> &sentence,
            const std::function<bool(EMU3Error *)> &work);
 
+  /// Does all items of an operation, those in its order; `sentence` says what was done with one.
+  void runAll(ItemsOperation &operation, const std::vector<std::string> &items,
+              const std::function<std::string(std::size_t)> &sentence);
+
   /// Completes the answer.
   ExitStatus finish();
 
@@ -46,6 +51,7 @@ private:
 
   static bool attempt(const std::string &item, const std::function<bool(EMU3Error *)> &work,
                       EMU3Error *error);
+  void end(const std::string &item, const std::string &sentence, const std::optional<EMU3Error> &error);
   void succeed(const std::string &item, const std::string &sentence);
   void fail(const std::string &item, const EMU3Error &error);
   void showProgress(const std::string &item) const;

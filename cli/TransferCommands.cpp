@@ -22,36 +22,33 @@ public:
     words.pop_back();
     const std::vector<FileItem> files = resolveFiles(*session.volume, words);
     const FolderItem folder = resolveFolder(*session.volume, folderWord);
+    const auto operation = session.volume->manyItems();
+    for (const FileItem &item : files)
+      add(*operation, item, folder.directory);
     ItemReport report(session, files.size());
-    for (const FileItem &item : files) {
-      const auto work = [&](EMU3Error *error) {
-        return transfer(*session.volume, item, folder.directory, error);
-      };
-      if (!report.run(item.address, doneWord() + item.address + " into " + folder.address, work)) break;
-    }
+    report.runAll(*operation, addressesOf(files), [&](std::size_t item) {
+      return doneWord() + files[item].address + " into " + folder.address;
+    });
     return report.finish();
   }
 
 private:
-  virtual bool transfer(EMU3Filesystem &volume, const FileItem &item, const EMU3DirectoryPtr &to,
-                        EMU3Error *error) const = 0;
+  virtual void add(ItemsOperation &operation, const FileItem &item, const EMU3DirectoryPtr &to) const = 0;
   virtual std::string doneWord() const = 0;
 
   const CommandWords::Word *words_ = nullptr;
 };
 
 class CopyCommand final : public TransferCommand {
-  bool transfer(EMU3Filesystem &volume, const FileItem &item, const EMU3DirectoryPtr &to,
-                EMU3Error *error) const override {
-    return volume.copyFile(item.file, to, error);
+  void add(ItemsOperation &operation, const FileItem &item, const EMU3DirectoryPtr &to) const override {
+    operation.copyFile(item.file, to);
   }
   std::string doneWord() const override { return "Copied "; }
 };
 
 class MoveCommand final : public TransferCommand {
-  bool transfer(EMU3Filesystem &volume, const FileItem &item, const EMU3DirectoryPtr &to,
-                EMU3Error *error) const override {
-    return volume.moveFile(item.file, item.directory, to, error);
+  void add(ItemsOperation &operation, const FileItem &item, const EMU3DirectoryPtr &to) const override {
+    operation.moveFile(item.file, item.directory, to);
   }
   std::string doneWord() const override { return "Moved "; }
 };

@@ -10,8 +10,12 @@
 #include "filesystem/FolderChanges.h"
 #include "filesystem/FolderRecovery.h"
 #include "filesystem/HostFile.h"
+#include "filesystem/HostImport.h"
+#include "filesystem/ImageBackup.h"
+#include "filesystem/ItemsOperation.h"
 #include "filesystem/Text.h"
 #include "filesystem/TreeEditor.h"
+#include "filesystem/UndisturbedReading.h"
 #include "filesystem/Volume.h"
 #include "filesystem/VolumeCheck.h"
 #include "filesystem/VolumeRules.h"
@@ -125,16 +129,19 @@ EMU3DirectoryPtr EMU3Filesystem::rootDirectory() const {
 // ---- Reading
 
 ByteBufferPtr EMU3Filesystem::dataForFile(const EMU3FilePtr &file, EMU3Error *error) {
-  const ReadLock lock(volume_->lock);
-  if (!mayReadFile(*volume_, file, error)) return nullptr;
-  if (ByteBufferPtr cached = file->cachedData()) return cached;
-  return TreeEditor::cacheDataIfUnset(*file, bytesOfFile(*volume_, *file));
+  if (ByteBufferPtr cached = file->cachedData()) {
+    const ReadLock lock(volume_->lock);
+    return mayReadFile(*volume_, file, error) ? cached : nullptr;
+  }
+  const std::optional<ByteBufferPtr> data =
+      readUndisturbed(*volume_, file, error, [&] { return bytesOfFile(*volume_, *file); });
+  return data ? TreeEditor::cacheDataIfUnset(*file, *data) : nullptr;
 }
 
 ByteBufferPtr EMU3Filesystem::contentsOfFile(const EMU3FilePtr &file, EMU3Error *error) {
-  const ReadLock lock(volume_->lock);
-  if (!mayReadFile(*volume_, file, error)) return nullptr;
-  return volume_->rules().contentsForExport(*volume_, *file, error);
+  return readUndisturbed(*volume_, file, error,
+                         [&] { return volume_->rules().contentsForExport(*volume_, *file, error); })
+      .value_or(nullptr);
 }
 
 bool EMU3Filesystem::exportFile(const EMU3FilePtr &file, const std::string &toURL, EMU3Error *error) {
@@ -160,13 +167,21 @@ bool EMU3Filesystem::refreshBankMetadata(const EMU3FilePtr &file, EMU3Error *err
 }
 
 bool EMU3Filesystem::analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error) {
-  const ReadLock lock(volume_->lock);
-  if (!mayReadFile(*volume_, file, error)) return false;
+  struct Analysis {
+    bool done = true;
+    BankDetails details;
+    bool operator==(const Analysis &) const = default;
+  };
   const bool isBank = file->fileType() == kFileTypeBank;
-  const bool analysed =
-      !isBank || analyseBank(tessary::contentsOfFile(*volume_, *file), file->name(), &details);
-  TreeEditor::setBankDetails(*file, std::move(details));
-  return analysed;
+  std::optional<Analysis> analysis = readUndisturbed(*volume_, file, error, [&] {
+    Analysis made{true, details};
+    if (isBank)
+      made.done = analyseBank(tessary::contentsOfFile(*volume_, *file), file->name(), &made.details);
+    return made;
+  });
+  if (!analysis) return false;
+  TreeEditor::setBankDetails(*file, std::move(analysis->details));
+  return analysis->done;
 }
 
 std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {
@@ -177,16 +192,15 @@ std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &
 }
 
 std::vector<BankSample> EMU3Filesystem::namedSamplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {
-  const ReadLock lock(volume_->lock);
-  if (!mayReadFile(*volume_, file, error)) return {};
-  if (file->fileType() != kFileTypeBank) {
-    fail(error, EngineError::notABank);
-    return {};
-  }
-  std::vector<BankSample> samples = listedSamples(tessary::contentsOfFile(*volume_, *file));
-  for (BankSample &sample : samples)
+  const bool isBank = file->fileType() == kFileTypeBank;
+  std::optional<std::vector<BankSample>> samples = readUndisturbed(*volume_, file, error, [&] {
+    return isBank ? listedSamples(tessary::contentsOfFile(*volume_, *file)) : std::vector<BankSample>();
+  });
+  if (!samples) return {};
+  if (!isBank) fail(error, EngineError::notABank);
+  for (BankSample &sample : *samples)
     sample.name = volume_->rules().nameOfSample(sample);
-  return samples;
+  return *std::move(samples);
 }
 
 std::vector<BankEntry> EMU3Filesystem::contentsOfBankFile(const EMU3FilePtr &file, EMU3Error *error) {
@@ -194,9 +208,9 @@ std::vector<BankEntry> EMU3Filesystem::contentsOfBankFile(const EMU3FilePtr &fil
     fail(error, EngineError::notABank);
     return {};
   }
-  const ReadLock lock(volume_->lock);
-  if (!mayReadFile(*volume_, file, error)) return {};
-  return bankContents(tessary::contentsOfFile(*volume_, *file));
+  return readUndisturbed(*volume_, file, error,
+                         [&] { return bankContents(tessary::contentsOfFile(*volume_, *file)); })
+      .value_or(std::vector<BankEntry>());
 }
 
 // Read once, so that the list and the audio are of one file.
@@ -247,14 +261,8 @@ bool EMU3Filesystem::copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &t
 
 bool EMU3Filesystem::moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
                               const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  if (volume_->rules().movesEntryAlone() || fromDirectory == toDirectory) {
-    MoveFile change(file, fromDirectory, toDirectory);
-    return perform(change, error);
-  }
-  CopyFile copy(file, toDirectory);
-  DeleteFile deletion(file, fromDirectory);
-  ChangeGroup group(*volume_, imagePath_); // both as one change
-  return group.begin(copy, error) && group.begin(deletion, error);
+  const std::unique_ptr<VolumeChange> change = moveOf(*volume_, file, fromDirectory, toDirectory);
+  return perform(*change, error);
 }
 
 bool EMU3Filesystem::renameFile(const EMU3FilePtr &file, const std::string &newName,
@@ -265,40 +273,19 @@ bool EMU3Filesystem::renameFile(const EMU3FilePtr &file, const std::string &newN
 
 bool EMU3Filesystem::importFileAtURL(const std::string &url, const EMU3DirectoryPtr &toDirectory,
                                      EMU3Error *error) {
-  const std::string name = withoutExtension(lastPathComponent(url));
-  NewFile file;
-  file.name = prefixOfUtf16Units(name, format::kMaxNameBytes);
-  return storeHostFile(url, std::move(file), toDirectory, error) != nullptr;
+  const std::unique_ptr<StoreFile> change = importOf(*volume_, imagePath_, url, toDirectory, error);
+  return change && perform(*change, error);
 }
 
 EMU3FilePtr EMU3Filesystem::restoreFileAtURL(const std::string &url, const EntryBytes &entry,
                                              const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  const std::optional<std::string> name = volume_->rules().nameOf(entry.data());
-  if (!name || entry.front() == 0) return refuse<EMU3File>(error, EngineError::badName);
-  NewFile file;
-  file.name = *name;
-  file.model = entry;
-  return storeHostFile(url, std::move(file), toDirectory, error);
+  const std::unique_ptr<StoreFile> change =
+      restorationOf(*volume_, imagePath_, url, entry, toDirectory, error);
+  return change && perform(*change, error) ? change->file() : nullptr;
 }
 
-EMU3FilePtr EMU3Filesystem::storeHostFile(const std::string &url, NewFile file,
-                                          const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  const std::optional<HostFile> source = HostFile::open(url, error);
-  if (!source) return nullptr;
-  file.size = source->size();
-  if (volume_->rules().refusesBeforeReading() && !mayStore(file, toDirectory, error)) return nullptr;
-  file.data = source->readWhole(error);
-  if (!file.data) return nullptr;
-  file.size = file.data->size();
-  StoreFile change(std::move(file), toDirectory);
-  return perform(change, error) ? change.stored() : nullptr;
-}
-
-// Gigabytes are not read for nothing.
-bool EMU3Filesystem::mayStore(const NewFile &file, const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  const WriteLock changing(volume_->changing);
-  const WriteLock lock(volume_->lock);
-  return volume_->prepareForChange(imagePath_, error) && mayStoreFile(*volume_, file, toDirectory, error);
+std::unique_ptr<ItemsOperation> EMU3Filesystem::manyItems() {
+  return std::make_unique<ItemsOperation>(volume_, imagePath_);
 }
 
 std::optional<EntryBytes> EMU3Filesystem::entryOfFile(const EMU3FilePtr &file, EMU3Error *error) {
@@ -333,6 +320,11 @@ bool EMU3Filesystem::deleteDirectory(const EMU3DirectoryPtr &directory, const EM
                                      EMU3Error *error) {
   DeleteFolder change(directory, fromParent);
   return perform(change, error);
+}
+
+bool EMU3Filesystem::backUpTo(const std::string &target, const BackupWatcher &watcher, EMU3Error *error) {
+  const WriteLock changing(volume_->changing);
+  return volume_->keepsOthersOut(error) && backUpImage(volume_->image, target, watcher, error);
 }
 
 // ---- Damage. The image as a whole is looked at between two changes.

@@ -21,9 +21,10 @@
 namespace tessary {
 
 class EMU3Filesystem;
+struct BackupWatcher;
+class ItemsOperation;
 class Volume;
 class VolumeChange;
-struct NewFile;
 using EMU3FilesystemPtr = std::shared_ptr<EMU3Filesystem>;
 
 /// One mounted image and every operation on it.
@@ -147,6 +148,9 @@ public:
   bool renameFile(const EMU3FilePtr &file, const std::string &newName, const EMU3DirectoryPtr &inDirectory,
                   EMU3Error *error = nullptr);
 
+  /// For changes of many files: together they are as safe as one by one, and wait for the medium less often.
+  [[nodiscard]] std::unique_ptr<ItemsOperation> manyItems();
+
   // Changes of folders
   bool createDirectoryNamed(const std::string &name, const EMU3DirectoryPtr &inDirectory,
                             EMU3Error *error = nullptr);
@@ -160,6 +164,10 @@ public:
   /// Deletes a folder with everything in it.
   bool deleteDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &fromParent,
                        EMU3Error *error = nullptr);
+
+  /// Copies the image to a host file that is not there yet (ImageBackup.h). Claims the image, so that nothing
+  /// changes it meanwhile: code 3 when another program has it open for changes. Works on a read-only image.
+  bool backUpTo(const std::string &target, const BackupWatcher &watcher, EMU3Error *error = nullptr);
 
   // Damage
   /// Looks the whole volume over and changes nothing.
@@ -181,10 +189,6 @@ private:
   bool analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error);
   /// One change by itself.
   bool perform(VolumeChange &change, EMU3Error *error);
-  EMU3FilePtr storeHostFile(const std::string &url, NewFile file, const EMU3DirectoryPtr &toDirectory,
-                            EMU3Error *error);
-  /// Whether the host file would be refused whatever its contents; false with the reason.
-  bool mayStore(const NewFile &file, const EMU3DirectoryPtr &toDirectory, EMU3Error *error);
   bool writeHostFile(const std::string &path, std::initializer_list<std::span<const std::uint8_t>> parts,
                      EMU3Error *error);
 

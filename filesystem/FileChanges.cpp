@@ -186,6 +186,21 @@ bool eraseEntryOf(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPt
   return true;
 }
 
+// ---- Moving, by the bare rules
+
+bool MoveByCopy::begin(Volume &volume, EMU3Error *error) {
+  return copy_.begin(volume, error) && copy_.enter(volume, error) && deletion_.begin(volume, error) &&
+         deletion_.clearOld(volume, error) && deletion_.freeOld(volume, error);
+}
+
+std::unique_ptr<VolumeChange> moveOf(const Volume &volume, const EMU3FilePtr &file,
+                                     const EMU3DirectoryPtr &fromDirectory,
+                                     const EMU3DirectoryPtr &toDirectory) {
+  if (volume.rules().movesEntryAlone() || fromDirectory == toDirectory)
+    return std::make_unique<MoveFile>(file, fromDirectory, toDirectory);
+  return std::make_unique<MoveByCopy>(file, fromDirectory, toDirectory);
+}
+
 // ---- Renaming
 
 bool RenameFile::begin(Volume &volume, EMU3Error *error) {

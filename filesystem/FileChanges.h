@@ -7,7 +7,9 @@
 #include "filesystem/VolumeRules.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Changes of files.
@@ -26,13 +28,12 @@ public:
   StoreFile(NewFile file, EMU3DirectoryPtr toDirectory)
       : file_(std::move(file)), toDirectory_(std::move(toDirectory)) {}
 
-  /// Null before the change has begun.
-  [[nodiscard]] const EMU3FilePtr &stored() const { return stored_; }
-
   [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
   [[nodiscard]] bool enter(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
   void takeBackBegun(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
   void takeBackEntered(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
+
+  [[nodiscard]] EMU3FilePtr file() const override { return stored_; }
 
 protected:
   explicit StoreFile(EMU3DirectoryPtr toDirectory) : toDirectory_(std::move(toDirectory)) {}
@@ -71,15 +72,14 @@ public:
       : file_(std::move(file)), fromDirectory_(std::move(fromDirectory)),
         toDirectory_(std::move(toDirectory)) {}
 
-  /// The file at its new place, another object; the same where nothing changes. Null before the change has
-  /// begun.
-  [[nodiscard]] const EMU3FilePtr &moved() const { return moved_; }
-
   [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
   [[nodiscard]] bool enter(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
   [[nodiscard]] bool clearOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
   void takeBackBegun(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
   void takeBackEntered(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
+
+  /// The file at its new place, another object; the same where nothing changes.
+  [[nodiscard]] EMU3FilePtr file() const override { return moved_; }
 
 private:
   [[nodiscard]] bool staysWhereItIs() const { return fromDirectory_ == toDirectory_; }
@@ -91,6 +91,7 @@ private:
   EMU3FilePtr moved_;
 };
 
+/// Deletes a file.
 class DeleteFile final : public VolumeChange {
 public:
   DeleteFile(EMU3FilePtr file, EMU3DirectoryPtr inDirectory)
@@ -107,6 +108,27 @@ private:
   const EMU3DirectoryPtr inDirectory_;
   std::vector<BlockRun> freed_;
 };
+
+/// The bare rules' move: copies the file and deletes the original, at once.
+class MoveByCopy final : public VolumeChange {
+public:
+  MoveByCopy(EMU3FilePtr file, EMU3DirectoryPtr fromDirectory, const EMU3DirectoryPtr &toDirectory)
+      : copy_(file, toDirectory), deletion_(std::move(file), std::move(fromDirectory)) {}
+
+  [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+  void takeBackBegun(Volume &) override {}
+  void takeBackEntered(Volume &) override {}
+  [[nodiscard]] EMU3FilePtr file() const override { return copy_.file(); }
+
+private:
+  CopyFile copy_;
+  DeleteFile deletion_;
+};
+
+/// A move as the volume's rules make it.
+[[nodiscard]] std::unique_ptr<VolumeChange> moveOf(const Volume &volume, const EMU3FilePtr &file,
+                                                   const EMU3DirectoryPtr &fromDirectory,
+                                                   const EMU3DirectoryPtr &toDirectory);
 
 class RenameFile final : public VolumeChange {
 public:

@@ -1,13 +1,10 @@
 #include "filesystem/HostFile.h"
 
-#include <array>
+#include "filesystem/NewHostFile.h"
+
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
-#include <memory>
 #include <new>
-#include <random>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,23 +12,6 @@
 
 namespace tessary {
 namespace {
-
-class Descriptor final {
-public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  Descriptor(const Descriptor &) = delete;
-  Descriptor &operator=(const Descriptor &) = delete;
-  explicit operator bool() const { return fd_ >= 0; }
-  int get() const { return fd_; }
-  /// Closes now; false when the host reports that something written was lost.
-  bool close() { return ::close(std::exchange(fd_, -1)) == 0; }
-
-private:
-  int fd_;
-};
 
 EMU3Error notRegular(const std::string &path, mode_t mode) {
   if (S_ISDIR(mode)) return hostError(EISDIR, path);
@@ -60,53 +40,6 @@ ByteBufferPtr readAll(int descriptor, const std::string &path, std::uint64_t exp
   }
   bytes->resize(length);
   return bytes;
-}
-
-bool writeAll(int fd, std::span<const std::uint8_t> bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(fd, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) return false;
-    bytes = bytes.subspan(static_cast<std::size_t>(written));
-  }
-  return true;
-}
-
-// Only a regular file, or a link that does not lead to anything else, may be replaced: putting a file in
-// the place of a device or FIFO would break whoever uses it.
-bool mayReplace(const std::string &path, EMU3Error *error) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return true;
-  return fail(error, notRegular(path, status.st_mode));
-}
-
-// The file that a link leads to is replaced, not the link. One that leads nowhere is replaced itself.
-std::string withoutLink(const std::string &path) {
-  struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return path;
-  const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr), &std::free);
-  return resolved ? resolved.get() : path;
-}
-
-std::string temporaryPathBeside(const std::string &path) {
-  std::random_device random;
-  std::array<char, 32> name{};
-  std::snprintf(name.data(), name.size(), ".tessary-%08x%08x", random(), random());
-  const std::size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-  return folder + name.data();
-}
-
-// A new file beside `path`. Created with open() rather than mkstemp() so that the host gives it the
-// permissions of any new file.
-int createTemporaryFile(const std::string &path, std::string *temporaryPath) {
-  constexpr int attempts = 16;
-  for (int i = 0; i < attempts; ++i) {
-    *temporaryPath = temporaryPathBeside(path);
-    const int fd = ::open(temporaryPath->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd >= 0 || errno != EEXIST) return fd;
-  }
-  return -1;
 }
 
 } // namespace
@@ -152,20 +85,12 @@ ByteBufferPtr HostFile::readWhole(EMU3Error *error) const {
 
 bool writeHostFileAtomically(const std::string &path,
                              std::initializer_list<std::span<const std::uint8_t>> parts, EMU3Error *error) {
-  if (!mayReplace(path, error)) return false;
-  const std::string target = withoutLink(path);
-  std::string temporaryPath;
-  Descriptor file(createTemporaryFile(target, &temporaryPath));
-  if (!file) return fail(error, hostError(errno, path));
-  bool written = true;
-  for (const std::span<const std::uint8_t> part : parts)
-    written = written && writeAll(file.get(), part);
-  int problem = written ? 0 : errno;
-  if (!file.close() && problem == 0) problem = errno;
-  if (problem == 0 && std::rename(temporaryPath.c_str(), target.c_str()) != 0) problem = errno;
-  if (problem == 0) return true;
-  ::unlink(temporaryPath.c_str());
-  return fail(error, hostError(problem, path));
+  NewHostFile file;
+  if (!file.create(path, NewHostFile::Earlier::replaced, error)) return false;
+  for (const std::span<const std::uint8_t> part : parts) {
+    if (!file.write(part, error)) return false;
+  }
+  return file.flush(error) && file.publish(error);
 }
 
 } // namespace tessary

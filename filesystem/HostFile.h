@@ -35,10 +35,8 @@ private:
   std::uint64_t size_;
 };
 
-/// Writes the parts, one after another, as the whole file at `path`: into a temporary file beside it
-/// that then replaces it; where `path` is a link, the file that it leads to. The file gets the permissions of
-/// a newly created one. On failure the earlier file is untouched, nothing is left behind, and the host's
-/// error names the file.
+/// Writes the parts, one after another, as the whole file at `path`, brought to the medium before it appears
+/// there (NewHostFile.h).
 bool writeHostFileAtomically(const std::string &path,
                              std::initializer_list<std::span<const std::uint8_t>> parts, EMU3Error *error);
 

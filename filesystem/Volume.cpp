@@ -80,6 +80,10 @@ DirectorySnapshot *Volume::snapshotOfShared() {
   return isShared() && index ? &snapshot_ : nullptr;
 }
 
+bool Volume::mayChangeBeside() const {
+  return isShared() && rules_.keepsIndex();
+}
+
 bool Volume::entryStands(const EMU3File &file) const {
   const std::optional<format::Dentry> before = snapshot_.entry(file.place());
   const std::optional<format::Dentry> now = entries.readEntry(file.place());
@@ -105,6 +109,16 @@ bool Volume::claim(EMU3Error *error) {
   if (!index || !tree.root()) return true;
   readAgain();
   return !isReadOnly() || fail(error, rules_.readOnlyError(readOnlyReason_));
+}
+
+bool Volume::keepsOthersOut(EMU3Error *error) {
+  const ReadOnlyReason reason = readOnlyReason_;
+  if (reason == ReadOnlyReason::none || reason == ReadOnlyReason::otherProgram) {
+    const WriteLock reading(lock);
+    return claim(error);
+  }
+  return mounted_->claimForWriting(image.descriptor()) ||
+         fail(error, rules_.readOnlyError(ReadOnlyReason::otherProgram));
 }
 
 // Header, table and tree, as another program may have left them.

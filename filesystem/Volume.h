@@ -53,12 +53,17 @@ public:
   /// are. False with code 3 when the image is read-only, above all since another program has it open for
   /// changes.
   [[nodiscard]] bool claim(EMU3Error *error) TESSARY_REQUIRES(changing, lock);
+  /// Keeps other programs from changing the image, also where this one may not change it either. False with
+  /// code 3 when one of them has it open for changes.
+  [[nodiscard]] bool keepsOthersOut(EMU3Error *error) TESSARY_REQUIRES(changing);
   /// What precedes each change: `claim`, and by the guarded rules `path` must still lead to the image,
   /// code 3.
   [[nodiscard]] bool prepareForChange(const std::string &path, EMU3Error *error)
       TESSARY_REQUIRES(changing, lock);
   /// Whether another program may change the image at any time, since this one has not claimed it.
   [[nodiscard]] bool isShared() const { return !isClaimed_; }
+  /// The same, where the volume looks out for it: not by the bare rules.
+  [[nodiscard]] bool mayChangeBeside() const;
   /// Whether the file's entry stands on the image as it did when the tree was read.
   [[nodiscard]] bool entryStands(const EMU3File &file) const TESSARY_REQUIRES_SHARED(lock);
   /// From now on nothing is changed any more.

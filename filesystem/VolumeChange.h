@@ -29,6 +29,9 @@ public:
   /// Clears the marks of what was deleted.
   [[nodiscard]] virtual bool freeOld(Volume &, EMU3Error *) { return true; }
 
+  /// What came to be in the volume; null where that is no file, and before the change has begun.
+  [[nodiscard]] virtual EMU3FilePtr file() const { return nullptr; }
+
   /// The medium did not take what `begin` wrote: the change is taken back.
   virtual void takeBackBegun(Volume &volume) TESSARY_REQUIRES(volume.lock) = 0;
   /// The medium did not take what `enter` wrote. Entries that are already cleared stay cleared, so there is

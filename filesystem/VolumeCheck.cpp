@@ -122,6 +122,15 @@ private:
   std::vector<std::int32_t> changes_ = std::vector<std::int32_t>(2 * kMostSlots + 1);
 };
 
+/// The entry at that place of the folder's blocks: the file, or the folder below, that the tree shows for it.
+FindingSubject shownAt(const EMU3DirectoryPtr &folder, EntryPlace place) {
+  for (const EMU3FilePtr &file : folder->files())
+    if (file->place() == place) return {folder, file, place};
+  for (const EMU3DirectoryPtr &below : folder->subdirectories())
+    if (below->place() == place) return {below, nullptr, place};
+  return {folder, nullptr, place};
+}
+
 /// One look over a volume.
 class VolumeCheck final {
 public:
@@ -317,7 +326,7 @@ void VolumeCheck::checkName(const EMU3DirectoryPtr &folder, const std::uint8_t *
         finding::kName,
         "The entry’s name is no text; what cannot be shown of it is shown as codes. A new name puts "
         "it right.",
-        {folder, nullptr, place});
+        shownAt(folder, place));
     return;
   }
   findings_.add(finding::kHiddenEntry,

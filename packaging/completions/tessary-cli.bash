@@ -28,7 +28,7 @@ _tessary_cli_files() {
 
 _tessary_cli() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-  local commands='info ls stat cat export contents samples wav import cp mv rm rename mkdir rmdir check recover batch'
+  local commands='info ls stat cat export contents samples wav import cp mv rm rename mkdir rmdir backup check recover batch'
   COMPREPLY=()
 
   if [ "$COMP_CWORD" -eq 1 ]; then

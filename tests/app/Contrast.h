@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QImage>
 #include <algorithm>
 #include <cmath>
 
@@ -18,6 +19,15 @@ inline double luminance(const QColor &color) {
 inline double contrast(const QColor &one, const QColor &other) {
   const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
   return (lighter + 0.05) / (darker + 0.05);
+}
+
+/// The strongest contrast that a pixel of the picture has with the background.
+inline double bestContrast(const QImage &picture, const QColor &background) {
+  double best = 1;
+  for (int y = 0; y < picture.height(); ++y)
+    for (int x = 0; x < picture.width(); ++x)
+      best = std::max(best, contrast(picture.pixelColor(x, y), background));
+  return best;
 }
 
 } // namespace tessary::test

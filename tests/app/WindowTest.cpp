@@ -9,6 +9,7 @@
 #include "filesystem/SerialQueue.h"
 
 #include <QApplication>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSemaphore>
@@ -136,6 +137,21 @@ void clickRow(QAbstractItemView *view, const QModelIndex &index, Qt::MouseButton
   const QRect row = view->visualRect(index);
   if (row.isEmpty()) throw std::runtime_error("the row is not visible");
   click(view->viewport(), QPoint(row.left() + 30, row.center().y()), button, modifiers);
+}
+
+void chooseFromMenuBar(QMenuBar *bar, const QString &menuTitle, const QString &text) {
+  for (QAction *title : bar->actions()) {
+    if (title->text() != menuTitle) continue;
+    QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(title).center());
+    QMenu *menu = title->menu();
+    for (QAction *item : menu->actions()) {
+      if (item->text() != text) continue;
+      QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(item).center());
+      menu->close(); // which a disabled item leaves open
+      return;
+    }
+  }
+  throw std::runtime_error("the menu bar has no item " + text.toStdString());
 }
 
 QPoint emptyPlace(QAbstractItemView *view) {

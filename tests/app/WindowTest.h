@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+class QMenuBar;
 class QMessageBox;
 
 namespace tessary::test {
@@ -108,6 +109,8 @@ void click(QWidget *widget, const QPoint &position, Qt::MouseButton button = Qt:
            Qt::KeyboardModifiers modifiers = {});
 void clickRow(QAbstractItemView *view, const QModelIndex &index, Qt::MouseButton button = Qt::LeftButton,
               Qt::KeyboardModifiers modifiers = {});
+/// Clicks through the menu bar.
+void chooseFromMenuBar(QMenuBar *bar, const QString &menuTitle, const QString &text);
 /// Somewhere in the view where there is no row; the view must have such a place.
 QPoint emptyPlace(QAbstractItemView *view);
 /// The texts of a table's row.

@@ -100,6 +100,10 @@ TEST_F(DragOut, FilesOfOneNameDoNotReplaceEachOther) {
   ASSERT_EQ(paths.size(), 2U);
   EXPECT_EQ(test::readText(paths[0]), "one");
   EXPECT_EQ(test::readText(paths[1]), "two");
+  const std::vector<EMU3FilePtr> twins = content()->displayedFiles();
+  EXPECT_EQ(content()->draggedFile(paths[0]), twins[0]);
+  EXPECT_EQ(content()->draggedFile(paths[1]), twins[1]);
+  EXPECT_EQ(content()->draggedFile("/TWIN.E4B"), nullptr);
 }
 
 TEST_F(DragOut, NameThatTheHostCannotBearStaysInItsFolder) {

@@ -126,6 +126,28 @@ TEST_F(Export, CountsAndLogsWhatFailsAndWritesTheRest) {
   EXPECT_EQ(log.lines()[0], "Export failed for SYS: " + hostError(EISDIR, folder + "/SYS.E4B").description());
 }
 
+TEST_F(Export, FilesOfOneNameDoNotReplaceEachOther) {
+  ImageBuilder image;
+  FolderBuilder folder = image.root().addFolder("Twins");
+  folder.addFile("TWIN", bytesOf("one"));
+  folder.addFile("OTHER", bytesOf("other"));
+  folder.addFile("TWIN", bytesOf("two"));
+  folder.addFile("TWIN", bytesOf("three"));
+  mount(image);
+  const std::string out = hostFolder("out");
+  writeText(out + "/TWIN.E4B", "an earlier export");
+  table()->selectAll();
+  clickToolbar("ExportItem");
+  confirmPanel({out});
+  EXPECT_EQ(status(), QStringLiteral("Exported 4 file(s) successfully."));
+  EXPECT_EQ(namesIn(out),
+            (std::vector<std::string>{"OTHER.E4B", "TWIN (2).E4B", "TWIN (3).E4B", "TWIN.E4B"}));
+  EXPECT_EQ(readText(out + "/TWIN.E4B"), "one");
+  EXPECT_EQ(readText(out + "/TWIN (2).E4B"), "two");
+  EXPECT_EQ(readText(out + "/TWIN (3).E4B"), "three");
+  EXPECT_EQ(readText(out + "/OTHER.E4B"), "other");
+}
+
 TEST_F(Export, ReplacesAFileOfThatName) {
   mount(mixed());
   writeText(hostFolder("out") + "/BANK.E4B", "an earlier export");

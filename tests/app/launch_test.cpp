@@ -32,16 +32,19 @@ protected:
   MainWindowController *controller() const { return delegate_->mainWC(); }
   MainWindow *window() const { return controller()->window(); }
   QString status() const { return controller()->statusLabel()->text(); }
-  QMenu *menu() const { return window()->menuBar()->actions().first()->menu(); }
-
-  /// Clicks through the menu bar.
-  void chooseFromMenuBar(const QString &text) const {
-    QMenuBar *bar = window()->menuBar();
-    QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(bar->actions().first()).center());
-    for (QAction *item : menu()->actions())
-      if (item->text() == text)
-        return QTest::mouseClick(menu(), Qt::LeftButton, {}, menu()->actionGeometry(item).center());
-    FAIL() << "no item " << text.toStdString();
+  QMenu *menu(const QString &title) const {
+    for (const QAction *item : window()->menuBar()->actions())
+      if (item->text() == title) return item->menu();
+    throw std::runtime_error("the menu bar has no menu " + title.toStdString());
+  }
+  QStringList itemsOf(const QString &title) const {
+    QStringList items;
+    for (const QAction *item : menu(title)->actions())
+      items += item->isSeparator() ? QStringLiteral("-") : item->text();
+    return items;
+  }
+  void chooseFromAppMenu(const QString &text) const {
+    chooseFromMenuBar(window()->menuBar(), QStringLiteral("Tessary"), text);
   }
 
   std::string image(const std::string &name = "disk.hda") const {
@@ -124,17 +127,16 @@ TEST_F(Launch, RelativePathIsTakenFromTheCurrentFolder) {
 
 // ---- Menu bar
 
-TEST_F(Launch, MenuBarHasOneMenu) {
+TEST_F(Launch, MenuBarHasTheMenusOfTheImageAndOfTheApplication) {
   launch();
-  ASSERT_EQ(window()->menuBar()->actions().size(), 1);
-  EXPECT_EQ(window()->menuBar()->actions().first()->text(), QStringLiteral("Tessary"));
-  EXPECT_EQ(menu()->title(), QStringLiteral("Tessary"));
-  QStringList items;
-  for (const QAction *item : menu()->actions())
-    items += item->isSeparator() ? QStringLiteral("-") : item->text();
-  EXPECT_EQ(items, (QStringList{"About Tessary", "-", "Quit Tessary"}));
-  EXPECT_TRUE(menu()->actions()[0]->shortcut().isEmpty());
-  EXPECT_EQ(menu()->actions()[2]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+  QStringList titles;
+  for (const QAction *item : window()->menuBar()->actions())
+    titles += item->text();
+  EXPECT_EQ(titles, (QStringList{"File", "Tessary"}));
+  EXPECT_EQ(itemsOf("File"), QStringList{"Check Image…"});
+  EXPECT_EQ(itemsOf("Tessary"), (QStringList{"About Tessary", "-", "Quit Tessary"}));
+  EXPECT_TRUE(menu("Tessary")->actions()[0]->shortcut().isEmpty());
+  EXPECT_EQ(menu("Tessary")->actions()[2]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
 }
 
 TEST_F(Launch, AboutShowsAModalPanelThatReturnCloses) {
@@ -149,7 +151,7 @@ TEST_F(Launch, AboutShowsAModalPanelThatReturnCloses) {
     QTest::keyClick(panel->windowHandle(), Qt::Key_Return);
   });
   look.start(5);
-  chooseFromMenuBar(QStringLiteral("About Tessary"));
+  chooseFromAppMenu(QStringLiteral("About Tessary"));
   EXPECT_EQ(shown, 1);
   EXPECT_TRUE(window()->findChildren<AboutPanel *>().isEmpty()) << "each call builds a new panel";
 }
@@ -210,7 +212,7 @@ TEST_F(Quitting, ClosingTheWindowEndsTheApplication) {
 
 TEST_F(Quitting, QuitItemAndItsKeyEndTheApplication) {
   launch();
-  QTimer::singleShot(0, window(), [this] { chooseFromMenuBar(QStringLiteral("Quit Tessary")); });
+  QTimer::singleShot(0, window(), [this] { chooseFromAppMenu(QStringLiteral("Quit Tessary")); });
   run();
   launch();
   activate(window());

@@ -512,15 +512,6 @@ TEST_F(WindowLayout, NothingThatIsReadIsCutOrOverlaps) {
   }
 }
 
-/// The strongest contrast that a pixel of the picture has with the background.
-double bestContrast(const QImage &picture, const QColor &background) {
-  double best = 1;
-  for (int y = 0; y < picture.height(); ++y)
-    for (int x = 0; x < picture.width(); ++x)
-      best = std::max(best, contrast(picture.pixelColor(x, y), background));
-  return best;
-}
-
 TEST_F(WindowLayout, EverythingCanBeReadInLightAndDarkAlsoWhenItChangesWhileShown) {
   const PaletteGuard guard;
   mount(smallVolume());

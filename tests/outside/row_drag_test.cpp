@@ -100,7 +100,10 @@ protected:
 
   /// Takes hold of the row, moves to the target, does `whileThere` and lets go.
   void dragRow(const QString &file, const Target &target, const std::function<void()> &whileThere = {}) {
-    const QPoint row = inWindow(table()->viewport(), table()->visualRect(fileItem(file)).center());
+    dragRow(fileItem(file), target, whileThere);
+  }
+  void dragRow(const QModelIndex &file, const Target &target, const std::function<void()> &whileThere = {}) {
+    const QPoint row = inWindow(table()->viewport(), table()->visualRect(file).center());
     QWindow *handle = window()->windowHandle();
     Hand hand;
     moveAndLetGo(hand, target, whileThere);
@@ -240,7 +243,19 @@ TEST_F(RowDrag, NamesThatTheHostCannotBearAreFoundAgain) {
   EXPECT_EQ(filesOnImage(path, {"Other"}), expected);
 }
 
-TEST_F(RowDrag, OfFilesOfOneNameTakesTheFirstForEach) {
+TEST_F(RowDrag, OfTheSecondFileOfOneNameCopiesThatOne) {
+  ImageBuilder image;
+  auto twins = image.root().addFolder("Twins");
+  twins.addFile("TWIN", bytesOf("one"));
+  twins.addFile("TWIN", bytesOf("two"));
+  image.root().addFolder("Other");
+  const std::string path = mount(image);
+  dragRow(table()->model()->index(1, 0), folder({"Other"}));
+  EXPECT_EQ(status(), "Copied 1 file(s).");
+  EXPECT_EQ(filesOnImage(path, {"Other"}), (StoredFiles{{"TWIN", bytesOf("two")}}));
+}
+
+TEST_F(RowDrag, OfSeveralFilesOfOneNameCopiesEach) {
   ImageBuilder image;
   auto twins = image.root().addFolder("Twins");
   twins.addFile("TWIN", bytesOf("one"));
@@ -251,7 +266,7 @@ TEST_F(RowDrag, OfFilesOfOneNameTakesTheFirstForEach) {
   table()->selectAll();
   dragRow("LAST", folder({"Other"}));
   EXPECT_EQ(filesOnImage(path, {"Other"}),
-            (StoredFiles{{"TWIN", bytesOf("one")}, {"TWIN", bytesOf("one")}, {"LAST", bytesOf("last")}}));
+            (StoredFiles{{"TWIN", bytesOf("one")}, {"TWIN", bytesOf("two")}, {"LAST", bytesOf("last")}}));
 }
 
 TEST_F(RowDrag, NamesThatDifferInCaseAloneAreDifferentFiles) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filesystem/VolumeFindings.h"
-#include "tests/writing/ImageReading.h"
+#include "tests/support/ImageReading.h"
 #include "tests/writing/Operation.h"
 
 #include <string>

@@ -161,6 +161,23 @@ TEST(VolumeCheck, NamesThatAreNoTextAreHarmWhereTheyAreNotShown) {
   EXPECT_EQ(Checked(image, MountRules::bare).kinds(), (Kinds{"harm-name", "oddity-unowned-marks"}));
 }
 
+TEST(VolumeCheck, NameThatIsNoTextIsAFindingAboutTheFileOrFolderItself) {
+  ImageBuilder image;
+  FolderBuilder drums = image.root().addFolder("Drums");
+  drums.addFile("KICK", patternBytes(512));
+  const EntryPlace file = drums.addFile("BAD\xFF", patternBytes(512)).entry;
+  const EntryPlace folder = drums.addFolder("SUB\xFF").place();
+  const Checked checked(image);
+  ASSERT_EQ(checked.kinds(), (Kinds{"oddity-name", "oddity-name"}));
+  const EMU3DirectoryPtr shown = checked.volume->rootDirectory()->subdirectories().front();
+  EXPECT_EQ(checked.findings[0].folder, shown);
+  EXPECT_EQ(checked.findings[0].file, shown->files().back());
+  EXPECT_EQ(checked.findings[0].place->index, static_cast<std::int64_t>(file.index));
+  EXPECT_EQ(checked.findings[1].folder, shown->subdirectories().front());
+  EXPECT_EQ(checked.findings[1].file, nullptr);
+  EXPECT_EQ(checked.findings[1].place->index, static_cast<std::int64_t>(folder.index));
+}
+
 TEST(VolumeCheck, TellsDeletedEntriesThatKeptTheirNames) {
   ImageBuilder image;
   image.root().addFile("GONE", {}, {.type = 0});

@@ -1,11 +1,11 @@
 #include "tests/reliability/VolumeModel.h"
+#include "tests/support/AskedNumber.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <optional>
 #include <sstream>
@@ -21,8 +21,7 @@ using Kind = ModelChange::Kind;
 
 /// How many times the worker is killed. TESSARY_KILLS asks for more than the short run.
 int killCount() {
-  const char *const asked = std::getenv("TESSARY_KILLS");
-  return asked ? std::atoi(asked) : 150;
+  return static_cast<int>(askedNumber("TESSARY_KILLS", 150));
 }
 
 /// When a worker is killed.

@@ -1,17 +1,18 @@
 #include "filesystem/EMU3Filesystem.h"
 #include "tests/compare/RandomImage.h"
 #include "tests/reliability/Losses.h"
+#include "tests/support/AskedNumber.h"
 #include "tests/support/HostFiles.h"
+#include "tests/support/ImageReading.h"
+#include "tests/support/PlacedObjects.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/writing/DamagedVolumes.h"
-#include "tests/writing/ImageReading.h"
 #include "tests/writing/Operation.h"
 #include "tests/writing/RandomVolumes.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
 #include <map>
 #include <set>
@@ -187,14 +188,9 @@ private:
   std::set<std::string> harm_; ///< of its kinds
 };
 
-std::uint32_t numberFrom(const char *variable, std::uint32_t otherwise) {
-  const char *const asked = std::getenv(variable);
-  return asked ? static_cast<std::uint32_t>(std::strtoul(asked, nullptr, 10)) : otherwise;
-}
-
 TEST(LossProperties, WhatAnOperationDestroysUnaskedACheckHadNamed) {
-  const std::uint32_t first = numberFrom("TESSARY_FIRST_SEED", 1);
-  const std::uint32_t count = numberFrom("TESSARY_SEEDS", 300);
+  const std::uint32_t first = askedNumber("TESSARY_FIRST_SEED", 1);
+  const std::uint32_t count = askedNumber("TESSARY_SEEDS", 300);
   Figures figures[2];
   for (std::uint32_t seed = first; seed < first + count && !testing::Test::HasFailure(); ++seed) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, "seed " + std::to_string(seed));

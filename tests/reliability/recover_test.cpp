@@ -1,9 +1,9 @@
 #include "filesystem/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
+#include "tests/support/ImageReading.h"
 #include "tests/support/OtherUser.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/writing/ImageReading.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>

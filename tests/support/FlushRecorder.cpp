@@ -3,42 +3,11 @@
 #include "tests/support/Mappings.h"
 
 #include <algorithm>
-#include <atomic>
 #include <stdexcept>
-#include <utility>
-
-namespace {
-
-std::atomic<tessary::test::FlushRecorder *> current = nullptr;
-
-} // namespace
-
-// The linker puts the first in the place of msync and gives msync the second name.
-extern "C" {
-int __real_msync(void *address, std::size_t length, int flags);
-int __wrap_msync(void *address, std::size_t length, int flags);
-
-int __wrap_msync(void *address, std::size_t length, int flags) {
-  const int result = __real_msync(address, length, flags);
-  if (tessary::test::FlushRecorder *const recorder = current) {
-    const auto *const bytes = static_cast<const std::uint8_t *>(address);
-    recorder->add(
-        {reinterpret_cast<std::uintptr_t>(address), length, flags, result, {bytes, bytes + length}});
-  }
-  return result;
-}
-}
 
 namespace tessary::test {
 
-FlushRecorder::FlushRecorder() {
-  FlushRecorder *none = nullptr;
-  if (!current.compare_exchange_strong(none, this)) throw std::logic_error("another one is recording");
-}
-
-FlushRecorder::~FlushRecorder() {
-  current = nullptr;
-}
+FlushRecorder::FlushRecorder() : watch_([this](const FlushRequest &request) { return record(request); }) {}
 
 std::vector<Flush> FlushRecorder::flushes() const {
   const std::lock_guard lock(mutex_);
@@ -58,9 +27,17 @@ Bytes FlushRecorder::flushed(const std::string &path, Bytes before) const {
   return before;
 }
 
-void FlushRecorder::add(Flush flush) {
+int FlushRecorder::record(const FlushRequest &request) {
+  const int result = request.handOn();
+  if (request.call != FlushRequest::Call::msync) return result;
+  const auto *const bytes = static_cast<const std::uint8_t *>(request.address);
   const std::lock_guard lock(mutex_);
-  flushes_.push_back(std::move(flush));
+  flushes_.push_back({reinterpret_cast<std::uintptr_t>(bytes),
+                      request.length,
+                      request.flags,
+                      result,
+                      {bytes, bytes + request.length}});
+  return result;
 }
 
 } // namespace tessary::test

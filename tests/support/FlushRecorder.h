@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/FlushWatch.h"
 #include "tests/support/ImageBuilder.h"
 
 #include <cstddef>
@@ -19,12 +20,11 @@ struct Flush {
   Bytes bytes{};  ///< that stood there at the time
 };
 
-/// Records every flush of the process, in order, as long as it lives; one at a time. Sees what the programs
-/// that are linked with `tessary_flush_recorder` do; the requests go on to the host.
+/// Records every flush of a mapped file, in order, as long as it lives; one at a time. The requests go on to
+/// the host. For programs that are linked with `tessary_flush_recorder`.
 class FlushRecorder {
 public:
   FlushRecorder();
-  ~FlushRecorder();
   FlushRecorder(const FlushRecorder &) = delete;
   FlushRecorder &operator=(const FlushRecorder &) = delete;
 
@@ -32,12 +32,12 @@ public:
   /// The file as the flushes leave it: `before`, over which lies what was flushed of its one mapping.
   Bytes flushed(const std::string &path, Bytes before) const;
 
-  /// For the stand-in of the host's function.
-  void add(Flush flush);
-
 private:
+  int record(const FlushRequest &request);
+
   mutable std::mutex mutex_;
   std::vector<Flush> flushes_;
+  const FlushWatch watch_;
 };
 
 } // namespace tessary::test

@@ -1,6 +1,6 @@
 #include "tests/writing/DamagedVolumes.h"
 
-#include "tests/writing/ImageReading.h"
+#include "tests/support/ImageReading.h"
 #include "tests/writing/RandomVolumes.h"
 
 #include <algorithm>

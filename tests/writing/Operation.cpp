@@ -1,12 +1,12 @@
 #include "tests/writing/Operation.h"
 
 #include "tests/support/HostFiles.h"
+#include "tests/support/PlacedObjects.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <sstream>
-#include <stdexcept>
 
 namespace tessary::test {
 namespace {
@@ -143,25 +143,6 @@ RawEntry importedEntry(const std::string &name, std::uint64_t slot, std::uint64_
   entry[name.size()] = 0;
   std::copy_n("E4B0", 4, entry.begin() + 28);
   return entry;
-}
-
-Place placeOf(const EMU3Directory &folder) {
-  return {static_cast<std::uint64_t>(folder.dentryBlock()), static_cast<std::size_t>(folder.dentryOffset())};
-}
-Place placeOf(const EMU3File &file) {
-  return {static_cast<std::uint64_t>(file.dentryBlock()), static_cast<std::size_t>(file.dentryOffset())};
-}
-
-EMU3DirectoryPtr folderAt(EMU3Filesystem &volume, Place place) {
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory()))
-    if (placeOf(*folder) == place) return folder;
-  throw std::runtime_error("no folder at the place");
-}
-EMU3FilePtr fileAt(EMU3Filesystem &volume, Place place) {
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory()))
-    for (const EMU3FilePtr &file : folder->files())
-      if (placeOf(*file) == place) return file;
-  throw std::runtime_error("no file at the place");
 }
 
 } // namespace tessary::test

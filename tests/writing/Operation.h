@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filesystem/EMU3Filesystem.h"
-#include "tests/writing/ImageReading.h"
+#include "tests/support/ImageReading.h"
 #include "tests/writing/Random.h"
 
 #include <cstdint>
@@ -49,11 +49,5 @@ std::int64_t perform(EMU3Filesystem &volume, const Operation &operation, const s
 
 /// The entry of an import, but for its id.
 RawEntry importedEntry(const std::string &name, std::uint64_t slot, std::uint64_t size);
-
-Place placeOf(const EMU3Directory &folder);
-Place placeOf(const EMU3File &file);
-// Throw when the tree has none at the place.
-EMU3DirectoryPtr folderAt(EMU3Filesystem &volume, Place place);
-EMU3FilePtr fileAt(EMU3Filesystem &volume, Place place);
 
 } // namespace tessary::test

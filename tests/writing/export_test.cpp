@@ -103,12 +103,13 @@ TEST_F(Export, HasThePermissionsOfANewFile) {
   }
 }
 
-TEST_F(Export, ReplacedFileGetsThemToo) {
+TEST_F(Export, ReplacedFileKeepsItsPermissions) {
   const Umask umask(022);
   writeText(target(), "earlier");
   setPermissions(target(), 0400);
   ASSERT_TRUE(exportTo(target()));
-  EXPECT_EQ(permissionsOf(target()), mode_t{0644});
+  EXPECT_EQ(readBytes(target()), contents);
+  EXPECT_EQ(permissionsOf(target()), mode_t{0400});
 }
 
 TEST_F(Export, ToAPlainNameWritesInTheCurrentFolder) {

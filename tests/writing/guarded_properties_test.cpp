@@ -1,15 +1,16 @@
 #include "filesystem/EMU3Filesystem.h"
+#include "tests/support/AskedNumber.h"
 #include "tests/support/HostFiles.h"
+#include "tests/support/ImageReading.h"
 #include "tests/support/MountedVolume.h"
+#include "tests/support/PlacedObjects.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/writing/DamagedVolumes.h"
-#include "tests/writing/ImageReading.h"
 #include "tests/writing/Operation.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
 #include <map>
 #include <sstream>
@@ -302,13 +303,14 @@ std::vector<std::string> treeLines(EMU3Filesystem &volume, bool withFolders) {
   std::vector<std::string> lines;
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory())) {
     std::ostringstream text;
-    const Place place = placeOf(*folder);
+    const Place place = imagePlaceOf(*folder);
     text << "folder " << place.first << ':' << place.second << " '" << folder->name() << "' id "
          << int{folder->entryId()} << " blocks";
     for (const std::int64_t block : folder->blockList())
       text << ' ' << block;
     if (withFolders && folder->parent())
-      text << " in " << placeOf(*folder->parent()).first << ':' << placeOf(*folder->parent()).second;
+      text << " in " << imagePlaceOf(*folder->parent()).first << ':'
+           << imagePlaceOf(*folder->parent()).second;
     lines.push_back(text.str());
     for (const EMU3FilePtr &file : folder->files()) {
       const EMU3FileFields fields = file->fields();
@@ -351,13 +353,14 @@ private:
   void lookAt(Operation &operation) {
     for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume_->rootDirectory())) {
       for (const EMU3FilePtr &file : folder->files())
-        if (placeOf(*file) == operation.item && !file->isDeleted()) operation.parent = placeOf(*folder);
-      if (!folder->parent() || placeOf(*folder) != operation.item) continue;
-      operation.parent = placeOf(*folder->parent());
+        if (imagePlaceOf(*file) == operation.item && !file->isDeleted())
+          operation.parent = imagePlaceOf(*folder);
+      if (!folder->parent() || imagePlaceOf(*folder) != operation.item) continue;
+      operation.parent = imagePlaceOf(*folder->parent());
       for (const EMU3DirectoryPtr &inside : directoriesInPreOrder(folder)) {
-        operation.inside.insert(placeOf(*inside));
+        operation.inside.insert(imagePlaceOf(*inside));
         for (const EMU3FilePtr &file : inside->allFiles())
-          operation.inside.insert(placeOf(*file));
+          operation.inside.insert(imagePlaceOf(*file));
       }
     }
   }
@@ -520,14 +523,9 @@ private:
   bool wasShared_ = false; ///< two folders named one block once
 };
 
-std::uint32_t numberFrom(const char *variable, std::uint32_t otherwise) {
-  const char *const asked = std::getenv(variable);
-  return asked ? static_cast<std::uint32_t>(std::strtoul(asked, nullptr, 10)) : otherwise;
-}
-
 TEST(GuardedProperties, AnOperationChangesWhatItWasAskedToAndNothingElse) {
-  const std::uint32_t first = numberFrom("TESSARY_FIRST_SEED", 1);
-  const std::uint32_t count = numberFrom("TESSARY_SEEDS", 300);
+  const std::uint32_t first = askedNumber("TESSARY_FIRST_SEED", 1);
+  const std::uint32_t count = askedNumber("TESSARY_SEEDS", 300);
   std::size_t operations = 0;
   for (std::uint32_t seed = first; seed < first + count && !testing::Test::HasFailure(); ++seed) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, "seed " + std::to_string(seed));

@@ -1,4 +1,4 @@
-#include "tests/writing/ImageReading.h"
+#include "tests/support/ImageReading.h"
 
 #include <algorithm>
 

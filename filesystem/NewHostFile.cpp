@@ -1,0 +1,170 @@
+#include "filesystem/NewHostFile.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <memory>
+#include <random>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace tessary {
+namespace {
+
+std::string folderOf(const std::string &path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "" : path.substr(0, slash + 1);
+}
+
+// Only a regular file, or a link that does not lead to anything else, may be replaced: putting a file in
+// the place of a device or FIFO would break whoever uses it.
+bool mayReplace(const std::string &path, EMU3Error *error) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return true;
+  if (S_ISDIR(status.st_mode)) return fail(error, hostError(EISDIR, path));
+  return fail(error, {kHostErrorDomain, EINVAL, path + ": Not a regular file"});
+}
+
+// The file that a link leads to is replaced, not the link. One that leads nowhere is replaced itself.
+std::string withoutLink(const std::string &path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return path;
+  const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr), &std::free);
+  return resolved ? resolved.get() : path;
+}
+
+std::string temporaryPathBeside(const std::string &path) {
+  std::random_device random;
+  std::array<char, 32> name{};
+  std::snprintf(name.data(), name.size(), ".tessary-%08x%08x", random(), random());
+  return folderOf(path) + name.data();
+}
+
+// The permissions of a new file are the host's.
+constexpr mode_t kNewFile = 0666;
+
+int createWithoutName(const std::string &target) {
+#ifdef O_TMPFILE
+  const std::string folder = folderOf(target);
+  return ::open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kNewFile);
+#else
+  static_cast<void>(target);
+  return -1;
+#endif
+}
+
+} // namespace
+
+NewHostFile::~NewHostFile() {
+  giveUp();
+}
+
+NewHostFile::NewHostFile(NewHostFile &&other) noexcept {
+  *this = std::move(other);
+}
+
+NewHostFile &NewHostFile::operator=(NewHostFile &&other) noexcept {
+  std::swap(path_, other.path_);
+  std::swap(target_, other.target_);
+  std::swap(temporaryPath_, other.temporaryPath_);
+  std::swap(earlier_, other.earlier_);
+  std::swap(fd_, other.fd_);
+  return *this;
+}
+
+void NewHostFile::giveUp() {
+  if (!temporaryPath_.empty()) ::unlink(temporaryPath_.c_str());
+  if (fd_ >= 0) ::close(fd_);
+  temporaryPath_.clear();
+  fd_ = -1;
+}
+
+bool NewHostFile::create(const std::string &path, Earlier earlier, EMU3Error *error) {
+  giveUp();
+  path_ = path;
+  earlier_ = earlier;
+  if (!mayReplace(path, error)) return false;
+  target_ = withoutLink(path);
+  struct stat status {};
+  const bool isThere = ::lstat(target_.c_str(), &status) == 0;
+  if (isThere && earlier == Earlier::refused) return fail(error, hostError(EEXIST, path));
+  fd_ = createWithoutName(target_);
+  if (fd_ < 0 && !createNamed()) return fail(error, hostError(errno, path));
+  if (isThere && S_ISREG(status.st_mode)) static_cast<void>(::fchmod(fd_, status.st_mode & 07777));
+  return true;
+}
+
+// Created with open() rather than mkstemp() so that the host gives it the permissions of any new file.
+bool NewHostFile::createNamed() {
+  constexpr int attempts = 16;
+  for (int i = 0; i < attempts; ++i) {
+    const std::string path = temporaryPathBeside(target_);
+    fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kNewFile);
+    if (fd_ >= 0) {
+      temporaryPath_ = path;
+      return true;
+    }
+    if (errno != EEXIST) return false;
+  }
+  return false;
+}
+
+bool NewHostFile::write(std::span<const std::uint8_t> bytes, EMU3Error *error) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(fd_, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return fail(error, hostError(errno, path_));
+    bytes = bytes.subspan(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+bool NewHostFile::flush(EMU3Error *error) {
+#ifdef F_FULLFSYNC
+  const bool isFlushed = ::fcntl(fd_, F_FULLFSYNC) == 0 || ::fsync(fd_) == 0;
+#else
+  const bool isFlushed = ::fdatasync(fd_) == 0;
+#endif
+  return isFlushed || errno == EINVAL || fail(error, hostError(errno, path_));
+}
+
+// A link cannot replace a file, a rename can; so what replaces one has a name of its own for a moment.
+bool NewHostFile::publish(EMU3Error *error) {
+  const bool mayTakeName = earlier_ == Earlier::refused || ::access(target_.c_str(), F_OK) != 0;
+  bool isNamed = mayTakeName && giveName(target_);
+  if (!isNamed && earlier_ == Earlier::refused) return fail(error, hostError(errno, path_));
+  if (!isNamed) {
+    if (temporaryPath_.empty()) {
+      const std::string path = temporaryPathBeside(target_);
+      if (!giveName(path)) return fail(error, hostError(errno, path_));
+      temporaryPath_ = path;
+    }
+    isNamed = std::rename(temporaryPath_.c_str(), target_.c_str()) == 0;
+    if (!isNamed) return fail(error, hostError(errno, path_));
+    temporaryPath_.clear();
+  }
+  const int fd = std::exchange(fd_, -1);
+  giveUp();
+  return ::close(fd) == 0 || fail(error, hostError(errno, path_));
+}
+
+// A name that no file has.
+bool NewHostFile::giveName(const std::string &path) {
+  if (!temporaryPath_.empty()) return ::link(temporaryPath_.c_str(), path.c_str()) == 0;
+  const std::string own = "/proc/self/fd/" + std::to_string(fd_);
+  return ::linkat(AT_FDCWD, own.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+bool flushFolderOf(const std::string &path, EMU3Error *error) {
+  const std::string folder = folderOf(path);
+  const int fd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const bool isFlushed = fd >= 0 && (::fsync(fd) == 0 || errno == EINVAL);
+  const int problem = errno;
+  if (fd >= 0) ::close(fd);
+  return isFlushed || fail(error, hostError(problem, path));
+}
+
+} // namespace tessary

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "filesystem/ByteBuffer.h"
+#include "filesystem/EMU3Error.h"
+#include "filesystem/FileReading.h"
+#include "filesystem/Volume.h"
+
+#include <chrono>
+#include <optional>
+#include <thread>
+
+/// Reading a file's contents while another program may change the image.
+namespace tessary {
+
+template <typename Result> bool readTheSame(const Result &first, const Result &second) {
+  return first == second;
+}
+inline bool readTheSame(const ByteBufferPtr &first, const ByteBufferPtr &second) {
+  return first && second ? *first == *second : first == second;
+}
+
+/// What `read` gives, which it reads from the file's contents, under the volume's lock. As long as the image
+/// is not claimed another program may delete the file and put another in its place, even one with the same
+/// entry: so it is read until twice in a row the same comes of it, and the file's entry stands as it stood.
+/// None, with code 5, when the file has left the tree, or does not come to rest.
+template <typename Read>
+[[nodiscard]] auto readUndisturbed(Volume &volume, const EMU3FilePtr &file, EMU3Error *error,
+                                   const Read &read) -> std::optional<decltype(read())> {
+  constexpr int mostAttempts = 12;
+  constexpr std::chrono::milliseconds pause(5);
+  for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+    if (attempt > 0) std::this_thread::sleep_for(pause);
+    const ReadLock lock(volume.lock);
+    if (!mayReadFile(volume, file, error)) return std::nullopt;
+    auto first = read();
+    if (!volume.mayChangeBeside()) return first;
+    if (!volume.entryStands(*file)) continue;
+    const auto second = read();
+    if (volume.entryStands(*file) && readTheSame(first, second)) return first;
+  }
+  fail(error, EngineError::entryNotFound);
+  return std::nullopt;
+}
+
+} // namespace tessary
