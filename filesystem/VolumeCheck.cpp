@@ -96,6 +96,15 @@ private:
   std::uint64_t unreadable_ = 0;
 };
 
+/// The entry at that place of the folder's blocks: the file, or the folder below, that the tree shows for it.
+FindingSubject shownAt(const EMU3DirectoryPtr &folder, EntryPlace place) {
+  for (const EMU3FilePtr &file : folder->files())
+    if (file->place() == place) return {folder, file, place};
+  for (const EMU3DirectoryPtr &below : folder->subdirectories())
+    if (below->place() == place) return {below, nullptr, place};
+  return {folder, nullptr, place};
+}
+
 /// Which slots files reach into: in memory and time that do not grow with how far they reach, or how many
 /// there are.
 class ReachedSlots final {
@@ -121,15 +130,6 @@ private:
   /// By slot, how many more files reach it than the one before.
   std::vector<std::int32_t> changes_ = std::vector<std::int32_t>(2 * kMostSlots + 1);
 };
-
-/// The entry at that place of the folder's blocks: the file, or the folder below, that the tree shows for it.
-FindingSubject shownAt(const EMU3DirectoryPtr &folder, EntryPlace place) {
-  for (const EMU3FilePtr &file : folder->files())
-    if (file->place() == place) return {folder, file, place};
-  for (const EMU3DirectoryPtr &below : folder->subdirectories())
-    if (below->place() == place) return {below, nullptr, place};
-  return {folder, nullptr, place};
-}
 
 /// One look over a volume.
 class VolumeCheck final {

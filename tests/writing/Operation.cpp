@@ -145,4 +145,11 @@ RawEntry importedEntry(const std::string &name, std::uint64_t slot, std::uint64_
   return entry;
 }
 
+Place placeOf(const EMU3Directory &folder) {
+  return {static_cast<std::uint64_t>(folder.dentryBlock()), static_cast<std::size_t>(folder.dentryOffset())};
+}
+Place placeOf(const EMU3File &file) {
+  return {static_cast<std::uint64_t>(file.dentryBlock()), static_cast<std::size_t>(file.dentryOffset())};
+}
+
 } // namespace tessary::test

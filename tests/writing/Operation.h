@@ -50,4 +50,7 @@ std::int64_t perform(EMU3Filesystem &volume, const Operation &operation, const s
 /// The entry of an import, but for its id.
 RawEntry importedEntry(const std::string &name, std::uint64_t slot, std::uint64_t size);
 
+Place placeOf(const EMU3Directory &folder);
+Place placeOf(const EMU3File &file);
+
 } // namespace tessary::test
