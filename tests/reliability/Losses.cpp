@@ -1,7 +1,5 @@
 #include "tests/reliability/Losses.h"
 
-#include "tests/support/PlacedObjects.h"
-
 #include <algorithm>
 #include <array>
 #include <map>
@@ -149,8 +147,8 @@ bool isWarnedOf(const Loss &loss, const Operation &operation, const ImageReading
     if (isAskedToGo(before, place, operation)) concerned.insert(place);
   return std::any_of(findings.begin(), findings.end(), [&](const VolumeFinding &finding) {
     if (!namesDanger(finding)) return false;
-    if (finding.file) return concerned.contains(imagePlaceOf(*finding.file));
-    return !finding.folder || concerned.contains(imagePlaceOf(*finding.folder));
+    if (finding.file) return concerned.contains(placeOf(*finding.file));
+    return !finding.folder || concerned.contains(placeOf(*finding.folder));
   });
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <stdexcept>
 
 namespace tessary::test {
 namespace {

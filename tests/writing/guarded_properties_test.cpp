@@ -303,14 +303,13 @@ std::vector<std::string> treeLines(EMU3Filesystem &volume, bool withFolders) {
   std::vector<std::string> lines;
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.rootDirectory())) {
     std::ostringstream text;
-    const Place place = imagePlaceOf(*folder);
+    const Place place = placeOf(*folder);
     text << "folder " << place.first << ':' << place.second << " '" << folder->name() << "' id "
          << int{folder->entryId()} << " blocks";
     for (const std::int64_t block : folder->blockList())
       text << ' ' << block;
     if (withFolders && folder->parent())
-      text << " in " << imagePlaceOf(*folder->parent()).first << ':'
-           << imagePlaceOf(*folder->parent()).second;
+      text << " in " << placeOf(*folder->parent()).first << ':' << placeOf(*folder->parent()).second;
     lines.push_back(text.str());
     for (const EMU3FilePtr &file : folder->files()) {
       const EMU3FileFields fields = file->fields();
@@ -353,14 +352,13 @@ private:
   void lookAt(Operation &operation) {
     for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume_->rootDirectory())) {
       for (const EMU3FilePtr &file : folder->files())
-        if (imagePlaceOf(*file) == operation.item && !file->isDeleted())
-          operation.parent = imagePlaceOf(*folder);
-      if (!folder->parent() || imagePlaceOf(*folder) != operation.item) continue;
-      operation.parent = imagePlaceOf(*folder->parent());
+        if (placeOf(*file) == operation.item && !file->isDeleted()) operation.parent = placeOf(*folder);
+      if (!folder->parent() || placeOf(*folder) != operation.item) continue;
+      operation.parent = placeOf(*folder->parent());
       for (const EMU3DirectoryPtr &inside : directoriesInPreOrder(folder)) {
-        operation.inside.insert(imagePlaceOf(*inside));
+        operation.inside.insert(placeOf(*inside));
         for (const EMU3FilePtr &file : inside->allFiles())
-          operation.inside.insert(imagePlaceOf(*file));
+          operation.inside.insert(placeOf(*file));
       }
     }
   }
