@@ -54,6 +54,11 @@ public:
   /// Writes the status line.
   void setStatusUpdate(std::function<void(const QString &)> callback) { statusUpdate_ = std::move(callback); }
   const std::function<void(const QString &)> &statusUpdate() const { return statusUpdate_; }
+  /// Asked before files dropped on the table are imported: runs what it is given, at once or later, when the
+  /// image is not read-only. Until one is set nothing is asked.
+  void setBeforeImport(std::function<void(std::function<void()>)> callback) {
+    beforeImport_ = std::move(callback);
+  }
   /// Run after host files were imported by a drop on the table.
   void setAfterImport(std::function<void()> callback) { afterImport_ = std::move(callback); }
   const std::function<void()> &afterImport() const { return afterImport_; }
@@ -79,12 +84,13 @@ public:
   Qt::DropActions supportedDropActions() const override;
   QStringList mimeTypes() const override;
   /// Exports the rows' files to the host, each into a private folder of its own, and names them in row order.
-  /// A row whose export fails is left out and logged; null when none is left. The caller owns the result.
+  /// A row whose export fails is left out and logged; null when none is left, or when another folder is shown
+  /// by then. Meanwhile events are handled, but for the user's. The caller owns the result.
   QMimeData *mimeData(const QModelIndexList &indexes) const override;
   /// The file that the last drag of rows brings as that host file; null for any other path.
   EMU3FilePtr draggedFile(const std::string &path) const;
-  /// Any place on the table will do. Refuses the table's own rows, and everything unless a folder of a
-  /// writable image is shown.
+  /// Any place on the table will do. Refuses the table's own rows, and everything unless a folder of an image
+  /// is shown that is writable, or will be when another program lets go of it.
   bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
                        const QModelIndex &parent) const override;
   /// Accepts at once; the files are imported on the I/O queue.
@@ -104,9 +110,13 @@ private:
   /// The file shown in that row when it is among `rows`, or else the nearest one that is: below it first.
   EMU3FilePtr nearestFileIn(const std::vector<Row> &rows, int row) const;
   void replaceRowsKeepingView(std::vector<Row> rows);
-  std::optional<std::string> exportForDrag(const EMU3FilePtr &file) const;
+  struct DraggedFile {
+    std::string path; ///< of the copy
+    EMU3FilePtr file;
+  };
+  std::vector<DraggedFile> exportForDrag(const std::vector<EMU3FilePtr> &files) const;
   bool canImport() const;
-  void importDroppedFiles(const std::vector<std::string> &urls);
+  void importDroppedFiles(const std::vector<std::string> &urls, const EMU3DirectoryPtr &directory);
   void droppedFilesImported(const EMU3FilesystemPtr &filesystem, const ImportResult &result);
 
   EMU3DirectoryPtr directory_;
@@ -114,8 +124,10 @@ private:
   EMU3FilesystemPtr filesystem_;
   QPointer<QTableView> tableView_;
   std::function<void(const QString &)> statusUpdate_;
+  std::function<void(std::function<void()>)> beforeImport_ = [](const auto &import) { import(); };
   std::function<void()> afterImport_;
   std::vector<Row> rows_;
+  mutable SerialQueue dragQueue_{"com.tessary.drag"}; ///< a drag that begins is not behind queued work
   mutable std::unordered_map<std::string, std::weak_ptr<EMU3File>> dragged_; ///< by the path of the copy
   mutable IncomingDrag incomingDrag_; ///< mutable for what it remembers of the data
 };

@@ -2,17 +2,33 @@
 #include "app/DisplayText.h"
 #include "app/ExportedFile.h"
 #include "app/FileURLs.h"
+#include "app/ImageChanges.h"
 #include "app/ImportFiles.h"
 #include "app/MainQueue.h"
 #include "app/PrivateFolder.h"
 #include "filesystem/SystemLog.h"
 
+#include <QEventLoop>
 #include <QMimeData>
 #include <memory>
 #include <set>
 #include <utility>
 
 namespace tessary {
+namespace {
+
+std::optional<std::string> exportIntoPrivateFolder(EMU3Filesystem &filesystem, const EMU3FilePtr &file,
+                                                   const EMU3DirectoryPtr &directory) {
+  const std::optional<std::string> folder = makePrivateFolder("EMU3Drag");
+  if (!folder) return std::nullopt;
+  ExportTargets targets;
+  EMU3Error error;
+  std::optional<std::string> path = exportIntoFolder(filesystem, file, directory, *folder, &targets, &error);
+  if (!path) systemLog("Drag export failed for " + file->name() + ": " + error.description());
+  return path;
+}
+
+} // namespace
 
 Qt::ItemFlags ContentController::flags(const QModelIndex &index) const {
   const Qt::ItemFlags flags = QAbstractTableModel::flags(index) | Qt::ItemIsDropEnabled;
@@ -38,13 +54,14 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
   std::set<std::size_t> rows; // there is an index for each column
   for (const QModelIndex &index : indexes)
     if (index.isValid()) rows.insert(static_cast<std::size_t>(index.row()));
+  std::vector<EMU3FilePtr> files;
+  for (const std::size_t row : rows)
+    files.push_back(rows_[row].file);
   QList<QUrl> urls;
   dragged_.clear();
-  for (const std::size_t row : rows) {
-    const std::optional<std::string> path = exportForDrag(rows_[row].file);
-    if (!path) continue;
-    urls.append(fileURL(*path));
-    dragged_.emplace(*path, rows_[row].file);
+  for (const auto &[path, file] : exportForDrag(files)) {
+    urls.append(fileURL(path));
+    dragged_.emplace(path, file);
   }
   if (urls.isEmpty()) return nullptr;
   auto data = std::make_unique<QMimeData>();
@@ -52,26 +69,33 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
   return data.release();
 }
 
+std::vector<ContentController::DraggedFile>
+ContentController::exportForDrag(const std::vector<EMU3FilePtr> &files) const {
+  const EMU3FilesystemPtr filesystem = filesystem_;
+  const EMU3DirectoryPtr directory = shownDirectory_;
+  std::vector<DraggedFile> dragged;
+  QEventLoop loop;
+  dragQueue_.async([&] {
+    for (const EMU3FilePtr &file : files)
+      if (std::optional<std::string> path = exportIntoPrivateFolder(*filesystem, file, directory))
+        dragged.push_back({std::move(*path), file});
+    QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+  });
+  loop.exec(QEventLoop::ExcludeUserInputEvents); // the mouse stays with the drag
+  dragQueue_.waitUntilIdle();                    // when the application ends, so does the loop
+  // Rows that are no longer shown are not dragged.
+  return shownDirectory_ == directory ? dragged : std::vector<DraggedFile>();
+}
+
 EMU3FilePtr ContentController::draggedFile(const std::string &path) const {
   const auto found = dragged_.find(path);
   return found == dragged_.end() ? nullptr : found->second.lock();
 }
 
-std::optional<std::string> ContentController::exportForDrag(const EMU3FilePtr &file) const {
-  const std::optional<std::string> folder = makePrivateFolder("EMU3Drag");
-  if (!folder) return std::nullopt;
-  ExportTargets targets;
-  EMU3Error error;
-  std::optional<std::string> path =
-      exportIntoFolder(*filesystem_, file, shownDirectory_, *folder, &targets, &error);
-  if (!path) systemLog("Drag export failed for " + file->name() + ": " + error.description());
-  return path;
-}
-
 // ---- Drops on the table
 
 bool ContentController::canImport() const {
-  return filesystem_ && !filesystem_->isReadOnly() && directory_;
+  return filesystem_ && mayBecomeChangeable(*filesystem_) && directory_;
 }
 
 bool ContentController::canDropMimeData(const QMimeData *data, Qt::DropAction action, int, int,
@@ -84,18 +108,18 @@ bool ContentController::dropMimeData(const QMimeData *data, Qt::DropAction, int,
   if (!canImport()) return false;
   const std::vector<std::string> urls = filePaths(*data);
   if (urls.empty()) return false;
-  importDroppedFiles(urls);
+  beforeImport_([this, directory = directory_, urls] { importDroppedFiles(urls, directory); });
   return true;
 }
 
-void ContentController::importDroppedFiles(const std::vector<std::string> &urls) {
-  filesystem_->ioQueue().async(
-      [controller = QPointer(this), filesystem = filesystem_, directory = directory_, urls] {
-        const ImportResult result = importFiles(*filesystem, urls, directory);
-        onMainQueue([controller, filesystem, result] {
-          if (controller) controller->droppedFilesImported(filesystem, result);
-        });
-      });
+void ContentController::importDroppedFiles(const std::vector<std::string> &urls,
+                                           const EMU3DirectoryPtr &directory) {
+  filesystem_->ioQueue().async([controller = QPointer(this), filesystem = filesystem_, directory, urls] {
+    const ImportResult result = importFiles(*filesystem, urls, directory);
+    onMainQueue([controller, filesystem, result] {
+      if (controller) controller->droppedFilesImported(filesystem, result);
+    });
+  });
 }
 
 void ContentController::droppedFilesImported(const EMU3FilesystemPtr &filesystem,

@@ -18,7 +18,10 @@ void MainWindowController::_deleteSelected() {
   const std::vector<EMU3FilePtr> files = _selectedFiles();
   // The key for this command works whatever has the focus, a dialog too.
   if (files.empty() || QApplication::activeModalWidget()) return beep();
-  if (filesystem_->isReadOnly()) return _runReadOnlyAlert();
+  _whenChangeable([this, files] { _askToDelete(files); }, [this] { _runReadOnlyAlert(); });
+}
+
+void MainWindowController::_askToDelete(const std::vector<EMU3FilePtr> &files) {
   auto question =
       std::make_unique<Alert>(QStringLiteral("Delete %1 file(s)?").arg(QString::number(files.size())),
                               QStringLiteral("You can undo with %1.").arg(undoKeyText()), window_.get());
@@ -125,10 +128,16 @@ UndoManager::Call MainWindowController::_restoringStep(const std::vector<Deleted
 void MainWindowController::_restoreFromBackup(const std::vector<DeletedFile> &files,
                                               const EMU3DirectoryPtr &toDirectory,
                                               UndoManager::Side counterpart) {
-  if (filesystem_->isReadOnly()) {
-    undoManager_.registerCounterpart(UndoManager::Side::Undo, _restoringStep(files, toDirectory));
-    return beep();
-  }
+  _whenChangeable([this, files, toDirectory, counterpart] { _restoreFiles(files, toDirectory, counterpart); },
+                  [this, files, toDirectory] {
+                    undoManager_.registerCounterpart(UndoManager::Side::Undo,
+                                                     _restoringStep(files, toDirectory));
+                    beep();
+                  });
+}
+
+void MainWindowController::_restoreFiles(const std::vector<DeletedFile> &files,
+                                         const EMU3DirectoryPtr &toDirectory, UndoManager::Side counterpart) {
   filesystem_->ioQueue().async(
       [controller = QPointer(this), filesystem = filesystem_, files, toDirectory, counterpart] {
         const RestorationResult result = restoreFiles(*filesystem, files, toDirectory);
@@ -169,8 +178,8 @@ void MainWindowController::_keepUndoable(const RestorationResult &result, const 
 void MainWindowController::_deleteRestoredFiles(const std::vector<EMU3FilePtr> &files,
                                                 const EMU3DirectoryPtr &fromDirectory,
                                                 UndoManager::Side counterpart) {
-  if (filesystem_->isReadOnly()) return beep();
-  _deleteFiles(files, fromDirectory, counterpart);
+  _whenChangeable(
+      [this, files, fromDirectory, counterpart] { _deleteFiles(files, fromDirectory, counterpart); }, beep);
 }
 
 } // namespace tessary

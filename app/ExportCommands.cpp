@@ -77,18 +77,29 @@ void MainWindowController::_exportSelected() {
 
 void MainWindowController::_exportFiles(const std::vector<EMU3FilePtr> &files,
                                         const EMU3DirectoryPtr &directory, const std::string &folder) {
-  std::size_t failures = 0;
-  ExportTargets targets; // no file overwrites another of this command
-  for (const EMU3FilePtr &file : files) {
-    EMU3Error error;
-    if (exportIntoFolder(*filesystem_, file, directory, folder, &targets, &error)) continue;
-    ++failures;
-    systemLog("Export failed for " + file->name() + ": " + error.description());
-  }
-  if (failures == 0)
-    _setStatus(QStringLiteral("Exported %1 file(s) successfully.").arg(QString::number(files.size())));
+  filesystem_->ioQueue().async(
+      [controller = QPointer(this), filesystem = filesystem_, files, directory, folder] {
+        std::size_t failures = 0;
+        ExportTargets targets; // no file overwrites another of this command
+        for (const EMU3FilePtr &file : files) {
+          EMU3Error error;
+          if (exportIntoFolder(*filesystem, file, directory, folder, &targets, &error)) continue;
+          ++failures;
+          systemLog("Export failed for " + file->name() + ": " + error.description());
+        }
+        onMainQueue([controller, filesystem, files, failures] {
+          if (controller) controller->_filesExported(filesystem, files.size(), failures);
+        });
+      });
+}
+
+void MainWindowController::_filesExported(const EMU3FilesystemPtr &filesystem, std::size_t chosen,
+                                          std::size_t failed) {
+  if (filesystem != filesystem_) return;
+  if (failed == 0)
+    _setStatus(QStringLiteral("Exported %1 file(s) successfully.").arg(QString::number(chosen)));
   else
-    _setStatus(QStringLiteral("Exported with %1 failure(s).").arg(QString::number(failures)));
+    _setStatus(QStringLiteral("Exported with %1 failure(s).").arg(QString::number(failed)));
 }
 
 // ---- Samples

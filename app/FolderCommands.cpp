@@ -20,13 +20,6 @@ QString deletionWarning(std::uint64_t fileCount) {
       .arg(QString::number(fileCount));
 }
 
-/// Whether `directory` is `folder` or lies anywhere below it.
-bool isInside(EMU3DirectoryPtr directory, const EMU3DirectoryPtr &folder) {
-  while (directory && directory != folder)
-    directory = directory->parent();
-  return directory != nullptr;
-}
-
 } // namespace
 
 /// The folder that Rename Folder and Delete Folder act on; null when there is none or it is the root.
@@ -39,8 +32,11 @@ EMU3DirectoryPtr MainWindowController::_targetFolder() const {
 
 void MainWindowController::_newFolder() {
   if (!filesystem_) return beep();
-  if (filesystem_->isReadOnly()) return _runReadOnlyAlert();
   const EMU3DirectoryPtr parent = currentDirectory_ ? currentDirectory_ : filesystem_->rootDirectory();
+  _whenChangeable([this, parent] { _askForNewFolder(parent); }, [this] { _runReadOnlyAlert(); });
+}
+
+void MainWindowController::_askForNewFolder(const EMU3DirectoryPtr &parent) {
   auto question = std::make_unique<NameAlert>(
       QStringLiteral("New Folder"),
       QStringLiteral("Create a new folder inside '%1' (max 15 characters):").arg(displayText(parent->name())),
@@ -54,23 +50,29 @@ void MainWindowController::_newFolder() {
 }
 
 void MainWindowController::_createFolder(const std::string &name, const EMU3DirectoryPtr &parent) {
-  EMU3Error error;
-  if (!filesystem_->createDirectoryNamed(name, parent, &error)) return _runAlert(error);
+  _runChange([this, name, parent](EMU3Filesystem &filesystem, EMU3Error *error) -> Completion {
+    if (!filesystem.createDirectoryNamed(name, parent, error)) return {};
+    return [this, folder = parent->subdirectories().back(), parent] { _folderCreated(folder, parent); };
+  });
+}
+
+void MainWindowController::_folderCreated(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
   sidebarCtl_->reload();
   outlineView_->expand(sidebarCtl_->indexOf(parent));
-  const EMU3DirectoryPtr created = parent->subdirectories().back();
-  sidebarCtl_->selectRowOf(created);
+  sidebarCtl_->selectRowOf(folder);
   _updateDiskSpaceLabel();
-  _setStatus(QStringLiteral("Created folder '%1'.").arg(displayText(created->name())));
+  _setStatus(QStringLiteral("Created folder '%1'.").arg(displayText(folder->name())));
 }
 
 // ---- Delete Folder
 
 void MainWindowController::_deleteFolder() {
   if (!filesystem_) return beep();
-  if (filesystem_->isReadOnly()) return _runReadOnlyAlert();
-  const EMU3DirectoryPtr folder = _targetFolder();
-  if (!folder) return beep();
+  _whenChangeable([this, folder = _targetFolder()] { folder ? _askToDeleteFolder(folder) : beep(); },
+                  [this] { _runReadOnlyAlert(); });
+}
+
+void MainWindowController::_askToDeleteFolder(const EMU3DirectoryPtr &folder) {
   const EMU3DirectoryPtr above = folder->parent();
   const EMU3DirectoryPtr parent = above ? above : filesystem_->rootDirectory();
   auto question =
@@ -82,11 +84,15 @@ void MainWindowController::_deleteFolder() {
 }
 
 void MainWindowController::_removeFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
-  const std::string name = folder->name();
-  const bool showsDeleted = isInside(currentDirectory_, folder);
-  EMU3Error error;
-  if (!filesystem_->deleteDirectory(folder, parent, &error)) return _runAlert(error);
-  if (showsDeleted) currentDirectory_ = parent;
+  _runChange([this, folder, parent](EMU3Filesystem &filesystem, EMU3Error *error) -> Completion {
+    const std::string name = folder->name();
+    if (!filesystem.deleteDirectory(folder, parent, error)) return {};
+    return [this, name, parent] { _folderDeleted(name, parent); };
+  });
+}
+
+void MainWindowController::_folderDeleted(const std::string &name, const EMU3DirectoryPtr &parent) {
+  if (currentDirectory_ && !_holdsDirectory(currentDirectory_)) currentDirectory_ = parent;
   sidebarCtl_->reload();
   if (!sidebarCtl_->selectRowOf(parent)) sidebarCtl_->selectFirstRow();
   _showSelectedFolder();
@@ -104,9 +110,12 @@ void MainWindowController::_showSelectedFolder() {
 // ---- Rename Folder
 
 void MainWindowController::_renameFolder() {
-  if (!filesystem_ || filesystem_->isReadOnly()) return beep();
   const EMU3DirectoryPtr folder = _targetFolder();
-  if (!folder) return beep();
+  if (!filesystem_ || !folder) return beep();
+  _whenChangeable([this, folder] { _askForNameOf(folder); }, beep);
+}
+
+void MainWindowController::_askForNameOf(const EMU3DirectoryPtr &folder) {
   auto question = std::make_unique<NameAlert>(QStringLiteral("Rename Folder"),
                                               QStringLiteral("Enter a new name (max 15 characters):"),
                                               QStringLiteral("Rename"), window_.get());
@@ -114,15 +123,18 @@ void MainWindowController::_renameFolder() {
   const NameAlert *answer = question.get();
   _ask(std::move(question), [this, answer, folder] {
     const std::string name = answer->trimmedName().toStdString();
-    if (!name.empty() && name != folder->name()) _setFolderName(folder, name);
+    if (!name.empty()) _setFolderName(folder, name);
   });
 }
 
 void MainWindowController::_setFolderName(const EMU3DirectoryPtr &folder, const std::string &name) {
-  EMU3Error error;
-  if (!filesystem_->renameDirectory(folder, name, &error)) return _runAlert(error);
-  sidebarCtl_->reloadItem(folder);
-  _setStatus(QStringLiteral("Renamed to '%1'.").arg(displayText(folder->name())));
+  _runChange([this, folder, name](EMU3Filesystem &filesystem, EMU3Error *error) -> Completion {
+    if (folder->name() == name || !filesystem.renameDirectory(folder, name, error)) return {};
+    return [this, folder, renamed = folder->name()] {
+      sidebarCtl_->reloadItem(folder);
+      _setStatus(QStringLiteral("Renamed to '%1'.").arg(displayText(renamed)));
+    };
+  });
 }
 
 } // namespace tessary

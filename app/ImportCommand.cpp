@@ -12,10 +12,14 @@ namespace tessary {
 
 void MainWindowController::_importFile() {
   if (!filesystem_) return beep();
-  if (filesystem_->isReadOnly())
-    return _runAlert(QStringLiteral("Read-Only Image"),
-                     QStringLiteral("This image is opened read-only and cannot be modified.\n\n"
-                                    "Make sure the .hda file is not locked and has write permissions."));
+  _whenChangeable([this] { _chooseFilesToImport(); },
+                  [this] {
+                    _runReadOnlyAlert(QStringLiteral(
+                        "\n\nMake sure the .hda file is not locked and has write permissions."));
+                  });
+}
+
+void MainWindowController::_chooseFilesToImport() {
   auto chooser =
       std::make_unique<QFileDialog>(window_.get(), QStringLiteral("Select E-MU bank file(s) to import"));
   chooser->setFileMode(QFileDialog::ExistingFiles);

@@ -56,7 +56,7 @@ MainWindowController::MainWindowController() : window_(std::make_unique<MainWind
   constexpr std::size_t undoLevels = 10;
   undoManager_.setLevelsOfUndo(undoLevels);
   window_->setMinimumSize(800, 500);
-  _setTitle(kAppName);
+  _showTitle();
   connect(window_.get(), &MainWindow::closed, this, &MainWindowController::windowClosed);
   connect(&undoManager_, &UndoManager::changed, this, &MainWindowController::_validateItems);
   _buildUI();
@@ -107,23 +107,22 @@ void MainWindowController::openImageAtURL(const std::string &imageURL) {
     EMU3Error error;
     EMU3FilesystemPtr filesystem =
         EMU3Filesystem::initWithURL(imageURL, MountRules::guarded, ImageClaim::whenMounted, &error);
-    onMainQueue([controller, imageURL, filesystem, error] {
-      if (controller) controller->_imageOpened(imageURL, filesystem, error);
+    onMainQueue([controller, filesystem, error] {
+      if (controller) controller->_imageOpened(filesystem, error);
     });
   });
 }
 
-void MainWindowController::_imageOpened(const std::string &imageURL, EMU3FilesystemPtr filesystem,
-                                        const EMU3Error &error) {
+void MainWindowController::_imageOpened(EMU3FilesystemPtr filesystem, const EMU3Error &error) {
   spinner_->stop();
   if (quitting_) return;
   if (!filesystem)
     return openingFailed(error.isSet() ? displayText(error.localizedDescription())
                                        : QStringLiteral("Unknown error"));
   _setFilesystem(std::move(filesystem));
-  _setTitle(QStringLiteral("%1 — %2").arg(kAppName, displayText(lastPathComponent(imageURL))));
   _showNoFolder();
   _loadFilesystem();
+  if (shownReason_ != ReadOnlyReason::none) _setStatus(_readOnlyText(QStringLiteral("Opened read-only")));
 }
 
 void MainWindowController::openingFailed(const QString &reason) {
@@ -137,13 +136,14 @@ void MainWindowController::_unmountImage() {
   _setFilesystem(nullptr);
   contentCtl_->setFilesystem(nullptr);
   _showNoFolder();
-  _setTitle(kAppName);
   _setStatus(kNoImage);
   _updateDiskSpaceLabel();
 }
 
 void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
   filesystem_ = std::move(filesystem);
+  changeQueue_ = filesystem_ ? std::make_unique<SerialQueue>("com.tessary.change") : nullptr;
+  _showTitle();
   clickedDirectory_ = nullptr;
   checking_ = false;
   if (findings_) findings_->close();
@@ -219,12 +219,29 @@ void MainWindowController::_showChanges() {
   _updateDiskSpaceLabel();
 }
 
-void MainWindowController::_setTitle(const QString &title) {
+void MainWindowController::_showTitle() {
+  shownReason_ = filesystem_ ? filesystem_->readOnlyReason() : ReadOnlyReason::none;
+  QString title = kAppName;
+  if (filesystem_)
+    title += QStringLiteral(" — %1").arg(displayText(lastPathComponent(filesystem_->imageURL())));
+  if (shownReason_ != ReadOnlyReason::none) title += QStringLiteral(" (read-only)");
   window_->setWindowTitle(titleText(title));
 }
 
 void MainWindowController::_setStatus(const QString &text) {
-  statusLabel_->setText(text);
+  const QString news = _readOnlyNews();
+  statusLabel_->setText(news.isEmpty() ? text : QStringLiteral("%1 %2").arg(text, news));
+}
+
+QString MainWindowController::_readOnlyNews() {
+  const ReadOnlyReason shown = shownReason_;
+  _showTitle();
+  const bool isNews = shownReason_ != shown && shownReason_ != ReadOnlyReason::none;
+  return isNews ? _readOnlyText() : QString();
+}
+
+QString MainWindowController::_readOnlyText(const QString &beginning) const {
+  return QStringLiteral("%1: %2.").arg(beginning, QLatin1String(readOnlyReasonText(shownReason_)));
 }
 
 // ---- For the commands
@@ -275,11 +292,6 @@ void MainWindowController::_runAlert(const QString &message, const QString &info
 
 void MainWindowController::_runAlert(const EMU3Error &error) {
   _runAlert(displayText(error.localizedDescription()));
-}
-
-void MainWindowController::_runReadOnlyAlert() {
-  _runAlert(QStringLiteral("Read-Only Image"),
-            QStringLiteral("This image is opened read-only and cannot be modified."));
 }
 
 bool MainWindowController::_holdsDirectory(const EMU3DirectoryPtr &directory) const {

@@ -41,9 +41,10 @@ class StatusLabel;
 /// Owns the one window, the mounted image and the controllers of the window's views, and carries out every
 /// command of the user. Main thread only.
 ///
-/// A command checks on the main thread what it needs and asks the user; work on many files then runs on
-/// the image's I/O queue and comes back to the main thread to refresh the views and write one status line.
-/// When another image has been mounted meanwhile, the completion stops the spinner and changes nothing else.
+/// A command checks on the main thread what it needs and asks the user. The work then runs on the image's I/O
+/// queue, a single change on its change queue, and comes back to the main thread to refresh the views and
+/// write one status line. When another image has been mounted meanwhile, the completion stops the spinner and
+/// changes nothing else.
 class MainWindowController final : public QObject {
   Q_OBJECT
 
@@ -137,7 +138,7 @@ private:
   void _validateItems();
 
   // Image (MainWindowController.cpp)
-  void _imageOpened(const std::string &imageURL, EMU3FilesystemPtr filesystem, const EMU3Error &error);
+  void _imageOpened(EMU3FilesystemPtr filesystem, const EMU3Error &error);
   void _setFilesystem(EMU3FilesystemPtr filesystem);
   void _showNoFolder();
   void _loadFilesystem();
@@ -147,8 +148,14 @@ private:
   void _updateDiskSpaceLabel();
   /// Shows in the table, the outline and the disk-space line what has changed in the image.
   void _showChanges();
-  void _setTitle(const QString &title);
+  /// The title names the image, and tells when it is read-only.
+  void _showTitle();
+  /// Where the image has become read-only since the title was last shown, the text gets the reason behind it.
   void _setStatus(const QString &text);
+  /// Brings the title up to date. Why the image has become read-only since; empty when it has not.
+  QString _readOnlyNews();
+  /// "Read-only: why.", or with another beginning.
+  QString _readOnlyText(const QString &beginning = QStringLiteral("Read-only")) const;
   /// Shows the dialog as a sheet on the window and deletes it when it is answered. While another dialog is
   /// up it beeps and deletes the dialog at once.
   void _beginSheet(std::unique_ptr<QDialog> dialog);
@@ -161,9 +168,25 @@ private:
   /// Runs a modal alert, unless the application is quitting.
   void _runAlert(const QString &message, const QString &informativeText = {});
   void _runAlert(const EMU3Error &error);
-  void _runReadOnlyAlert();
+  /// `advice` follows the text.
+  void _runReadOnlyAlert(const QString &advice = {});
   /// Whether the folder is part of the mounted image's tree.
   bool _holdsDirectory(const EMU3DirectoryPtr &directory) const;
+
+  // Changes of the image (ImageChanges.cpp)
+  /// What follows on the main thread; the image is then still the one that is shown.
+  using Completion = std::function<void()>;
+  /// Changes the image and tells what follows: nothing when it has failed, or when there was nothing to do.
+  using Change = std::function<Completion(EMU3Filesystem &filesystem, EMU3Error *error)>;
+  /// What each command asks before it changes the mounted image: `change` runs when that is not read-only,
+  /// or no longer, else `refused`. At once, unless another program's claim has to be asked about.
+  void _whenChangeable(std::function<void()> change, std::function<void()> refused);
+  /// Runs a single change of the mounted image, which may wait for a slow medium, off the main thread and not
+  /// behind the I/O queue's long work: one after another, in order. An error is shown in an alert.
+  void _runChange(Change change);
+  void _changeFailed(const EMU3Error &error);
+  void _onChangeQueue(std::function<Completion(EMU3Filesystem &)> work);
+  void _showImageReadAnew();
 
   // Check (CheckCommand.cpp)
   void _imageChecked(const EMU3FilesystemPtr &filesystem, std::vector<VolumeFinding> findings);
@@ -185,6 +208,7 @@ private:
 
   // Copy and move (TransferCommands.cpp)
   void _transferFiles(const std::vector<EMU3FilePtr> &files, bool move);
+  void _askForDestination(const std::vector<EMU3FilePtr> &files, bool move);
   /// Copies or moves the files on the image's I/O queue and then shows the destination.
   void _doTransferFiles(const std::vector<EMU3FilePtr> &files, const EMU3DirectoryPtr &fromDirectory,
                         const EMU3DirectoryPtr &toDirectory, bool move);
@@ -195,12 +219,18 @@ private:
 
   // Folders (FolderCommands.cpp)
   EMU3DirectoryPtr _targetFolder() const;
+  void _askForNewFolder(const EMU3DirectoryPtr &parent);
+  void _askToDeleteFolder(const EMU3DirectoryPtr &folder);
+  void _askForNameOf(const EMU3DirectoryPtr &folder);
   void _createFolder(const std::string &name, const EMU3DirectoryPtr &parent);
+  void _folderCreated(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent);
   void _removeFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent);
+  void _folderDeleted(const std::string &name, const EMU3DirectoryPtr &parent);
   void _showSelectedFolder();
   void _setFolderName(const EMU3DirectoryPtr &folder, const std::string &name);
 
   // Files (RenameCommand.cpp)
+  void _askForNameOf(const EMU3FilePtr &file);
   void _renameFile(const EMU3FilePtr &file, const std::string &name);
 
   // Export (ExportCommands.cpp)
@@ -209,17 +239,20 @@ private:
                      std::function<void(const std::string &folder)> chosen);
   void _exportFiles(const std::vector<EMU3FilePtr> &files, const EMU3DirectoryPtr &directory,
                     const std::string &folder);
+  void _filesExported(const EMU3FilesystemPtr &filesystem, std::size_t chosen, std::size_t failed);
   void _exportSamplesOfBanks(const std::vector<EMU3FilePtr> &banks, const EMU3DirectoryPtr &directory,
                              const std::string &folder);
   void _samplesExported(const EMU3FilesystemPtr &filesystem, std::size_t exported, std::size_t failed);
 
   // Import (ImportCommand.cpp)
+  void _chooseFilesToImport();
   void _importFiles(const std::vector<std::string> &urls);
   void _filesImported(const EMU3FilesystemPtr &filesystem, const ImportResult &result);
 
   // Delete with undo (DeleteCommands.cpp)
   /// Where a step registers what takes it back; none for what the user has newly done.
   using CounterpartSide = std::optional<UndoManager::Side>;
+  void _askToDelete(const std::vector<EMU3FilePtr> &files);
   void _deleteFiles(const std::vector<EMU3FilePtr> &files, const EMU3DirectoryPtr &directory,
                     CounterpartSide side);
   void _filesDeleted(const EMU3FilesystemPtr &filesystem, const DeletionResult &result,
@@ -239,6 +272,8 @@ private:
                                    const EMU3DirectoryPtr &toDirectory);
   void _restoreFromBackup(const std::vector<DeletedFile> &files, const EMU3DirectoryPtr &toDirectory,
                           UndoManager::Side counterpart);
+  void _restoreFiles(const std::vector<DeletedFile> &files, const EMU3DirectoryPtr &toDirectory,
+                     UndoManager::Side counterpart);
   void _filesRestored(const EMU3FilesystemPtr &filesystem, const RestorationResult &result,
                       const EMU3DirectoryPtr &directory, UndoManager::Side counterpart);
   void _keepUndoable(const RestorationResult &result, const EMU3DirectoryPtr &directory);
@@ -267,6 +302,9 @@ private:
   QPointer<FindingsPanel> findings_;
 
   EMU3FilesystemPtr filesystem_;
+  /// Of the mounted image, so that nothing waits for the medium of one that was mounted before.
+  std::unique_ptr<SerialQueue> changeQueue_;
+  ReadOnlyReason shownReason_ = ReadOnlyReason::none; ///< what the title tells
   EMU3DirectoryPtr currentDirectory_;
   EMU3DirectoryPtr clickedDirectory_;
   bool checking_ = false; ///< whether the mounted image is being checked

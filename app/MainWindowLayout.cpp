@@ -136,6 +136,8 @@ void MainWindowController::_installCallbacks() {
   sidebarCtl_->setSelectionChanged(
       [this](const EMU3DirectoryPtr &directory) { _selectDirectory(directory); });
   contentCtl_->setStatusUpdate([this](const QString &text) { _setStatus(text); });
+  contentCtl_->setBeforeImport(
+      [this](std::function<void()> import) { _whenChangeable(std::move(import), [] {}); });
   contentCtl_->setAfterImport([this] {
     sidebarCtl_->reload();
     _updateDiskSpaceLabel();

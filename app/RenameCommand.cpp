@@ -20,25 +20,31 @@ bool keepsName(const EMU3Directory &directory, const EMU3FilePtr &file, const st
 
 void MainWindowController::_renameSelected() {
   const std::vector<EMU3FilePtr> files = _selectedFiles();
-  if (files.size() != 1 || !filesystem_ || filesystem_->isReadOnly()) return beep();
+  if (files.size() != 1 || !filesystem_) return beep();
+  _whenChangeable([this, file = files.front()] { _askForNameOf(file); }, beep);
+}
+
+void MainWindowController::_askForNameOf(const EMU3FilePtr &file) {
   auto question = std::make_unique<NameAlert>(QStringLiteral("Rename File"),
                                               QStringLiteral("Enter a new name (max 15 characters):"),
                                               QStringLiteral("Rename"), window_.get());
-  question->setName(QString::fromStdString(files.front()->name()));
+  question->setName(QString::fromStdString(file->name()));
   const NameAlert *answer = question.get();
-  _ask(std::move(question), [this, answer, file = files.front()] {
+  _ask(std::move(question), [this, answer, file] {
     const QString name = answer->trimmedName();
     if (!name.isEmpty()) _renameFile(file, name.toStdString());
   });
 }
 
 void MainWindowController::_renameFile(const EMU3FilePtr &file, const std::string &name) {
-  EMU3Error error;
-  if (!keepsName(*currentDirectory_, file, name) &&
-      !filesystem_->renameFile(file, name, currentDirectory_, &error))
-    return _runAlert(error);
-  contentCtl_->refresh();
-  _setStatus(QStringLiteral("Renamed to \"%1\".").arg(displayText(file->name())));
+  _runChange([this, file, name, directory = currentDirectory_](EMU3Filesystem &filesystem,
+                                                               EMU3Error *error) -> Completion {
+    if (!keepsName(*directory, file, name) && !filesystem.renameFile(file, name, directory, error)) return {};
+    return [this, renamed = file->name()] {
+      contentCtl_->refresh();
+      _setStatus(QStringLiteral("Renamed to \"%1\".").arg(displayText(renamed)));
+    };
+  });
 }
 
 } // namespace tessary

@@ -1,5 +1,6 @@
 #include "app/ContentController.h"
 #include "app/DisplayText.h"
+#include "app/ImageChanges.h"
 #include "app/ImportFiles.h"
 #include "app/MainQueue.h"
 #include "app/MainWindowController.h"
@@ -25,17 +26,21 @@ void MainWindowController::_setupDragging() {
 }
 
 bool MainWindowController::_mayDrop(const EMU3DirectoryPtr &target, bool internal) const {
-  if (!filesystem_ || filesystem_->isReadOnly()) return false;
+  if (!filesystem_ || !mayBecomeChangeable(*filesystem_)) return false;
   return !internal || target != currentDirectory_;
 }
 
 void MainWindowController::_dropReceived(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls,
                                          bool internal) {
-  if (!filesystem_ || filesystem_->isReadOnly()) return;
-  if (internal)
-    _copyDraggedFiles(target, urls);
-  else
-    _importDroppedFiles(target, urls);
+  if (!filesystem_) return;
+  _whenChangeable(
+      [this, target, urls, internal] {
+        if (internal)
+          _copyDraggedFiles(target, urls);
+        else
+          _importDroppedFiles(target, urls);
+      },
+      [] {});
 }
 
 /// The rows come as the host files that were made of them.

@@ -45,7 +45,11 @@ std::vector<EMU3DirectoryPtr> MainWindowController::_allDirectories(const EMU3Di
 }
 
 void MainWindowController::_transferFiles(const std::vector<EMU3FilePtr> &files, bool move) {
-  if (files.empty() || !filesystem_ || filesystem_->isReadOnly()) return beep();
+  if (files.empty() || !filesystem_) return beep();
+  _whenChangeable([this, files, move] { _askForDestination(files, move); }, beep);
+}
+
+void MainWindowController::_askForDestination(const std::vector<EMU3FilePtr> &files, bool move) {
   const std::vector<EMU3DirectoryPtr> folders = _allDirectories(filesystem_->rootDirectory());
   auto question = std::make_unique<Alert>(move ? QStringLiteral("Move To Directory")
                                                : QStringLiteral("Copy To Directory"),

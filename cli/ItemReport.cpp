@@ -6,6 +6,7 @@
 
 #include <exception>
 #include <string_view>
+#include <utility>
 
 namespace tessary::cli {
 namespace {
@@ -39,15 +40,16 @@ bool ItemReport::run(const std::string &item, const std::function<std::string()>
 
 void ItemReport::runAll(ItemsOperation &operation, const std::vector<std::string> &items,
                         const std::function<std::string(std::size_t)> &sentence) {
+  bool isShown = false;
   ItemsWatcher watcher;
-  watcher.isToStop = [&] {
-    if (session_.interrupted()) return true;
-    if (begun_ < items.size()) showProgress(items[begun_]);
-    return false;
+  watcher.isToStop = [&] { return session_.interrupted(); };
+  watcher.began = [&](std::size_t item) {
+    showProgress(items[item]);
+    ++begun_;
+    isShown = true;
   };
   watcher.ended = [&](const ItemEnd &ended) {
-    ++begun_;
-    clearProgress();
+    if (std::exchange(isShown, false)) clearProgress();
     end(items[ended.item], sentence(ended.item), ended.error);
   };
   operation.run(watcher);

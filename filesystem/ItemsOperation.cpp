@@ -10,9 +10,9 @@
 namespace tessary {
 namespace {
 
-// Of a group. The largest file that a volume takes is as large as its contents may be.
-constexpr std::uint64_t kMostBytes = 32ULL << 20;
-constexpr std::size_t kMostItems = 256;
+// Of a group, unless one file alone has more: what a slow card takes in about a second.
+constexpr std::uint64_t kMostBytes = 8ULL << 20;
+constexpr std::size_t kMostItems = 64;
 
 std::uint64_t sizeOfHostFile(const std::string &path) {
   const std::optional<HostFile> file = HostFile::open(path, nullptr);
@@ -69,20 +69,20 @@ void ItemsOperation::add(Maker make, std::uint64_t bytes) {
 }
 
 void ItemsOperation::run(const ItemsWatcher &watcher) {
-  while (next_ < items_.size() && !(watcher.isToStop && watcher.isToStop())) {
-    std::vector<InHand> group = takeGroup(watcher);
-    doGroup(&group);
+  bool goesOn = true;
+  while (goesOn && next_ < items_.size()) {
+    std::vector<InHand> group = takeGroup();
+    goesOn = doGroup(&group, watcher);
     tell(group, watcher);
   }
 }
 
 // Host files are read here, before the image is taken hold of.
-std::vector<ItemsOperation::InHand> ItemsOperation::takeGroup(const ItemsWatcher &watcher) {
+std::vector<ItemsOperation::InHand> ItemsOperation::takeGroup() {
   std::vector<InHand> group;
   std::uint64_t bytes = 0;
   while (next_ < items_.size() && group.size() < kMostItems &&
          (group.empty() || bytes + items_[next_].bytes <= kMostBytes)) {
-    if (!group.empty() && watcher.isToStop && watcher.isToStop()) break;
     Item &item = items_[next_];
     InHand taken{{next_, std::nullopt, nullptr}, nullptr, item.bytes};
     EMU3Error error;
@@ -96,11 +96,16 @@ std::vector<ItemsOperation::InHand> ItemsOperation::takeGroup(const ItemsWatcher
   return group;
 }
 
-// What there is no room for may have it when the others of the group are done: these may make some.
-void ItemsOperation::doGroup(std::vector<InHand> *group) const {
+// What there is no room for may have it when the others of the group are done: these may make some. False
+// when it was stopped; what was not begun has left the group then.
+bool ItemsOperation::doGroup(std::vector<InHand> *group, const ItemsWatcher &watcher) const {
   ChangeGroup changes(*volume_, imagePath_);
   std::vector<InHand *> begun;
+  std::size_t taken = 0;
   for (InHand &item : *group) {
+    if (watcher.isToStop && watcher.isToStop()) break;
+    ++taken;
+    if (watcher.began) watcher.began(item.end.item);
     if (!item.change) continue;
     EMU3Error error;
     bool isBegun = changes.begin(*item.change, &error);
@@ -108,12 +113,13 @@ void ItemsOperation::doGroup(std::vector<InHand> *group) const {
       complete(&changes, &begun);
       isBegun = changes.begin(*item.change, &error);
     }
-    if (!isBegun)
-      item.end.error = std::move(error);
-    else
-      begun.push_back(&item);
+    if (!isBegun) item.end.error = std::move(error);
+    if (changes.size() > begun.size()) begun.push_back(&item); // bare, it is done already
   }
   complete(&changes, &begun);
+  const bool isWhole = taken == group->size();
+  group->erase(group->begin() + static_cast<std::ptrdiff_t>(taken), group->end());
+  return isWhole;
 }
 
 void ItemsOperation::complete(ChangeGroup *changes, std::vector<InHand *> *begun) {

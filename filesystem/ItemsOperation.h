@@ -37,6 +37,8 @@ struct ItemEnd {
 /// Who watches the work; called on the thread that does it, between two items. Empty functions are not
 /// called.
 struct ItemsWatcher {
+  /// An item's turn has come.
+  std::function<void(std::size_t item)> began;
   std::function<void(const ItemEnd &)> ended; ///< once for each item that was begun, in their order
   std::function<void(const ItemsProgress &)> progressed;
   /// Whether to stop: the item in progress is finished, the others are not begun.
@@ -51,7 +53,7 @@ struct ItemsWatcher {
 ///       operation->importFile(path, folder);
 ///     operation->run(watcher);
 ///
-/// A group is some 32 MiB of contents, or 256 items; so long do other changes of the image wait.
+/// A group is some 8 MiB of contents, or 64 items; so long do other changes of the image wait.
 class ItemsOperation final {
 public:
   /// `imagePath` leads to the volume's image, from the host's root on.
@@ -86,8 +88,8 @@ private:
   };
 
   void add(Maker make, std::uint64_t bytes);
-  [[nodiscard]] std::vector<InHand> takeGroup(const ItemsWatcher &watcher);
-  void doGroup(std::vector<InHand> *group) const;
+  [[nodiscard]] std::vector<InHand> takeGroup();
+  [[nodiscard]] bool doGroup(std::vector<InHand> *group, const ItemsWatcher &watcher) const;
   static void complete(ChangeGroup *changes, std::vector<InHand *> *begun);
   void tell(const std::vector<InHand> &group, const ItemsWatcher &watcher);
 

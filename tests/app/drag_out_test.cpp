@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QMimeData>
+#include <QTimer>
 #include <QUrl>
 #include <filesystem>
 #include <sys/stat.h>
@@ -70,6 +71,31 @@ TEST_F(DragOut, RowsComeInTheirOrderOnceEach) {
     names.push_back(path.filename());
   EXPECT_EQ(names, (std::vector<std::string>{"BANK.E4B", "SYSTEM.E4B", "PLAIN.E4B"}));
   EXPECT_EQ(test::namesIn(dragFolder()).size(), 3U);
+}
+
+TEST_F(DragOut, EventsAreHandledWhileTheFilesAreWritten) {
+  test::HeldVolume held(mount(threeFiles()));
+  QTimer::singleShot(50, [&] { held.letGo(); }); // nothing can be read before it has run
+  const auto paths = pathsIn(dragged({"BANK"}));
+  ASSERT_EQ(paths.size(), 1U);
+  EXPECT_EQ(test::readBytes(paths[0]), patternBytes(70'000, 3));
+}
+
+TEST_F(DragOut, IsNothingWhenAnotherFolderIsShownByThen) {
+  ImageBuilder image = threeFiles();
+  image.root().addFolder("Other").addFile("BANK", bytesOf("another of that name"));
+  test::HeldVolume held(mount(image));
+  QTimer::singleShot(50, [&] {
+    outline()->setCurrentIndex(folderItem({"Other"}));
+    held.letGo();
+  });
+  EXPECT_EQ(dragged({"BANK"}), nullptr);
+}
+
+TEST_F(DragOut, IsNotBehindQueuedWork) {
+  mount(threeFiles());
+  const test::HeldQueue held(*controller_->filesystem());
+  EXPECT_EQ(pathsIn(dragged({"BANK"})).size(), 1U);
 }
 
 TEST_F(DragOut, IsNothingButTheFilesAddresses) {

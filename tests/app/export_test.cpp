@@ -33,6 +33,7 @@ protected:
   void exportTo(const QStringList &names, const std::string &folder) {
     beginExport(names);
     confirmPanel({folder});
+    EXPECT_TRUE(waitUntilIdle());
   }
 
   const QStringList all_{QStringLiteral("BANK"), QStringLiteral("SYS"), QStringLiteral("PLAIN")};
@@ -94,16 +95,35 @@ TEST_F(Export, IsReachedFromTheMenu) {
   mount(mixed());
   chooseFromFileMenu(QStringLiteral("SYS"), kExportCommand);
   confirmPanel({hostFolder("out")});
+  ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(namesIn(hostFolder("out")), std::vector<std::string>{"SYS.E4B"});
 }
 
-TEST_F(Export, RunsOnTheMainThreadWithoutTheSpinner) {
+TEST_F(Export, RunsOnTheImagesQueueWithoutTheSpinner) {
+  mount(mixed());
+  const QString before = status();
+  HeldQueue queue(*controller_->filesystem());
+  beginExport({QStringLiteral("BANK")});
+  confirmPanel({hostFolder("out")});
+  EXPECT_EQ(status(), before);
+  EXPECT_FALSE(controller_->spinner()->isVisible());
+  EXPECT_TRUE(namesIn(hostFolder("out")).empty());
+  queue.letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(status(), QStringLiteral("Exported 1 file(s) successfully."));
+  EXPECT_EQ(namesIn(hostFolder("out")).size(), 1U);
+}
+
+TEST_F(Export, OfAnImageThatWasReplacedIsWrittenAndNotTold) {
   mount(mixed());
   HeldQueue queue(*controller_->filesystem());
-  exportTo({QStringLiteral("BANK")}, hostFolder("out"));
-  EXPECT_EQ(status(), QStringLiteral("Exported 1 file(s) successfully."));
-  EXPECT_FALSE(controller_->spinner()->isVisible());
-  EXPECT_EQ(namesIn(hostFolder("out")).size(), 1U);
+  beginExport({QStringLiteral("BANK")});
+  confirmPanel({hostFolder("out")});
+  controller_->_unmountImage();
+  queue.letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(status(), QStringLiteral("No image loaded"));
+  EXPECT_EQ(readBytes(hostFolder("out") + "/BANK.E4B"), patternBytes(900, 1));
 }
 
 TEST_F(Export, WorksOnAReadOnlyImage) {
@@ -139,6 +159,7 @@ TEST_F(Export, FilesOfOneNameDoNotReplaceEachOther) {
   table()->selectAll();
   clickToolbar("ExportItem");
   confirmPanel({out});
+  ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(status(), QStringLiteral("Exported 4 file(s) successfully."));
   EXPECT_EQ(namesIn(out),
             (std::vector<std::string>{"OTHER.E4B", "TWIN (2).E4B", "TWIN (3).E4B", "TWIN.E4B"}));
@@ -208,6 +229,7 @@ TEST_F(Export, NamesNeverSteerThePath) {
   table()->selectAll();
   clickToolbar("ExportItem");
   confirmPanel({hostFolder("out")});
+  ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(status(), QStringLiteral("Exported 5 file(s) successfully."));
   EXPECT_EQ(namesIn(hostFolder("out")),
             (std::vector<std::string>{"%2E%2E.E4B", "..%2Fup.E4B", "100%.E4B", "A%2FB.E4B", "C%0AD.E4B"}));
@@ -224,6 +246,7 @@ TEST_F(Export, OfAFileDeletedMeanwhileFails) {
   ASSERT_TRUE(waitUntilIdle());
   const CapturedLog log;
   confirmPanel({hostFolder("out")});
+  ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(status(), QStringLiteral("Exported with 1 failure(s)."));
   EXPECT_TRUE(namesIn(hostFolder("out")).empty());
   EXPECT_EQ(log.lines(), std::vector<std::string>{"Export failed for BANK: Error Domain=com.tessary.error "
@@ -236,6 +259,7 @@ TEST_F(Export, AnsweredAfterTheImageWasReplacedDoesNothing) {
   mount(mixed(), "other.hda");
   const QString before = status();
   confirmPanel({hostFolder("out")});
+  ASSERT_TRUE(waitUntilIdle());
   EXPECT_TRUE(namesIn(hostFolder("out")).empty());
   EXPECT_EQ(status(), before);
 }

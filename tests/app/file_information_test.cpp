@@ -167,6 +167,7 @@ TEST_F(FileInformationTest, ExportExportsTheFile) {
   EXPECT_EQ(sheet<QFileDialog>()->windowTitle(), "Export 1 file(s) to folder");
   const std::string target = hostFolder("export");
   confirmPanel({target});
+  ASSERT_TRUE(test::waitUntilIdle());
   EXPECT_EQ(test::namesIn(target), std::vector<std::string>{"Plain.E4B"});
   EXPECT_EQ(beeps_.count(), 0);
 }

@@ -293,7 +293,7 @@ TEST_F(NewFolderTest, WaitsForNothingThatIsQueued) {
   askForNewFolder();
   type("Drums");
   QTest::keyClick(question().windowHandle(), Qt::Key_Return);
-  EXPECT_EQ(status(), "Created folder 'Drums'.");
+  ASSERT_TRUE(QTest::qWaitFor([this] { return status() == "Created folder 'Drums'."; }, 30000));
   EXPECT_EQ(foldersOnImage(path, {"A"}), (Names{"A1", "A2", "Drums"}));
 }
 

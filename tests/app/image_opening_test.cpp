@@ -39,11 +39,20 @@ protected:
     return sheet<QFileDialog>();
   }
 
+  static bool offersMount(const QFileDialog *panel) {
+    for (const QPushButton *button : panel->findChildren<QPushButton *>())
+      if (button->isVisible() && button->text().remove(QLatin1Char('&')) == QLatin1String("Mount"))
+        return true;
+    return false;
+  }
+
   /// Types the path into the panel and clicks "Mount".
   static void mountThrough(QFileDialog *panel, const std::string &path) {
     auto *field = panel->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
     field->clear();
     QTest::keyClicks(field, QString::fromStdString(path));
+    // The panel looks at each folder on the way in a thread of its own, and offers to open that until then.
+    ASSERT_TRUE(QTest::qWaitFor([panel] { return offersMount(panel); }, 10000));
     clickButton(panel, QStringLiteral("Mount"));
   }
 };

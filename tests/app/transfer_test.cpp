@@ -460,7 +460,7 @@ TEST_F(TransferTest, IntoAFolderDeletedMeanwhileFailsAndDoesNotShowIt) {
   test::clickButton(&question(), "Copy");
   chooseFromFolderMenu({"B"}, "Delete Folder");
   test::clickButton(&question(), "Delete");
-  EXPECT_EQ(status(), "Deleted folder 'B'.");
+  ASSERT_TRUE(QTest::qWaitFor([this] { return status() == "Deleted folder 'B'."; }, 30000));
   const test::Bytes deleted = test::readBytes(path);
   held.letGo();
   ASSERT_TRUE(test::waitUntilIdle());

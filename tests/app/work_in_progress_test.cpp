@@ -3,13 +3,16 @@
 #include "app/ContentController.h"
 #include "app/Spinner.h"
 #include "tests/app/FileCommandTest.h"
+#include "tests/app/Stalls.h"
+#include "tests/support/MediumFaults.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QLineEdit>
+#include <QMessageBox>
 #include <QTest>
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <functional>
 #include <stdexcept>
 
@@ -110,56 +113,24 @@ TEST_F(WorkInProgress, SameImageOpenedAgainBeforeQueuedDeletesAndUndosLosesNothi
   expectDrumsOnImage(path);
 }
 
-TEST_F(WorkInProgress, CommandsOnTheMainThreadGoOnMeanwhile) {
+TEST_F(WorkInProgress, WindowAndItsCommandsGoOnMeanwhile) {
   const std::string path = mount(volume());
+  HeldQueue queue(*controller_->filesystem());
   beginImport(hostFiles("FILE", 20));
   chooseFiles({QStringLiteral("KICK")});
   clickToolbar("ExportItem");
   confirmPanel({hostFolder("out")});
-  EXPECT_EQ(status(), QStringLiteral("Exported 1 file(s) successfully."));
   chooseFolder({QStringLiteral("Pads")});
   EXPECT_EQ(status(), QStringLiteral("Pads — 1 file(s)"));
+  queue.letGo();
   ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(status(), QStringLiteral("Exported 1 file(s) successfully."));
   EXPECT_EQ(readBytes(hostFolder("out") + "/KICK.E4B"), patternBytes(5000, 1000));
   EXPECT_EQ(fileNames(), QStringList{QStringLiteral("PAD")});
   expectDrumsOnImage(path);
 }
 
 // ---- Responsiveness
-
-/// How long the main thread lets its events wait, and how much of that time it computes.
-class Stalls {
-public:
-  Stalls() {
-    timer_.setTimerType(Qt::PreciseTimer);
-    timer_.callOnTimeout([this] { tick(); });
-    wall_.start();
-    lastProcessor_ = processorMilliseconds();
-    timer_.start(1);
-  }
-  double longest() const { return longest_; }
-  double longestComputing() const { return longestComputing_; }
-
-private:
-  void tick() {
-    const double processor = processorMilliseconds();
-    longest_ = std::max(longest_, static_cast<double>(wall_.nsecsElapsed()) / 1e6);
-    longestComputing_ = std::max(longestComputing_, processor - lastProcessor_);
-    lastProcessor_ = processor;
-    wall_.start();
-  }
-  static double processorMilliseconds() {
-    timespec now{};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
-  }
-
-  QTimer timer_;
-  QElapsedTimer wall_;
-  double lastProcessor_ = 0;
-  double longest_ = 0;
-  double longestComputing_ = 0;
-};
 
 TEST_F(WorkInProgress, WindowStaysResponsiveDuringALongImport) {
   constexpr std::uint32_t files = 50;
@@ -289,6 +260,37 @@ TEST_F(EndingAtWork, QuitFinishesAnUndo) {
   QTimer::singleShot(50, window(), [&] { queue.letGo(); });
   run([this] { delegate_->terminate(); });
   EXPECT_EQ(drumsOnImage(), (StoredFiles{{"KICK", patternBytes(5000, 1000)}}));
+}
+
+TEST_F(EndingAtWork, QuitWaitsForAChangeThatTheMediumIsSlowToTake) {
+  MediumFaults medium;
+  AlertAnswers answers;
+  medium.holdFlushes();
+  controller().tableView()->selectRow(0);
+  controller()._renameSelected();
+  sheet<QMessageBox>()->findChild<QLineEdit *>()->setText(QStringLiteral("RENAMED"));
+  clickButton(sheet<QMessageBox>(), QStringLiteral("Rename"));
+  bool waited = false;
+  QTimer::singleShot(200, window(), [&] {
+    waited = medium.waiting() > 0;
+    medium.failFlushes();
+    medium.letGo();
+  });
+  run([this] { delegate_->terminate(); });
+  EXPECT_TRUE(waited) << "it has ended before the change";
+  EXPECT_TRUE(answers.shown().empty());
+}
+
+TEST_F(EndingAtWork, QuitFinishesARename) {
+  MediumFaults medium;
+  medium.holdFlushes();
+  controller().tableView()->selectRow(0);
+  controller()._renameSelected();
+  sheet<QMessageBox>()->findChild<QLineEdit *>()->setText(QStringLiteral("RENAMED"));
+  clickButton(sheet<QMessageBox>(), QStringLiteral("Rename"));
+  QTimer::singleShot(200, window(), [&] { medium.letGo(); });
+  run([this] { delegate_->terminate(); });
+  EXPECT_EQ(drumsOnImage(), (StoredFiles{{"RENAMED", patternBytes(5000, 1000)}}));
 }
 
 TEST_F(EndingAtWork, QuitTakesAnUnansweredQuestionAsNo) {

@@ -87,7 +87,8 @@ TEST_F(Info, ReadOnlyImageIsToldSo) {
   makeReadOnly();
   const OtherUser user;
   EXPECT_EQ(cliJson("info").at("volume").at("isReadOnly"), true);
-  EXPECT_NE(cli("info").out.find("Read-only:             yes, the image file cannot be written\n"), std::string::npos);
+  EXPECT_NE(cli("info").out.find("Read-only:             yes, the image file cannot be written\n"),
+            std::string::npos);
 }
 
 TEST_F(Info, LabelWithControlCharactersIsShownEscaped) {

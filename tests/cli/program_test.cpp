@@ -265,7 +265,7 @@ TEST_F(Program, ProgressIsShownOnATerminalAlone) {
   const Result piped = run(words);
   const Result shown = run(words, {.errIsTerminal = true});
   EXPECT_EQ(piped.err, "");
-  EXPECT_EQ(shown.err, "\r\x1b[K1 of 2: /KICK\r\x1b[K\r\x1b[K2 of 2: /LONG\r\x1b[K");
+  EXPECT_EQ(shown.err, "\r\x1b[K1 of 2: /KICK\r\x1b[K2 of 2: /LONG\r\x1b[K");
   EXPECT_EQ(shown.out, piped.out);
   EXPECT_EQ(shown.ending, piped.ending);
 }

@@ -215,7 +215,7 @@ TEST_F(LateClaim, RefusesWhatAnotherProgramHasDeletedOrReplaced) {
     EXPECT_EQ(error_.code, kErrorEntryNotFound);
     EXPECT_EQ(error_.message, "Dentry block not found");
   }
-  EXPECT_EQ(namesOf(root_->files()), (std::vector<std::string>{"THEIR SNARE", "theirs"}));
+  EXPECT_EQ(namesOf(root_->files()), (std::vector<std::string>{"theirs", "THEIR SNARE"}));
 }
 
 TEST_F(LateClaim, ReadingGivesNoOtherFilesBytesUnderAnOldEntry) {

@@ -1,11 +1,13 @@
 // What a change writes is handed to the host at once: seen where the engine asks the host to write back.
 
+#include "filesystem/ItemsOperation.h"
 #include "tests/support/FlushRecorder.h"
 #include "tests/writing/WritableVolume.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <functional>
 #include <optional>
 #include <set>
@@ -168,6 +170,136 @@ TEST(FlushingNothing, ReadingAndRefusedChangesFlushNothing) {
   EXPECT_FALSE(volume->check().empty()); // the lost folder
   EXPECT_TRUE(volume->reload());
   EXPECT_TRUE(recorder.flushes().empty());
+}
+
+// ---- Many items
+
+std::size_t barriersOf(const FlushRecorder &recorder) {
+  const std::vector<Flush> flushes = recorder.flushes();
+  return static_cast<std::size_t>(std::count_if(flushes.begin(), flushes.end(),
+                                                [](const Flush &flush) { return flush.flags == MS_SYNC; }));
+}
+
+class SharedBarriers : public testing::Test {
+protected:
+  SharedBarriers() : volume_(layout(), MountRules::guarded) {}
+
+  static ImageBuilder layout() {
+    ImageBuilder image({.sizeBytes = 8 * kMiB, .slotSizeBlocks = 8});
+    image.root().addFolder("folder", {.blockCount = 7});
+    return image;
+  }
+  void importFiles(std::size_t count) {
+    const auto operation = volume_->manyItems();
+    for (std::size_t i = 0; i < count; ++i)
+      operation->importFile(volume_.hostFile("file " + std::to_string(i), patternBytes(1000, 1)), folder());
+    run(*operation);
+  }
+  void run(ItemsOperation &operation) {
+    ItemsWatcher watcher;
+    watcher.ended = [](const ItemEnd &end) { EXPECT_FALSE(end.error) << end.item << end.error->message; };
+    operation.run(watcher);
+  }
+  EMU3DirectoryPtr folder() const { return folderOf(volume_, "folder"); }
+
+  const WritableVolume volume_;
+};
+
+TEST_F(SharedBarriers, FiftyImportsWaitTwiceForTheMedium) {
+  const FlushRecorder recorder;
+  importFiles(50);
+  EXPECT_EQ(barriersOf(recorder), 2U); // contents and marks; entries
+  EXPECT_EQ(folder()->files().size(), 50U);
+}
+
+TEST_F(SharedBarriers, FiftyDeletionsWaitTwiceForTheMedium) {
+  importFiles(50);
+  const auto operation = volume_->manyItems();
+  for (const EMU3FilePtr &file : folder()->files())
+    operation->deleteFile(file, folder());
+  const FlushRecorder recorder;
+  run(*operation);
+  EXPECT_EQ(barriersOf(recorder), 2U); // entries; marks
+  EXPECT_TRUE(folder()->files().empty());
+}
+
+TEST_F(SharedBarriers, MovesOfSeveralFilesWaitTwiceForTheMedium) {
+  importFiles(10);
+  const auto operation = volume_->manyItems();
+  for (const EMU3FilePtr &file : folder()->files())
+    operation->moveFile(file, folder(), volume_.root());
+  const FlushRecorder recorder;
+  run(*operation);
+  EXPECT_EQ(barriersOf(recorder), 2U); // new entries; old ones
+  EXPECT_EQ(volume_.root()->files().size(), 10U);
+}
+
+TEST_F(SharedBarriers, TogetherTheyStoreTheVeryBytesThatTheyStoreOneByOne) {
+  const WritableVolume single(layout(), MountRules::guarded);
+  for (int i = 0; i < 50; ++i) {
+    const std::string path = single.hostFile("file " + std::to_string(i), patternBytes(1000, 1));
+    ASSERT_TRUE(single->importFileAtURL(path, folderOf(single, "folder")));
+  }
+  importFiles(50);
+  EXPECT_EQ(readBytes(volume_.imagePath()), readBytes(single.imagePath()));
+}
+
+TEST_F(SharedBarriers, OneThatFailsKeepsNoOther) {
+  const auto operation = volume_->manyItems();
+  operation->importFile(volume_.hostFile("first", patternBytes(10, 1)), folder());
+  operation->importFile("/nowhere/missing", folder());
+  operation->importFile(volume_.hostFile(" ", patternBytes(10, 1)), folder());
+  operation->importFile(volume_.hostFile("last", patternBytes(10, 1)), folder());
+  std::vector<std::pair<std::size_t, std::int64_t>> ends;
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) { ends.emplace_back(end.item, end.error ? end.error->code : 0); };
+  operation->run(watcher);
+  EXPECT_EQ(ends, (std::vector<std::pair<std::size_t, std::int64_t>>{{0, 0}, {1, ENOENT}, {2, 6}, {3, 0}}));
+  EXPECT_EQ(namesOf(folder()->files()), (std::vector<std::string>{"first", "last"}));
+}
+
+TEST_F(SharedBarriers, RoomThatEarlierItemsMakeIsUsedByLaterOnes) {
+  const auto filling = volume_->manyItems();
+  const std::uint64_t half = volume_->freeBlocks() / 2 * kBlockBytes;
+  filling->importFile(volume_.hostFile("half", Bytes(half)), volume_.root());
+  filling->importFile(volume_.hostFile("most", Bytes(half - 100 * kBlockBytes)), volume_.root());
+  run(*filling);
+  const EMU3FilePtr most = fileNamed(volume_.root(), "most");
+  const auto operation = volume_->manyItems();
+  operation->deleteFile(most, volume_.root());
+  operation->importFile(volume_.hostFile("next", Bytes(half - 100 * kBlockBytes)), volume_.root());
+  run(*operation);
+  EXPECT_EQ(namesOf(volume_.root()->files()), (std::vector<std::string>{"half", "next"}));
+}
+
+TEST_F(SharedBarriers, StoppedWorkBeginsNoOtherItem) {
+  const auto operation = volume_->manyItems();
+  for (int i = 0; i < 10; ++i)
+    operation->importFile(volume_.hostFile("file " + std::to_string(i), patternBytes(10, 1)), folder());
+  std::size_t began = 0;
+  std::size_t ended = 0;
+  ItemsWatcher watcher;
+  watcher.began = [&](std::size_t) { ++began; };
+  watcher.ended = [&](const ItemEnd &end) { ended += end.error ? 0U : 1U; };
+  watcher.isToStop = [&] { return began == 4; };
+  operation->run(watcher);
+  EXPECT_EQ(began, 4U);
+  EXPECT_EQ(ended, 4U);
+  EXPECT_EQ(folder()->files().size(), 4U);
+}
+
+TEST_F(SharedBarriers, ProgressIsToldInBytes) {
+  const auto operation = volume_->manyItems();
+  for (int i = 0; i < 3; ++i)
+    operation->importFile(volume_.hostFile("file " + std::to_string(i), patternBytes(1000, 1)), folder());
+  ItemsProgress last;
+  ItemsWatcher watcher;
+  watcher.progressed = [&](const ItemsProgress &progress) { last = progress; };
+  operation->run(watcher);
+  EXPECT_EQ(last.items, 3U);
+  EXPECT_EQ(last.itemsEnded, 3U);
+  EXPECT_EQ(last.bytes, 3000U);
+  EXPECT_EQ(last.bytesDone, 3000U);
 }
 
 } // namespace

@@ -297,13 +297,13 @@ TEST(SampleExport, OfABankThatRunsOffTheImageGivesTheAudioThatIsThere) {
             wavOf(Bytes(contents.begin() + 20 + 32 + 8, contents.begin() + 1024)));
 }
 
-TEST(SampleExport, WavReplacesAnEarlierFileWithThePermissionsOfANewOne) {
+TEST(SampleExport, WavReplacesAnEarlierFileAndKeepsItsPermissions) {
   const Umask umask(022);
   const Bank bank(e4bank().sample("a", patternBytes(500, 1)).build());
   writeBytes(bank.target(), patternBytes(9000, 5));
   setPermissions(bank.target(), 0600);
   EXPECT_EQ(bank.wav(0), wavOf(patternBytes(500, 1)));
-  EXPECT_EQ(permissionsOf(bank.target()), mode_t{0644});
+  EXPECT_EQ(permissionsOf(bank.target()), mode_t{0600});
   EXPECT_EQ(namesIn(bank.host.path()), Names{"sample.wav"});
 }
 
