@@ -7,7 +7,6 @@
 #include "filesystem/VolumeSurvey.h"
 
 #include <algorithm>
-#include <unordered_map>
 #include <utility>
 
 namespace tessary {
@@ -24,9 +23,12 @@ std::string number(std::uint64_t value) {
 /// the owners.
 class MarkComparison final {
 public:
-  /// `owners` are sorted by their beginnings; marks of other blocks count from `dataArea` on.
-  MarkComparison(std::vector<BlockSpan> owners, std::uint64_t dataArea)
-      : owners_(std::move(owners)), unowned_(dataArea) {}
+  /// `owners` are sorted by their beginnings; marks of other blocks count from `dataArea` on. About so many
+  /// spans will be asked for.
+  MarkComparison(std::vector<BlockSpan> owners, std::uint64_t dataArea, std::size_t questions)
+      : owners_(std::move(owners)), unowned_(dataArea) {
+    positions_.reserve(2 * questions);
+  }
 
   /// Asks for the number of unmarked blocks in a span.
   void ask(BlockSpan span) {
@@ -154,7 +156,8 @@ private:
   void checkHeader();
   void checkTablePlace();
   void checkFolders() TESSARY_REQUIRES_SHARED(volume_.lock);
-  void checkFolderBlock(const EMU3DirectoryPtr &folder, std::uint64_t block)
+  /// `isRepeated` where the folder lists the block before.
+  void checkFolderBlock(const EMU3DirectoryPtr &folder, std::uint64_t block, bool isRepeated)
       TESSARY_REQUIRES_SHARED(volume_.lock);
   void checkEntriesOf(const EMU3DirectoryPtr &folder, std::uint64_t block, const Block &entries);
   void checkName(const EMU3DirectoryPtr &folder, const std::uint8_t *dentry, EntryPlace place);
@@ -176,7 +179,6 @@ private:
   const VolumeSurvey survey_;
   const VolumeGeometry &geometry_;
   const std::uint64_t readableBlocks_;
-  std::unordered_map<std::uint64_t, EMU3DirectoryPtr> folderOfBlock_;
   FindingList findings_;
 };
 
@@ -241,8 +243,9 @@ void VolumeCheck::checkFolders() {
       findings_.add(finding::kNoBlocks, "The folder has no block to hold entries: it is empty.",
                     {folder, nullptr, folder->place()});
     }
-    for (const std::int64_t block : blocks)
-      checkFolderBlock(folder, static_cast<std::uint64_t>(block));
+    for (auto block = blocks.begin(); block != blocks.end(); ++block)
+      checkFolderBlock(folder, static_cast<std::uint64_t>(*block),
+                       std::find(blocks.begin(), block, *block) != block);
     for (const EMU3FilePtr &file : folder->files()) {
       if (!file->isDeleted()) continue;
       findings_.add(
@@ -254,7 +257,7 @@ void VolumeCheck::checkFolders() {
   }
 }
 
-void VolumeCheck::checkFolderBlock(const EMU3DirectoryPtr &folder, std::uint64_t block) {
+void VolumeCheck::checkFolderBlock(const EMU3DirectoryPtr &folder, std::uint64_t block, bool isRepeated) {
   const FindingSubject subject{folder, nullptr, folder->place()};
   const std::string name = "Block " + number(block) + " of the folder ";
   if (block >= geometry_.totalBlocks) {
@@ -264,13 +267,12 @@ void VolumeCheck::checkFolderBlock(const EMU3DirectoryPtr &folder, std::uint64_t
                   subject);
     return;
   }
-  const auto [known, isFirst] = folderOfBlock_.emplace(block, folder);
-  if (!isFirst) {
-    const std::string owner = known->second == folder
-                                  ? "twice by this folder"
-                                  : "by the folder " + quoted(known->second->name()) + " too";
+  const EMU3DirectoryPtr &owner = survey_.folderBlocksIn({block, block + 1}).front().folder;
+  if (owner != folder || isRepeated) {
+    const std::string also =
+        owner == folder ? "twice by this folder" : "by the folder " + quoted(owner->name()) + " too";
     findings_.add(finding::kFolderShared,
-                  "Block " + number(block) + " is listed " + owner +
+                  "Block " + number(block) + " is listed " + also +
                       ": what is changed or deleted in one changes in the other. Export what they hold, then "
                       "delete both.",
                   subject);
@@ -431,15 +433,19 @@ std::vector<BlockSpan> VolumeCheck::owners() const {
     spans.push_back(
         {geometry_.dataAreaBlock + slotSize * (first - 1), geometry_.dataAreaBlock + slotSize * (end - 1)});
   });
-  for (const FolderBlock &entry : survey_.folderBlocks)
-    spans.push_back({entry.block, entry.block + 1});
+  for (const FolderBlock &entry : survey_.folderBlocks) { // mostly one after another
+    if (spans.back().end == entry.block)
+      ++spans.back().end;
+    else
+      spans.push_back({entry.block, entry.block + 1});
+  }
   std::sort(spans.begin(), spans.end(),
             [](const BlockSpan &a, const BlockSpan &b) { return a.begin < b.begin; });
   return spans;
 }
 
 void VolumeCheck::checkMarks() {
-  MarkComparison marks(owners(), geometry_.dataAreaBlock);
+  MarkComparison marks(owners(), geometry_.dataAreaBlock, survey_.files.size());
   for (const FileExtent &extent : survey_.files)
     marks.ask(described(extent.blocks));
   marks.compare(volume_.table, geometry_.describedBlocks());

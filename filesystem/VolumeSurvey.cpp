@@ -17,8 +17,11 @@ VolumeSurvey::VolumeSurvey(const Volume &volume)
       if (number < geometry.totalBlocks) folderBlocks.push_back({number, folder});
     }
   }
-  std::stable_sort(files.begin(), files.end(),
-                   [](const FileExtent &a, const FileExtent &b) { return a.blocks.begin < b.blocks.begin; });
+  // Sorted where they are, without a second row of as many files.
+  std::sort(files.begin(), files.end(), [](const FileExtent &a, const FileExtent &b) {
+    if (a.blocks.begin != b.blocks.begin) return a.blocks.begin < b.blocks.begin;
+    return a.file->place() < b.file->place();
+  });
   const auto byNumber = [](const FolderBlock &a, const FolderBlock &b) { return a.block < b.block; };
   std::stable_sort(folderBlocks.begin(), folderBlocks.end(), byNumber);
   const auto isSame = [](const FolderBlock &a, const FolderBlock &b) { return a.block == b.block; };
@@ -26,7 +29,7 @@ VolumeSurvey::VolumeSurvey(const Volume &volume)
   furthest_.reserve(files.size());
   for (std::size_t i = 0; i < files.size(); ++i) {
     const bool reachesFurther = i == 0 || files[i].blocks.end > files[furthest_.back()].blocks.end;
-    furthest_.push_back(reachesFurther ? i : furthest_.back());
+    furthest_.push_back(reachesFurther ? static_cast<std::uint32_t>(i) : furthest_.back());
   }
 }
 

@@ -37,7 +37,7 @@ public:
 
   const VolumeGeometry geometry;
   const std::vector<EMU3DirectoryPtr> folders;
-  std::vector<FileExtent> files;         ///< live ones, by their first block
+  std::vector<FileExtent> files;         ///< live ones, by their first block, then by their entries’ places
   std::vector<FolderBlock> folderBlocks; ///< inside the image, by number, each once
   LostGround lost;
 
@@ -49,7 +49,7 @@ public:
   [[nodiscard]] const FileExtent *fileIn(BlockSpan span) const;
 
 private:
-  std::vector<std::size_t> furthest_; ///< for each file the one of those up to it that reaches furthest
+  std::vector<std::uint32_t> furthest_; ///< for each file the one of those up to it that reaches furthest
 };
 
 } // namespace tessary
