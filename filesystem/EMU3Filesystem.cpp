@@ -133,14 +133,19 @@ ByteBufferPtr EMU3Filesystem::dataForFile(const EMU3FilePtr &file, EMU3Error *er
     const ReadLock lock(volume_->lock);
     return mayReadFile(*volume_, file, error) ? cached : nullptr;
   }
-  const std::optional<ByteBufferPtr> data =
-      readUndisturbed(*volume_, file, error, [&] { return bytesOfFile(*volume_, *file); });
+  const std::optional<ByteBufferPtr> data = readUndisturbed(*volume_, file, error, [&] {
+    volume_->lock.assertHeldShared();
+    return bytesOfFile(*volume_, *file);
+  });
   return data ? TreeEditor::cacheDataIfUnset(*file, *data) : nullptr;
 }
 
 ByteBufferPtr EMU3Filesystem::contentsOfFile(const EMU3FilePtr &file, EMU3Error *error) {
   return readUndisturbed(*volume_, file, error,
-                         [&] { return volume_->rules().contentsForExport(*volume_, *file, error); })
+                         [&] {
+                           volume_->lock.assertHeldShared();
+                           return volume_->rules().contentsForExport(*volume_, *file, error);
+                         })
       .value_or(nullptr);
 }
 
@@ -174,6 +179,7 @@ bool EMU3Filesystem::analyse(const EMU3FilePtr &file, BankDetails details, EMU3E
   };
   const bool isBank = file->fileType() == kFileTypeBank;
   std::optional<Analysis> analysis = readUndisturbed(*volume_, file, error, [&] {
+    volume_->lock.assertHeldShared();
     Analysis made{true, details};
     if (isBank)
       made.done = analyseBank(tessary::contentsOfFile(*volume_, *file), file->name(), &made.details);
@@ -194,6 +200,7 @@ std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &
 std::vector<BankSample> EMU3Filesystem::namedSamplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {
   const bool isBank = file->fileType() == kFileTypeBank;
   std::optional<std::vector<BankSample>> samples = readUndisturbed(*volume_, file, error, [&] {
+    volume_->lock.assertHeldShared();
     return isBank ? listedSamples(tessary::contentsOfFile(*volume_, *file)) : std::vector<BankSample>();
   });
   if (!samples) return {};
@@ -209,7 +216,10 @@ std::vector<BankEntry> EMU3Filesystem::contentsOfBankFile(const EMU3FilePtr &fil
     return {};
   }
   return readUndisturbed(*volume_, file, error,
-                         [&] { return bankContents(tessary::contentsOfFile(*volume_, *file)); })
+                         [&] {
+                           volume_->lock.assertHeldShared();
+                           return bankContents(tessary::contentsOfFile(*volume_, *file));
+                         })
       .value_or(std::vector<BankEntry>());
 }
 

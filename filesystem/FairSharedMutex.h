@@ -17,8 +17,10 @@ public:
   void lock_shared() TESSARY_ACQUIRE_SHARED() { enterShared(); }
   void unlock_shared() TESSARY_RELEASE_SHARED() { leaveShared(); }
 
-  /// Tells clang that the caller holds the lock alone, where it cannot see that itself. Does nothing.
+  /// Tells clang that the caller holds the lock, alone or at least shared, where it cannot see that itself.
+  /// Does nothing.
   void assertHeldAlone() const TESSARY_ASSERT_CAPABILITY(this) {}
+  void assertHeldShared() const TESSARY_ASSERT_SHARED_CAPABILITY(this) {}
 
   /// Number of callers that stand in line and do not hold the lock yet.
   std::uint64_t waiting() const;
