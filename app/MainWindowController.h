@@ -93,6 +93,7 @@ public:
   void _openImage();
   void _unmountImage();
   void _checkImage();
+  void _backUpImage();
   void _undo();
   void _redo();
   void _exportSelected();
@@ -189,6 +190,9 @@ private:
   void _showImageReadAnew();
 
   // Check (CheckCommand.cpp)
+  void _backUpTo(const std::string &target);
+  void _imageBackedUp(const EMU3FilesystemPtr &filesystem, const std::string &target, bool isDone,
+                      const EMU3Error &error);
   void _imageChecked(const EMU3FilesystemPtr &filesystem, std::vector<VolumeFinding> findings);
   void _showFindings(std::vector<VolumeFinding> findings);
   /// Whether what the finding is about is part of the mounted image.

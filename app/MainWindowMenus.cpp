@@ -122,6 +122,7 @@ void MainWindowController::_showFolderMenu(const QModelIndex &clicked, const QPo
 std::unique_ptr<QMenu> MainWindowController::_buildImageMenu() {
   auto menu = std::make_unique<QMenu>(QStringLiteral("File"));
   _addMenuItem(menu.get(), QStringLiteral("Check Image…"), &MainWindowController::_checkImage);
+  _addMenuItem(menu.get(), QStringLiteral("Back Up Image…"), &MainWindowController::_backUpImage);
   return menu;
 }
 
@@ -165,6 +166,7 @@ bool MainWindowController::validateUserInterfaceItem(Action action) const {
       action == &Self::_deleteSelected)
     return filesystem_ != nullptr;
   if (action == &Self::_checkImage) return filesystem_ && !checking_;
+  if (action == &Self::_backUpImage) return filesystem_ != nullptr;
   if (action == &Self::_undo) return undoManager_.canUndo();
   if (action == &Self::_redo) return undoManager_.canRedo();
   return true;
