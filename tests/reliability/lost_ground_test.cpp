@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <functional>
@@ -36,6 +37,11 @@ protected:
     mount(MountRules::guarded);
   }
 
+  void mount(const ImageBuilder &image) {
+    volume_.reset();
+    image.writeTo(path_);
+    volume_ = EMU3Filesystem::initWithURL(path_, MountRules::guarded, ImageClaim::whenMounted);
+  }
   // In place of the mount before.
   void mount(MountRules rules) {
     volume_.reset();
@@ -194,6 +200,42 @@ TEST_F(LostGround, BlockThatCannotBeReadIsNoPlaceForAFolder) {
   EXPECT_EQ(error_.message, "No free directory block available");
   cutAtBlock(0);
   expectFailure(volume_->deleteDirectory(banks_, root_, &error_), "Block write failed");
+}
+
+// What cannot be read may be in use. Seen when the volume is read, here anew.
+TEST_F(LostGround, VolumeWhoseTableCannotBeReadIsReadOnly) {
+  ImageBuilder image({.sizeBytes = 8 * kMiB,
+                      .fatStartBlock = 8192,
+                      .rootDirBlock = 16,
+                      .dataAreaBlock = 64,
+                      .slotSizeBlocks = 64,
+                      .marksBlocks = false});
+  image.root().addFile("KICK", patternBytes(700, 1));
+  mount(image);
+  EXPECT_FALSE(volume_->isReadOnly());
+  cutAtBlock(8192);
+  ASSERT_TRUE(volume_->reload());
+  EXPECT_EQ(volume_->readOnlyReason(), ReadOnlyReason::unreadableTable);
+  expectFailure(volume_->createDirectoryNamed("New", volume_->rootDirectory(), &error_),
+                "Image is read-only: its allocation table cannot be read");
+  EXPECT_TRUE(volume_->exportFile(volume_->rootDirectory()->files().front(), folder_.path("out")));
+}
+
+TEST_F(LostGround, VolumeWithAFolderThatCannotBeReadIsReadOnly) {
+  ImageBuilder image({.sizeBytes = 8 * kMiB, .rootDirBlock = 40, .dataAreaBlock = 64, .slotSizeBlocks = 64});
+  image.root().addFile("KICK", patternBytes(700, 1));
+  image.root().addFolder("Banks", {.blockList = {56}}).addFile("SNARE", patternBytes(700, 2));
+  mount(image);
+  EXPECT_FALSE(volume_->isReadOnly());
+  cutAtBlock(56); // a page of its own
+  ASSERT_TRUE(volume_->reload());
+  EXPECT_EQ(volume_->readOnlyReason(), ReadOnlyReason::unreadableFolder);
+  expectFailure(volume_->importFileAtURL(hostFile_, volume_->rootDirectory(), &error_),
+                "Image is read-only: a folder of it cannot be read");
+  const std::vector<VolumeFinding> findings = volume_->check();
+  EXPECT_TRUE(std::any_of(findings.begin(), findings.end(), [](const VolumeFinding &finding) {
+    return finding.kind == finding::kFolderUnreadable.word;
+  }));
 }
 
 TEST_F(LostGround, MarksThatCannotBeWrittenLeaveNoEntry) {
