@@ -45,10 +45,17 @@ void MainWindowController::_backUpTo(const std::string &target) {
   _setStatus(QStringLiteral("Backing up…"));
   spinner_->start();
   filesystem_->ioQueue().async([controller = QPointer(this), filesystem = filesystem_, target] {
+    const bool wasReadOnly = filesystem->isReadOnly();
     EMU3Error error;
     const bool isDone = filesystem->backUpTo(target, {}, &error);
-    onMainQueue([controller, filesystem, target, isDone, error] {
-      if (controller) controller->_imageBackedUp(filesystem, target, isDone, error);
+    onMainQueue([controller, filesystem, target, isDone, error, wasReadOnly] {
+      if (!controller) return;
+      // The backup may have got the claim that another program had before, and so have read the image anew.
+      if (filesystem == controller->filesystem_ && wasReadOnly && !filesystem->isReadOnly()) {
+        controller->_showTitle();
+        controller->_showImageReadAnew();
+      }
+      controller->_imageBackedUp(filesystem, target, isDone, error);
     });
   });
 }

@@ -61,7 +61,10 @@ void ChangeGroup::runStep(Step step) {
     if (ended_[i]) continue;
     const WriteLock lock(volume_.lock);
     EMU3Error error;
-    if (!(changes_[i]->*step)(volume_, &error)) ended_[i] = std::move(error);
+    if (volume_.isReadOnly()) // since the change before it
+      ended_[i] = volume_.rules().readOnlyError(volume_.readOnlyReason());
+    else if (!(changes_[i]->*step)(volume_, &error))
+      ended_[i] = std::move(error);
   }
 }
 

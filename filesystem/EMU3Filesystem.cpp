@@ -137,7 +137,8 @@ ByteBufferPtr EMU3Filesystem::dataForFile(const EMU3FilePtr &file, EMU3Error *er
     volume_->lock.assertHeldShared();
     return bytesOfFile(*volume_, *file);
   });
-  return data ? TreeEditor::cacheDataIfUnset(*file, *data) : nullptr;
+  if (!data || volume_->mayChangeBeside()) return data.value_or(nullptr); // other bytes may be there tomorrow
+  return TreeEditor::cacheDataIfUnset(*file, *data);
 }
 
 ByteBufferPtr EMU3Filesystem::contentsOfFile(const EMU3FilePtr &file, EMU3Error *error) {

@@ -65,6 +65,7 @@ bool NewEntry::plan(Volume &volume) {
 
 // The folder may have been made, or have grown, by an earlier change that has failed since.
 bool NewEntry::write(Volume &volume) {
+  if (!volume.rules().mayUse(volume, folder_)) return false;
   const std::uint64_t faults = volume.image.writeFaults();
   if (spot_.growth &&
       !volume.entries.writeFolderBlock(folder_->place(), spot_.growth->position, spot_.growth->block)) {
@@ -72,9 +73,7 @@ bool NewEntry::write(Volume &volume) {
     return false;
   }
   const std::vector<std::int64_t> blocks = folder_->blockList();
-  if (!volume.rules().mayUse(volume, folder_) ||
-      std::find(blocks.begin(), blocks.end(), spot_.place.block) == blocks.end())
-    return false;
+  if (std::find(blocks.begin(), blocks.end(), spot_.place.block) == blocks.end()) return false;
   volume.entries.write(spot_.place, dentry_);
   return volume.image.writeFaults() == faults;
 }

@@ -42,7 +42,7 @@ public:
   /// Writes the number of the folder's new block, then the entry. False when that failed, or when the folder
   /// has not come about; an entry outside the image is passed over and counts as written.
   [[nodiscard]] bool write(Volume &volume) TESSARY_REQUIRES(volume.lock);
-  /// Gives up what was planned; the folder is as it was.
+  /// Gives up what was planned; the folder has the blocks that it had.
   void giveUp(Volume &volume) TESSARY_REQUIRES(volume.lock);
   /// Takes the written entry off the image again. A folder that has grown stays so.
   void erase(Volume &volume) TESSARY_REQUIRES(volume.lock);

@@ -134,9 +134,14 @@ bool MoveFile::enter(Volume &volume, EMU3Error *error) {
   return fail(error, EngineError::blockWriteFailed);
 }
 
-// Where the old entry cannot be cleared the file stays at its old place.
+// Where the old entry cannot be cleared the file stays at its old place. An earlier change of the group may
+// have taken it from there.
 bool MoveFile::clearOld(Volume &volume, EMU3Error *error) {
   if (staysWhereItIs()) return true;
+  if (!volume.rules().mayUse(volume, fromDirectory_, file_)) {
+    takeBackEntered(volume);
+    return fail(error, EngineError::entryNotFound);
+  }
   if (!volume.entries.clearEntry(file_->place())) {
     takeBackEntered(volume);
     return fail(error, EngineError::blockWriteFailed);

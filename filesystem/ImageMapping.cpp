@@ -299,6 +299,8 @@ bool ImageMapping::clearBlock(std::uint64_t block) {
 }
 
 bool ImageMapping::writeData(std::uint64_t first, const std::uint8_t *data, std::uint64_t length) {
+  const std::uint64_t blocks = length == 0 ? 1 : (length + kBlockSize - 1) / kBlockSize;
+  if (flushesAtBarriers_ && !reaches((first + blocks) * kBlockSize)) return false; // part of it was cut off
   for (std::uint64_t block = first;; ++block) {
     if (length >= kBlockSize) {
       if (!write(block, 0, data, kBlockSize)) return false;
@@ -362,14 +364,15 @@ void ImageMapping::flushBlock(std::uint64_t block) {
 bool ImageMapping::barrier() {
   if (unflushedBegin_ == unflushedEnd_) return true;
   const std::uint64_t begin = unflushedBegin_ - unflushedBegin_ % pageSize();
-  const std::uint64_t length = unflushedEnd_ - begin;
+  const std::uint64_t end = unflushedEnd_;
   unflushedBegin_ = unflushedEnd_ = 0;
-  if (::msync(bytes_ + begin, length, MS_SYNC) != 0) return false;
+  if (::msync(bytes_ + begin, end - begin, MS_SYNC) != 0) return false;
 #ifdef F_FULLFSYNC
-  return ::fcntl(fd_, F_FULLFSYNC) == 0; // here the request above leaves it in the medium's own cache
-#else
-  return true;
+  // Here the request above leaves it in the medium's own cache.
+  if (::fcntl(fd_, F_FULLFSYNC) != 0 && ((errno != ENOTSUP && errno != EINVAL) || ::fsync(fd_) != 0))
+    return false;
 #endif
+  return reaches(end); // what was cut off inside a page is written to memory alone, without a fault
 }
 
 } // namespace tessary

@@ -21,7 +21,8 @@ std::uint64_t sizeOfHostFile(const std::string &path) {
 
 bool isForLackOfRoom(const EMU3Error &error) {
   return error.domain == kEngineErrorDomain &&
-         (error.code == kErrorOutOfSpace || error.code == kErrorDirectoryFull);
+         (error.code == kErrorOutOfSpace || error.code == kErrorDirectoryFull) &&
+         error.message != engineError(EngineError::fileTooLarge).message;
 }
 
 } // namespace

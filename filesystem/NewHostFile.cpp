@@ -46,10 +46,19 @@ std::string temporaryPathBeside(const std::string &path) {
 // The permissions of a new file are the host's.
 constexpr mode_t kNewFile = 0666;
 
+// What a file without a name is called as long as it is open.
+std::string pathOfDescriptor(int fd) {
+  return "/proc/self/fd/" + std::to_string(fd);
+}
+
+// Negative where the host cannot make one, or could not give it a name later.
 int createWithoutName(const std::string &target) {
 #ifdef O_TMPFILE
   const std::string folder = folderOf(target);
-  return ::open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kNewFile);
+  const int fd = ::open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kNewFile);
+  if (fd < 0 || ::access(pathOfDescriptor(fd).c_str(), F_OK) == 0) return fd;
+  ::close(fd);
+  return -1;
 #else
   static_cast<void>(target);
   return -1;
@@ -131,31 +140,45 @@ bool NewHostFile::flush(EMU3Error *error) {
   return isFlushed || errno == EINVAL || fail(error, hostError(errno, path_));
 }
 
-// A link cannot replace a file, a rename can; so what replaces one has a name of its own for a moment.
 bool NewHostFile::publish(EMU3Error *error) {
-  const bool mayTakeName = earlier_ == Earlier::refused || ::access(target_.c_str(), F_OK) != 0;
-  bool isNamed = mayTakeName && giveName(target_);
-  if (!isNamed && earlier_ == Earlier::refused) return fail(error, hostError(errno, path_));
-  if (!isNamed) {
-    if (temporaryPath_.empty()) {
-      const std::string path = temporaryPathBeside(target_);
-      if (!giveName(path)) return fail(error, hostError(errno, path_));
-      temporaryPath_ = path;
-    }
-    isNamed = std::rename(temporaryPath_.c_str(), target_.c_str()) == 0;
-    if (!isNamed) return fail(error, hostError(errno, path_));
-    temporaryPath_.clear();
-  }
+  const bool mayBeFree = earlier_ == Earlier::refused || ::access(target_.c_str(), F_OK) != 0;
+  const bool isNamed = mayBeFree && giveName(target_);
+  if (!isNamed && !(earlier_ == Earlier::refused ? takeFreeName() : replace()))
+    return fail(error, hostError(errno, path_));
   const int fd = std::exchange(fd_, -1);
   giveUp();
   return ::close(fd) == 0 || fail(error, hostError(errno, path_));
 }
 
+// A link cannot replace a file, a rename can; so what replaces one has a name of its own for a moment.
+bool NewHostFile::replace() {
+  if (temporaryPath_.empty()) {
+    const std::string path = temporaryPathBeside(target_);
+    if (!giveName(path)) return false;
+    temporaryPath_ = path;
+  }
+  if (std::rename(temporaryPath_.c_str(), target_.c_str()) != 0) return false;
+  temporaryPath_.clear();
+  return true;
+}
+
+// Where the host has no links: an empty file holds the name until the rename puts this one in its place.
+bool NewHostFile::takeFreeName() {
+  if (errno == EEXIST || temporaryPath_.empty()) return false;
+  const int holder = ::open(target_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFile);
+  if (holder < 0) return false;
+  ::close(holder);
+  if (replace()) return true;
+  const int problem = errno;
+  ::unlink(target_.c_str());
+  errno = problem;
+  return false;
+}
+
 // A name that no file has.
 bool NewHostFile::giveName(const std::string &path) {
   if (!temporaryPath_.empty()) return ::link(temporaryPath_.c_str(), path.c_str()) == 0;
-  const std::string own = "/proc/self/fd/" + std::to_string(fd_);
-  return ::linkat(AT_FDCWD, own.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  return ::linkat(AT_FDCWD, pathOfDescriptor(fd_).c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
 bool flushFolderOf(const std::string &path, EMU3Error *error) {

@@ -41,6 +41,8 @@ public:
 private:
   [[nodiscard]] bool createNamed();
   [[nodiscard]] bool giveName(const std::string &path);
+  [[nodiscard]] bool replace();
+  [[nodiscard]] bool takeFreeName();
   void giveUp();
 
   std::string path_;

@@ -196,8 +196,10 @@ bool VolumeTree::readAgain(const DirectoryBlocks &blocks, std::int64_t rootBlock
   reader.reuse(&known);
   reader.fill(top);
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(top)) {
-    for (const EMU3FilePtr &file : folder->files())
+    for (const EMU3FilePtr &file : folder->files()) {
       TreeEditor::setCachedData(*file, nullptr);
+      TreeEditor::setBankDetails(*file, {});
+    }
   }
   return !reader.metUnreadableBlock();
 }
@@ -293,7 +295,7 @@ bool VolumeTree::adoptFolder(const DirectoryBlocks &blocks, EntryPlace place,
   EMU3DirectoryPtr folder = folderFromDentry(dentry, std::move(*name), place);
   TreeReader reader(blocks, rules_, folderBlocks(root()));
   reader.fill(folder);
-  if (reader.metBlockReadBefore()) return false;
+  if (reader.metBlockReadBefore() || reader.metUnreadableBlock()) return false;
   addFolder(parent, folder);
   return true;
 }

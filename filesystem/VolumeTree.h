@@ -60,8 +60,8 @@ public:
                      const EMU3DirectoryPtr &parent);
 
   /// Reads the folder of the entry at `place`, with all below it, and appends it to `parent`. False, with
-  /// nothing changed, when it shares a block with a folder of the tree: which of the two then holds the
-  /// block's entries only reading the whole tree tells.
+  /// nothing changed, where the whole tree must be read: when it shares a block with a folder of the tree, or
+  /// a block of it cannot be read.
   [[nodiscard]] bool adoptFolder(const DirectoryBlocks &blocks, EntryPlace place,
                                  const EMU3DirectoryPtr &parent);
 

@@ -133,7 +133,7 @@ TEST_F(Launch, MenuBarHasTheMenusOfTheImageAndOfTheApplication) {
   for (const QAction *item : window()->menuBar()->actions())
     titles += item->text();
   EXPECT_EQ(titles, (QStringList{"File", "Tessary"}));
-  EXPECT_EQ(itemsOf("File"), QStringList{"Check Image…"});
+  EXPECT_EQ(itemsOf("File"), (QStringList{"Check Image…", "Back Up Image…"}));
   EXPECT_EQ(itemsOf("Tessary"), (QStringList{"About Tessary", "-", "Quit Tessary"}));
   EXPECT_TRUE(menu("Tessary")->actions()[0]->shortcut().isEmpty());
   EXPECT_EQ(menu("Tessary")->actions()[2]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));

@@ -202,6 +202,27 @@ TEST_F(LostGround, BlockThatCannotBeReadIsNoPlaceForAFolder) {
   expectFailure(volume_->deleteDirectory(banks_, root_, &error_), "Block write failed");
 }
 
+// The rest of the page can be stored to without a fault, but is no part of the file.
+TEST_F(LostGround, ContentsBehindACutInsideAPageAreNotReportedAsStored) {
+  mount(ImageBuilder({.sizeBytes = 8 * kMiB, .rootDirBlock = 40, .dataAreaBlock = 64, .slotSizeBlocks = 64}));
+  writeBytes(hostFile_, patternBytes(700, 3)); // two blocks of one page
+  cutAtBlock(65);
+  expectFailure(volume_->importFileAtURL(hostFile_, volume_->rootDirectory(), &error_), "Data write failed");
+  EXPECT_TRUE(volume_->rootDirectory()->files().empty());
+}
+
+TEST_F(LostGround, EntryBehindACutInsideAPageIsNotReportedAsWritten) {
+  ImageBuilder image({.sizeBytes = 8 * kMiB, .rootDirBlock = 40, .dataAreaBlock = 64, .slotSizeBlocks = 64});
+  image.root().addFolder("Banks", {.blockList = {42}}).addFile("KICK", patternBytes(700, 1));
+  mount(image);
+  const EMU3DirectoryPtr banks = volume_->rootDirectory()->subdirectories().front();
+  const EMU3FilePtr kick = banks->files().front();
+  cutAtBlock(41); // the page has blocks 40 to 47
+  expectFailure(volume_->renameFile(kick, "SNARE", banks, &error_), "Data write failed");
+  EXPECT_EQ(kick->name(), "KICK");
+  EXPECT_EQ(volume_->readOnlyReason(), ReadOnlyReason::mediumFailed);
+}
+
 // What cannot be read may be in use. Seen when the volume is read, here anew.
 TEST_F(LostGround, VolumeWhoseTableCannotBeReadIsReadOnly) {
   ImageBuilder image({.sizeBytes = 8 * kMiB,

@@ -258,6 +258,25 @@ TEST_F(SharedBarriers, OneThatFailsKeepsNoOther) {
   EXPECT_EQ(namesOf(folder()->files()), (std::vector<std::string>{"first", "last"}));
 }
 
+TEST_F(SharedBarriers, FileThatIsAskedForTwiceIsMovedOnce) {
+  importFiles(1);
+  const EMU3FilePtr file = folder()->files().front();
+  ASSERT_TRUE(volume_->createDirectoryNamed("other", volume_.root()));
+  const auto operation = volume_->manyItems();
+  operation->moveFile(file, folder(), volume_.root());
+  operation->moveFile(file, folder(), folderOf(volume_, "other"));
+  std::vector<std::int64_t> codes;
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) { codes.push_back(end.error ? end.error->code : 0); };
+  operation->run(watcher);
+  EXPECT_EQ(codes, (std::vector<std::int64_t>{0, kErrorEntryNotFound}));
+  EXPECT_EQ(namesOf(volume_.root()->files()), std::vector<std::string>{"file 0"});
+  EXPECT_TRUE(folder()->files().empty());
+  EXPECT_TRUE(folderOf(volume_, "other")->files().empty());
+  EXPECT_EQ(namesOf(volume_.openedAnew()->rootDirectory()->subdirectories().back()->files()),
+            std::vector<std::string>());
+}
+
 TEST_F(SharedBarriers, RoomThatEarlierItemsMakeIsUsedByLaterOnes) {
   const auto filling = volume_->manyItems();
   const std::uint64_t half = volume_->freeBlocks() / 2 * kBlockBytes;
