@@ -29,7 +29,8 @@ public:
     std::filesystem::create_directory(path());
     hasRoom_ = ::mount("tmpfs", roomPath().c_str(), "tmpfs", 0, "size=24m") == 0;
     isThere_ = hasRoom_ && run("truncate -s 64M " + backing()) &&
-               run("mkfs.ext4 -q -J size=4 -E lazy_itable_init=0,lazy_journal_init=0 " + backing()) && mount();
+               run("mkfs.ext4 -q -J size=4 -E lazy_itable_init=0,lazy_journal_init=0 " + backing()) &&
+               mount();
   }
   ~SmallMedium() {
     if (isThere_) unmount();
