@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/compare/Pattern.h"
 #include "tests/compare/Sequence.h"
 
 #include <atomic>
@@ -7,7 +8,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <regex>
 #include <string>
 
 namespace tessary::compare {
@@ -19,7 +19,7 @@ struct Job {
   std::uint32_t count = 0; ///< of sequences
   std::uint32_t seed = 0;  ///< of the first
   bool bareOnly = false;   ///< leaves out the seeds of guarded sequences
-  std::optional<std::regex> ignored{};
+  std::optional<Pattern> ignored{};
 };
 
 /// How often each command was run, and how often it did what it should.
