@@ -23,6 +23,7 @@ bool ChangeGroup::begin(VolumeChange &change, EMU3Error *error) {
   const WriteLock lock(volume_.lock);
   if (!volume_.prepareForChange(path_, error)) return false;
   if (!volume_.rules().waitsForMedium()) return runAtOnce(change, error);
+  lookForSharedBlocks();
   if (!change.begin(volume_, error)) return false;
   changes_.push_back(&change);
   return true;
@@ -53,6 +54,19 @@ void ChangeGroup::complete() {
     }
   }
   changes_.clear();
+  followSharedBlocks();
+}
+
+void ChangeGroup::lookForSharedBlocks() {
+  metSharedBlocks_ = metSharedBlocks_ || (volume_.index && volume_.index->hasSharedBlocks());
+}
+
+// On a damaged volume two folders can have the same block. What was written into it for one is in the other,
+// or in that one alone once the first is gone: which of them shows it, the image says.
+void ChangeGroup::followSharedBlocks() {
+  const WriteLock lock(volume_.lock);
+  lookForSharedBlocks();
+  if (std::exchange(metSharedBlocks_, false)) volume_.followImage();
 }
 
 // Readers come in between two changes.

@@ -51,11 +51,14 @@ private:
   [[nodiscard]] bool runAtOnce(VolumeChange &change, EMU3Error *error) TESSARY_REQUIRES(volume_.lock);
   void runStep(Step step);
   [[nodiscard]] bool waitForMedium(TakingBack takeBack);
+  void lookForSharedBlocks() TESSARY_REQUIRES_SHARED(volume_.lock);
+  void followSharedBlocks();
 
   Volume &volume_;
   const std::string path_;
   std::vector<VolumeChange *> changes_;
   std::vector<std::optional<EMU3Error>> ended_;
+  bool metSharedBlocks_ = false; ///< folders have named one block since the last completion
 };
 
 } // namespace tessary

@@ -270,10 +270,11 @@ bool RecoverFolder::enter(Volume &volume, EMU3Error *error) {
   return fail(error, EngineError::blockWriteFailed);
 }
 
+// Bare, what the tree has and the image does not goes with it.
 bool RecoverFolder::clearOld(Volume &volume, EMU3Error *) {
   volume.countMarks();
-  if (!volume.tree.adoptFolder(volume.entries, entry_.place(), inDirectory_))
-    volume.readTree(volume.tree.root()->name());
+  if (!volume.index || !volume.tree.adoptFolder(volume.entries, entry_.place(), inDirectory_))
+    volume.followImage();
   return true;
 }
 

@@ -234,15 +234,10 @@ bool GuardedRules::takesEntries(const Volume &volume, std::int64_t block) const 
   return files.thoseOf({block}).empty();
 }
 
-// A deleted file of that place leaves the list: it no longer has an entry. Of a block that several folders
-// name the first has the files in its list.
+// A deleted file of that place leaves the list: it no longer has an entry.
 void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const {
-  const bool isShared = volume.index->isShared(place.block);
-  const auto holders = isShared ? directoriesInPreOrder(volume.tree.root()) : std::vector{folder};
-  for (const EMU3DirectoryPtr &holder : holders) {
-    for (const EMU3FilePtr &file : holder->files()) {
-      if (file->isDeleted() && file->place() == place) volume.tree.removeFile(holder, file);
-    }
+  for (const EMU3FilePtr &file : folder->files()) {
+    if (file->isDeleted() && file->place() == place) volume.tree.removeFile(folder, file);
   }
 }
 

@@ -68,6 +68,10 @@ void Volume::readTree(const std::string &label) {
   tookIn(tree.read(entries, rootBlock, label, snapshotOfShared()));
 }
 
+void Volume::followImage() {
+  tookIn(tree.follow(entries));
+}
+
 // What cannot be read may be in use: nothing can be stored beside it safely.
 void Volume::tookIn(bool isTreeReadable) {
   if (!index) return;

@@ -45,8 +45,9 @@ public:
   bool read(const std::string &label, EMU3Error *error) TESSARY_REQUIRES(lock);
   /// Counts the table's marks anew; bare, the figures follow from them.
   void countMarks() TESSARY_REQUIRES(lock);
-  /// Reads the tree alone anew.
-  void readTree(const std::string &label) TESSARY_REQUIRES(lock);
+  /// Brings the tree in line with the image after changes that it was not told of one by one; files and
+  /// folders that are still there stay the objects they are.
+  void followImage() TESSARY_REQUIRES(lock);
 
   /// Claims the image for changes, unless this process has it: then reads the tree anew, since another
   /// program may have changed it; files and folders whose entries stand as they stood stay the objects they
@@ -95,6 +96,7 @@ public:
   VolumeTree tree TESSARY_GUARDED_BY(lock);
 
 private:
+  void readTree(const std::string &label) TESSARY_REQUIRES(lock);
   void readAgain() TESSARY_REQUIRES(lock);
   void tookIn(bool isTreeReadable) TESSARY_REQUIRES(lock);
   [[nodiscard]] DirectorySnapshot *snapshotOfShared() TESSARY_REQUIRES(lock);

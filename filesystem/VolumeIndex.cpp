@@ -4,6 +4,7 @@ namespace tessary {
 
 void VolumeIndex::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root) {
   folders_.clear();
+  sharedBlocks_ = 0;
   places_.clear();
   nameBlocks(root->blockList()); // the root has no entry
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root)) {
@@ -45,20 +46,17 @@ void VolumeIndex::folderBlocksChanged(const std::vector<std::int64_t> &before,
   slots_.folderBlocksWent(before);
 }
 
-bool VolumeIndex::isShared(std::int64_t block) const {
-  const auto entry = folders_.find(block);
-  return entry != folders_.end() && entry->second > 1;
-}
-
 void VolumeIndex::nameBlocks(const std::vector<std::int64_t> &blocks) {
   for (const std::int64_t block : blocks)
-    ++folders_[block];
+    if (++folders_[block] == 2) ++sharedBlocks_;
 }
 
 void VolumeIndex::forgetBlocks(const std::vector<std::int64_t> &blocks) {
   for (const std::int64_t block : blocks) {
     const auto entry = folders_.find(block);
-    if (entry != folders_.end() && --entry->second == 0) folders_.erase(entry);
+    if (entry == folders_.end()) continue;
+    if (--entry->second == 1) --sharedBlocks_;
+    if (entry->second == 0) folders_.erase(entry);
   }
 }
 

@@ -3,6 +3,7 @@
 #include "filesystem/EntryPlace.h"
 #include "filesystem/SlotMap.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <set>
 #include <unordered_map>
@@ -35,8 +36,8 @@ public:
   [[nodiscard]] const SlotMap &slots() const { return slots_; }
   /// Whether any folder has the block in its list.
   [[nodiscard]] bool namesBlock(std::int64_t block) const { return folders_.contains(block); }
-  /// Whether folders have the block in their lists more than once.
-  [[nodiscard]] bool isShared(std::int64_t block) const;
+  /// Whether any block is in folders' lists more than once.
+  [[nodiscard]] bool hasSharedBlocks() const { return sharedBlocks_ > 0; }
   /// Whether the entry at this place is one of the tree's folders.
   [[nodiscard]] bool isFolderEntry(EntryPlace place) const { return places_.contains(place); }
 
@@ -46,6 +47,7 @@ private:
 
   SlotMap slots_;
   std::unordered_map<std::int64_t, std::uint32_t> folders_; ///< how many times folders name a block
+  std::size_t sharedBlocks_ = 0;                            ///< those that they name more than once
   std::set<EntryPlace> places_;
 };
 

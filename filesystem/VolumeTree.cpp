@@ -3,11 +3,13 @@
 #include "filesystem/DirectoryBlocks.h"
 #include "filesystem/DirectoryEntry.h"
 #include "filesystem/DirectorySnapshot.h"
+#include "filesystem/KnownObjects.h"
 #include "filesystem/TreeEditor.h"
 #include "filesystem/VolumeIndex.h"
 #include "filesystem/VolumeRules.h"
 
-#include <map>
+#include <algorithm>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -43,43 +45,21 @@ struct OpenFolder {
   std::vector<EMU3DirectoryPtr> subdirectories;
 };
 
-/// The objects of a tree that was read before, by the places of their entries.
-class KnownObjects final {
-public:
-  KnownObjects(const EMU3DirectoryPtr &root, DirectorySnapshot asRead) : asRead_(std::move(asRead)) {
-    for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root)) {
-      if (folder != root) folders_.emplace(folder->place(), folder);
-      for (const EMU3FilePtr &file : folder->files())
-        files_.emplace(file->place(), file);
-    }
-  }
-
-  /// The file of that entry in that folder; null when it is not the one that was known.
-  [[nodiscard]] EMU3FilePtr file(EntryPlace place, const std::uint8_t *dentry,
-                                 const EMU3DirectoryPtr &folder) const {
-    const auto known = files_.find(place);
-    const bool isKnown =
-        known != files_.end() && isUnchanged(place, dentry) && known->second->folder() == folder;
-    return isKnown ? known->second : nullptr;
-  }
-  [[nodiscard]] EMU3DirectoryPtr folder(EntryPlace place, const std::uint8_t *dentry,
-                                        const EMU3DirectoryPtr &parent) const {
-    const auto known = folders_.find(place);
-    const bool isKnown =
-        known != folders_.end() && isUnchanged(place, dentry) && known->second->parent() == parent;
-    return isKnown ? known->second : nullptr;
-  }
-
-private:
-  [[nodiscard]] bool isUnchanged(EntryPlace place, const std::uint8_t *dentry) const {
-    const std::optional<Dentry> before = asRead_.entry(place);
-    return before && std::equal(before->begin(), before->end(), dentry);
-  }
-
-  const DirectorySnapshot asRead_;
-  std::map<EntryPlace, EMU3FilePtr> files_;
-  std::map<EntryPlace, EMU3DirectoryPtr> folders_;
-};
+/// `read` with what was in the folder before first, in the order that it had.
+template <typename Pointer>
+std::vector<Pointer> inOrderOf(const std::vector<Pointer> &before, std::vector<Pointer> read) {
+  if (before.empty()) return read;
+  std::unordered_map<Pointer, std::size_t> ranks;
+  for (const Pointer &item : before)
+    ranks.emplace(item, ranks.size());
+  const auto rankOf = [&](const Pointer &item) {
+    const auto rank = ranks.find(item);
+    return rank == ranks.end() ? ranks.size() : rank->second;
+  };
+  std::stable_sort(read.begin(), read.end(),
+                   [&](const Pointer &a, const Pointer &b) { return rankOf(a) < rankOf(b); });
+  return read;
+}
 
 /// Reads folders depth first in on-disk order, with a stack of its own. A damaged volume can name one block
 /// in many folders or in a cycle: a block is read by the first folder that reaches it, so the time is linear
@@ -152,8 +132,10 @@ private:
 
   void closeFolder() {
     OpenFolder &folder = stack_.back();
-    TreeEditor::setFiles(folder.directory, std::move(folder.files));
-    TreeEditor::setSubdirectories(folder.directory, std::move(folder.subdirectories));
+    const EMU3DirectoryPtr &directory = folder.directory;
+    TreeEditor::setFiles(directory, inOrderOf(directory->files(), std::move(folder.files)));
+    TreeEditor::setSubdirectories(directory,
+                                  inOrderOf(directory->subdirectories(), std::move(folder.subdirectories)));
     stack_.pop_back();
   }
 
@@ -189,7 +171,7 @@ bool VolumeTree::read(const DirectoryBlocks &blocks, std::int64_t rootBlock, std
 bool VolumeTree::readAgain(const DirectoryBlocks &blocks, std::int64_t rootBlock,
                            DirectorySnapshot *snapshot) {
   const EMU3DirectoryPtr top = root();
-  const KnownObjects known(top, std::exchange(*snapshot, {}));
+  const UnchangedObjects known(top, std::exchange(*snapshot, {}));
   TreeEditor::setBlockList(*top, {rootBlock});
   TreeReader reader(blocks, rules_);
   reader.recordIn(snapshot);
@@ -201,6 +183,15 @@ bool VolumeTree::readAgain(const DirectoryBlocks &blocks, std::int64_t rootBlock
       TreeEditor::setBankDetails(*file, {});
     }
   }
+  return !reader.metUnreadableBlock();
+}
+
+bool VolumeTree::follow(const DirectoryBlocks &blocks) {
+  const EMU3DirectoryPtr top = root();
+  const FollowedObjects known(top);
+  TreeReader reader(blocks, rules_);
+  reader.reuse(&known);
+  reader.fill(top);
   return !reader.metUnreadableBlock();
 }
 

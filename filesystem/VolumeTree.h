@@ -34,6 +34,10 @@ public:
   /// they stood, with the bytes that are in the snapshot, stay the objects they are. The snapshot is renewed.
   bool readAgain(const DirectoryBlocks &blocks, std::int64_t rootBlock, DirectorySnapshot *snapshot);
 
+  /// The same after changes of this mount that the tree was not told of one by one: a file or folder whose
+  /// entry still leads where the object does stays that object, in its order; what is new comes behind.
+  bool follow(const DirectoryBlocks &blocks);
+
   /// Any thread.
   [[nodiscard]] EMU3DirectoryPtr root() const;
 

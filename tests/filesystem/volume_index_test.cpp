@@ -51,15 +51,18 @@ TEST_F(Index, KnowsBlocksThatSeveralFoldersName) {
   const EMU3DirectoryPtr first = folderWith({5, 6}, 1, root);
   const EMU3DirectoryPtr second = folderWith({6, 7, 7}, 2, root);
   index.build(parts.geometry, root);
-  EXPECT_FALSE(index.isShared(5));
-  EXPECT_TRUE(index.isShared(6));
-  EXPECT_TRUE(index.isShared(7));
-  EXPECT_FALSE(index.isShared(8));
+  EXPECT_TRUE(index.hasSharedBlocks());
   index.folderWent(*first);
   EXPECT_TRUE(index.namesBlock(6));
-  EXPECT_FALSE(index.isShared(6));
   EXPECT_FALSE(index.namesBlock(5));
+  EXPECT_TRUE(index.hasSharedBlocks()) << "block 7 is twice in one list";
+  index.folderBlocksChanged({6, 7, 7}, {6, 7});
+  EXPECT_FALSE(index.hasSharedBlocks());
+  index.folderBlocksChanged({6, 7}, {6, 7, 4});
+  EXPECT_TRUE(index.hasSharedBlocks()) << "the root's";
+  index.folderBlocksChanged({6, 7, 4}, {6, 7});
   index.folderWent(*second);
+  EXPECT_FALSE(index.hasSharedBlocks());
   EXPECT_FALSE(index.namesBlock(6));
   EXPECT_FALSE(index.namesBlock(7));
   EXPECT_FALSE(index.isFolderEntry({4, 2}));
@@ -166,10 +169,10 @@ protected:
     EXPECT_EQ(same.counters.used(), counters.used());
     for (std::int64_t block = 0; block < 1000; ++block) {
       EXPECT_EQ(same.index->namesBlock(block), fresh.namesBlock(block)) << block;
-      EXPECT_EQ(same.index->isShared(block), fresh.isShared(block)) << block;
       for (std::int64_t entry = 0; entry < 16; ++entry)
         EXPECT_EQ(same.index->isFolderEntry({block, entry}), fresh.isFolderEntry({block, entry})) << block;
     }
+    EXPECT_EQ(same.index->hasSharedBlocks(), fresh.hasSharedBlocks());
     for (std::uint64_t slot = 0; slot <= fresh.slots().slotCount(); ++slot)
       EXPECT_EQ(same.index->slots().isReached(slot), fresh.slots().isReached(slot)) << slot;
     for (const std::uint64_t blocks : {1U, 2U, 5U, 9U, 20U, 50U})

@@ -392,6 +392,57 @@ TEST(FolderBlocks, AreThoseOfEveryDepthFromTheFolderDown) {
 
 // --- Adding a folder of the image to the tree --------------------------------------------------------
 
+class FollowedTree : public testing::Test {
+protected:
+  FollowedTree() {
+    ImageBuilder image;
+    image.root().addFile("A", {}, {.slot = 1, .storesContents = false});
+    image.root().addFile("B", {}, {.slot = 2, .storesContents = false});
+    image.root().addFolder("Folder", {.blockList = {7}}).addFile("Inside");
+    read.emplace(image);
+    root = read->root();
+    files = root->files();
+  }
+
+  // Entry `index` of the root's block.
+  bool write(std::int64_t index, const RawEntry &entry) {
+    return read->entries().write({root->blockList().front(), index}, entry);
+  }
+
+  std::optional<ReadTree> read;
+  EMU3DirectoryPtr root;
+  std::vector<EMU3FilePtr> files;
+};
+
+TEST_F(FollowedTree, KeepsObjectsThatTheImageHoldsInTheirOrder) {
+  const EMU3DirectoryPtr folder = root->subdirectories().front();
+  const EMU3FilePtr inside = folder->files().front();
+  TreeEditor::setFiles(root, {files[1], files[0]});
+  ASSERT_TRUE(read->tree.follow(read->entries()));
+  EXPECT_EQ(read->root(), root);
+  EXPECT_EQ(root->files(), (std::vector<EMU3FilePtr>{files[1], files[0]}));
+  EXPECT_EQ(root->subdirectories(), std::vector<EMU3DirectoryPtr>{folder});
+  EXPECT_EQ(folder->files(), std::vector<EMU3FilePtr>{inside});
+}
+
+TEST_F(FollowedTree, TakesInWhatIsNewBehindWhatWasThere) {
+  ASSERT_TRUE(write(0, rawFileEntry("New", 0x81, 1, 9, 1, 1, 1)));
+  ASSERT_TRUE(write(5, rawFolderEntry("More", 0x40, BlockNumbers{8})));
+  ASSERT_TRUE(read->tree.follow(read->entries()));
+  EXPECT_EQ(namesOf(root->files()), (std::vector<std::string>{"B", "New"}));
+  EXPECT_EQ(root->files()[0], files[1]);
+  EXPECT_EQ(namesOf(root->subdirectories()), (std::vector<std::string>{"Folder", "More"}));
+  EXPECT_EQ(files[0]->folder(), nullptr) << "its entry leads to another slot now";
+}
+
+TEST_F(FollowedTree, LosesWhatTheImageDoesNotHold) {
+  ASSERT_TRUE(write(1, RawEntry{}));
+  ASSERT_TRUE(write(2, RawEntry{}));
+  ASSERT_TRUE(read->tree.follow(read->entries()));
+  EXPECT_EQ(root->files(), std::vector<EMU3FilePtr>{files[0]});
+  EXPECT_TRUE(root->subdirectories().empty());
+}
+
 // A volume whose tree has been read before the entry of "Added" is there.
 class AdoptedFolder : public testing::Test {
 protected:

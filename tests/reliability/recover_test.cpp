@@ -84,6 +84,36 @@ TEST_F(LostFolderTest, ObjectsOfTheTreeStayWhatTheyAre) {
   EXPECT_EQ(full_->files().front(), pad);
 }
 
+// Bare, a recovery brings the tree in line with the image.
+TEST_F(LostFolderTest, BareAFileWhoseNameDoesNotReadBackLeavesTheTree) {
+  const EMU3FilePtr pad = full_->files().front();
+  ASSERT_TRUE(volume_->renameFile(pad, "   ", full_));
+  EXPECT_EQ(full_->files().size(), 1U);
+  ASSERT_TRUE(volume_->recoverFolder(block_, "Back", full_));
+  EXPECT_TRUE(full_->files().empty());
+}
+
+TEST_F(LostFolderTest, BareAFileIsTheObjectThatItWasOverTheEntryOfADeletedOne) {
+  ImageBuilder image;
+  FolderBuilder lost = image.root().addFolder("Lost");
+  lost.addFile("KICK");
+  image.root().addFile("deleted", {}, {.type = 0, .slot = 9, .storesContents = false});
+  image.pokeEntry(lost.place(), RawEntry{});
+  image.root().addFile("SNARE");
+  image.writeTo(path_);
+  volume_.reset();
+  volume_ = EMU3Filesystem::initWithURL(path_);
+  const EMU3DirectoryPtr root = volume_->rootDirectory();
+  // Of the two places that count as free, the deleted file's is the second.
+  ASSERT_TRUE(volume_->copyFile(root->files().back(), root));
+  ASSERT_TRUE(volume_->copyFile(root->files().back(), root));
+  const std::vector<EMU3FilePtr> before = root->files();
+  ASSERT_EQ(before.size(), 4U) << "the deleted one is still in the list";
+  ASSERT_EQ(before[3]->place(), before[0]->place());
+  ASSERT_TRUE(volume_->recoverFolder(lost.blocks().front(), "Back", root, &error_)) << error_.message;
+  EXPECT_EQ(root->files(), (std::vector<EMU3FilePtr>{before[1], before[2], before[3]}));
+}
+
 TEST_F(LostFolderTest, NeedsAReallyFreePlace) {
   // Of the root's 16 places one is free at first; the folder's own entry has no type byte.
   mount(MountRules::guarded);

@@ -127,14 +127,6 @@ bool ImageReading::mayHoldFolder(std::uint64_t block) const {
          block < 32768 && !isInTable(block);
 }
 
-bool ImageReading::hasSharedBlocks() const {
-  std::set<std::uint64_t> seen;
-  for (const auto &[place, blocks] : folders)
-    for (const std::uint64_t block : std::set<std::uint64_t>(blocks.begin(), blocks.end()))
-      if (!seen.insert(block).second) return true;
-  return false;
-}
-
 std::pair<std::uint64_t, std::uint64_t> ImageReading::contentsOf(const RawEntry &file) const {
   const std::uint64_t first = std::min(slotStart(std::max<std::uint64_t>(1, wordAt(file, 18))), totalBlocks);
   return {first, std::min(first + wordAt(file, 22), totalBlocks)};

@@ -55,8 +55,6 @@ public:
   [[nodiscard]] std::uint64_t slotStart(std::uint64_t slot) const {
     return dataBlock + slotBlocks * (slot - 1);
   }
-  /// Whether two folders name one block.
-  [[nodiscard]] bool hasSharedBlocks() const;
   /// Blocks of a file's contents, as far as they lie inside the image.
   [[nodiscard]] std::pair<std::uint64_t, std::uint64_t> contentsOf(const RawEntry &file) const;
   /// Whether the block lies within a live file's, but for these files.

@@ -36,18 +36,54 @@ TEST(FolderInTheTable, FiguresFollowTheMarksThatItsEntriesAre) {
   EXPECT_EQ(volume->freeBlocks(), readGuardedAnew(volume)->freeBlocks());
 }
 
-TEST(SharedFolderBlock, AnEntryTakenThroughOneFolderLeavesTheListOfTheOther) {
-  ImageBuilder image;
-  const auto first = image.root().addFolder("first");
-  auto block = first.blocks().front();
-  FolderBuilder(first).addFile("deleted", {}, {.type = 0, .slot = 3, .storesContents = false});
-  image.root().addFolder("second", {.blockList = {static_cast<std::int16_t>(block)}});
-  const MountedVolume volume(image, MountRules::guarded);
-  const EMU3DirectoryPtr reader = folderNamed(volume.root(), "first");
-  ASSERT_EQ(reader->files().size(), 1U);
-  ASSERT_TRUE(volume->importFileAtURL(hostFile(volume, "new.E4B", bytesOf("x")),
-                                      folderNamed(volume.root(), "second")));
-  EXPECT_TRUE(reader->files().empty());
+// Two folders name one block. The first, in the order of the parse, shows what lies in it.
+class SharedFolderBlock : public testing::Test {
+protected:
+  SharedFolderBlock() {
+    ImageBuilder image;
+    auto first = image.root().addFolder("first");
+    const auto block = static_cast<std::int16_t>(first.blocks().front());
+    first.addFile("KICK", bytesOf("boom"));
+    first.addFile("deleted", {}, {.type = 0, .slot = 3, .storesContents = false});
+    first.addFolder("below").addFile("SNARE", bytesOf("tock"));
+    image.root().addFolder("second", {.blockList = {block}});
+    volume.emplace(image, MountRules::guarded);
+  }
+
+  EMU3DirectoryPtr first() const { return folderNamed(volume->root(), "first"); }
+  EMU3DirectoryPtr second() const { return folderNamed(volume->root(), "second"); }
+  bool import(const std::string &name, const EMU3DirectoryPtr &folder) {
+    return (*volume)->importFileAtURL(hostFile(*volume, name, bytesOf("x")), folder);
+  }
+
+  std::optional<MountedVolume> volume;
+};
+
+TEST_F(SharedFolderBlock, ShowsInTheFirstWhatWasWrittenThroughTheSecond) {
+  const EMU3FilePtr kick = fileNamed(first(), "KICK");
+  ASSERT_TRUE(import("NEW", second()));
+  EXPECT_EQ(namesOf(first()->files()), (std::vector<std::string>{"KICK", "NEW"})) << "over the deleted one";
+  EXPECT_TRUE(second()->files().empty());
+  EXPECT_EQ(fileNamed(first(), "KICK"), kick);
+}
+
+TEST_F(SharedFolderBlock, ShowsInTheSecondWhatWasTheFirstsOnceThatIsGone) {
+  const EMU3DirectoryPtr below = folderNamed(first(), "below");
+  EXPECT_FALSE((*volume)->moveDirectory(first(), below)) << "into itself";
+  ASSERT_TRUE((*volume)->deleteFile(fileNamed(first(), "KICK"), first()));
+  ASSERT_TRUE((*volume)->createDirectoryNamed("third", volume->root()));
+  ASSERT_TRUE((*volume)->moveDirectory(first(), folderNamed(volume->root(), "third")));
+  EXPECT_EQ(namesOf(second()->subdirectories()), std::vector<std::string>{"below"});
+  EXPECT_EQ(namesOf(folderNamed(second(), "below")->files()), std::vector<std::string>{"SNARE"});
+  EXPECT_TRUE(folderNamed(folderNamed(volume->root(), "third"), "first")->subdirectories().empty());
+}
+
+TEST_F(SharedFolderBlock, OfAFolderThatIsDeletedStaysTheOthersEmptied) {
+  ASSERT_TRUE((*volume)->deleteDirectory(first(), volume->root()));
+  EXPECT_EQ(namesOf(second()->files()), std::vector<std::string>{"deleted"}) << "as it was before";
+  EXPECT_TRUE(second()->subdirectories().empty());
+  ASSERT_TRUE(import("NEW", second()));
+  EXPECT_EQ(namesOf(second()->files()), (std::vector<std::string>{"deleted", "NEW"}));
 }
 
 TEST(NameWithAZeroByte, IsRefusedWhereItsEntryWouldReadAsNone) {
