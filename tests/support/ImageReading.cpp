@@ -252,7 +252,24 @@ ImageReading::freeDirectoryBlock(const std::function<bool(std::uint64_t)> &suits
   return withoutEntries;
 }
 
-std::optional<ImageReading::Growth> ImageReading::growthOf(Place folder) const {
+std::set<std::uint64_t> ImageReading::withBlocksBelow(std::vector<std::uint64_t> blocks) const {
+  std::set<std::uint64_t> found;
+  while (!blocks.empty()) {
+    const std::uint64_t block = blocks.back();
+    blocks.pop_back();
+    if (block >= totalBlocks || !found.insert(block).second) continue;
+    for (std::size_t index = 0; index < 16; ++index) {
+      const RawEntry entry = entryAt({block, index});
+      if (entry[0] == 0 || !readsAsFolder(entry)) continue;
+      const std::vector<std::uint64_t> below = blocksNamedBy(entry);
+      blocks.insert(blocks.end(), below.begin(), below.end());
+    }
+  }
+  return found;
+}
+
+std::optional<ImageReading::Growth> ImageReading::growthOf(Place folder,
+                                                           const std::set<std::uint64_t> &exceptFor) const {
   if (folder == Place{0, 0}) return std::nullopt;
   RawEntry entry = entries.at(folder).bytes;
   for (std::size_t offset = 18; offset < 32; offset += 2) {
@@ -263,7 +280,8 @@ std::optional<ImageReading::Growth> ImageReading::growthOf(Place folder) const {
       with[offset + 1] = static_cast<std::uint8_t>(block >> 8);
       return with;
     };
-    const auto block = freeDirectoryBlock([&](std::uint64_t number) { return readsAsFolder(grown(number)); });
+    const auto block = freeDirectoryBlock(
+        [&](std::uint64_t number) { return !exceptFor.contains(number) && readsAsFolder(grown(number)); });
     if (!block) return std::nullopt;
     return Growth{*block, grown(*block)};
   }

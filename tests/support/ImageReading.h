@@ -83,7 +83,11 @@ public:
     std::uint64_t block = 0;
     RawEntry entry{};
   };
-  [[nodiscard]] std::optional<Growth> growthOf(Place folder) const;
+  /// `exceptFor` are blocks that it must not be.
+  [[nodiscard]] std::optional<Growth> growthOf(Place folder,
+                                               const std::set<std::uint64_t> &exceptFor = {}) const;
+  /// These blocks, and those that the folders' entries in them name, and so on.
+  [[nodiscard]] std::set<std::uint64_t> withBlocksBelow(std::vector<std::uint64_t> blocks) const;
 
   [[nodiscard]] RawEntry entryAt(Place place) const;
 

@@ -55,6 +55,8 @@ Operation randomOperation(Random &random, const ImageReading &now, const std::ve
       operation.kind = OperationKind::importFile;
     else
       operation.block = random.pick(lost).block;
+    for (const LostFolder &folder : lost)
+      operation.lost.push_back(folder.block);
   }
   if (isOfFolder && !below.empty())
     operation.item = random.pick(below);

@@ -111,9 +111,9 @@ private:
     Place place;
     std::optional<ImageReading::Growth> growth;
   };
-  std::optional<Spot> spotIn(Place folder) {
+  std::optional<Spot> spotIn(Place folder, const std::set<std::uint64_t> &exceptFor = {}) {
     if (const auto place = now_.freePlaceIn(folder)) return Spot{*place, std::nullopt};
-    const auto growth = now_.growthOf(folder);
+    const auto growth = now_.growthOf(folder, exceptFor);
     if (!growth) return std::nullopt;
     return Spot{{growth->block, 0}, growth};
   }
@@ -269,7 +269,7 @@ private:
   }
 
   Outcome recover(const Operation &operation) {
-    const auto spot = spotIn(operation.folder);
+    const auto spot = spotIn(operation.folder, now_.withBlocksBelow(operation.lost));
     if (!spot) return {7};
     const auto number = static_cast<std::int16_t>(operation.block);
     RawEntry entry = rawFolderEntry(operation.name, 0x40, {&number, 1});
