@@ -89,7 +89,7 @@ QIcon toolbarIcon(const QString &symbolName) {
 }
 
 QIcon applicationIcon() {
-  return drawingIcon(QStringLiteral("tessary"), QStringLiteral(":/tessary.svg"), Ink::Own);
+  return drawingIcon(QStringLiteral("tessary"), QStringLiteral(":/com.tessary.Tessary.svg"), Ink::Own);
 }
 
 } // namespace tessary

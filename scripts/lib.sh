@@ -58,6 +58,7 @@ debian_packages() {
     wayland) echo qt6-wayland ;;
     display) echo xvfb fonts-dejavu-core ;;
     picture) echo imagemagick xdotool ;;
+    package) echo git dpkg-dev debhelper lintian ;;
   esac
 }
 
