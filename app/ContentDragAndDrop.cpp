@@ -1,11 +1,11 @@
 #include "app/ContentController.h"
 #include "app/DisplayText.h"
-#include "app/ExportedFile.h"
 #include "app/FileURLs.h"
 #include "app/ImageChanges.h"
 #include "app/ImportFiles.h"
 #include "app/MainQueue.h"
 #include "app/PrivateFolder.h"
+#include "filesystem/ItemsOperation.h"
 #include "filesystem/SystemLog.h"
 
 #include <QEventLoop>
@@ -17,15 +17,21 @@
 namespace tessary {
 namespace {
 
-std::optional<std::string> exportIntoPrivateFolder(EMU3Filesystem &filesystem, const EMU3FilePtr &file,
-                                                   const EMU3DirectoryPtr &directory) {
-  const std::optional<std::string> folder = makePrivateFolder("EMU3Drag");
-  if (!folder) return std::nullopt;
-  ExportTargets targets;
-  EMU3Error error;
-  std::optional<std::string> path = exportIntoFolder(filesystem, file, directory, *folder, &targets, &error);
-  if (!path) systemLog("Drag export failed for " + file->name() + ": " + error.description());
-  return path;
+/// Each into a private folder of its own; `exported` is called with each that was, and its path.
+template <typename Exported>
+void exportIntoPrivateFolders(EMU3Filesystem &filesystem, const std::vector<EMU3FilePtr> &files,
+                              const Exported &exported) {
+  const auto operation = filesystem.manyItems();
+  for (const EMU3FilePtr &file : files)
+    if (const std::optional<std::string> folder = makePrivateFolder("EMU3Drag"))
+      operation->exportFileInto(file, *folder);
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) {
+    const EMU3FilePtr &file = operation->item(end.item).file;
+    if (!end.error) return exported(file, end.hostPath);
+    systemLog("Drag export failed for " + file->name() + ": " + end.error->description());
+  };
+  operation->run(watcher);
 }
 
 } // namespace
@@ -76,9 +82,9 @@ ContentController::exportForDrag(const std::vector<EMU3FilePtr> &files) const {
   std::vector<DraggedFile> dragged;
   QEventLoop loop;
   dragQueue_.async([&] {
-    for (const EMU3FilePtr &file : files)
-      if (std::optional<std::string> path = exportIntoPrivateFolder(*filesystem, file, directory))
-        dragged.push_back({std::move(*path), file});
+    exportIntoPrivateFolders(*filesystem, files, [&](const EMU3FilePtr &file, const std::string &path) {
+      dragged.push_back({path, file});
+    });
     QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
   });
   loop.exec(QEventLoop::ExcludeUserInputEvents); // the mouse stays with the drag

@@ -1,10 +1,11 @@
 #include "app/DeletedFiles.h"
 
 #include "app/PrivateFolder.h"
-#include "filesystem/ExportTargets.h"
 #include "filesystem/ItemsOperation.h"
 #include "filesystem/SystemLog.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -15,15 +16,28 @@ bool saysIncomplete(const EMU3Error &error) {
   return error.description() == engineError(EngineError::contentsIncomplete).description();
 }
 
-/// Files of one name have backups of their own.
-std::optional<DeletedFile> backUp(EMU3Filesystem &filesystem, const EMU3FilePtr &file,
-                                  const std::string &folder, ExportTargets *backups, EMU3Error *error) {
-  const std::string path = backups->claim(folder, exportedFileName(file->name()));
-  if (!filesystem.exportFile(file, path, error)) return std::nullopt;
-  backups->wrote(path);
-  const std::optional<EntryBytes> entry = filesystem.entryOfFile(file, error);
-  if (!entry) return std::nullopt;
-  return DeletedFile{*entry, path};
+struct Backup {
+  EMU3FilePtr file;
+  DeletedFile kept;
+};
+
+/// Files of one name have backups of their own. Those whose contents are not all there come to `incomplete`.
+std::vector<Backup> backUp(EMU3Filesystem &filesystem, const std::vector<EMU3FilePtr> &files,
+                           const std::string &folder, std::vector<EMU3FilePtr> *incomplete) {
+  std::vector<Backup> backups;
+  const auto operation = filesystem.manyItems();
+  for (const EMU3FilePtr &file : files)
+    operation->exportFileInto(file, folder);
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) {
+    const EMU3FilePtr &file = files[end.item];
+    if (end.error && saysIncomplete(*end.error)) incomplete->push_back(file);
+    if (end.error) return;
+    if (const std::optional<EntryBytes> entry = filesystem.entryOfFile(file))
+      backups.push_back({file, {*entry, end.hostPath}});
+  };
+  operation->run(watcher);
+  return backups;
 }
 
 /// Whether a deletion that ended so took the file away. Logs why when it failed. Where only the marks of its
@@ -41,25 +55,17 @@ DeletionResult backUpAndDelete(EMU3Filesystem &filesystem, const std::vector<EMU
   DeletionResult result;
   const std::optional<std::string> folder = makePrivateFolder("EMU3Delete");
   if (!folder) return result;
-  ExportTargets backups;
-  std::vector<DeletedFile> backedUp;
-  std::vector<EMU3FilePtr> toDelete; // the files of these
+  std::vector<EMU3FilePtr> there;
+  std::copy_if(files.begin(), files.end(), std::back_inserter(there),
+               [&](const EMU3FilePtr &file) { return directory->containsFile(file); });
+  std::vector<Backup> backups = backUp(filesystem, there, *folder, &result.incomplete);
   const auto operation = filesystem.manyItems();
-  for (const EMU3FilePtr &file : files) {
-    if (!directory->containsFile(file)) continue;
-    EMU3Error error;
-    std::optional<DeletedFile> backup = backUp(filesystem, file, *folder, &backups, &error);
-    if (!backup) {
-      if (saysIncomplete(error)) result.incomplete.push_back(file);
-      continue;
-    }
-    backedUp.push_back(std::move(*backup));
-    toDelete.push_back(file);
-    operation->deleteFile(file, directory);
-  }
+  for (const Backup &backup : backups)
+    operation->deleteFile(backup.file, directory);
   ItemsWatcher watcher;
   watcher.ended = [&](const ItemEnd &end) {
-    if (isGone(*toDelete[end.item], end.error)) result.deleted.push_back(std::move(backedUp[end.item]));
+    Backup &backup = backups[end.item];
+    if (isGone(*backup.file, end.error)) result.deleted.push_back(std::move(backup.kept));
   };
   operation->run(watcher);
   return result;

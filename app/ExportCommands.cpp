@@ -1,8 +1,8 @@
 #include "app/Beeper.h"
-#include "app/ExportedFile.h"
 #include "app/MainQueue.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
+#include "filesystem/ItemsOperation.h"
 #include "filesystem/SystemLog.h"
 
 #include <QFile>
@@ -26,26 +26,42 @@ std::vector<EMU3FilePtr> banksAmong(const std::vector<EMU3FilePtr> &files) {
   return banks;
 }
 
-void exportSamplesOf(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, const std::string &folder,
-                     ExportTargets *targets, SampleCounts *counts) {
+void logFailure(const std::string &sample, const EMU3Error &error, SampleCounts *counts) {
+  ++counts->failed;
+  systemLog("Sample export failed for " + sample + ": " + error.description());
+}
+
+/// Adds the bank's samples to the operation, and what each is called in the log to `logged`.
+void addSamplesOf(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, const std::string &folder,
+                  ItemsOperation *operation, std::vector<std::string> *logged, SampleCounts *counts) {
   const std::string name = bank->name();
   const std::vector<BankSample> samples = filesystem.namedSamplesFromBankFile(bank);
   EMU3Error missing; // a bank without samples, or one whose list is not there
-  if (samples.empty() && !filesystem.contentsOfFile(bank, &missing)) {
-    ++counts->failed;
-    systemLog("Sample export failed for " + name + ": " + missing.description());
-  }
+  if (samples.empty() && !filesystem.contentsOfFile(bank, &missing)) logFailure(name, missing, counts);
   for (std::size_t i = 0; i < samples.size(); ++i) {
-    const std::string path = targets->claim(folder, exportedSampleName(name, samples[i].name));
-    EMU3Error error;
-    if (filesystem.exportSampleAtIndex(i, bank, path, &error)) {
-      targets->wrote(path);
-      ++counts->exported;
-      continue;
-    }
-    ++counts->failed;
-    systemLog("Sample export failed for " + name + "[" + samples[i].type + "]: " + error.description());
+    operation->exportSampleInto(bank, i, samples[i].name, folder);
+    logged->push_back(name + "[" + samples[i].type + "]");
   }
+}
+
+SampleCounts exportSamplesOf(EMU3Filesystem &filesystem, const std::vector<EMU3FilePtr> &banks,
+                             const EMU3DirectoryPtr &directory, const std::string &folder) {
+  SampleCounts counts;
+  const auto operation = filesystem.manyItems();
+  std::vector<std::string> logged;
+  for (const EMU3FilePtr &bank : banks)
+    // What the entry of a bank deleted meanwhile led to may be another file's by now.
+    if (directory->containsFile(bank))
+      addSamplesOf(filesystem, bank, folder, operation.get(), &logged, &counts);
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) {
+    if (end.error)
+      logFailure(logged[end.item], *end.error, &counts);
+    else
+      ++counts.exported;
+  };
+  operation->run(watcher);
+  return counts;
 }
 
 } // namespace
@@ -70,27 +86,26 @@ void MainWindowController::_exportSelected() {
   if (files.empty()) return beep();
   _chooseFolder(QStringLiteral("Export %1 file(s) to folder").arg(QString::number(files.size())),
                 QStringLiteral("Export Here"),
-                [this, files, directory = currentDirectory_](const std::string &folder) {
-                  _exportFiles(files, directory, folder);
-                });
+                [this, files](const std::string &folder) { _exportFiles(files, folder); });
 }
 
-void MainWindowController::_exportFiles(const std::vector<EMU3FilePtr> &files,
-                                        const EMU3DirectoryPtr &directory, const std::string &folder) {
-  filesystem_->ioQueue().async(
-      [controller = QPointer(this), filesystem = filesystem_, files, directory, folder] {
-        std::size_t failures = 0;
-        ExportTargets targets; // no file overwrites another of this command
-        for (const EMU3FilePtr &file : files) {
-          EMU3Error error;
-          if (exportIntoFolder(*filesystem, file, directory, folder, &targets, &error)) continue;
-          ++failures;
-          systemLog("Export failed for " + file->name() + ": " + error.description());
-        }
-        onMainQueue([controller, filesystem, files, failures] {
-          if (controller) controller->_filesExported(filesystem, files.size(), failures);
-        });
-      });
+void MainWindowController::_exportFiles(const std::vector<EMU3FilePtr> &files, const std::string &folder) {
+  filesystem_->ioQueue().async([controller = QPointer(this), filesystem = filesystem_, files, folder] {
+    std::size_t failures = 0;
+    const auto operation = filesystem->manyItems();
+    for (const EMU3FilePtr &file : files)
+      operation->exportFileInto(file, folder);
+    ItemsWatcher watcher;
+    watcher.ended = [&](const ItemEnd &end) {
+      if (!end.error) return;
+      ++failures;
+      systemLog("Export failed for " + files[end.item]->name() + ": " + end.error->description());
+    };
+    operation->run(watcher);
+    onMainQueue([controller, filesystem, files, failures] {
+      if (controller) controller->_filesExported(filesystem, files.size(), failures);
+    });
+  });
 }
 
 void MainWindowController::_filesExported(const EMU3FilesystemPtr &filesystem, std::size_t chosen,
@@ -123,11 +138,7 @@ void MainWindowController::_exportSamplesOfBanks(const std::vector<EMU3FilePtr> 
                                                  const std::string &folder) {
   filesystem_->ioQueue().async(
       [controller = QPointer(this), filesystem = filesystem_, banks, directory, folder] {
-        SampleCounts counts;
-        ExportTargets targets; // no sample overwrites another of this command
-        for (const EMU3FilePtr &bank : banks)
-          // What the entry of a bank deleted meanwhile led to may be another file's by now.
-          if (directory->containsFile(bank)) exportSamplesOf(*filesystem, bank, folder, &targets, &counts);
+        const SampleCounts counts = exportSamplesOf(*filesystem, banks, directory, folder);
         onMainQueue([controller, filesystem, counts] {
           if (controller) controller->_samplesExported(filesystem, counts.exported, counts.failed);
         });

@@ -241,8 +241,7 @@ private:
   /// Asks for a folder of the host. `chosen` runs with its path unless the image was replaced meanwhile.
   void _chooseFolder(const QString &message, const QString &prompt,
                      std::function<void(const std::string &folder)> chosen);
-  void _exportFiles(const std::vector<EMU3FilePtr> &files, const EMU3DirectoryPtr &directory,
-                    const std::string &folder);
+  void _exportFiles(const std::vector<EMU3FilePtr> &files, const std::string &folder);
   void _filesExported(const EMU3FilesystemPtr &filesystem, std::size_t chosen, std::size_t failed);
   void _exportSamplesOfBanks(const std::vector<EMU3FilePtr> &banks, const EMU3DirectoryPtr &directory,
                              const std::string &folder);

@@ -20,7 +20,7 @@ public:
       operation->deleteFile(item.file, item.directory);
     ItemReport report(session, files.size());
     report.runAll(*operation, addressesOf(files),
-                  [&](std::size_t item) { return "Deleted " + files[item].address; });
+                  [&](const ItemEnd &end) { return "Deleted " + files[end.item].address; });
     return report.finish();
   }
 

@@ -50,10 +50,11 @@ public:
     if (parent == nullptr) refuse("The root folder cannot be deleted", item);
     if (!CommandWords::isGiven(recursive_) && !isEmpty(*item.directory))
       refuse("The folder is not empty", item);
+    const auto operation = session.volume->manyItems();
+    operation->deleteFolder(item.directory, parent);
     ItemReport report(session, 1);
-    report.run(item.address, "Deleted the folder " + item.address, [&](EMU3Error *error) {
-      return session.volume->deleteDirectory(item.directory, parent, error);
-    });
+    report.runAll(*operation, {item.address},
+                  [&](const ItemEnd &) { return "Deleted the folder " + item.address; });
     return report.finish();
   }
 

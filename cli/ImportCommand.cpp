@@ -23,8 +23,8 @@ public:
     for (const std::string &hostFile : hostFiles)
       operation->importFile(hostFile, folder.directory);
     ItemReport report(session, hostFiles.size());
-    report.runAll(*operation, hostFiles, [&](std::size_t item) {
-      return "Imported " + hostFiles[item] + " into " + folder.address;
+    report.runAll(*operation, hostFiles, [&](const ItemEnd &end) {
+      return "Imported " + hostFiles[end.item] + " into " + folder.address;
     });
     return report.finish();
   }

@@ -39,7 +39,7 @@ bool ItemReport::run(const std::string &item, const std::function<std::string()>
 }
 
 void ItemReport::runAll(ItemsOperation &operation, const std::vector<std::string> &items,
-                        const std::function<std::string(std::size_t)> &sentence) {
+                        const std::function<std::string(const ItemEnd &)> &sentence) {
   bool isShown = false;
   ItemsWatcher watcher;
   watcher.isToStop = [&] { return session_.interrupted(); };
@@ -50,17 +50,12 @@ void ItemReport::runAll(ItemsOperation &operation, const std::vector<std::string
   };
   watcher.ended = [&](const ItemEnd &ended) {
     if (std::exchange(isShown, false)) clearProgress();
-    end(items[ended.item], sentence(ended.item), ended.error);
+    if (ended.error)
+      fail(items[ended.item], *ended.error);
+    else
+      succeed(items[ended.item], sentence(ended));
   };
   operation.run(watcher);
-}
-
-void ItemReport::end(const std::string &item, const std::string &sentence,
-                     const std::optional<EMU3Error> &error) {
-  if (error)
-    fail(item, *error);
-  else
-    succeed(item, sentence);
 }
 
 bool ItemReport::attempt(const std::string &item, const std::function<bool(EMU3Error *)> &work,

@@ -38,7 +38,7 @@ public:
 
   /// Does all items of an operation, those in its order; `sentence` says what was done with one.
   void runAll(ItemsOperation &operation, const std::vector<std::string> &items,
-              const std::function<std::string(std::size_t)> &sentence);
+              const std::function<std::string(const ItemEnd &)> &sentence);
 
   /// Completes the answer.
   ExitStatus finish();
@@ -51,7 +51,6 @@ private:
 
   static bool attempt(const std::string &item, const std::function<bool(EMU3Error *)> &work,
                       EMU3Error *error);
-  void end(const std::string &item, const std::string &sentence, const std::optional<EMU3Error> &error);
   void succeed(const std::string &item, const std::string &sentence);
   void fail(const std::string &item, const EMU3Error &error);
   void showProgress(const std::string &item) const;

@@ -1,12 +1,11 @@
 #include "cli/Addresses.h"
 #include "cli/CliError.h"
 #include "cli/Command.h"
-#include "cli/HostFolders.h"
 #include "cli/HostOptions.h"
 #include "cli/ItemReport.h"
 #include "cli/JsonWriter.h"
 #include "cli/TextTable.h"
-#include "filesystem/ExportTargets.h"
+#include "filesystem/ItemsOperation.h"
 #include "filesystem/Text.h"
 
 #include <cstddef>
@@ -97,25 +96,20 @@ private:
 
   ExitStatus writeSamples(Session &session, const FileItem &item, const std::vector<BankSample> &samples,
                           const std::vector<std::size_t> &wanted) const {
-    ExportTargets targets;
-    ItemReport report(session, wanted.size());
-    std::optional<SampleBank> bank; // read with the first sample
+    const auto operation = session.volume->manyItems();
+    std::vector<std::string> names;
     for (const std::size_t index : wanted) {
-      const std::string name = item.address + "[" + std::to_string(index) + "]";
+      names.push_back(item.address + "[" + std::to_string(index) + "]");
+      if (const std::optional<std::string> target = host_.target()) {
+        operation->exportSample(item.file, index, *target);
+        continue;
+      }
       const std::string sample = index < samples.size() ? samples[index].name : "";
-      const std::string target =
-          host_.target() ? *host_.target()
-                         : targets.claim(host_.folder(), exportedSampleName(item.file->name(), sample));
-      const auto work = [&](EMU3Error *error) {
-        if (!bank) bank = session.volume->sampleBankFromFile(item.file, error);
-        if (!bank || !session.volume->exportSample(*bank, index, target, error)) return false;
-        targets.wrote(target);
-        return true;
-      };
-      std::string done = "Exported ";
-      done.append(name).append(" to ").append(target);
-      if (!report.run(name, done, work)) break;
+      operation->exportSampleInto(item.file, index, sample, host_.folder());
     }
+    ItemReport report(session, wanted.size());
+    report.runAll(*operation, names,
+                  [&](const ItemEnd &end) { return "Exported " + names[end.item] + " to " + end.hostPath; });
     return report.finish();
   }
 

@@ -26,8 +26,8 @@ public:
     for (const FileItem &item : files)
       add(*operation, item, folder.directory);
     ItemReport report(session, files.size());
-    report.runAll(*operation, addressesOf(files), [&](std::size_t item) {
-      return doneWord() + files[item].address + " into " + folder.address;
+    report.runAll(*operation, addressesOf(files), [&](const ItemEnd &end) {
+      return doneWord() + files[end.item].address + " into " + folder.address;
     });
     return report.finish();
   }

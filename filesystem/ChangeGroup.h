@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/EMU3Error.h"
+#include "filesystem/ItemStep.h"
 #include "filesystem/VolumeChange.h"
 
 #include <cstddef>
@@ -20,25 +21,21 @@ namespace tessary {
 ///     group.complete();
 ///
 /// Bare, each change goes through all its steps when it begins, and nothing is waited for.
-class ChangeGroup final {
+class ChangeGroup final : public StepGroup {
 public:
   /// `path` leads to the image; it must still do so when a change begins. The volume outlives the group.
   ChangeGroup(Volume &volume, std::string path);
   /// Completes what has begun.
-  ~ChangeGroup();
-  ChangeGroup(const ChangeGroup &) = delete;
-  ChangeGroup &operator=(const ChangeGroup &) = delete;
+  ~ChangeGroup() override;
 
   /// Begins a change, which outlives the group's completion. False, with nothing changed, where it is refused
   /// or fails.
   [[nodiscard]] bool begin(VolumeChange &change, EMU3Error *error);
-  /// Brings all that has begun to the medium. The group can be used again afterwards.
-  void complete();
-  /// How the change ended that was begun as the `index`-th, from 0, of the changes completed last; none when
-  /// it is on the medium.
-  [[nodiscard]] const std::optional<EMU3Error> &failure(std::size_t index) const { return ended_[index]; }
-  /// How many changes have begun and are not complete.
-  [[nodiscard]] std::size_t size() const { return changes_.size(); }
+  void complete() override;
+  [[nodiscard]] const std::optional<EMU3Error> &failure(std::size_t index) const override {
+    return ended_[index];
+  }
+  [[nodiscard]] std::size_t size() const override { return changes_.size(); }
 
   /// One change by itself, from beginning to end.
   [[nodiscard]] static bool run(Volume &volume, const std::string &path, VolumeChange &change,

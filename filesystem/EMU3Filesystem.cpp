@@ -2,14 +2,15 @@
 
 #include "banks/BankAnalysis.h"
 #include "banks/BankSamples.h"
-#include "banks/WavFile.h"
 #include "filesystem/ChangeGroup.h"
+#include "filesystem/ChangeStep.h"
 #include "filesystem/DiskFormat.h"
 #include "filesystem/FileChanges.h"
+#include "filesystem/FileExport.h"
 #include "filesystem/FileReading.h"
 #include "filesystem/FolderChanges.h"
 #include "filesystem/FolderRecovery.h"
-#include "filesystem/HostFile.h"
+#include "filesystem/HostFileGroup.h"
 #include "filesystem/HostImport.h"
 #include "filesystem/ImageBackup.h"
 #include "filesystem/ItemsOperation.h"
@@ -20,7 +21,6 @@
 #include "filesystem/VolumeCheck.h"
 #include "filesystem/VolumeRules.h"
 
-#include <cerrno>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -142,24 +142,12 @@ ByteBufferPtr EMU3Filesystem::dataForFile(const EMU3FilePtr &file, EMU3Error *er
 }
 
 ByteBufferPtr EMU3Filesystem::contentsOfFile(const EMU3FilePtr &file, EMU3Error *error) {
-  return readUndisturbed(*volume_, file, error,
-                         [&] {
-                           volume_->lock.assertHeldShared();
-                           return volume_->rules().contentsForExport(*volume_, *file, error);
-                         })
-      .value_or(nullptr);
+  return readForExport(*volume_, file, error);
 }
 
 bool EMU3Filesystem::exportFile(const EMU3FilePtr &file, const std::string &toURL, EMU3Error *error) {
-  const ByteBufferPtr data = contentsOfFile(file, error);
-  return data && writeHostFile(toURL, {{data->data(), data->size()}}, error);
-}
-
-bool EMU3Filesystem::writeHostFile(const std::string &path,
-                                   std::initializer_list<std::span<const std::uint8_t>> parts,
-                                   EMU3Error *error) {
-  if (volume_->rules().mayWriteHostFile(path)) return writeHostFileAtomically(path, parts, error);
-  return fail(error, {kHostErrorDomain, EBUSY, path + ": This is a mounted image"});
+  const ByteBufferPtr data = readForExport(*volume_, file, error);
+  return data && HostFileGroup::writeOne(volume_->rules(), toURL, {{data->data(), data->size()}}, error);
 }
 
 // ---- Banks
@@ -224,36 +212,14 @@ std::vector<BankEntry> EMU3Filesystem::contentsOfBankFile(const EMU3FilePtr &fil
       .value_or(std::vector<BankEntry>());
 }
 
-// Read once, so that the list and the audio are of one file.
-std::optional<SampleBank> EMU3Filesystem::sampleBankFromFile(const EMU3FilePtr &file, EMU3Error *error) {
-  SampleBank bank;
-  bank.bytes = contentsOfFile(file, error);
-  if (!bank.bytes) return std::nullopt;
-  if (file->fileType() != kFileTypeBank) return bank;
-  const FileContents contents(bank.bytes);
-  bank.samples = listedSamples(contents);
-  bank.audio = volume_->rules().audioOfSamples(contents, bank.samples);
-  for (BankSample &sample : bank.samples)
-    sample.name = volume_->rules().nameOfSample(sample);
-  return bank;
-}
-
-bool EMU3Filesystem::exportSample(const SampleBank &bank, std::uint64_t index, const std::string &toURL,
-                                  EMU3Error *error) {
-  if (index >= bank.samples.size()) return fail(error, EngineError::sampleIndexOutOfRange);
-  const std::optional<BankRange> &audio = bank.audio[index];
-  if (!audio) return fail(error, EngineError::sampleChunkNotFound);
-  const auto length = static_cast<std::uint32_t>(audio->size);
-  const auto header = wavHeader(length);
-  EMU3Error reason;
-  if (writeHostFile(toURL, {header, {bank.bytes->data() + audio->offset, length}}, &reason)) return true;
-  return fail(error, EngineError::sampleWriteFailed);
-}
-
 bool EMU3Filesystem::exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile,
                                          const std::string &toURL, EMU3Error *error) {
-  const std::optional<SampleBank> bank = sampleBankFromFile(fromBankFile, error);
-  return bank && exportSample(*bank, index, toURL, error);
+  const std::optional<SampleBank> bank = readSampleBank(*volume_, fromBankFile, error);
+  if (!bank) return false;
+  const std::optional<WavOfSample> wav = WavOfSample::of(*bank, index, error);
+  if (!wav) return false;
+  return HostFileGroup::writeOne(volume_->rules(), toURL, wav->parts(), nullptr) ||
+         fail(error, EngineError::sampleWriteFailed);
 }
 
 // ---- Changes of files
@@ -284,19 +250,26 @@ bool EMU3Filesystem::renameFile(const EMU3FilePtr &file, const std::string &newN
 
 bool EMU3Filesystem::importFileAtURL(const std::string &url, const EMU3DirectoryPtr &toDirectory,
                                      EMU3Error *error) {
-  const std::unique_ptr<StoreFile> change = importOf(*volume_, imagePath_, url, toDirectory, error);
-  return change && perform(*change, error);
+  std::optional<NewFile> file = readForImport(*volume_, imagePath_, url, toDirectory, error);
+  if (!file) return false;
+  StoreFile change(*std::move(file), toDirectory);
+  return perform(change, error);
 }
 
 EMU3FilePtr EMU3Filesystem::restoreFileAtURL(const std::string &url, const EntryBytes &entry,
                                              const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  const std::unique_ptr<StoreFile> change =
-      restorationOf(*volume_, imagePath_, url, entry, toDirectory, error);
-  return change && perform(*change, error) ? change->file() : nullptr;
+  std::optional<NewFile> file = readForRestoration(*volume_, imagePath_, url, entry, toDirectory, error);
+  if (!file) return nullptr;
+  StoreFile change(*std::move(file), toDirectory);
+  return perform(change, error) ? change.file() : nullptr;
 }
 
 std::unique_ptr<ItemsOperation> EMU3Filesystem::manyItems() {
-  return std::make_unique<ItemsOperation>(volume_, imagePath_);
+  return std::make_unique<ItemsOperation>(at());
+}
+
+VolumeAt EMU3Filesystem::at() const {
+  return {volume_, imagePath_};
 }
 
 std::optional<EntryBytes> EMU3Filesystem::entryOfFile(const EMU3FilePtr &file, EMU3Error *error) {

@@ -11,10 +11,8 @@
 #include "filesystem/VolumeFindings.h"
 
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -25,6 +23,7 @@ struct BackupWatcher;
 class ItemsOperation;
 class Volume;
 class VolumeChange;
+struct VolumeAt;
 using EMU3FilesystemPtr = std::shared_ptr<EMU3Filesystem>;
 
 /// One mounted image and every operation on it.
@@ -121,13 +120,8 @@ public:
   /// The entries of an Emulator IV bank's table of contents that are not deleted; none for other banks, none
   /// with code 6 for a file that is no bank.
   std::vector<BankEntry> contentsOfBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
-  /// The bank with its samples and their audio, to be read once and exported from often. None with the error
-  /// of `contentsOfFile`; a file that is no bank has no samples.
-  std::optional<SampleBank> sampleBankFromFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
-  /// Writes sample `index` (from 0) as a WAV file: mono, 16 bits, 44100 Hz. Codes 6, 2, 3.
-  bool exportSample(const SampleBank &bank, std::uint64_t index, const std::string &toURL,
-                    EMU3Error *error = nullptr);
-  /// Both in one, for a single sample.
+  /// Writes sample `index` (from 0) as a WAV file: mono, 16 bits, 44100 Hz. Codes 6, 2, 3, else those of
+  /// `contentsOfFile`; a file that is no bank has no samples.
   bool exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile, const std::string &toURL,
                            EMU3Error *error = nullptr);
 
@@ -148,7 +142,8 @@ public:
   bool renameFile(const EMU3FilePtr &file, const std::string &newName, const EMU3DirectoryPtr &inDirectory,
                   EMU3Error *error = nullptr);
 
-  /// For changes of many files: together they are as safe as one by one, and wait for the medium less often.
+  /// For work on many files and folders: together they are as safe as one by one, and wait for the medium
+  /// less often.
   [[nodiscard]] std::unique_ptr<ItemsOperation> manyItems();
 
   // Changes of folders
@@ -189,8 +184,9 @@ private:
   bool analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error);
   /// One change by itself.
   bool perform(VolumeChange &change, EMU3Error *error);
-  bool writeHostFile(const std::string &path, std::initializer_list<std::span<const std::uint8_t>> parts,
-                     EMU3Error *error);
+
+  friend class ItemsOperation; // takes items from another volume
+  [[nodiscard]] VolumeAt at() const;
 
   const std::string imageURL_;
   const std::string imagePath_; ///< the same, from the host's root on

@@ -27,10 +27,14 @@ std::string ExportTargets::claim(const std::string &folder, const HostName &name
     std::string path = base;
     if (number > 1) path.append(" (").append(std::to_string(number)).append(")");
     path += name.extension;
-    FileId existing;
-    if (identify(path, &existing) && written_.contains(existing)) continue;
+    if (isWritten(path)) continue;
     if (claimed_.insert(path).second) return path;
   }
+}
+
+bool ExportTargets::isWritten(const std::string &path) const {
+  FileId existing;
+  return identify(path, &existing) && written_.contains(existing);
 }
 
 void ExportTargets::wrote(const std::string &path) {

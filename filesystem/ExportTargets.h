@@ -21,6 +21,8 @@ public:
   [[nodiscard]] std::string claim(const std::string &folder, const HostName &name);
   /// Remembers what was written, or made, at `path`.
   void wrote(const std::string &path);
+  /// Whether what stands at `path` was written, or made, by the command.
+  [[nodiscard]] bool isWritten(const std::string &path) const;
 
 private:
   using FileId = std::pair<std::uint64_t, std::uint64_t>; ///< device and inode

@@ -28,10 +28,10 @@ bool mayStoreFile(const Volume &volume, const NewFile &file, const EMU3Directory
 // ---- Storing
 
 bool StoreFile::begin(Volume &volume, EMU3Error *error) {
-  if (!mayStoreFile(volume, file_, toDirectory_, error) || !findRoom(volume, error) ||
-      !writeContents(volume, error))
-    return false;
-  stored_ = std::make_shared<EMU3File>(volume.rules().fieldsOfNewFile(file_, place_, entry_.dentry()));
+  if (!mayStoreFile(volume, file_, toDirectory_, error)) return false;
+  std::optional<NewEntry> planned = findRoom(volume, error);
+  if (!planned || !writeContents(volume, *std::move(planned), error)) return false;
+  stored_ = std::make_shared<EMU3File>(volume.rules().fieldsOfNewFile(file_, place_, entry()->dentry()));
   volume.tree.addFile(toDirectory_, stored_);
   return true;
 }
@@ -42,66 +42,67 @@ bool StoreFile::store(Volume &volume, NewFile file, EMU3Error *error) {
 }
 
 // All of it is found before anything is written.
-bool StoreFile::findRoom(const Volume &volume, EMU3Error *error) {
+std::optional<NewEntry> StoreFile::findRoom(const Volume &volume, EMU3Error *error) {
+  const auto refused = [&](EngineError reason) {
+    fail(error, reason);
+    return std::nullopt;
+  };
   const std::uint64_t blocks = blocksNeeded(file_.size);
-  if (blocks > volume.counters.free()) return fail(error, EngineError::noFreeSpace);
+  if (blocks > volume.counters.free()) return refused(EngineError::noFreeSpace);
   const std::optional<EntrySpot> spot = findSpot(volume, toDirectory_);
-  if (!spot) return fail(error, EngineError::destinationFull);
+  if (!spot) return refused(EngineError::destinationFull);
   const std::optional<std::uint16_t> slot = volume.rules().slotForNewFile(volume, blocks);
-  if (!slot) return fail(error, EngineError::noFreeSlot);
+  if (!slot) return refused(EngineError::noFreeSlot);
   place_ = {spot->place, *slot, nextEntryId(*toDirectory_)};
-  entry_ = NewEntry(toDirectory_, *spot, volume.rules().entryOfNewFile(file_, place_));
-  return true;
+  return NewEntry(toDirectory_, *spot, volume.rules().entryOfNewFile(file_, place_));
 }
 
-bool StoreFile::writeContents(Volume &volume, EMU3Error *error) {
+bool StoreFile::writeContents(Volume &volume, NewEntry entry, EMU3Error *error) {
   const std::uint64_t firstBlock = volume.geometry().slotStartBlock(place_.slot);
   if (!volume.image.writeData(firstBlock, file_.data->data(), file_.data->size()))
     return fail(error, EngineError::dataWriteFailed);
   const std::uint64_t faults = volume.image.writeFaults();
   volume.rules().markNewFile(volume, place_.slot, file_.size);
-  if (volume.image.writeFaults() == faults && entry_.plan(volume)) {
+  if (volume.image.writeFaults() == faults && planEntry(volume, std::move(entry), error)) {
     file_.data = nullptr; // written
     return true;
   }
-  volume.rules().unmarkFailedFile(volume, place_.slot, file_.size);
+  freeContents(volume);
   return fail(error, EngineError::blockWriteFailed);
 }
 
-// Where the entry could not be written, nothing leads to the marks.
-bool StoreFile::enter(Volume &volume, EMU3Error *error) {
-  if (entry_.write(volume)) return true;
-  takeBackEntered(volume);
-  volume.rules().unmarkFailedFile(volume, place_.slot, file_.size);
-  return fail(error, EngineError::blockWriteFailed);
+void StoreFile::leaveTree(Volume &volume) {
+  volume.tree.removeFile(toDirectory_, stored_);
 }
 
-void StoreFile::takeBackBegun(Volume &volume) {
-  volume.tree.removeFile(toDirectory_, stored_);
-  entry_.giveUp(volume);
+void StoreFile::freeContents(Volume &volume) {
   volume.rules().unmarkFailedFile(volume, place_.slot, file_.size);
-}
-
-// The marks stay: the medium may have the entry.
-void StoreFile::takeBackEntered(Volume &volume) {
-  volume.tree.removeFile(toDirectory_, stored_);
-  entry_.erase(volume);
 }
 
 // ---- Copying
+
+std::optional<NewFile> copyOf(const Volume &volume, const EMU3FilePtr &file, bool keepsEntry,
+                              EMU3Error *error) {
+  if (!mayReadFile(volume, file, error)) return std::nullopt;
+  const ByteBufferPtr data = volume.rules().contentsForCopy(volume, *file, error);
+  if (!data) return std::nullopt;
+  NewFile copy{file->name(), file->fileType(), data->size(), data, std::nullopt};
+  if (keepsEntry) {
+    copy.model = volume.entries.readEntry(file->place());
+    if (!copy.model) {
+      fail(error, EngineError::entryNotFound);
+      return std::nullopt;
+    }
+  }
+  return copy;
+}
 
 bool CopyFile::begin(Volume &volume, EMU3Error *error) {
   const VolumeRules &rules = volume.rules();
   if (!mayReadFile(volume, source_, error)) return false;
   if (!rules.mayUse(volume, toDirectory())) return fail(error, EngineError::entryNotFound);
-  const ByteBufferPtr data = rules.contentsForCopy(volume, *source_, error);
-  if (!data) return false;
-  NewFile copy{source_->name(), source_->fileType(), data->size(), data, std::nullopt};
-  if (rules.copiesKeepTheirEntry()) {
-    copy.model = volume.entries.readEntry(source_->place());
-    if (!copy.model) return fail(error, EngineError::entryNotFound);
-  }
-  return store(volume, std::move(copy), error);
+  std::optional<NewFile> copy = copyOf(volume, source_, rules.copiesKeepTheirEntry(), error);
+  return copy && store(volume, *std::move(copy), error);
 }
 
 // ---- Moving
@@ -110,7 +111,7 @@ bool MoveFile::begin(Volume &volume, EMU3Error *error) {
   const VolumeRules &rules = volume.rules();
   if (!rules.mayUse(volume, fromDirectory_, file_) || !rules.mayUse(volume, toDirectory_))
     return fail(error, EngineError::entryNotFound);
-  if (staysWhereItIs()) {
+  if (fromDirectory_ == toDirectory_) {
     moved_ = file_;
     return true;
   }
@@ -119,8 +120,7 @@ bool MoveFile::begin(Volume &volume, EMU3Error *error) {
   const std::optional<EntrySpot> spot = findSpot(volume, toDirectory_);
   if (!spot) return fail(error, EngineError::destinationFull);
   setFileEntryId(*entry, nextEntryId(*toDirectory_));
-  entry_ = NewEntry(toDirectory_, *spot, *entry);
-  if (!entry_.plan(volume)) return fail(error, EngineError::blockWriteFailed);
+  if (!planEntry(volume, NewEntry(toDirectory_, *spot, *entry), error)) return false;
   moved_ = std::make_shared<EMU3File>(
       fileFieldsOfDentry(entry->data(), *volume.rules().nameOf(entry->data()), spot->place));
   TreeEditor::setBankDetails(*moved_, file_->bankDetails());
@@ -128,16 +128,10 @@ bool MoveFile::begin(Volume &volume, EMU3Error *error) {
   return true;
 }
 
-bool MoveFile::enter(Volume &volume, EMU3Error *error) {
-  if (staysWhereItIs() || entry_.write(volume)) return true;
-  takeBackEntered(volume);
-  return fail(error, EngineError::blockWriteFailed);
-}
-
 // Where the old entry cannot be cleared the file stays at its old place. An earlier change of the group may
 // have taken it from there.
 bool MoveFile::clearOld(Volume &volume, EMU3Error *error) {
-  if (staysWhereItIs()) return true;
+  if (!entry()) return true;
   if (!volume.rules().mayUse(volume, fromDirectory_, file_)) {
     takeBackEntered(volume);
     return fail(error, EngineError::entryNotFound);
@@ -150,16 +144,8 @@ bool MoveFile::clearOld(Volume &volume, EMU3Error *error) {
   return true;
 }
 
-void MoveFile::takeBackBegun(Volume &volume) {
-  if (staysWhereItIs()) return;
+void MoveFile::leaveTree(Volume &volume) {
   volume.tree.removeFile(toDirectory_, moved_);
-  entry_.giveUp(volume);
-}
-
-void MoveFile::takeBackEntered(Volume &volume) {
-  if (staysWhereItIs()) return;
-  volume.tree.removeFile(toDirectory_, moved_);
-  entry_.erase(volume);
 }
 
 // ---- Deleting
@@ -171,14 +157,7 @@ bool DeleteFile::begin(Volume &volume, EMU3Error *error) {
 // An earlier change of the group may have deleted it with its folder.
 bool DeleteFile::clearOld(Volume &volume, EMU3Error *error) {
   if (!begin(volume, error)) return false;
-  return eraseEntryOf(volume, file_, inDirectory_, &freed_, error);
-}
-
-bool DeleteFile::freeOld(Volume &volume, EMU3Error *error) {
-  const std::uint64_t faults = volume.image.writeFaults();
-  for (const BlockRun &run : freed_)
-    volume.rules().clearMarks(volume, run);
-  return volume.image.writeFaults() == faults || fail(error, EngineError::blockWriteFailed);
+  return eraseEntryOf(volume, file_, inDirectory_, freed(), error);
 }
 
 bool eraseEntryOf(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,

@@ -1,13 +1,15 @@
 #pragma once
 
+#include "filesystem/Deletion.h"
 #include "filesystem/EMU3Error.h"
 #include "filesystem/EMU3File.h"
 #include "filesystem/EntrySpot.h"
-#include "filesystem/VolumeChange.h"
+#include "filesystem/NewEntryChange.h"
 #include "filesystem/VolumeRules.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,19 +21,20 @@ namespace tessary {
 [[nodiscard]] bool mayStoreFile(const Volume &volume, const NewFile &file,
                                 const EMU3DirectoryPtr &toDirectory, EMU3Error *error)
     TESSARY_REQUIRES_SHARED(volume.lock);
+/// What a copy of the file is made of for a volume whose copies keep their entry, or not: its own bytes, read
+/// whole. None, with the error, where they may not be passed on.
+[[nodiscard]] std::optional<NewFile> copyOf(const Volume &volume, const EMU3FilePtr &file, bool keepsEntry,
+                                            EMU3Error *error) TESSARY_REQUIRES_SHARED(volume.lock);
 /// Whether a file of that many bytes would be refused for its size by the rules of the mount.
 [[nodiscard]] bool isTooLarge(const Volume &volume, std::uint64_t size);
 
 /// Stores contents as a new file.
-class StoreFile : public VolumeChange {
+class StoreFile : public NewEntryChange {
 public:
   StoreFile(NewFile file, EMU3DirectoryPtr toDirectory)
       : file_(std::move(file)), toDirectory_(std::move(toDirectory)) {}
 
   [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
-  [[nodiscard]] bool enter(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
-  void takeBackBegun(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
-  void takeBackEntered(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
 
   [[nodiscard]] EMU3FilePtr file() const override { return stored_; }
 
@@ -42,13 +45,17 @@ protected:
   [[nodiscard]] bool store(Volume &volume, NewFile file, EMU3Error *error) TESSARY_REQUIRES(volume.lock);
 
 private:
-  [[nodiscard]] bool findRoom(const Volume &volume, EMU3Error *error) TESSARY_REQUIRES_SHARED(volume.lock);
-  [[nodiscard]] bool writeContents(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock);
+  /// A new file's entry; none, with the error, where there is no room.
+  [[nodiscard]] std::optional<NewEntry> findRoom(const Volume &volume, EMU3Error *error)
+      TESSARY_REQUIRES_SHARED(volume.lock);
+  [[nodiscard]] bool writeContents(Volume &volume, NewEntry entry, EMU3Error *error)
+      TESSARY_REQUIRES(volume.lock);
+  void leaveTree(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
+  void freeContents(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
 
   NewFile file_;
   const EMU3DirectoryPtr toDirectory_;
   NewFilePlace place_;
-  NewEntry entry_;
   EMU3FilePtr stored_;
 };
 
@@ -66,47 +73,39 @@ private:
 
 /// Moves a file inside the volume by its entry: contents and slot stay where they are. Nothing changes when
 /// it is in the folder already.
-class MoveFile final : public VolumeChange {
+class MoveFile final : public NewEntryChange {
 public:
   MoveFile(EMU3FilePtr file, EMU3DirectoryPtr fromDirectory, EMU3DirectoryPtr toDirectory)
       : file_(std::move(file)), fromDirectory_(std::move(fromDirectory)),
         toDirectory_(std::move(toDirectory)) {}
 
   [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
-  [[nodiscard]] bool enter(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
   [[nodiscard]] bool clearOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
-  void takeBackBegun(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
-  void takeBackEntered(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
 
   /// The file at its new place, another object; the same where nothing changes.
   [[nodiscard]] EMU3FilePtr file() const override { return moved_; }
 
 private:
-  [[nodiscard]] bool staysWhereItIs() const { return fromDirectory_ == toDirectory_; }
+  void leaveTree(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
 
   const EMU3FilePtr file_;
   const EMU3DirectoryPtr fromDirectory_;
   const EMU3DirectoryPtr toDirectory_;
-  NewEntry entry_;
   EMU3FilePtr moved_;
 };
 
 /// Deletes a file.
-class DeleteFile final : public VolumeChange {
+class DeleteFile final : public Deletion {
 public:
   DeleteFile(EMU3FilePtr file, EMU3DirectoryPtr inDirectory)
       : file_(std::move(file)), inDirectory_(std::move(inDirectory)) {}
 
   [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
   [[nodiscard]] bool clearOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
-  [[nodiscard]] bool freeOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
-  void takeBackBegun(Volume &) override {}
-  void takeBackEntered(Volume &) override {}
 
 private:
   const EMU3FilePtr file_;
   const EMU3DirectoryPtr inDirectory_;
-  std::vector<BlockRun> freed_;
 };
 
 /// The bare rules' move: copies the file and deletes the original, at once.

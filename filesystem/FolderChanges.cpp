@@ -6,6 +6,8 @@
 #include "filesystem/TreeEditor.h"
 #include "filesystem/VolumeRules.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -74,49 +76,73 @@ void removeTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3Directory
   }
 }
 
-bool isInside(EMU3DirectoryPtr directory, const EMU3DirectoryPtr &folder) {
-  while (directory && directory != folder)
-    directory = directory->parent();
-  return directory != nullptr;
+// One entry that cannot be cleared does not keep the others. False when there was one.
+bool clearTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3DirectoryPtr &parent,
+               std::vector<BlockRun> *freed) TESSARY_REQUIRES(volume.lock) {
+  const std::uint64_t faults = volume.image.writeFaults();
+  removeTree(volume, top, parent, freed);
+  return volume.image.writeFaults() == faults;
+}
+
+// From the bottom up, so that nothing is taken out of the tree twice.
+void detachTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3DirectoryPtr &parent)
+    TESSARY_REQUIRES(volume.lock) {
+  std::vector<EMU3DirectoryPtr> folders = directoriesInPreOrder(top);
+  while (!folders.empty()) {
+    const EMU3DirectoryPtr folder = std::move(folders.back());
+    folders.pop_back();
+    for (const EMU3FilePtr &file : folder->files())
+      volume.tree.removeFile(folder, file);
+    volume.tree.removeFolder(folder == top ? parent : folder->parent(), folder);
+  }
+}
+
+bool holdsNoFile(const EMU3DirectoryPtr &top) {
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(top))
+    if (folder->totalFileCount() > 0) return false;
+  return true;
 }
 
 } // namespace
+
+bool isInside(EMU3DirectoryPtr folder, const EMU3DirectoryPtr &top) {
+  while (folder && folder != top)
+    folder = folder->parent();
+  return folder != nullptr;
+}
 
 // ---- Creating
 
 bool CreateFolder::begin(Volume &volume, EMU3Error *error) {
   const VolumeRules &rules = volume.rules();
   if (!rules.mayUse(volume, inDirectory_)) return fail(error, EngineError::entryNotFound);
-  if (!mayGiveName(volume, name_, error)) return false;
+  if (!model_ && !mayGiveName(volume, name_, error)) return false;
   const std::optional<EntrySpot> spot = findSpot(volume, inDirectory_);
   if (!spot) return fail(error, EngineError::parentFull);
   DirectoryBlockWish wish;
   if (spot->growth) wish.except = spot->growth->block;
   const std::optional<std::int64_t> block = rules.findDirectoryBlock(volume, wish);
   if (!block) return fail(error, EngineError::noFreeDirectoryBlock);
-  const Dentry dentry = dentryForFolder(rules.storedName(name_), static_cast<std::uint64_t>(*block));
-  entry_ = NewEntry(inDirectory_, *spot, dentry);
-  if (!volume.entries.clearBlock(*block) || !entry_.plan(volume))
-    return fail(error, EngineError::blockWriteFailed);
-  created_ = folderObject(rules.nameAfterStoring(name_, dentry.data()), kFolderId, spot->place, {*block});
+  const Dentry dentry = entryWith(*block, rules);
+  if (!volume.entries.clearBlock(*block)) return fail(error, EngineError::blockWriteFailed);
+  if (!planEntry(volume, NewEntry(inDirectory_, *spot, dentry), error)) return false;
+  created_ = folderObject(rules.nameAfterStoring(name_, dentry.data()), dentry[kDentryEntryId], spot->place,
+                          {*block});
   volume.tree.addFolder(inDirectory_, created_);
   return true;
 }
 
-bool CreateFolder::enter(Volume &volume, EMU3Error *error) {
-  if (entry_.write(volume)) return true;
-  takeBackEntered(volume);
-  return fail(error, EngineError::blockWriteFailed);
+Dentry CreateFolder::entryWith(std::int64_t block, const VolumeRules &rules) const {
+  const auto number = static_cast<std::uint64_t>(block);
+  if (!model_) return dentryForFolder(rules.storedName(name_), number);
+  Dentry dentry = dentryForFolder({}, number);
+  std::copy_n(model_->begin(), kDentryFolderBlocks, dentry.begin());
+  return dentry;
 }
 
-void CreateFolder::takeBackBegun(Volume &volume) {
-  volume.tree.removeFolder(inDirectory_, created_);
-  entry_.giveUp(volume);
-}
-
-void CreateFolder::takeBackEntered(Volume &volume) {
-  volume.tree.removeFolder(inDirectory_, created_);
-  entry_.erase(volume);
+// Later changes of the group may have put something into it.
+void CreateFolder::leaveTree(Volume &volume) {
+  detachTree(volume, created_, inDirectory_);
 }
 
 // ---- Renaming
@@ -141,47 +167,42 @@ void RenameFolder::takeBackEntered(Volume &volume) {
 
 // ---- Moving
 
-bool MoveFolder::begin(Volume &volume, EMU3Error *error) {
+bool MoveFolder::mayMove(const Volume &volume, EMU3Error *error) const {
   const VolumeRules &rules = volume.rules();
   const EMU3DirectoryPtr parent = directory_->parent();
   if (!parent || !rules.mayUse(volume, parent, directory_) || !rules.mayUse(volume, toDirectory_))
     return fail(error, EngineError::entryNotFound);
-  if (isInside(toDirectory_, directory_)) return fail(error, EngineError::folderIntoItself);
-  staysWhereItIs_ = parent == toDirectory_;
-  if (staysWhereItIs_) return true;
+  return !isInside(toDirectory_, directory_) || fail(error, EngineError::folderIntoItself);
+}
+
+bool MoveFolder::begin(Volume &volume, EMU3Error *error) {
+  if (!mayMove(volume, error)) return false;
+  if (directory_->parent() == toDirectory_) {
+    moved_ = directory_;
+    return true;
+  }
   const std::optional<Dentry> entry = volume.entries.readEntry(directory_->place());
   if (!entry) return fail(error, EngineError::entryNotFound);
   const std::optional<EntrySpot> spot = findSpot(volume, toDirectory_);
   if (!spot) return fail(error, EngineError::destinationFull);
-  entry_ = NewEntry(toDirectory_, *spot, *entry);
-  return entry_.plan(volume) || fail(error, EngineError::blockWriteFailed);
+  return planEntry(volume, NewEntry(toDirectory_, *spot, *entry), error);
 }
 
-bool MoveFolder::enter(Volume &volume, EMU3Error *error) {
-  if (staysWhereItIs_ || entry_.write(volume)) return true;
-  takeBackEntered(volume);
-  return fail(error, EngineError::blockWriteFailed);
-}
-
-// What is in the folder stays where it is. Where the old entry cannot be cleared the folder does too.
+// What is in the folder stays where it is. Where the old entry cannot be cleared the folder does too. An
+// earlier change of the group may have moved one of the two folders, even this one's new place into it.
 bool MoveFolder::clearOld(Volume &volume, EMU3Error *error) {
-  if (staysWhereItIs_) return true;
+  if (!entry()) return true;
+  if (!mayMove(volume, error)) {
+    takeBackEntered(volume);
+    return false;
+  }
   if (!volume.entries.zeroEntry(directory_->place())) {
     takeBackEntered(volume);
     return fail(error, EngineError::blockWriteFailed);
   }
-  const EMU3DirectoryPtr moved =
-      folderObject(directory_->name(), directory_->entryId(), entry_.place(), directory_->blockList());
-  volume.tree.replaceFolder(directory_, moved, toDirectory_);
+  moved_ = folderObject(directory_->name(), directory_->entryId(), entry()->place(), directory_->blockList());
+  volume.tree.replaceFolder(directory_, moved_, toDirectory_);
   return true;
-}
-
-void MoveFolder::takeBackBegun(Volume &volume) {
-  if (!staysWhereItIs_) entry_.giveUp(volume);
-}
-
-void MoveFolder::takeBackEntered(Volume &volume) {
-  if (!staysWhereItIs_) entry_.erase(volume);
 }
 
 // ---- Deleting
@@ -190,21 +211,18 @@ bool DeleteFolder::begin(Volume &volume, EMU3Error *error) {
   return volume.rules().mayUse(volume, fromParent_, directory_) || fail(error, EngineError::entryNotFound);
 }
 
-// One entry that cannot be cleared does not keep the others, but the deletion has failed then.
 bool DeleteFolder::clearOld(Volume &volume, EMU3Error *error) {
   if (!begin(volume, error)) return false;
-  const std::uint64_t faults = volume.image.writeFaults();
-  removeTree(volume, directory_, fromParent_, &freed_);
-  isComplete_ = volume.image.writeFaults() == faults;
+  if (!clearTree(volume, directory_, fromParent_, freed())) isIncomplete();
   return true;
 }
 
-bool DeleteFolder::freeOld(Volume &volume, EMU3Error *error) {
-  const std::uint64_t faults = volume.image.writeFaults();
-  for (const BlockRun &run : freed_)
-    volume.rules().clearMarks(volume, run);
-  if (isComplete_ && volume.image.writeFaults() == faults) return true;
-  return fail(error, EngineError::blockWriteFailed);
+bool DeleteEmptied::clearOld(Volume &volume, EMU3Error *error) {
+  const EMU3DirectoryPtr parent = directory_->parent();
+  if (!parent || !volume.rules().mayUse(volume, parent, directory_)) return true;
+  if (!holdsNoFile(directory_)) return fail(error, hostError(ENOTEMPTY, directory_->name()));
+  if (!clearTree(volume, directory_, parent, freed())) isIncomplete();
+  return true;
 }
 
 } // namespace tessary

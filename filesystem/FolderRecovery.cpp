@@ -260,30 +260,16 @@ bool canRecoverFolder(const Volume &volume, std::uint64_t block, const std::stri
 bool RecoverFolder::begin(Volume &volume, EMU3Error *error) {
   const std::optional<EntrySpot> spot = spotForLostFolder(volume, block_, name_, inDirectory_, error);
   if (!spot) return false;
-  entry_ = NewEntry(inDirectory_, *spot, dentryForFolder(recoveryRules().storedName(name_), block_));
-  return entry_.plan(volume) || fail(error, EngineError::blockWriteFailed);
-}
-
-bool RecoverFolder::enter(Volume &volume, EMU3Error *error) {
-  if (entry_.write(volume)) return true;
-  takeBackEntered(volume);
-  return fail(error, EngineError::blockWriteFailed);
+  const Dentry entry = dentryForFolder(recoveryRules().storedName(name_), block_);
+  return planEntry(volume, NewEntry(inDirectory_, *spot, entry), error);
 }
 
 // Bare, what the tree has and the image does not goes with it.
 bool RecoverFolder::clearOld(Volume &volume, EMU3Error *) {
   volume.countMarks();
-  if (!volume.index || !volume.tree.adoptFolder(volume.entries, entry_.place(), inDirectory_))
+  if (!volume.index || !volume.tree.adoptFolder(volume.entries, entry()->place(), inDirectory_))
     volume.followImage();
   return true;
-}
-
-void RecoverFolder::takeBackBegun(Volume &volume) {
-  entry_.giveUp(volume);
-}
-
-void RecoverFolder::takeBackEntered(Volume &volume) {
-  entry_.erase(volume);
 }
 
 } // namespace tessary

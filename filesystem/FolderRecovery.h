@@ -1,8 +1,7 @@
 #pragma once
 
 #include "filesystem/EMU3Error.h"
-#include "filesystem/EntrySpot.h"
-#include "filesystem/VolumeChange.h"
+#include "filesystem/NewEntryChange.h"
 #include "filesystem/VolumeFindings.h"
 
 #include <cstdint>
@@ -40,23 +39,19 @@ struct LostGround {
 
 /// Writes an entry for one of `lostGround`'s folders into a place of the folder that is really free; guarded,
 /// a full folder grows. Codes 5 (the block holds no lost folder), 6 and 7.
-class RecoverFolder final : public VolumeChange {
+class RecoverFolder final : public NewEntryChange {
 public:
   RecoverFolder(std::uint64_t block, std::string name, EMU3DirectoryPtr inDirectory)
       : block_(block), name_(std::move(name)), inDirectory_(std::move(inDirectory)) {}
 
   [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
-  [[nodiscard]] bool enter(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
   /// Takes the folder into the tree, once its entry is on the medium.
   [[nodiscard]] bool clearOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
-  void takeBackBegun(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
-  void takeBackEntered(Volume &volume) TESSARY_REQUIRES(volume.lock) override;
 
 private:
   const std::uint64_t block_;
   const std::string name_;
   const EMU3DirectoryPtr inDirectory_;
-  NewEntry entry_;
 };
 
 } // namespace tessary

@@ -1,7 +1,5 @@
 #include "filesystem/HostFile.h"
 
-#include "filesystem/NewHostFile.h"
-
 #include <cerrno>
 #include <fcntl.h>
 #include <new>
@@ -81,16 +79,6 @@ ByteBufferPtr HostFile::readWhole(EMU3Error *error) const {
     fail(error, hostError(EFBIG, path_));
   }
   return nullptr;
-}
-
-bool writeHostFileAtomically(const std::string &path,
-                             std::initializer_list<std::span<const std::uint8_t>> parts, EMU3Error *error) {
-  NewHostFile file;
-  if (!file.create(path, NewHostFile::Earlier::replaced, error)) return false;
-  for (const std::span<const std::uint8_t> part : parts) {
-    if (!file.write(part, error)) return false;
-  }
-  return file.flush(error) && file.publish(error);
 }
 
 } // namespace tessary

@@ -4,9 +4,7 @@
 #include "filesystem/EMU3Error.h"
 
 #include <cstdint>
-#include <initializer_list>
 #include <optional>
-#include <span>
 #include <string>
 
 namespace tessary {
@@ -34,10 +32,5 @@ private:
   int descriptor_;
   std::uint64_t size_;
 };
-
-/// Writes the parts, one after another, as the whole file at `path`, brought to the medium before it appears
-/// there (NewHostFile.h).
-bool writeHostFileAtomically(const std::string &path,
-                             std::initializer_list<std::span<const std::uint8_t>> parts, EMU3Error *error);
 
 } // namespace tessary

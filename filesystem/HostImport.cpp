@@ -1,9 +1,10 @@
 #include "filesystem/HostImport.h"
 
 #include "filesystem/DiskFormat.h"
+#include "filesystem/FileChanges.h"
+#include "filesystem/HostFile.h"
 #include "filesystem/Text.h"
 
-#include <optional>
 #include <utility>
 
 namespace tessary {
@@ -14,43 +15,50 @@ bool mayStore(Volume &volume, const std::string &imagePath, const NewFile &file,
               const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
   const WriteLock changing(volume.changing);
   const WriteLock lock(volume.lock);
-  return volume.prepareForChange(imagePath, error) && mayStoreFile(volume, file, toDirectory, error);
+  return volume.prepareForChange(imagePath, error) &&
+         mayStoreFile(volume, file, toDirectory ? toDirectory : volume.tree.root(), error);
 }
 
-std::unique_ptr<StoreFile> storing(Volume &volume, const std::string &imagePath, const std::string &hostPath,
-                                   NewFile file, const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
+std::optional<NewFile> withBytes(NewFile file, Volume &volume, const std::string &imagePath,
+                                 const std::string &hostPath, const EMU3DirectoryPtr &toDirectory,
+                                 EMU3Error *error) {
   const std::optional<HostFile> source = HostFile::open(hostPath, error);
-  if (!source) return nullptr;
+  if (!source) return std::nullopt;
   file.size = source->size();
   if (volume.rules().refusesBeforeReading() && !mayStore(volume, imagePath, file, toDirectory, error))
-    return nullptr;
+    return std::nullopt;
   file.data = source->readWhole(error);
-  if (!file.data) return nullptr;
+  if (!file.data) return std::nullopt;
   file.size = file.data->size();
-  return std::make_unique<StoreFile>(std::move(file), toDirectory);
+  return file;
 }
 
 } // namespace
 
-std::unique_ptr<StoreFile> importOf(Volume &volume, const std::string &imagePath, const std::string &hostPath,
-                                    const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
-  NewFile file;
-  file.name = prefixOfUtf16Units(withoutExtension(lastPathComponent(hostPath)), format::kMaxNameBytes);
-  return storing(volume, imagePath, hostPath, std::move(file), toDirectory, error);
+std::string nameForImport(const std::string &name) {
+  return std::string(prefixOfUtf16Units(name, format::kMaxNameBytes));
 }
 
-std::unique_ptr<StoreFile> restorationOf(Volume &volume, const std::string &imagePath,
-                                         const std::string &hostPath, const EntryBytes &entry,
-                                         const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
+std::optional<NewFile> readForImport(Volume &volume, const std::string &imagePath,
+                                     const std::string &hostPath, const EMU3DirectoryPtr &toDirectory,
+                                     EMU3Error *error) {
+  NewFile file;
+  file.name = nameForImport(withoutExtension(lastPathComponent(hostPath)));
+  return withBytes(std::move(file), volume, imagePath, hostPath, toDirectory, error);
+}
+
+std::optional<NewFile> readForRestoration(Volume &volume, const std::string &imagePath,
+                                          const std::string &hostPath, const EntryBytes &entry,
+                                          const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
   const std::optional<std::string> name = volume.rules().nameOf(entry.data());
   if (!name || entry.front() == 0) {
     fail(error, EngineError::badName);
-    return nullptr;
+    return std::nullopt;
   }
   NewFile file;
   file.name = *name;
   file.model = entry;
-  return storing(volume, imagePath, hostPath, std::move(file), toDirectory, error);
+  return withBytes(std::move(file), volume, imagePath, hostPath, toDirectory, error);
 }
 
 } // namespace tessary

@@ -1,10 +1,14 @@
 #include "filesystem/ItemsOperation.h"
 
-#include "filesystem/ChangeGroup.h"
+#include "filesystem/EMU3Filesystem.h"
 #include "filesystem/FileChanges.h"
-#include "filesystem/HostImport.h"
+#include "filesystem/FolderChanges.h"
+#include "filesystem/HostTree.h"
+#include "filesystem/ItemTrees.h"
+#include "filesystem/ItemsWork.h"
+#include "filesystem/StoreSteps.h"
+#include "filesystem/VolumeRules.h"
 
-#include <exception>
 #include <utility>
 
 namespace tessary {
@@ -14,131 +18,165 @@ namespace {
 constexpr std::uint64_t kMostBytes = 8ULL << 20;
 constexpr std::size_t kMostItems = 64;
 
-std::uint64_t sizeOfHostFile(const std::string &path) {
-  const std::optional<HostFile> file = HostFile::open(path, nullptr);
-  return file ? file->size() : 0;
+Item itemOf(const EMU3FilePtr &file) {
+  return {.file = file, .bytes = file->fileSize()};
 }
 
-bool isForLackOfRoom(const EMU3Error &error) {
-  return error.domain == kEngineErrorDomain &&
-         (error.code == kErrorOutOfSpace || error.code == kErrorDirectoryFull) &&
-         error.message != engineError(EngineError::fileTooLarge).message;
+Item itemOfHost(const std::string &path) {
+  return {.hostPath = path, .bytes = sizeOfHostFile(path)};
+}
+
+HostTarget targetAt(const std::string &path) {
+  return {.folder = "", .path = path};
+}
+
+HostTarget targetIn(const std::string &folder, HostName name) {
+  return {.folder = folder, .name = std::move(name)};
 }
 
 } // namespace
 
-ItemsOperation::ItemsOperation(std::shared_ptr<Volume> volume, std::string imagePath)
-    : volume_(std::move(volume)), imagePath_(std::move(imagePath)) {}
+struct ItemsOperation::Parts {
+  explicit Parts(VolumeAt where) : at(std::move(where)) {}
+
+  [[nodiscard]] ExportFrom from() const { return {at.volume, targets}; }
+  void addSample(const EMU3FilePtr &bank, std::uint64_t index, HostTarget target);
+  void tell(std::vector<ItemTurn> *group, const ItemsWatcher &watcher);
+
+  const VolumeAt at;
+  const std::shared_ptr<ExportTargets> targets = std::make_shared<ExportTargets>();
+  std::weak_ptr<BankToExport> lastBank; ///< of the sample added last
+  ItemsPlan plan;
+};
+
+ItemsOperation::ItemsOperation(const VolumeAt &at) : parts_(std::make_unique<Parts>(at)) {}
 
 ItemsOperation::~ItemsOperation() = default;
 
-void ItemsOperation::importFile(const std::string &hostPath, const EMU3DirectoryPtr &toDirectory) {
-  add([this, hostPath, toDirectory](
-          EMU3Error *error) { return importOf(*volume_, imagePath_, hostPath, toDirectory, error); },
-      sizeOfHostFile(hostPath));
+const Item &ItemsOperation::item(std::size_t number) const {
+  return parts_->plan.item(number);
+}
+
+const ItemsProgress &ItemsOperation::progress() const {
+  return parts_->plan.progress();
+}
+
+// ---- Into the volume
+
+void ItemsOperation::importFile(const std::string &hostPath, const EMU3DirectoryPtr &to) {
+  parts_->plan.add(itemOfHost(hostPath),
+                   std::make_unique<ImportStep>(parts_->at, hostPath, folderThatIsThere(to)));
+}
+
+void ItemsOperation::importFolder(const std::string &hostPath, const EMU3DirectoryPtr &to,
+                                  ExistingFolder existing) {
+  planImport(&parts_->plan, {parts_->at, existing}, hostPath, folderThatIsThere(to));
 }
 
 void ItemsOperation::restoreFile(const std::string &hostPath, const EntryBytes &entry,
-                                 const EMU3DirectoryPtr &toDirectory) {
-  add(
-      [this, hostPath, entry, toDirectory](EMU3Error *error) {
-        return restorationOf(*volume_, imagePath_, hostPath, entry, toDirectory, error);
-      },
-      sizeOfHostFile(hostPath));
+                                 const EMU3DirectoryPtr &to) {
+  parts_->plan.add(itemOfHost(hostPath),
+                   std::make_unique<RestoreStep>(parts_->at, hostPath, entry, folderThatIsThere(to)));
 }
 
-void ItemsOperation::copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory) {
-  add([file, toDirectory](EMU3Error *) { return std::make_unique<CopyFile>(file, toDirectory); },
-      file->fileSize());
+VolumeAt ItemsOperation::placeOf(const EMU3FilesystemPtr &source) const {
+  return source ? source->at() : parts_->at;
 }
 
-void ItemsOperation::moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
-                              const EMU3DirectoryPtr &toDirectory) {
-  add([this, file, fromDirectory,
-       toDirectory](EMU3Error *) { return moveOf(*volume_, file, fromDirectory, toDirectory); },
-      volume_->rules().movesEntryAlone() ? 0 : file->fileSize());
+void ItemsOperation::copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &to,
+                              const EMU3FilesystemPtr &source) {
+  parts_->plan.add(itemOf(file), copyStep(parts_->at, placeOf(source), file, folderThatIsThere(to)));
 }
 
-void ItemsOperation::deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory) {
-  add([file, inDirectory](EMU3Error *) { return std::make_unique<DeleteFile>(file, inDirectory); }, 0);
+void ItemsOperation::copyFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to,
+                                ExistingFolder existing, const EMU3FilesystemPtr &source) {
+  planCopy(&parts_->plan, {parts_->at, existing}, placeOf(source), folder, folderThatIsThere(to));
 }
 
-void ItemsOperation::add(Maker make, std::uint64_t bytes) {
-  items_.push_back({std::move(make), bytes});
-  ++progress_.items;
-  progress_.bytes += bytes;
+void ItemsOperation::moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &from,
+                              const EMU3DirectoryPtr &to, const EMU3FilesystemPtr &source) {
+  planMove(&parts_->plan, parts_->at, {placeOf(source), file, from}, folderThatIsThere(to), std::nullopt);
 }
+
+void ItemsOperation::moveFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to,
+                                ExistingFolder existing, const EMU3FilesystemPtr &source) {
+  planMove(&parts_->plan, {parts_->at, existing}, placeOf(source), folder, to);
+}
+
+void ItemsOperation::deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &from) {
+  Item item = itemOf(file);
+  item.bytes = 0;
+  parts_->plan.add(std::move(item),
+                   std::make_unique<SimpleStep>(StepKind::deleting, parts_->at, [file, from](EMU3Error *) {
+                     return std::make_unique<DeleteFile>(file, from);
+                   }));
+}
+
+void ItemsOperation::deleteFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &from) {
+  parts_->plan.add({.folder = folder},
+                   std::make_unique<SimpleStep>(StepKind::deleting, parts_->at, [folder, from](EMU3Error *) {
+                     return std::make_unique<DeleteFolder>(folder, from);
+                   }));
+}
+
+// ---- Out of the volume
+
+void ItemsOperation::exportFile(const EMU3FilePtr &file, const std::string &hostPath) {
+  parts_->plan.add(itemOf(file),
+                   std::make_unique<ExportFileStep>(parts_->from(), file, targetAt(hostPath), nullptr));
+}
+
+void ItemsOperation::exportFileInto(const EMU3FilePtr &file, const std::string &hostFolder) {
+  HostTarget target = targetIn(hostFolder, exportedFileName(file->name()));
+  parts_->plan.add(itemOf(file),
+                   std::make_unique<ExportFileStep>(parts_->from(), file, std::move(target), nullptr));
+}
+
+void ItemsOperation::exportFolderInto(const EMU3DirectoryPtr &folder, const std::string &hostFolder) {
+  planExport(&parts_->plan, parts_->from(), folder, folderThatIsThere(hostFolder));
+}
+
+void ItemsOperation::exportSample(const EMU3FilePtr &bank, std::uint64_t index, const std::string &hostPath) {
+  parts_->addSample(bank, index, targetAt(hostPath));
+}
+
+void ItemsOperation::exportSampleInto(const EMU3FilePtr &bank, std::uint64_t index, const std::string &name,
+                                      const std::string &hostFolder) {
+  parts_->addSample(bank, index, targetIn(hostFolder, exportedSampleName(bank->name(), name)));
+}
+
+// The bytes of a bank count with its first sample, with which it is read.
+void ItemsOperation::Parts::addSample(const EMU3FilePtr &bank, std::uint64_t index, HostTarget target) {
+  Item item{.file = bank};
+  std::shared_ptr<BankToExport> toExport = lastBank.lock();
+  if (!toExport || toExport->file() != bank) {
+    toExport = std::make_shared<BankToExport>(bank);
+    lastBank = toExport;
+    item.bytes = bank->fileSize();
+  }
+  target.failure = EngineError::sampleWriteFailed;
+  plan.add(std::move(item), std::make_unique<ExportSampleStep>(from(), std::move(toExport), index,
+                                                               std::move(target), nullptr));
+}
+
+// ---- Doing it
 
 void ItemsOperation::run(const ItemsWatcher &watcher) {
   bool goesOn = true;
-  while (goesOn && next_ < items_.size()) {
-    std::vector<InHand> group = takeGroup();
-    goesOn = doGroup(&group, watcher);
-    tell(group, watcher);
+  while (goesOn && !parts_->plan.isDone()) {
+    std::vector<ItemTurn> group = parts_->plan.takeGroup(kMostItems, kMostBytes);
+    goesOn = doTogether(&group, watcher);
+    parts_->tell(&group, watcher);
   }
 }
 
-// Host files are read here, before the image is taken hold of.
-std::vector<ItemsOperation::InHand> ItemsOperation::takeGroup() {
-  std::vector<InHand> group;
-  std::uint64_t bytes = 0;
-  while (next_ < items_.size() && group.size() < kMostItems &&
-         (group.empty() || bytes + items_[next_].bytes <= kMostBytes)) {
-    Item &item = items_[next_];
-    InHand taken{{next_, std::nullopt, nullptr}, nullptr, item.bytes};
-    EMU3Error error;
-    taken.change = item.make(&error);
-    if (!taken.change) taken.end.error = std::move(error);
-    item.make = nullptr;
-    bytes += item.bytes;
-    group.push_back(std::move(taken));
-    ++next_;
+void ItemsOperation::Parts::tell(std::vector<ItemTurn> *group, const ItemsWatcher &watcher) {
+  for (ItemTurn &turn : *group) {
+    if (!plan.isItemOver(turn)) continue;
+    turn.end.error = std::move(turn.error);
+    if (watcher.ended) watcher.ended(turn.end);
   }
-  return group;
-}
-
-// What there is no room for may have it when the others of the group are done: these may make some. False
-// when it was stopped; what was not begun has left the group then.
-bool ItemsOperation::doGroup(std::vector<InHand> *group, const ItemsWatcher &watcher) const {
-  ChangeGroup changes(*volume_, imagePath_);
-  std::vector<InHand *> begun;
-  std::size_t taken = 0;
-  for (InHand &item : *group) {
-    if (watcher.isToStop && watcher.isToStop()) break;
-    ++taken;
-    if (watcher.began) watcher.began(item.end.item);
-    if (!item.change) continue;
-    EMU3Error error;
-    bool isBegun = changes.begin(*item.change, &error);
-    if (!isBegun && changes.size() > 0 && isForLackOfRoom(error)) {
-      complete(&changes, &begun);
-      isBegun = changes.begin(*item.change, &error);
-    }
-    if (!isBegun) item.end.error = std::move(error);
-    if (changes.size() > begun.size()) begun.push_back(&item); // bare, it is done already
-  }
-  complete(&changes, &begun);
-  const bool isWhole = taken == group->size();
-  group->erase(group->begin() + static_cast<std::ptrdiff_t>(taken), group->end());
-  return isWhole;
-}
-
-void ItemsOperation::complete(ChangeGroup *changes, std::vector<InHand *> *begun) {
-  changes->complete();
-  for (std::size_t i = 0; i < begun->size(); ++i)
-    (*begun)[i]->end.error = changes->failure(i);
-  begun->clear();
-}
-
-void ItemsOperation::tell(const std::vector<InHand> &group, const ItemsWatcher &watcher) {
-  for (const InHand &item : group) {
-    ItemEnd end = item.end;
-    if (!end.error) end.file = item.change->file();
-    ++progress_.itemsEnded;
-    progress_.bytesDone += item.bytes;
-    if (watcher.ended) watcher.ended(end);
-  }
-  if (watcher.progressed) watcher.progressed(progress_);
+  if (watcher.progressed) watcher.progressed(plan.progress());
 }
 
 } // namespace tessary

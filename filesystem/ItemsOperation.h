@@ -1,103 +1,85 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/EMU3File.h"
 #include "filesystem/EntryPlace.h"
+#include "filesystem/ItemsWatcher.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 namespace tessary {
 
-class ChangeGroup;
-class Volume;
-class VolumeChange;
-
-/// How far the work on many items is. Bytes are those of the files' contents.
-struct ItemsProgress {
-  std::size_t itemsEnded = 0;
-  std::size_t items = 0;
-  std::uint64_t bytesDone = 0;
-  std::uint64_t bytes = 0;
-};
-
-/// How one item ended: with an error, or with none when it is done and on the medium.
-struct ItemEnd {
-  std::size_t item = 0; ///< counted from 0, in the order in which the items were added
-  std::optional<EMU3Error> error;
-  EMU3FilePtr file; ///< what came to be in the volume; null where nothing did
-};
-
-/// Who watches the work; called on the thread that does it, between two items. Empty functions are not
-/// called.
-struct ItemsWatcher {
-  /// An item's turn has come.
-  std::function<void(std::size_t item)> began;
-  std::function<void(const ItemEnd &)> ended; ///< once for each item that was begun, in their order
-  std::function<void(const ItemsProgress &)> progressed;
-  /// Whether to stop: the item in progress is finished, the others are not begun.
-  std::function<bool()> isToStop;
-};
+class EMU3Filesystem;
+struct VolumeAt;
+using EMU3FilesystemPtr = std::shared_ptr<EMU3Filesystem>;
 
 /// One operation on many items of a volume: they go to the medium in groups, which share its barriers. One
-/// that fails keeps no other from being done. Made by `EMU3Filesystem::manyItems`.
+/// that fails keeps no other from being done; what is in a folder that could not be made fails with it. Made
+/// by `EMU3Filesystem::manyItems`.
 ///
-///     const auto operation = filesystem.manyItems();
+///     const auto operation = volume.manyItems();
 ///     for (const std::string &path : paths)
 ///       operation->importFile(path, folder);
 ///     operation->run(watcher);
 ///
-/// A group is some 8 MiB of contents, or 64 items; so long do other changes of the image wait.
+/// Each item is planned when it is added. A tree is taken as it is then: each folder, its files, then its
+/// subfolders are items of their own. A tree that is moved inside the volume by its folder's entry, or
+/// deleted, is one item. A group is some 8 MiB of contents, or 64 items; so long do other changes of the
+/// image wait.
 class ItemsOperation final {
 public:
-  /// `imagePath` leads to the volume's image, from the host's root on.
-  ItemsOperation(std::shared_ptr<Volume> volume, std::string imagePath);
+  explicit ItemsOperation(const VolumeAt &at);
   ~ItemsOperation();
   ItemsOperation(const ItemsOperation &) = delete;
   ItemsOperation &operator=(const ItemsOperation &) = delete;
 
-  // Each as the filesystem's operation of that name does it.
-  void importFile(const std::string &hostPath, const EMU3DirectoryPtr &toDirectory);
-  void restoreFile(const std::string &hostPath, const EntryBytes &entry, const EMU3DirectoryPtr &toDirectory);
-  void copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &toDirectory);
-  void moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &fromDirectory,
-                const EMU3DirectoryPtr &toDirectory);
-  void deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory);
+  // Into the volume. `source` is the volume that an item comes from, null for this one. From another one the
+  // entry of a file comes as it does inside the volume, and a move deletes there what is on the medium here.
+  void importFile(const std::string &hostPath, const EMU3DirectoryPtr &to);
+  /// With its tree. Links to folders are not followed; names are cut as those of files are.
+  void importFolder(const std::string &hostPath, const EMU3DirectoryPtr &to, ExistingFolder existing);
+  void restoreFile(const std::string &hostPath, const EntryBytes &entry, const EMU3DirectoryPtr &to);
+  void copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &to,
+                const EMU3FilesystemPtr &source = nullptr);
+  /// With its tree; of a root all that is in it.
+  void copyFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to, ExistingFolder existing,
+                  const EMU3FilesystemPtr &source = nullptr);
+  void moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &from, const EMU3DirectoryPtr &to,
+                const EMU3FilesystemPtr &source = nullptr);
+  /// With its tree. Code 6 where `to` is the folder itself or lies below it.
+  void moveFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to, ExistingFolder existing,
+                  const EMU3FilesystemPtr &source = nullptr);
+
+  void deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &from);
+  /// With its tree.
+  void deleteFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &from);
+
+  // Out of the volume, never over a mounted image. Into a host folder under the item's own name
+  // (ExportNames.h); of several results of the operation that would bear one name the later get " (2)", "
+  // (3)" …
+  void exportFile(const EMU3FilePtr &file, const std::string &hostPath);
+  void exportFileInto(const EMU3FilePtr &file, const std::string &hostFolder);
+  /// With its tree, into a folder of its name; one that is there already is used.
+  void exportFolderInto(const EMU3DirectoryPtr &folder, const std::string &hostFolder);
+  /// Sample `index`, from 0, of a bank as a WAV file. Codes 6, 2, 3.
+  void exportSample(const EMU3FilePtr &bank, std::uint64_t index, const std::string &hostPath);
+  /// `name` is the sample's. Samples of one bank that are added one after another are read from it once.
+  void exportSampleInto(const EMU3FilePtr &bank, std::uint64_t index, const std::string &name,
+                        const std::string &hostFolder);
+
+  /// What was planned as the `number`-th, from 0.
+  [[nodiscard]] const Item &item(std::size_t number) const;
+  [[nodiscard]] const ItemsProgress &progress() const;
 
   /// Does all of it, once.
   void run(const ItemsWatcher &watcher);
 
 private:
-  /// Makes the change of an item when its turn comes; null, with the error, where that is refused before.
-  using Maker = std::function<std::unique_ptr<VolumeChange>(EMU3Error *)>;
-  struct Item {
-    Maker make;
-    std::uint64_t bytes = 0; ///< of its contents
-  };
-  /// An item whose group is being done.
-  struct InHand {
-    ItemEnd end;
-    std::unique_ptr<VolumeChange> change;
-    std::uint64_t bytes = 0;
-  };
+  [[nodiscard]] VolumeAt placeOf(const EMU3FilesystemPtr &source) const;
 
-  void add(Maker make, std::uint64_t bytes);
-  [[nodiscard]] std::vector<InHand> takeGroup();
-  [[nodiscard]] bool doGroup(std::vector<InHand> *group, const ItemsWatcher &watcher) const;
-  static void complete(ChangeGroup *changes, std::vector<InHand *> *begun);
-  void tell(const std::vector<InHand> &group, const ItemsWatcher &watcher);
-
-  const std::shared_ptr<Volume> volume_;
-  const std::string imagePath_;
-  std::vector<Item> items_;
-  std::size_t next_ = 0; ///< item whose turn it is
-  ItemsProgress progress_;
+  struct Parts;
+  const std::unique_ptr<Parts> parts_;
 };
 
 } // namespace tessary

@@ -45,6 +45,7 @@ std::string temporaryPathBeside(const std::string &path) {
 
 // The permissions of a new file are the host's.
 constexpr mode_t kNewFile = 0666;
+constexpr mode_t kPermissions = 07777;
 
 // What a file without a name is called as long as it is open.
 std::string pathOfDescriptor(int fd) {
@@ -80,6 +81,8 @@ NewHostFile &NewHostFile::operator=(NewHostFile &&other) noexcept {
   std::swap(target_, other.target_);
   std::swap(temporaryPath_, other.temporaryPath_);
   std::swap(earlier_, other.earlier_);
+  std::swap(permissions_, other.permissions_);
+  std::swap(newPermissions_, other.newPermissions_);
   std::swap(fd_, other.fd_);
   return *this;
 }
@@ -93,17 +96,36 @@ void NewHostFile::giveUp() {
 
 bool NewHostFile::create(const std::string &path, Earlier earlier, EMU3Error *error) {
   giveUp();
-  path_ = path;
   earlier_ = earlier;
+  if (!aimAt(path, error)) return false;
+  fd_ = createWithoutName(target_);
+  if (fd_ < 0 && !createNamed()) return fail(error, hostError(errno, path));
+  struct stat status {};
+  if (::fstat(fd_, &status) == 0) newPermissions_ = status.st_mode & kPermissions;
+  if (permissions_) takePermissions();
+  return true;
+}
+
+bool NewHostFile::redirect(const std::string &path, EMU3Error *error) {
+  if (!aimAt(path, error)) return false;
+  takePermissions();
+  return true;
+}
+
+bool NewHostFile::aimAt(const std::string &path, EMU3Error *error) {
+  path_ = path;
   if (!mayReplace(path, error)) return false;
   target_ = withoutLink(path);
   struct stat status {};
   const bool isThere = ::lstat(target_.c_str(), &status) == 0;
-  if (isThere && earlier == Earlier::refused) return fail(error, hostError(EEXIST, path));
-  fd_ = createWithoutName(target_);
-  if (fd_ < 0 && !createNamed()) return fail(error, hostError(errno, path));
-  if (isThere && S_ISREG(status.st_mode)) static_cast<void>(::fchmod(fd_, status.st_mode & 07777));
+  if (isThere && earlier_ == Earlier::refused) return fail(error, hostError(EEXIST, path));
+  permissions_.reset();
+  if (isThere && S_ISREG(status.st_mode)) permissions_ = status.st_mode & kPermissions;
   return true;
+}
+
+void NewHostFile::takePermissions() {
+  static_cast<void>(::fchmod(fd_, permissions_.value_or(newPermissions_)));
 }
 
 // Created with open() rather than mkstemp() so that the host gives it the permissions of any new file.
@@ -129,6 +151,12 @@ bool NewHostFile::write(std::span<const std::uint8_t> bytes, EMU3Error *error) {
     bytes = bytes.subspan(static_cast<std::size_t>(written));
   }
   return true;
+}
+
+void NewHostFile::startFlush() {
+#ifdef SYNC_FILE_RANGE_WRITE
+  static_cast<void>(::sync_file_range(fd_, 0, 0, SYNC_FILE_RANGE_WRITE));
+#endif
 }
 
 bool NewHostFile::flush(EMU3Error *error) {
@@ -184,6 +212,7 @@ bool NewHostFile::giveName(const std::string &path) {
 bool flushFolderOf(const std::string &path, EMU3Error *error) {
   const std::string folder = folderOf(path);
   const int fd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0 && errno == EACCES) return true; // one that may be written but not read cannot be flushed
   const bool isFlushed = fd >= 0 && (::fsync(fd) == 0 || errno == EINVAL);
   const int problem = errno;
   if (fd >= 0) ::close(fd);

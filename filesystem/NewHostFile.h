@@ -3,6 +3,7 @@
 #include "filesystem/EMU3Error.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -26,8 +27,13 @@ public:
 
   /// Makes the file, empty and not there yet. False with the error.
   [[nodiscard]] bool create(const std::string &path, Earlier earlier, EMU3Error *error);
+  /// Gives it another path, in the same folder. False with the error.
+  [[nodiscard]] bool redirect(const std::string &path, EMU3Error *error);
   /// Appends.
   [[nodiscard]] bool write(std::span<const std::uint8_t> bytes, EMU3Error *error);
+  /// Has the host begin to bring what was written to the medium, so that of several files the first flush
+  /// waits for most of it.
+  void startFlush();
   /// Brings what was written to the medium, and waits for it.
   [[nodiscard]] bool flush(EMU3Error *error);
   /// Gives the file its name. It must have been flushed: else a power cut could leave the name with other
@@ -39,6 +45,8 @@ public:
   [[nodiscard]] int descriptor() const { return fd_; }
 
 private:
+  [[nodiscard]] bool aimAt(const std::string &path, EMU3Error *error);
+  void takePermissions();
   [[nodiscard]] bool createNamed();
   [[nodiscard]] bool giveName(const std::string &path);
   [[nodiscard]] bool replace();
@@ -49,6 +57,8 @@ private:
   std::string target_;        ///< `path_`, or where that leads
   std::string temporaryPath_; ///< empty as long as the file has no name
   Earlier earlier_ = Earlier::replaced;
+  std::optional<std::uint32_t> permissions_; ///< of the file that it replaces
+  std::uint32_t newPermissions_ = 0;         ///< of a new one
   int fd_ = -1;
 };
 

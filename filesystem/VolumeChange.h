@@ -31,6 +31,8 @@ public:
 
   /// What came to be in the volume; null where that is no file, and before the change has begun.
   [[nodiscard]] virtual EMU3FilePtr file() const { return nullptr; }
+  /// The same of folders.
+  [[nodiscard]] virtual EMU3DirectoryPtr folder() const { return nullptr; }
 
   /// The medium did not take what `begin` wrote: the change is taken back.
   virtual void takeBackBegun(Volume &volume) TESSARY_REQUIRES(volume.lock) = 0;

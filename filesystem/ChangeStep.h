@@ -1,0 +1,74 @@
+#pragma once
+
+#include "filesystem/ItemStep.h"
+#include "filesystem/VolumeChange.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace tessary {
+
+/// A volume, and the path that leads to its image, from the host's root on.
+struct VolumeAt {
+  std::shared_ptr<Volume> volume;
+  std::string imagePath;
+};
+
+/// A folder whose tree is moved file by file: to another volume, or into a folder that is there.
+struct MovedFolder {
+  EMU3DirectoryPtr folder;
+  std::shared_ptr<MovedFolder> above{}; ///< the one that it is in, if that is moved too
+  bool isKept = false;                  ///< since something in it was not moved
+};
+using MovedFolderPtr = std::shared_ptr<MovedFolder>;
+/// Something in the folder was not moved. Null for what is in no folder that is moved.
+void keepFolder(MovedFolderPtr folder);
+
+/// What the steps of a group have in common, so that none of them undoes another.
+enum class StepKind { storing, moving, deleting };
+
+/// A step that is one change of a volume.
+class ChangeStep : public ItemStep {
+public:
+  ChangeStep(StepKind kind, VolumeAt at) : kind_(kind), at_(std::move(at)) {}
+
+  [[nodiscard]] bool joins(const ItemStep &other) const final;
+  [[nodiscard]] std::unique_ptr<StepGroup> startGroup() const final;
+  [[nodiscard]] bool begin(StepGroup &group, EMU3Error *error) override;
+  /// What came to be in the volume comes to the item's end.
+  void ended(const std::optional<EMU3Error> &error, ItemEnd *end) override;
+
+protected:
+  [[nodiscard]] const VolumeAt &at() const { return at_; }
+
+private:
+  /// Null with the error.
+  [[nodiscard]] virtual std::unique_ptr<VolumeChange> makeChange(EMU3Error *error) = 0;
+
+  const StepKind kind_;
+  const VolumeAt at_;
+  std::unique_ptr<VolumeChange> change_;
+};
+
+/// A change for which nothing is read before.
+class SimpleStep final : public ChangeStep {
+public:
+  /// Makes the change; null with the error.
+  using Maker = std::function<std::unique_ptr<VolumeChange>(EMU3Error *)>;
+  /// `tree` is kept where the step fails.
+  SimpleStep(StepKind kind, VolumeAt at, Maker make, MovedFolderPtr tree = nullptr)
+      : ChangeStep(kind, std::move(at)), make_(std::move(make)), tree_(std::move(tree)) {}
+
+  void ended(const std::optional<EMU3Error> &error, ItemEnd *end) override;
+
+private:
+  [[nodiscard]] std::unique_ptr<VolumeChange> makeChange(EMU3Error *error) override { return make_(error); }
+
+  const Maker make_;
+  const MovedFolderPtr tree_;
+};
+
+} // namespace tessary

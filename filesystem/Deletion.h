@@ -1,0 +1,28 @@
+#pragma once
+
+#include "filesystem/VolumeChange.h"
+#include "filesystem/VolumeRules.h"
+
+#include <vector>
+
+namespace tessary {
+
+/// A change that clears entries and then the marks of what they led to.
+class Deletion : public VolumeChange {
+public:
+  [[nodiscard]] bool freeOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) final;
+  void takeBackBegun(Volume &) final {}
+  void takeBackEntered(Volume &) final {}
+
+protected:
+  /// The blocks whose marks are to be cleared.
+  [[nodiscard]] std::vector<BlockRun> *freed() { return &freed_; }
+  /// Not all entries could be cleared: the deletion fails once the marks of the others are.
+  void isIncomplete() { isComplete_ = false; }
+
+private:
+  std::vector<BlockRun> freed_;
+  bool isComplete_ = true;
+};
+
+} // namespace tessary

@@ -1,0 +1,88 @@
+#include "filesystem/FolderSteps.h"
+
+#include "filesystem/DirectoryEntry.h"
+#include "filesystem/FolderChanges.h"
+#include "filesystem/VolumeRules.h"
+
+#include <cerrno>
+
+namespace tessary {
+
+EMU3DirectoryPtr subfolderNamed(const EMU3Directory &folder, const std::string &name) {
+  for (EMU3DirectoryPtr &below : folder.subdirectories())
+    if (below->name() == name) return std::move(below);
+  return nullptr;
+}
+
+// ---- Making
+
+// What goes into it may be begun before this has ended.
+bool FolderStep::notMade(const EMU3Error *error) {
+  made_->failure = *error;
+  return false;
+}
+
+bool FolderStep::prepare(EMU3Error *error) {
+  if (plan_.failure) fail(error, *plan_.failure);
+  return (!plan_.failure && isThere(*to_, error) && readModel(error)) || notMade(error);
+}
+
+bool FolderStep::readModel(EMU3Error *error) {
+  if (!plan_.model) return true;
+  Volume &volume = *plan_.modelVolume;
+  const ReadLock lock(volume.lock);
+  if (volume.rules().mayUse(volume, plan_.model->parent(), plan_.model))
+    model_ = volume.entries.readEntry(plan_.model->place());
+  return model_.has_value() || fail(error, EngineError::entryNotFound);
+}
+
+bool FolderStep::begin(StepGroup &group, EMU3Error *error) {
+  made_->failure.reset();
+  return tryToBegin(group, error) || notMade(error);
+}
+
+bool FolderStep::tryToBegin(StepGroup &group, EMU3Error *error) {
+  if (!isThere(*to_, error)) return false;
+  if (plan_.existing == ExistingFolder::used) made_->folder = subfolderNamed(*to_->folder, nameOnceStored());
+  if (made_->folder) return true;
+  if (!ChangeStep::begin(group, error)) return false;
+  made_->folder = change_->folder();
+  return true;
+}
+
+std::unique_ptr<VolumeChange> FolderStep::makeChange(EMU3Error *) {
+  std::unique_ptr<VolumeChange> change =
+      model_ ? std::make_unique<CreateFolder>(plan_.name, *model_, to_->folder)
+             : std::make_unique<CreateFolder>(plan_.name, to_->folder);
+  change_ = change.get();
+  return change;
+}
+
+// A name can be shorter in its entry than it is given.
+std::string FolderStep::nameOnceStored() const {
+  if (model_) return plan_.name;
+  const VolumeRules &rules = at().volume->rules();
+  if (!rules.mayStoreName(plan_.name)) return plan_.name;
+  return rules.nameAfterStoring(plan_.name, dentryForFolder(rules.storedName(plan_.name), 0).data());
+}
+
+void FolderStep::ended(const std::optional<EMU3Error> &error, ItemEnd *end) {
+  made_->failure = error;
+  if (error) keepFolder(plan_.moved);
+  if (!error) end->folder = made_->folder;
+}
+
+// ---- Deleting what was moved
+
+std::unique_ptr<VolumeChange> EmptiedFolderStep::makeChange(EMU3Error *error) {
+  if (!folder_->isKept) return std::make_unique<DeleteEmptied>(folder_->folder);
+  fail(error, hostError(ENOTEMPTY, folder_->folder->name()));
+  return nullptr;
+}
+
+void EmptiedFolderStep::ended(const std::optional<EMU3Error> &error, ItemEnd *end) {
+  if (error) keepFolder(folder_);
+  if (!error) end->folder = made_->folder;
+}
+
+} // namespace tessary

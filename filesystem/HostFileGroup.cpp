@@ -1,0 +1,118 @@
+#include "filesystem/HostFileGroup.h"
+
+#include "filesystem/VolumeRules.h"
+
+#include <cerrno>
+#include <map>
+#include <sys/stat.h>
+#include <utility>
+
+namespace tessary {
+namespace {
+
+bool makeFolder(const std::string &path, EMU3Error *error) {
+  if (::mkdir(path.c_str(), 0777) == 0) return true;
+  const int problem = errno;
+  struct stat status {};
+  if (problem == EEXIST && ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return true;
+  return fail(error, hostError(problem, path));
+}
+
+std::string folderOf(const std::string &path) {
+  return path.substr(0, path.rfind('/') + 1);
+}
+
+EMU3Error reasonFor(const HostTarget &target, EMU3Error reason) {
+  return target.failure ? engineError(*target.failure) : std::move(reason);
+}
+
+} // namespace
+
+void HostFileGroup::choosePath(HostTarget &target) {
+  if (target.name) target.path = targets_.claim(target.folder, *target.name);
+}
+
+bool HostFileGroup::mayWrite(const std::string &path, EMU3Error *error) const {
+  return rules_.mayWriteHostFile(path) ||
+         fail(error, {kHostErrorDomain, EBUSY, path + ": This is a mounted image"});
+}
+
+bool HostFileGroup::beginFile(HostTarget &target, const HostFileParts &parts, EMU3Error *error) {
+  choosePath(target);
+  Begun begun{&target};
+  EMU3Error reason;
+  if (!write(begun, parts, &reason)) return fail(error, reasonFor(target, std::move(reason)));
+  begun_.push_back(std::move(begun));
+  return true;
+}
+
+bool HostFileGroup::write(Begun &begun, const HostFileParts &parts, EMU3Error *error) {
+  const std::string &path = begun.target->path;
+  if (!mayWrite(path, error) || !begun.file.create(path, NewHostFile::Earlier::replaced, error)) return false;
+  for (const std::span<const std::uint8_t> part : parts)
+    if (!begun.file.write(part, error)) return false;
+  return true;
+}
+
+bool HostFileGroup::beginFolder(HostTarget &target, EMU3Error *error) {
+  choosePath(target);
+  if (!makeFolder(target.path, error)) return false;
+  targets_.wrote(target.path);
+  begun_.push_back({&target, {}, true});
+  return true;
+}
+
+void HostFileGroup::complete() {
+  ended_ = std::exchange(begun_, {});
+  for (Begun &begun : ended_)
+    if (!begun.isFolder) begun.file.startFlush();
+  for (Begun &begun : ended_) {
+    EMU3Error error;
+    if (!begun.isFolder && !begun.file.flush(&error)) begun.error = std::move(error);
+  }
+  for (Begun &begun : ended_)
+    if (!begun.isFolder && !begun.error) publish(begun);
+  flushFolders();
+  for (Begun &begun : ended_)
+    if (begun.error) begun.error = reasonFor(*begun.target, *std::exchange(begun.error, std::nullopt));
+}
+
+// Where only now an earlier result of the command turns out to have that name too (the host passes over case,
+// say), this one gets the next.
+void HostFileGroup::publish(Begun &begun) {
+  EMU3Error error;
+  HostTarget &target = *begun.target;
+  bool isAimed = true;
+  if (target.name && targets_.isWritten(target.path)) {
+    choosePath(target);
+    isAimed = begun.file.redirect(target.path, &error);
+  }
+  if (isAimed && mayWrite(target.path, &error) && begun.file.publish(&error))
+    targets_.wrote(target.path);
+  else
+    begun.error = std::move(error);
+}
+
+// Each once, those of new folders too.
+void HostFileGroup::flushFolders() {
+  std::map<std::string, std::optional<EMU3Error>> folders;
+  for (Begun &begun : ended_) {
+    if (begun.error) continue;
+    const auto [folder, isNew] = folders.try_emplace(folderOf(begun.target->path));
+    EMU3Error error;
+    if (isNew && !flushFolderOf(begun.target->path, &error)) folder->second = std::move(error);
+    if (folder->second) begun.error = folder->second;
+  }
+}
+
+bool HostFileGroup::writeOne(const VolumeRules &rules, const std::string &path, const HostFileParts &parts,
+                             EMU3Error *error) {
+  ExportTargets targets;
+  HostTarget target{.folder = "", .path = path};
+  HostFileGroup group(rules, targets);
+  if (!group.beginFile(target, parts, error)) return false;
+  group.complete();
+  return !group.failure(0) || fail(error, *group.failure(0));
+}
+
+} // namespace tessary

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "filesystem/EMU3Error.h"
+#include "filesystem/ExportNames.h"
+#include "filesystem/ExportTargets.h"
+#include "filesystem/ItemStep.h"
+#include "filesystem/NewHostFile.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace tessary {
+
+class VolumeRules;
+
+/// The parts, one after another, of a host file.
+using HostFileParts = std::vector<std::span<const std::uint8_t>>;
+
+/// Where a result goes on the host.
+struct HostTarget {
+  std::string folder;             ///< empty for the current one
+  std::optional<HostName> name{}; ///< in that folder; none where the path was asked for
+  std::string path{};             ///< that it gets
+  /// What is said where it cannot be written; none: what the host says.
+  std::optional<EngineError> failure{};
+};
+
+/// Host files that are written together: the contents of all are on the medium before the first gets its
+/// name, and the names are before any is done. On failure an earlier file is untouched and nothing is left
+/// behind; where the host can make files without a name, a kill leaves nothing either.
+class HostFileGroup final : public StepGroup {
+public:
+  /// By the rules of the mount, never over a mounted image. Both outlive the group.
+  HostFileGroup(const VolumeRules &rules, ExportTargets &targets) : rules_(rules), targets_(targets) {}
+
+  /// Writes a file that has no name yet. The target, which outlives the completion, gets its path. False with
+  /// the error.
+  [[nodiscard]] bool beginFile(HostTarget &target, const HostFileParts &parts, EMU3Error *error);
+  /// Makes a folder, or takes one that is there; not what a link leads to.
+  [[nodiscard]] bool beginFolder(HostTarget &target, EMU3Error *error);
+
+  void complete() override;
+  [[nodiscard]] const std::optional<EMU3Error> &failure(std::size_t index) const override {
+    return ended_[index].error;
+  }
+  [[nodiscard]] std::size_t size() const override { return begun_.size(); }
+
+  /// One file by itself, to `path`.
+  [[nodiscard]] static bool writeOne(const VolumeRules &rules, const std::string &path,
+                                     const HostFileParts &parts, EMU3Error *error);
+
+private:
+  struct Begun {
+    HostTarget *target = nullptr;
+    NewHostFile file{}; ///< none for a folder
+    bool isFolder = false;
+    std::optional<EMU3Error> error{};
+  };
+
+  void choosePath(HostTarget &target);
+  [[nodiscard]] bool mayWrite(const std::string &path, EMU3Error *error) const;
+  [[nodiscard]] bool write(Begun &begun, const HostFileParts &parts, EMU3Error *error);
+  void publish(Begun &begun);
+  void flushFolders();
+
+  const VolumeRules &rules_;
+  ExportTargets &targets_;
+  std::vector<Begun> begun_;
+  std::vector<Begun> ended_; ///< of the last completion
+};
+
+} // namespace tessary

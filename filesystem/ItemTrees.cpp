@@ -1,0 +1,242 @@
+#include "filesystem/ItemTrees.h"
+
+#include "filesystem/FileChanges.h"
+#include "filesystem/FolderChanges.h"
+#include "filesystem/HostImport.h"
+#include "filesystem/HostTree.h"
+#include "filesystem/StoreSteps.h"
+#include "filesystem/Text.h"
+#include "filesystem/VolumeRules.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tessary {
+namespace {
+
+/// What the members of a planned folder are planned with.
+template <typename Folder> struct Above {
+  std::optional<std::size_t> item; ///< of the folder
+  Folder into;
+  MovedFolderPtr moved{}; ///< the folder, where it is moved
+};
+
+// `onFolder` plans a folder and gives what its members are planned with; none where these are not.
+template <typename Inside, typename OnFolder, typename OnFile>
+void walkTree(const EMU3DirectoryPtr &top, Inside above, const OnFolder &onFolder, const OnFile &onFile) {
+  std::vector<std::pair<EMU3DirectoryPtr, Inside>> waiting;
+  waiting.emplace_back(top, std::move(above));
+  while (!waiting.empty()) {
+    const auto [folder, outside] = std::move(waiting.back());
+    waiting.pop_back();
+    const std::optional<Inside> inside = onFolder(folder, outside);
+    if (!inside) continue;
+    for (const EMU3FilePtr &file : folder->allFiles())
+      onFile(file, folder, *inside);
+    std::vector<EMU3DirectoryPtr> below = folder->subdirectories();
+    for (; !below.empty(); below.pop_back())
+      waiting.emplace_back(std::move(below.back()), *inside);
+  }
+}
+
+Item itemOf(const EMU3FilePtr &file, const std::optional<std::size_t> &parent) {
+  return {.parent = parent, .file = file, .bytes = file->fileSize()};
+}
+
+Item itemOf(const EMU3DirectoryPtr &folder, const std::optional<std::size_t> &parent) {
+  return {.parent = parent, .folder = folder};
+}
+
+VolumeFolder folderToBe() {
+  return std::make_shared<FolderToBe<EMU3DirectoryPtr>>();
+}
+
+using InVolume = Above<VolumeFolder>;
+
+/// A folder that is moved file by file.
+struct Emptied {
+  std::size_t item = 0;
+  MovedFolderPtr folder;
+  VolumeFolder made; ///< where its contents go
+};
+
+// From the top: the first that nothing was left in takes all below it along.
+void planDeletion(ItemsPlan *plan, const VolumeAt &at, const std::vector<Emptied> &folders) {
+  for (const Emptied &folder : folders)
+    plan->addStep(folder.item, std::make_unique<EmptiedFolderStep>(at, folder.folder, folder.made));
+}
+
+} // namespace
+
+std::unique_ptr<ItemStep> copyStep(const VolumeAt &at, const VolumeAt &source, const EMU3FilePtr &file,
+                                   const VolumeFolder &to) {
+  if (source.volume != at.volume)
+    return std::make_unique<BringStep>(at, ForeignFile{source, file, nullptr}, to);
+  return std::make_unique<SimpleStep>(StepKind::storing, at,
+                                      [file, to](EMU3Error *error) -> std::unique_ptr<VolumeChange> {
+                                        if (!isThere(*to, error)) return nullptr;
+                                        return std::make_unique<CopyFile>(file, to->folder);
+                                      });
+}
+
+// Inside the volume the folder that it goes into is there.
+void planMove(ItemsPlan *plan, const VolumeAt &at, const ForeignFile &file, const VolumeFolder &to,
+              const std::optional<std::size_t> &parent) {
+  Item item = itemOf(file.file, parent);
+  if (file.at.volume != at.volume) {
+    plan->add(std::move(item), std::make_unique<BringStep>(at, file, to));
+    return;
+  }
+  if (at.volume->rules().movesEntryAlone()) item.bytes = 0;
+  plan->add(std::move(item), std::make_unique<SimpleStep>(
+                                 StepKind::moving, at,
+                                 [file, to](EMU3Error *) {
+                                   return moveOf(*file.at.volume, file.file, file.directory, to->folder);
+                                 },
+                                 file.tree));
+}
+
+void planImport(ItemsPlan *plan, const TreeDestination &destination, const std::string &hostPath,
+                const VolumeFolder &to) {
+  struct Waiting {
+    std::string path;
+    InVolume above;
+  };
+  std::vector<Waiting> waiting{{hostPath, {std::nullopt, to}}};
+  while (!waiting.empty()) {
+    const Waiting folder = std::move(waiting.back());
+    waiting.pop_back();
+    HostListing listing = listHostFolder(folder.path);
+    const VolumeFolder made = folderToBe();
+    FolderPlan making{.name = nameForImport(lastPathComponent(folder.path)),
+                      .existing = destination.existing,
+                      .failure = listing.failure};
+    const std::size_t item =
+        plan->add({.parent = folder.above.item, .hostPath = folder.path},
+                  std::make_unique<FolderStep>(destination.at, std::move(making), folder.above.into, made));
+    for (const std::string &path : listing.files)
+      plan->add({.parent = item, .hostPath = path, .bytes = sizeOfHostFile(path)},
+                std::make_unique<ImportStep>(destination.at, path, made));
+    for (; !listing.folders.empty(); listing.folders.pop_back())
+      waiting.push_back({std::move(listing.folders.back()), {item, made}});
+  }
+}
+
+void planCopy(ItemsPlan *plan, const TreeDestination &destination, const VolumeAt &source,
+              const EMU3DirectoryPtr &folder, const VolumeFolder &to) {
+  const EMU3DirectoryPtr root = source.volume->rootDirectory();
+  walkTree(
+      folder, InVolume{std::nullopt, to},
+      [&](const EMU3DirectoryPtr &each, const InVolume &above) -> std::optional<InVolume> {
+        if (each == root) return above;
+        const VolumeFolder made = folderToBe();
+        FolderPlan making{.name = each->name(),
+                          .model = each,
+                          .modelVolume = source.volume,
+                          .existing = destination.existing};
+        const std::size_t item =
+            plan->add(itemOf(each, above.item),
+                      std::make_unique<FolderStep>(destination.at, std::move(making), above.into, made));
+        return InVolume{item, made};
+      },
+      [&](const EMU3FilePtr &file, const EMU3DirectoryPtr &, const InVolume &above) {
+        plan->add(itemOf(file, above.item), copyStep(destination.at, source, file, above.into));
+      });
+}
+
+namespace {
+
+// From another volume.
+void planMoveBetween(ItemsPlan *plan, const TreeDestination &destination, const VolumeAt &source,
+                     const EMU3DirectoryPtr &folder, const VolumeFolder &to) {
+  std::vector<Emptied> emptied;
+  walkTree(
+      folder, InVolume{std::nullopt, to},
+      [&](const EMU3DirectoryPtr &each, const InVolume &above) -> std::optional<InVolume> {
+        const VolumeFolder made = folderToBe();
+        const auto moved = std::make_shared<MovedFolder>(MovedFolder{each, above.moved});
+        FolderPlan making{.name = each->name(),
+                          .model = each,
+                          .modelVolume = source.volume,
+                          .moved = moved,
+                          .existing = destination.existing};
+        const std::size_t item = plan->addItem(itemOf(each, above.item));
+        plan->addStep(item,
+                      std::make_unique<FolderStep>(destination.at, std::move(making), above.into, made));
+        emptied.push_back({item, moved, made});
+        return InVolume{item, made, moved};
+      },
+      [&](const EMU3FilePtr &file, const EMU3DirectoryPtr &from, const InVolume &above) {
+        planMove(plan, destination.at, {source, file, from, above.moved}, above.into, above.item);
+      });
+  planDeletion(plan, source, emptied);
+}
+
+// The folder whose place the moved one's contents go to; null where it is moved as it is.
+EMU3DirectoryPtr usedFor(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &into,
+                         ExistingFolder existing) {
+  if (existing != ExistingFolder::used || folder->parent() == into || isInside(into, folder)) return nullptr;
+  return subfolderNamed(*into, folder->name());
+}
+
+// Inside the volume.
+void planMoveInside(ItemsPlan *plan, const TreeDestination &destination, const EMU3DirectoryPtr &folder,
+                    const EMU3DirectoryPtr &to) {
+  const VolumeAt &at = destination.at;
+  std::vector<Emptied> emptied;
+  walkTree(
+      folder, InVolume{std::nullopt, folderThatIsThere(to)},
+      [&](const EMU3DirectoryPtr &each, const InVolume &above) -> std::optional<InVolume> {
+        const EMU3DirectoryPtr into = above.into->folder;
+        const EMU3DirectoryPtr used = usedFor(each, into, destination.existing);
+        const std::size_t item = plan->addItem(itemOf(each, above.item));
+        if (!used) {
+          const auto move = [each, into](EMU3Error *) { return std::make_unique<MoveFolder>(each, into); };
+          plan->addStep(item, std::make_unique<SimpleStep>(StepKind::moving, at, move, above.moved));
+          return std::nullopt;
+        }
+        const auto moved = std::make_shared<MovedFolder>(MovedFolder{each, above.moved});
+        const VolumeFolder made = folderThatIsThere(used);
+        emptied.push_back({item, moved, made});
+        return InVolume{item, made, moved};
+      },
+      [&](const EMU3FilePtr &file, const EMU3DirectoryPtr &from, const InVolume &above) {
+        planMove(plan, at, {at, file, from, above.moved}, above.into, above.item);
+      });
+  planDeletion(plan, at, emptied);
+}
+
+} // namespace
+
+void planMove(ItemsPlan *plan, const TreeDestination &destination, const VolumeAt &source,
+              const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to) {
+  if (source.volume == destination.at.volume)
+    planMoveInside(plan, destination, folder, to);
+  else
+    planMoveBetween(plan, destination, source, folder, folderThatIsThere(to));
+}
+
+void planExport(ItemsPlan *plan, const ExportFrom &from, const EMU3DirectoryPtr &folder,
+                const HostFolder &into) {
+  using OnHost = Above<HostFolder>;
+  walkTree(
+      folder, OnHost{std::nullopt, into},
+      [&](const EMU3DirectoryPtr &each, const OnHost &above) -> std::optional<OnHost> {
+        const auto made = std::make_shared<FolderToBe<std::string>>();
+        HostTarget target{.folder = "", .name = exportedFolderName(each->name())};
+        const std::size_t item =
+            plan->add(itemOf(each, above.item),
+                      std::make_unique<ExportFolderStep>(from, std::move(target), above.into, made));
+        return OnHost{item, made};
+      },
+      [&](const EMU3FilePtr &file, const EMU3DirectoryPtr &, const OnHost &above) {
+        HostTarget target{.folder = "", .name = exportedFileName(file->name())};
+        plan->add(itemOf(file, above.item),
+                  std::make_unique<ExportFileStep>(from, file, std::move(target), above.into));
+      });
+}
+
+} // namespace tessary

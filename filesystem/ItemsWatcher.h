@@ -1,0 +1,62 @@
+#pragma once
+
+#include "filesystem/EMU3Directory.h"
+#include "filesystem/EMU3Error.h"
+#include "filesystem/EMU3File.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+/// What is said and told of the work on many items (ItemsOperation.h).
+namespace tessary {
+
+/// What becomes of a folder where the destination has one of its name.
+enum class ExistingFolder {
+  used,    ///< its contents go into that one
+  doubled, ///< there are two then
+};
+
+/// An item as it was planned: a file or a folder, of the host or of a volume.
+struct Item {
+  /// The item of the folder that this one is in, where both are of one tree.
+  std::optional<std::size_t> parent{};
+  std::string hostPath{};    ///< of what is imported or restored
+  EMU3FilePtr file{};        ///< what is copied, moved, deleted, exported
+  EMU3DirectoryPtr folder{}; ///< the same of folders
+  std::uint64_t bytes = 0;   ///< of its contents
+};
+
+/// How far the work on many items is. Bytes are those of the files' contents.
+struct ItemsProgress {
+  std::size_t itemsEnded = 0;
+  std::size_t items = 0;
+  std::uint64_t bytesDone = 0;
+  std::uint64_t bytes = 0;
+};
+
+/// How one item ended: with an error, or with none when it is done and on the medium.
+struct ItemEnd {
+  std::size_t item = 0; ///< counted from 0, in the order in which the items were planned
+  std::optional<EMU3Error> error;
+  EMU3FilePtr file;        ///< what came to be in the volume; null where nothing did
+  EMU3DirectoryPtr folder; ///< the same of folders; the one that was there already where that is used
+  std::string hostPath;    ///< what came to be on the host; empty where nothing did
+};
+
+/// Who watches the work; called on the thread that does it, between two items. Empty functions are not
+/// called.
+struct ItemsWatcher {
+  /// An item's turn has come.
+  std::function<void(std::size_t item)> began;
+  /// Once for each item that is finished. An item comes when its group is on the medium; a folder that is
+  /// moved to another volume, after everything in it.
+  std::function<void(const ItemEnd &)> ended;
+  std::function<void(const ItemsProgress &)> progressed;
+  /// Whether to stop: the item in progress is finished, the others are not begun.
+  std::function<bool()> isToStop;
+};
+
+} // namespace tessary

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "filesystem/ItemsPlan.h"
+#include "filesystem/ItemsWatcher.h"
+
+#include <vector>
+
+namespace tessary {
+
+/// Does steps that go to the medium together, and then what is left to do for their items. False when it was
+/// stopped; what was not begun has left the list then.
+[[nodiscard]] bool doTogether(std::vector<ItemTurn> *turns, const ItemsWatcher &watcher);
+
+} // namespace tessary
