@@ -105,9 +105,12 @@ void BareRules::unmarkFailedFile(Volume &volume, std::uint16_t, std::uint64_t si
   volume.counters.giveBack(blocksCounted(size));
 }
 
-void BareRules::appendFreedBlocks(const Volume &volume, const EMU3FileFields &deleted,
-                                  std::vector<BlockRun> *freed) const {
-  freed->push_back({volume.geometry().slotStartBlock(deleted.startCluster), deleted.blocksInLastCluster});
+std::vector<BlockRun> BareRules::freedBlocks(const Volume &volume,
+                                             const std::vector<EMU3FileFields> &deleted) const {
+  std::vector<BlockRun> freed;
+  for (const EMU3FileFields &file : deleted)
+    freed.push_back({volume.geometry().slotStartBlock(file.startCluster), file.blocksInLastCluster});
+  return freed;
 }
 
 void BareRules::clearMarks(Volume &volume, const BlockRun &freed) const {
@@ -121,6 +124,10 @@ bool BareRules::isFree(const Volume &, const std::uint8_t *dentry, EntryPlace) c
 }
 
 bool BareRules::takesEntries(const Volume &, std::int64_t) const {
+  return true;
+}
+
+bool BareRules::mayChangeEntry(const Volume &, EntryPlace, const std::vector<EMU3FilePtr> &) const {
   return true;
 }
 

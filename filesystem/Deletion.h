@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filesystem/EMU3File.h"
 #include "filesystem/VolumeChange.h"
 #include "filesystem/VolumeRules.h"
 
@@ -15,13 +16,13 @@ public:
   void takeBackEntered(Volume &) final {}
 
 protected:
-  /// The blocks whose marks are to be cleared.
-  [[nodiscard]] std::vector<BlockRun> *freed() { return &freed_; }
+  /// The files whose entries were cleared.
+  [[nodiscard]] std::vector<EMU3FileFields> *erased() { return &erased_; }
   /// Not all entries could be cleared: the deletion fails once the marks of the others are.
   void isIncomplete() { isComplete_ = false; }
 
 private:
-  std::vector<BlockRun> freed_;
+  std::vector<EMU3FileFields> erased_;
   bool isComplete_ = true;
 };
 

@@ -26,6 +26,7 @@ constexpr ErrorRow kErrors[] = {
     {EngineError::imageReplaced, kErrorWriteRefused, "The image was replaced"},
     {EngineError::dataWriteFailed, kErrorWriteRefused, "Data write failed"},
     {EngineError::blockWriteFailed, kErrorWriteRefused, "Block write failed"},
+    {EngineError::entryInContents, kErrorWriteRefused, "The entry lies in the contents of another file"},
     {EngineError::sampleWriteFailed, kErrorWriteRefused, "Failed to write sample file"},
     {EngineError::noFreeSlot, kErrorOutOfSpace, "Image is full (no free slots)"},
     {EngineError::noFreeSpace, kErrorOutOfSpace, "Not enough free space on image"},

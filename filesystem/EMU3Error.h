@@ -35,6 +35,7 @@ enum class EngineError {
   imageReplaced,
   dataWriteFailed,
   blockWriteFailed,
+  entryInContents,
   sampleWriteFailed,
   noFreeSlot,
   noFreeSpace,

@@ -88,6 +88,11 @@ void NewEntry::erase(Volume &volume) {
   volume.entries.zeroEntry(spot_.place);
 }
 
+bool mayChangeEntry(const Volume &volume, EntryPlace place, const std::vector<EMU3FilePtr> &own,
+                    EMU3Error *error) {
+  return volume.rules().mayChangeEntry(volume, place, own) || fail(error, EngineError::entryInContents);
+}
+
 bool mayGiveName(const Volume &volume, const std::string &name, EMU3Error *error) {
   if (!name.empty() && utf16Length(name) <= kMaxNameBytes && volume.rules().mayStoreName(name)) return true;
   return fail(error, EngineError::badName);

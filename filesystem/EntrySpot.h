@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 /// Places and names for entries.
 namespace tessary {
@@ -56,6 +57,11 @@ private:
   format::Dentry dentry_{};
   std::int64_t numberBefore_ = 0; ///< where the folder's new block is named
 };
+
+/// Whether the entry at this place may be changed; false with code 3 where it lies in the contents of a file
+/// that the change is not about. `own` are those that it is about.
+[[nodiscard]] bool mayChangeEntry(const Volume &volume, EntryPlace place, const std::vector<EMU3FilePtr> &own,
+                                  EMU3Error *error) TESSARY_REQUIRES_SHARED(volume.lock);
 
 /// Whether an entry may be given this name; false with code 6.
 [[nodiscard]] bool mayGiveName(const Volume &volume, const std::string &name, EMU3Error *error);

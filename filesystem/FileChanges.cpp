@@ -117,6 +117,7 @@ bool MoveFile::begin(Volume &volume, EMU3Error *error) {
   }
   std::optional<Dentry> entry = volume.entries.readEntry(file_->place());
   if (!entry) return fail(error, EngineError::entryNotFound);
+  if (!mayChangeEntry(volume, file_->place(), {file_}, error)) return false;
   const std::optional<EntrySpot> spot = findSpot(volume, toDirectory_);
   if (!spot) return fail(error, EngineError::destinationFull);
   setFileEntryId(*entry, nextEntryId(*toDirectory_));
@@ -151,22 +152,23 @@ void MoveFile::leaveTree(Volume &volume) {
 // ---- Deleting
 
 bool DeleteFile::begin(Volume &volume, EMU3Error *error) {
-  return volume.rules().mayUse(volume, inDirectory_, file_) || fail(error, EngineError::entryNotFound);
+  if (!volume.rules().mayUse(volume, inDirectory_, file_)) return fail(error, EngineError::entryNotFound);
+  return mayChangeEntry(volume, file_->place(), {file_}, error);
 }
 
 // An earlier change of the group may have deleted it with its folder.
 bool DeleteFile::clearOld(Volume &volume, EMU3Error *error) {
   if (!begin(volume, error)) return false;
-  return eraseEntryOf(volume, file_, inDirectory_, freed(), error);
+  return eraseEntryOf(volume, file_, inDirectory_, erased(), error);
 }
 
 bool eraseEntryOf(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
-                  std::vector<BlockRun> *freed, EMU3Error *error) {
-  const EMU3FileFields fields = file->fields();
+                  std::vector<EMU3FileFields> *erased, EMU3Error *error) {
+  EMU3FileFields fields = file->fields();
   if (!volume.entries.contains(fields.dentryBlock)) return fail(error, EngineError::entryNotFound);
   if (!volume.entries.clearEntry(file->place())) return fail(error, EngineError::blockWriteFailed);
   volume.tree.removeFile(inDirectory, file);
-  volume.rules().appendFreedBlocks(volume, fields, freed);
+  erased->push_back(std::move(fields));
   return true;
 }
 
@@ -190,7 +192,7 @@ std::unique_ptr<VolumeChange> moveOf(const Volume &volume, const EMU3FilePtr &fi
 bool RenameFile::begin(Volume &volume, EMU3Error *error) {
   if (!volume.rules().mayUse(volume, inDirectory_, file_)) return fail(error, EngineError::entryNotFound);
   name_ = RenamedEntry(file_->place(), newName_, file_->name());
-  return name_.mayWrite(volume, error);
+  return name_.mayWrite(volume, error) && mayChangeEntry(volume, file_->place(), {file_}, error);
 }
 
 bool RenameFile::enter(Volume &volume, EMU3Error *error) {

@@ -146,9 +146,10 @@ private:
   RenamedEntry name_;
 };
 
-/// Takes a file of which it is known that the folder holds it out of its folder. The blocks whose marks are
-/// to be cleared for it come to `freed`. False, with the error, when its entry could not be cleared.
+/// Takes a file of which it is known that the folder holds it out of its folder. What its entry said comes
+/// to `erased`. False, with the error, when its entry could not be cleared.
 [[nodiscard]] bool eraseEntryOf(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
-                                std::vector<BlockRun> *freed, EMU3Error *error) TESSARY_REQUIRES(volume.lock);
+                                std::vector<EMU3FileFields> *erased, EMU3Error *error)
+    TESSARY_REQUIRES(volume.lock);
 
 } // namespace tessary

@@ -40,19 +40,19 @@ void removeEmptied(Volume &volume, const EMU3DirectoryPtr &folder, const EMU3Dir
 
 // One file that cannot be deleted does not keep the others.
 void eraseFilesOf(Volume &volume, const EMU3DirectoryPtr &folder, const BlocksToKeep &kept,
-                  std::vector<BlockRun> *freed) TESSARY_REQUIRES(volume.lock) {
+                  std::vector<EMU3FileFields> *erased) TESSARY_REQUIRES(volume.lock) {
   for (const EMU3FilePtr &file : folder->files()) {
     if (kept.untouched.contains(file->dentryBlock()))
       volume.tree.removeFile(folder, file);
     else if (volume.rules().mayErase(*file))
-      static_cast<void>(eraseEntryOf(volume, file, folder, freed, nullptr));
+      static_cast<void>(eraseEntryOf(volume, file, folder, erased, nullptr));
   }
 }
 
 // Each folder after everything below it, with a stack of its own: a damaged volume can nest folders as deep
 // as it has blocks.
 void removeTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3DirectoryPtr &parent,
-                std::vector<BlockRun> *freed) TESSARY_REQUIRES(volume.lock) {
+                std::vector<EMU3FileFields> *erased) TESSARY_REQUIRES(volume.lock) {
   struct Step {
     EMU3DirectoryPtr folder;
     EMU3DirectoryPtr parent;
@@ -69,7 +69,7 @@ void removeTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3Directory
     }
     step.isEmptied = true;
     const EMU3DirectoryPtr folder = step.folder;
-    eraseFilesOf(volume, folder, kept, freed);
+    eraseFilesOf(volume, folder, kept, erased);
     const std::vector<EMU3DirectoryPtr> below = folder->subdirectories();
     for (auto next = below.rbegin(); next != below.rend(); ++next)
       pending.push_back({*next, folder});
@@ -78,9 +78,9 @@ void removeTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3Directory
 
 // One entry that cannot be cleared does not keep the others. False when there was one.
 bool clearTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3DirectoryPtr &parent,
-               std::vector<BlockRun> *freed) TESSARY_REQUIRES(volume.lock) {
+               std::vector<EMU3FileFields> *erased) TESSARY_REQUIRES(volume.lock) {
   const std::uint64_t faults = volume.image.writeFaults();
-  removeTree(volume, top, parent, freed);
+  removeTree(volume, top, parent, erased);
   return volume.image.writeFaults() == faults;
 }
 
@@ -95,6 +95,15 @@ void detachTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3Directory
       volume.tree.removeFile(folder, file);
     volume.tree.removeFolder(folder == top ? parent : folder->parent(), folder);
   }
+}
+
+std::vector<EMU3FilePtr> filesBelow(const EMU3DirectoryPtr &top) {
+  std::vector<EMU3FilePtr> found;
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(top)) {
+    const std::vector<EMU3FilePtr> files = folder->files();
+    found.insert(found.end(), files.begin(), files.end());
+  }
+  return found;
 }
 
 bool holdsNoFile(const EMU3DirectoryPtr &top) {
@@ -151,7 +160,8 @@ bool RenameFolder::begin(Volume &volume, EMU3Error *error) {
   if (!volume.rules().mayUse(volume, directory_->parent(), directory_))
     return fail(error, EngineError::entryNotFound);
   name_ = RenamedEntry(directory_->place(), newName_, directory_->name());
-  return !volume.rules().storesFolderNames() || name_.mayWrite(volume, error);
+  if (!volume.rules().storesFolderNames()) return true;
+  return name_.mayWrite(volume, error) && mayChangeEntry(volume, directory_->place(), {}, error);
 }
 
 bool RenameFolder::enter(Volume &volume, EMU3Error *error) {
@@ -181,6 +191,7 @@ bool MoveFolder::begin(Volume &volume, EMU3Error *error) {
     moved_ = directory_;
     return true;
   }
+  if (!mayChangeEntry(volume, directory_->place(), {}, error)) return false;
   const std::optional<Dentry> entry = volume.entries.readEntry(directory_->place());
   if (!entry) return fail(error, EngineError::entryNotFound);
   const std::optional<EntrySpot> spot = findSpot(volume, toDirectory_);
@@ -208,12 +219,13 @@ bool MoveFolder::clearOld(Volume &volume, EMU3Error *error) {
 // ---- Deleting
 
 bool DeleteFolder::begin(Volume &volume, EMU3Error *error) {
-  return volume.rules().mayUse(volume, fromParent_, directory_) || fail(error, EngineError::entryNotFound);
+  if (!volume.rules().mayUse(volume, fromParent_, directory_)) return fail(error, EngineError::entryNotFound);
+  return mayChangeEntry(volume, directory_->place(), filesBelow(directory_), error);
 }
 
 bool DeleteFolder::clearOld(Volume &volume, EMU3Error *error) {
   if (!begin(volume, error)) return false;
-  if (!clearTree(volume, directory_, fromParent_, freed())) isIncomplete();
+  if (!clearTree(volume, directory_, fromParent_, erased())) isIncomplete();
   return true;
 }
 
@@ -221,7 +233,8 @@ bool DeleteEmptied::clearOld(Volume &volume, EMU3Error *error) {
   const EMU3DirectoryPtr parent = directory_->parent();
   if (!parent || !volume.rules().mayUse(volume, parent, directory_)) return true;
   if (!holdsNoFile(directory_)) return fail(error, hostError(ENOTEMPTY, directory_->name()));
-  if (!clearTree(volume, directory_, parent, freed())) isIncomplete();
+  if (!mayChangeEntry(volume, directory_->place(), {}, error)) return false;
+  if (!clearTree(volume, directory_, parent, erased())) isIncomplete();
   return true;
 }
 

@@ -5,8 +5,8 @@
 #include "filesystem/Text.h"
 
 #include <algorithm>
-#include <iterator>
 #include <set>
+#include <unordered_set>
 #include <utility>
 
 namespace tessary {
@@ -82,6 +82,24 @@ public:
 private:
   std::vector<std::pair<std::uint64_t, std::uint64_t>> extents_; ///< first block, and that behind the last
 };
+
+// Whether the block of entries lies in the contents of a live file that is none of `own`. Few do, all of them
+// in the data area. The root's block is the header's word: no file has it.
+bool isInContents(const Volume &volume, std::int64_t block, const std::vector<EMU3FilePtr> &own)
+    TESSARY_REQUIRES_SHARED(volume.lock) {
+  const VolumeGeometry geometry = volume.geometry();
+  const auto number = static_cast<std::uint64_t>(block);
+  if (number < geometry.dataAreaBlock || number == geometry.rootDirBlock) return false;
+  std::unordered_set<const EMU3File *> passedOver;
+  for (const EMU3FilePtr &file : own)
+    passedOver.insert(file.get());
+  FileExtents files;
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root()))
+    folder->lookAtFiles([&](const EMU3File &file) {
+      if (!passedOver.contains(&file)) files.add(file, geometry);
+    });
+  return !files.thoseOf({block}).empty();
+}
 
 } // namespace
 
@@ -199,15 +217,26 @@ void GuardedRules::unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uin
 }
 
 // Whole slots, but none that another live file reaches.
-void GuardedRules::appendFreedBlocks(const Volume &volume, const EMU3FileFields &deleted,
-                                     std::vector<BlockRun> *freed) const {
-  const VolumeGeometry geometry = volume.geometry();
+std::vector<BlockRun> GuardedRules::freedBlocks(const Volume &volume,
+                                                const std::vector<EMU3FileFields> &deleted) const {
   const SlotMap &slots = volume.index->slots();
-  const std::uint64_t first = std::max<std::uint64_t>(1, deleted.startCluster);
-  const std::uint64_t last =
-      std::min(first + slots.slotsFor(deleted.blocksInLastCluster) - 1, slots.slotCount());
-  for (std::uint64_t slot = slots.nextUnreached(first); slot <= last; slot = slots.nextUnreached(slot + 1))
-    freed->push_back({geometry.slotStartBlock(static_cast<std::uint16_t>(slot)), geometry.slotSizeBlocks});
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> spans; // first slot, and that behind the last
+  for (const EMU3FileFields &file : deleted) {
+    const std::uint64_t first = std::max<std::uint64_t>(1, file.startCluster);
+    spans.emplace_back(first,
+                       std::min(first + slots.slotsFor(file.blocksInLastCluster), slots.slotCount() + 1));
+  }
+  std::sort(spans.begin(), spans.end()); // each slot once: thousands of damaged files can claim all of them
+  const VolumeGeometry geometry = volume.geometry();
+  std::vector<BlockRun> freed;
+  std::uint64_t looked = 0; // at all slots below
+  for (const auto &[first, end] : spans) {
+    for (std::uint64_t slot = slots.nextUnreached(std::max(first, looked)); slot < end;
+         slot = slots.nextUnreached(slot + 1))
+      freed.push_back({geometry.slotStartBlock(static_cast<std::uint16_t>(slot)), geometry.slotSizeBlocks});
+    looked = std::max(looked, end);
+  }
+  return freed;
 }
 
 void GuardedRules::clearMarks(Volume &volume, const BlockRun &freed) const {
@@ -220,18 +249,17 @@ bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, Entr
   return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
 }
 
-// A damaged folder may name blocks of the table, or of a file's contents. The root's block is the header's
-// word.
+// A damaged folder may name blocks of the table, or of a file's contents.
 bool GuardedRules::takesEntries(const Volume &volume, std::int64_t block) const {
   const VolumeGeometry geometry = volume.geometry();
   const auto number = static_cast<std::uint64_t>(block);
-  if (number == geometry.rootDirBlock) return true;
-  if (geometry.isInTable(number)) return false;
-  if (number < geometry.dataAreaBlock) return true;
-  FileExtents files;
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root()))
-    folder->lookAtFiles([&](const EMU3File &file) { files.add(file, geometry); });
-  return files.thoseOf({block}).empty();
+  const bool isOnlyTable = number != geometry.rootDirBlock && geometry.isInTable(number);
+  return !isOnlyTable && !isInContents(volume, block, {});
+}
+
+bool GuardedRules::mayChangeEntry(const Volume &volume, EntryPlace place,
+                                  const std::vector<EMU3FilePtr> &own) const {
+  return !isInContents(volume, place.block, own);
 }
 
 // A deleted file of that place leaves the list: it no longer has an entry.
@@ -265,7 +293,7 @@ std::optional<FolderGrowth> GuardedRules::growthOf(const Volume &volume, const E
   const std::optional<Dentry> entry = volume.entries.readEntry(folder->place());
   if (!entry) return std::nullopt;
   const std::optional<std::size_t> position = firstEmptyPosition(*entry);
-  if (!position) return std::nullopt;
+  if (!position || !mayChangeEntry(volume, folder->place(), {})) return std::nullopt;
   // Some numbers make a folder's entry read as a file's.
   const auto suits = [&](std::int64_t block) {
     if (wish.suits && !wish.suits(block)) return false;
@@ -298,13 +326,14 @@ BlocksToKeep GuardedRules::blocksToKeep(const Volume &volume,
     }
     folder->lookAtFiles([&](const EMU3File &file) { files.add(file, geometry); });
   }
-  std::vector<std::int64_t> foreign = files.thoseOf(listed);
-  std::copy_if(listed.begin(), listed.end(), std::back_inserter(foreign), [&](std::int64_t block) {
-    return block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block));
-  });
-  std::copy_if(foreign.begin(), foreign.end(), std::inserter(kept.untouched, kept.untouched.end()),
-               [&](std::int64_t block) { return !kept.uncleared.contains(block); });
-  kept.uncleared.insert(foreign.begin(), foreign.end());
+  const std::vector<std::int64_t> inFiles = files.thoseOf(listed);
+  kept.untouched.insert(inFiles.begin(), inFiles.end());
+  kept.untouched.erase(static_cast<std::int64_t>(geometry.rootDirBlock)); // the header's word
+  for (const std::int64_t block : listed) {
+    const bool isMarks = block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block));
+    if (isMarks && !kept.uncleared.contains(block)) kept.untouched.insert(block);
+  }
+  kept.uncleared.insert(kept.untouched.begin(), kept.untouched.end());
   return kept;
 }
 

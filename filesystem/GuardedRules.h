@@ -59,13 +59,17 @@ public:
       TESSARY_REQUIRES(volume.lock) override;
   void unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
       TESSARY_REQUIRES(volume.lock) override;
-  void appendFreedBlocks(const Volume &volume, const EMU3FileFields &deleted,
-                         std::vector<BlockRun> *freed) const TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] std::vector<BlockRun> freedBlocks(const Volume &volume,
+                                                  const std::vector<EMU3FileFields> &deleted) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
   void clearMarks(Volume &volume, const BlockRun &freed) const TESSARY_REQUIRES(volume.lock) override;
 
   [[nodiscard]] bool isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
   [[nodiscard]] bool takesEntries(const Volume &volume, std::int64_t block) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] bool mayChangeEntry(const Volume &volume, EntryPlace place,
+                                    const std::vector<EMU3FilePtr> &own) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
   void entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const
       TESSARY_REQUIRES(volume.lock) override;

@@ -156,10 +156,11 @@ public:
   /// Takes `markNewFile` back where the file's entry could not be written; bare, in the figures alone.
   virtual void unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const
       TESSARY_REQUIRES(volume.lock) = 0;
-  /// Adds the blocks that are free now that this file was deleted. Its entry was cleared, and it has left the
-  /// tree.
-  virtual void appendFreedBlocks(const Volume &volume, const EMU3FileFields &deleted,
-                                 std::vector<BlockRun> *freed) const TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// The blocks that are free now that these files were deleted. Their entries were cleared, and they have
+  /// left the tree.
+  [[nodiscard]] virtual std::vector<BlockRun> freedBlocks(const Volume &volume,
+                                                          const std::vector<EMU3FileFields> &deleted) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// Marks them as free.
   virtual void clearMarks(Volume &volume, const BlockRun &freed) const TESSARY_REQUIRES(volume.lock) = 0;
 
@@ -169,6 +170,11 @@ public:
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// Whether a block of a folder's list may get new entries at all.
   [[nodiscard]] virtual bool takesEntries(const Volume &volume, std::int64_t block) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// Whether the entry at this place may be changed: not where it is part of the contents of a live file that
+  /// is none of `own`.
+  [[nodiscard]] virtual bool mayChangeEntry(const Volume &volume, EntryPlace place,
+                                            const std::vector<EMU3FilePtr> &own) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// Something new has taken this entry of the folder.
   virtual void entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const

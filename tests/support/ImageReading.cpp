@@ -218,6 +218,10 @@ std::optional<std::uint64_t> ImageReading::slotForNewFile(std::uint64_t blocks) 
   return std::nullopt;
 }
 
+bool ImageReading::mayChange(Place entry, const std::set<Place> &own) const {
+  return entry.first == rootBlock || entry.first < dataBlock || !isInContents(entry.first, own);
+}
+
 bool ImageReading::takesEntries(std::uint64_t block) const {
   return block == rootBlock || (!isInTable(block) && !isInContents(block, {}));
 }
@@ -270,7 +274,7 @@ std::set<std::uint64_t> ImageReading::withBlocksBelow(std::vector<std::uint64_t>
 
 std::optional<ImageReading::Growth> ImageReading::growthOf(Place folder,
                                                            const std::set<std::uint64_t> &exceptFor) const {
-  if (folder == Place{0, 0}) return std::nullopt;
+  if (folder == Place{0, 0} || !mayChange(folder, {})) return std::nullopt;
   RawEntry entry = entries.at(folder).bytes;
   for (std::size_t offset = 18; offset < 32; offset += 2) {
     if (const std::uint16_t number = wordAt(entry, offset); number >= 1 && number <= 0x7FFF) continue;

@@ -72,6 +72,8 @@ public:
   [[nodiscard]] bool hasRoomAt(std::uint64_t slot, std::uint64_t blocks) const;
   [[nodiscard]] std::optional<std::uint64_t> slotForNewFile(std::uint64_t blocks) const;
 
+  /// Whether the entry of a file or folder may be changed; `own` are files that the change is about.
+  [[nodiscard]] bool mayChange(Place entry, const std::set<Place> &own) const;
   /// Whether new entries may be put into a folder's block.
   [[nodiscard]] bool takesEntries(std::uint64_t block) const;
   [[nodiscard]] bool isFree(Place place) const;

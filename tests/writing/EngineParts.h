@@ -79,9 +79,7 @@ public:
     EMU3FileFields deleted;
     deleted.startCluster = slot;
     deleted.blocksInLastCluster = blocks;
-    std::vector<BlockRun> freed;
-    volume_->rules().appendFreedBlocks(*volume_, deleted, &freed);
-    for (const BlockRun &run : freed)
+    for (const BlockRun &run : volume_->rules().freedBlocks(*volume_, {deleted}))
       volume_->rules().clearMarks(*volume_, run);
   }
   Counters counters() const { return {volume_->counters.used(), volume_->counters.free()}; }

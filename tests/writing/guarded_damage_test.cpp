@@ -161,6 +161,83 @@ TEST(FolderInAFile, TakesNoNewEntriesThere) {
   EXPECT_EQ(damaged->blockList().size(), 2U) << "it grew";
 }
 
+// The entries of "inside" lie in the contents of "long".
+class EntriesInAFile : public testing::Test {
+protected:
+  EntriesInAFile() {
+    ImageBuilder image;
+    const auto block = static_cast<std::int16_t>(image.slotBlock(1) + 2);
+    image.root().addFile("long", {}, {.slot = 1, .sizeBytes = 5 * kBlockBytes});
+    auto inside = image.root().addFolder("inside", {.blockList = {block}});
+    inside.addFile("KICK", bytesOf("boom"), {.slot = 2});
+    auto full = inside.addFolder("full", {.blockList = {20}});
+    for (int i = 0; i < 16; ++i)
+      full.addFile("file", {}, {.slot = 3, .storesContents = false});
+    image.root().addFolder("other");
+    volume.emplace(image, MountRules::guarded);
+    folder = folderNamed(volume->root(), "inside");
+    other = folderNamed(volume->root(), "other");
+  }
+
+  template <typename Change> void expectRefused(const Change &change) {
+    const Bytes before = readBytes(volume->imagePath());
+    EMU3Error error;
+    EXPECT_FALSE(change(&error));
+    EXPECT_EQ(error.code, 3);
+    EXPECT_EQ(error.message, "The entry lies in the contents of another file");
+    EXPECT_TRUE(readBytes(volume->imagePath()) == before);
+  }
+
+  std::optional<MountedVolume> volume;
+  EMU3DirectoryPtr folder;
+  EMU3DirectoryPtr other;
+};
+
+TEST_F(EntriesInAFile, OfFilesStayAsTheyAre) {
+  const EMU3FilePtr kick = fileNamed(folder, "KICK");
+  EMU3Filesystem &engine = **volume;
+  expectRefused([&](EMU3Error *error) { return engine.renameFile(kick, "SNARE", folder, error); });
+  expectRefused([&](EMU3Error *error) { return engine.deleteFile(kick, folder, error); });
+  expectRefused([&](EMU3Error *error) { return engine.moveFile(kick, folder, other, error); });
+  EXPECT_EQ(contentsOf(engine, kick), bytesOf("boom"));
+  EXPECT_TRUE(engine.copyFile(kick, other)) << "which leaves the file where it is";
+}
+
+TEST_F(EntriesInAFile, OfFoldersStayAsTheyAre) {
+  const EMU3DirectoryPtr full = folderNamed(folder, "full");
+  EMU3Filesystem &engine = **volume;
+  expectRefused([&](EMU3Error *error) { return engine.renameDirectory(full, "empty", error); });
+  expectRefused([&](EMU3Error *error) { return engine.deleteDirectory(full, folder, error); });
+  expectRefused([&](EMU3Error *error) { return engine.moveDirectory(full, other, error); });
+}
+
+TEST_F(EntriesInAFile, OfAFullFolderLetItNotGrow) {
+  const EMU3DirectoryPtr full = folderNamed(folder, "full");
+  EMU3Filesystem &engine = **volume;
+  const std::string path = hostFile(*volume, "new.E4B", bytesOf("x"));
+  EMU3Error error;
+  EXPECT_FALSE(engine.importFileAtURL(path, full, &error));
+  EXPECT_EQ(error.message, "Destination directory is full");
+}
+
+TEST_F(EntriesInAFile, CanBeChangedOnceThatFileIsGone) {
+  EMU3Filesystem &engine = **volume;
+  ASSERT_TRUE(engine.deleteFile(fileNamed(volume->root(), "long"), volume->root()));
+  EXPECT_TRUE(engine.renameFile(fileNamed(folder, "KICK"), "SNARE", folder));
+  EXPECT_TRUE(engine.deleteDirectory(folder, volume->root()));
+}
+
+TEST(EntryInTheFileItself, IsChangedAsAnyOther) {
+  ImageBuilder image;
+  const auto block = static_cast<std::int16_t>(image.slotBlock(1) + 2);
+  auto folder = image.root().addFolder("folder", {.blockList = {block}});
+  folder.addFile("self", {}, {.slot = 1, .sizeBytes = 5 * kBlockBytes, .storesContents = false});
+  const MountedVolume volume(image, MountRules::guarded);
+  const EMU3DirectoryPtr inside = folderNamed(volume.root(), "folder");
+  EXPECT_TRUE(volume->renameFile(fileNamed(inside, "self"), "me", inside));
+  EXPECT_TRUE(volume->deleteFile(fileNamed(inside, "me"), inside));
+}
+
 TEST(FolderInTheTable, TakesNoNewEntriesThere) {
   ImageBuilder image;
   image.root().addFolder("In the table",
