@@ -244,9 +244,12 @@ TEST_F(Export, AFailingItemDoesNotStopTheOthers) {
 
 TEST_F(Export, AFolderThatCannotBeMadeFailsWithWhatIsBelowIt) {
   writeText(inOut("Drums"), "in the way");
+  const std::string reason = ": " + inOut("Drums") + ": File exists\n";
   EXPECT_EQ(cli("export", {"-R", "/Drums", "/OS", "-d", out_}),
             (Answer{1, "Exported /OS to " + inOut("OS.E4B") + "\n",
-                    "tessary-cli: /Drums: " + inOut("Drums") + ": File exists\n"}));
+                    "tessary-cli: /Drums" + reason + "tessary-cli: /Drums/SNARE" + reason +
+                        "tessary-cli: /Drums/KICK" + reason + "tessary-cli: /Drums/Sub" + reason +
+                        "tessary-cli: /Drums/Sub/DEEP" + reason + "tessary-cli: /Drums/Empty" + reason}));
   EXPECT_EQ(readText(inOut("Drums")), "in the way");
 }
 

@@ -84,7 +84,7 @@ TEST_F(Interruption, HoldsForEveryCommandOfSeveralItems) {
 TEST_F(Interruption, WavOfAllSamplesStopsBehindTheOneInProgress) {
   useBank();
   const std::string out = newHostFolder("out");
-  EXPECT_EQ(run({"wav", "/BANK", "-d", out}, [&] { return namesIn(out).size() == 2; }),
+  EXPECT_EQ(run({"wav", "/BANK", "-d", out}, afterItems(2)),
             (Answer{130,
                     "Exported /BANK[0] to " + out + "/BANK_one.wav\nExported /BANK[1] to " + out +
                         "/BANK_two.wav\n",
@@ -150,8 +150,7 @@ TEST_F(Progress, WavOfSeveralSamplesShowsIt) {
   EXPECT_EQ(shown.status, plain.status);
   EXPECT_EQ(shown.out, plain.out);
   EXPECT_EQ(plain.err, "");
-  EXPECT_EQ(shown.err, "\r\x1b[K1 of 3: /BANK[0]\r\x1b[K\r\x1b[K2 of 3: /BANK[1]\r\x1b[K"
-                       "\r\x1b[K3 of 3: /BANK[2]\r\x1b[K");
+  EXPECT_EQ(shown.err, "\r\x1b[K1 of 3: /BANK[0]\r\x1b[K2 of 3: /BANK[1]\r\x1b[K3 of 3: /BANK[2]\r\x1b[K");
 }
 
 TEST_F(Progress, OneItemShowsNone) {
