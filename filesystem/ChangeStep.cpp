@@ -4,6 +4,12 @@
 
 namespace tessary {
 
+bool mayDeleteFrom(const VolumeAt &at, EMU3Error *error) {
+  const WriteLock changing(at.volume->changing);
+  const WriteLock lock(at.volume->lock);
+  return at.volume->prepareForChange(at.imagePath, error);
+}
+
 // The folders above one that is kept are kept already.
 void keepFolder(MovedFolderPtr folder) {
   while (folder && !folder->isKept) {

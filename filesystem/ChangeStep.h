@@ -17,6 +17,10 @@ struct VolumeAt {
   std::string imagePath;
 };
 
+/// Whether the volume may be changed, claimed for it; false with the error. Asked before anything is copied
+/// that is to be deleted there.
+[[nodiscard]] bool mayDeleteFrom(const VolumeAt &at, EMU3Error *error);
+
 /// A folder whose tree is moved file by file: to another volume, or into a folder that is there.
 struct MovedFolder {
   EMU3DirectoryPtr folder;

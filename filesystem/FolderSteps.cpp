@@ -29,7 +29,8 @@ bool FolderStep::prepare(EMU3Error *error) {
 
 bool FolderStep::readModel(EMU3Error *error) {
   if (!plan_.model) return true;
-  Volume &volume = *plan_.modelVolume;
+  if (plan_.moved && !mayDeleteFrom(plan_.modelAt, error)) return false;
+  Volume &volume = *plan_.modelAt.volume;
   const ReadLock lock(volume.lock);
   if (volume.rules().mayUse(volume, plan_.model->parent(), plan_.model))
     model_ = volume.entries.readEntry(plan_.model->place());

@@ -20,7 +20,7 @@ struct FolderPlan {
   std::string name;
   /// What it is a copy of, and where that lies; null for a folder of the host.
   EMU3DirectoryPtr model{};
-  std::shared_ptr<Volume> modelVolume{};
+  VolumeAt modelAt{};
   MovedFolderPtr moved{}; ///< the model, where it is moved
   ExistingFolder existing = ExistingFolder::doubled;
   std::optional<EMU3Error> failure{}; ///< known already: it cannot be read

@@ -133,10 +133,8 @@ void planCopy(ItemsPlan *plan, const TreeDestination &destination, const VolumeA
       [&](const EMU3DirectoryPtr &each, const InVolume &above) -> std::optional<InVolume> {
         if (each == root) return above;
         const VolumeFolder made = folderToBe();
-        FolderPlan making{.name = each->name(),
-                          .model = each,
-                          .modelVolume = source.volume,
-                          .existing = destination.existing};
+        FolderPlan making{
+            .name = each->name(), .model = each, .modelAt = source, .existing = destination.existing};
         const std::size_t item =
             plan->add(itemOf(each, above.item),
                       std::make_unique<FolderStep>(destination.at, std::move(making), above.into, made));
@@ -160,7 +158,7 @@ void planMoveBetween(ItemsPlan *plan, const TreeDestination &destination, const 
         const auto moved = std::make_shared<MovedFolder>(MovedFolder{each, above.moved});
         FolderPlan making{.name = each->name(),
                           .model = each,
-                          .modelVolume = source.volume,
+                          .modelAt = source,
                           .moved = moved,
                           .existing = destination.existing};
         const std::size_t item = plan->addItem(itemOf(each, above.item));

@@ -7,13 +7,6 @@
 namespace tessary {
 namespace {
 
-// So that nothing is copied that could not be deleted afterwards.
-bool mayDeleteFrom(const VolumeAt &at, EMU3Error *error) {
-  const WriteLock changing(at.volume->changing);
-  const WriteLock lock(at.volume->lock);
-  return at.volume->prepareForChange(at.imagePath, error);
-}
-
 /// What was read of a file to copy it; none where that failed.
 struct Copy {
   std::optional<NewFile> file;

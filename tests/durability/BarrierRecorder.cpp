@@ -13,10 +13,26 @@
 
 namespace tessary::test {
 
-BarrierRecorder::BarrierRecorder(std::string imagePath)
-    : path_(std::move(imagePath)), size_(readBytes(path_).size()), moments_{{readBytes(path_)}},
-      omitted_(std::numeric_limits<std::size_t>::max()),
-      watch_([this](const FlushRequest &request) { return answer(request); }) {}
+BarrierRecorder::BarrierRecorder(const std::vector<std::string> &imagePaths)
+    : omitted_(std::numeric_limits<std::size_t>::max()),
+      watch_([this](const FlushRequest &request) { return answer(request); }) {
+  const std::lock_guard lock(mutex_);
+  std::uint64_t begin = 0;
+  for (const std::string &path : imagePaths) {
+    images_.push_back({path, begin, readBytes(path).size()});
+    begin += images_.back().size;
+  }
+  moments_.push_back({bytesOfAll()});
+}
+
+Bytes BarrierRecorder::bytesOfAll() const {
+  Bytes all;
+  for (const Image &image : images_) {
+    const Bytes bytes = readBytes(image.path);
+    all.insert(all.end(), bytes.begin(), bytes.end());
+  }
+  return all;
+}
 
 void BarrierRecorder::leaveOut(std::size_t number, Omission how) {
   const std::lock_guard lock(mutex_);
@@ -26,31 +42,41 @@ void BarrierRecorder::leaveOut(std::size_t number, Omission how) {
 
 void BarrierRecorder::noteReport() {
   const std::lock_guard lock(mutex_);
-  moments_.push_back({readBytes(path_)});
+  moments_.push_back({bytesOfAll()});
   moments_.back().isReport = true;
 }
 
 std::vector<Moment> BarrierRecorder::take() {
   const std::lock_guard lock(mutex_);
-  moments_.push_back({readBytes(path_)});
+  moments_.push_back({bytesOfAll()});
   const Moment now = moments_.back();
   late_.clear();
   barriers_ = 0;
   return std::exchange(moments_, {now});
 }
 
-bool BarrierRecorder::isOfImage(const FlushRequest &request, ByteRange &range) const {
+bool BarrierRecorder::isOfImages(const FlushRequest &request, ByteRange &range) const {
+  for (const Image &image : images_) {
+    if (!isOf(image, request, range)) continue;
+    range.first += image.begin;
+    range.second += image.begin;
+    return true;
+  }
+  return false;
+}
+
+bool BarrierRecorder::isOf(const Image &image, const FlushRequest &request, ByteRange &range) {
   if (request.call != FlushRequest::Call::msync) {
-    struct stat image {};
+    struct stat status {};
     struct stat other {};
-    range = {0, size_};
-    return ::stat(path_.c_str(), &image) == 0 && ::fstat(request.descriptor, &other) == 0 &&
-           image.st_dev == other.st_dev && image.st_ino == other.st_ino;
+    range = {0, image.size};
+    return ::stat(image.path.c_str(), &status) == 0 && ::fstat(request.descriptor, &other) == 0 &&
+           status.st_dev == other.st_dev && status.st_ino == other.st_ino;
   }
   const auto address = reinterpret_cast<std::uintptr_t>(request.address);
-  for (const std::uintptr_t mapping : mappingsOf(path_)) {
-    if (address < mapping || address - mapping >= size_) continue;
-    range = {address - mapping, std::min<std::uint64_t>(address - mapping + request.length, size_)};
+  for (const std::uintptr_t mapping : mappingsOf(image.path)) {
+    if (address < mapping || address - mapping >= image.size) continue;
+    range = {address - mapping, std::min<std::uint64_t>(address - mapping + request.length, image.size)};
     return true;
   }
   return false;
@@ -59,8 +85,8 @@ bool BarrierRecorder::isOfImage(const FlushRequest &request, ByteRange &range) c
 int BarrierRecorder::answer(const FlushRequest &request) {
   const std::lock_guard lock(mutex_);
   ByteRange range;
-  if (!isOfImage(request, range)) return request.handOn();
-  moments_.push_back({readBytes(path_)});
+  if (!isOfImages(request, range)) return request.handOn();
+  moments_.push_back({bytesOfAll()});
   FlushRequest unwaited = request; // whether it is a proper one, the host knows
   if (request.call == FlushRequest::Call::msync) {
     unwaited.flags = MS_ASYNC;

@@ -12,10 +12,10 @@
 
 namespace tessary::test {
 
-/// Bytes of an image, from the first to behind the last.
+/// Bytes of the images, one behind another, from the first to behind the last.
 using ByteRange = std::pair<std::uint64_t, std::uint64_t>;
 
-/// What an image held when the program asked the host for something, or at the end of it all.
+/// What the images held when the program asked the host for something, or at the end of it all.
 struct Moment {
   Bytes image;
   bool isBarrier = false;            ///< the program waits here
@@ -30,17 +30,17 @@ enum class Omission {
   refused, ///< nothing reaches the medium, and the program is told so
 };
 
-/// Stands for the medium under one image: records what the program asks for, in order, and what the image
-/// holds at the time. A barrier is a request that waits: msync with MS_SYNC for its range, fdatasync and
-/// fsync for the whole image. Of what is not in its range nothing is known. Nobody waits for the host's own
-/// medium.
+/// Stands for the medium under one image, or several, which are then one behind another: records what the
+/// program asks for, in order, and what the image holds at the time. A barrier is a request that waits: msync
+/// with MS_SYNC for its range, fdatasync and fsync for the whole image. Of what is not in its range nothing
+/// is known. Nobody waits for the host's own medium.
 ///
 /// For programs that are linked with `tessary_flush_recorder`; one at a time. Requests for other files go to
 /// the host.
 class BarrierRecorder {
 public:
-  /// All that the image holds is on the medium. The path is free of links.
-  explicit BarrierRecorder(std::string imagePath);
+  /// All that the images hold is on the medium. Their paths are free of links, their sizes whole pages.
+  explicit BarrierRecorder(const std::vector<std::string> &imagePaths);
 
   /// Leaves out the barrier with this number, from 0, of those that come.
   void leaveOut(std::size_t number, Omission how);
@@ -52,11 +52,17 @@ public:
 
 private:
   int answer(const FlushRequest &request);
-  /// Whether the request is about the image, and its part of it.
-  [[nodiscard]] bool isOfImage(const FlushRequest &request, ByteRange &range) const;
+  struct Image {
+    std::string path;
+    std::uint64_t begin = 0; ///< of its bytes among those of all
+    std::uint64_t size = 0;
+  };
+  /// Whether the request is about an image, and which of its bytes.
+  [[nodiscard]] bool isOfImages(const FlushRequest &request, ByteRange &range) const;
+  [[nodiscard]] static bool isOf(const Image &image, const FlushRequest &request, ByteRange &range);
+  [[nodiscard]] Bytes bytesOfAll() const;
 
-  const std::string path_;
-  const std::uint64_t size_;
+  std::vector<Image> images_;
   std::mutex mutex_;
   std::vector<Moment> moments_;
   std::size_t barriers_ = 0;

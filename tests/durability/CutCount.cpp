@@ -9,7 +9,7 @@
 namespace tessary::test {
 namespace {
 
-std::string faultOfMedium(const PowerCuts &cuts, const Judge &judge, bool isDone) {
+std::string faultOfMedium(const PowerCuts &cuts, const StateJudge &judge, bool isDone) {
   if (cuts.earlyReport() != 0)
     return "report " + std::to_string(cuts.earlyReport()) + " came before its bytes were on the medium";
   if (!isDone) return "";
@@ -31,8 +31,8 @@ Bytes imageOf(const PowerCuts &cuts, std::size_t span, std::size_t pageBytes, st
 }
 
 /// Judges the cuts of one span.
-void countSpan(CutCount &count, const PowerCuts &cuts, std::size_t span, const Judge &judge, bool isAfterAll,
-               std::uint32_t seed) {
+void countSpan(CutCount &count, const PowerCuts &cuts, std::size_t span, const StateJudge &judge,
+               bool isAfterAll, std::uint32_t seed) {
   const std::uint32_t states = cuts.isOpen(span) ? askedNumber("TESSARY_STATES", 80) : 1;
   for (std::uint32_t number = 0; number < states; ++number) {
     Random random(seed * 7919 + static_cast<std::uint32_t>(span) * 104729 + number);
@@ -47,7 +47,7 @@ void countSpan(CutCount &count, const PowerCuts &cuts, std::size_t span, const J
   }
 }
 
-CutCount countWithoutStates(const PowerCuts &cuts, const Judge &judge, bool isDone) {
+CutCount countWithoutStates(const PowerCuts &cuts, const StateJudge &judge, bool isDone) {
   CutCount count;
   count.barriers = cuts.spans() - 1;
   count.faultOfMedium = faultOfMedium(cuts, judge, isDone);
@@ -65,7 +65,7 @@ std::string CutCount::faults() const {
   return text;
 }
 
-CutCount countCuts(std::vector<Moment> moments, const Judge &judge, bool isDone, std::uint32_t seed) {
+CutCount countCuts(std::vector<Moment> moments, const StateJudge &judge, bool isDone, std::uint32_t seed) {
   const PowerCuts cuts(std::move(moments));
   CutCount count = countWithoutStates(cuts, judge, isDone);
   for (std::size_t span = 0; span < cuts.spans(); ++span)
@@ -73,7 +73,8 @@ CutCount countCuts(std::vector<Moment> moments, const Judge &judge, bool isDone,
   return count;
 }
 
-CutCount countCutsFrom(std::size_t barrier, std::vector<Moment> moments, const Judge &judge, bool isDone) {
+CutCount countCutsFrom(std::size_t barrier, std::vector<Moment> moments, const StateJudge &judge,
+                       bool isDone) {
   const PowerCuts cuts(std::move(moments));
   CutCount count = countWithoutStates(cuts, judge, isDone);
   for (std::size_t span = barrier; span < cuts.spans() && count.faulty == 0; ++span)

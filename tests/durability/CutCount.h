@@ -26,8 +26,9 @@ struct CutCount {
 /// Makes images for cuts at any time of what was recorded, of pages of 512 and of 4,096 bytes in turn, and
 /// judges each. What was reported as done must be on the medium, to the byte; `isDone`: all of it was, at the
 /// end. TESSARY_STATES: how many images for the time between two barriers.
-CutCount countCuts(std::vector<Moment> moments, const Judge &judge, bool isDone, std::uint32_t seed = 1);
+CutCount countCuts(std::vector<Moment> moments, const StateJudge &judge, bool isDone, std::uint32_t seed = 1);
 /// The same from the time before the barrier with this number on, up to where the first fault is found.
-CutCount countCutsFrom(std::size_t barrier, std::vector<Moment> moments, const Judge &judge, bool isDone);
+CutCount countCutsFrom(std::size_t barrier, std::vector<Moment> moments, const StateJudge &judge,
+                       bool isDone);
 
 } // namespace tessary::test

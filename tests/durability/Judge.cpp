@@ -63,7 +63,7 @@ public:
       : judge_(judge), asked_(judge.asked_), was_(judge.was_), state_(state), is_(state),
         newFileAt_(asked_.newFiles.size()), newFolderAt_(asked_.newFolders.size()) {}
 
-  std::string fault(bool isDone) {
+  std::string fault(bool isDone, const std::set<std::size_t> &newFiles) {
     if (!std::equal(state_.begin(), state_.begin() + kBlockBytes, judge_.before_.begin()))
       fail("the header changed");
     findNewFolders();
@@ -74,6 +74,8 @@ public:
     for (const auto &[place, entry] : was_.entries)
       if (isLive(entry.bytes)) checkStayed(place, entry.bytes);
     checkNewBlocks();
+    for (const std::size_t file : newFiles)
+      if (!newFileAt_[file]) fail("in neither volume: " + nameOf(asked_.newFiles[file].entry));
     if (isDone) checkDone();
     return fault_;
   }
@@ -272,12 +274,33 @@ private:
   std::map<std::uint64_t, Place> owners_; ///< of blocks of contents
 };
 
-std::string Judge::faultOf(const Bytes &state) const {
-  return Look(*this, state).fault(false);
+std::string Judge::faultOf(const Bytes &state, const std::set<std::size_t> &newFiles) const {
+  return Look(*this, state).fault(false, newFiles);
 }
 
 std::string Judge::faultWhenDone(const Bytes &state) const {
-  return Look(*this, state).fault(true);
+  return Look(*this, state).fault(true, {});
+}
+
+std::string PairJudge::faultOf(const Bytes &state) const {
+  const auto middle = state.begin() + static_cast<std::ptrdiff_t>(size_);
+  const Bytes from(state.begin(), middle);
+  const ImageReading is(from);
+  std::set<std::size_t> wanted;
+  for (const auto &[place, index] : newFile_) {
+    const auto there = is.entries.find(place);
+    if (there == is.entries.end() || there->second.bytes != was_.entries.at(place).bytes)
+      wanted.insert(index);
+  }
+  if (std::string fault = from_.faultOf(from); !fault.empty()) return "of the first: " + fault;
+  const std::string fault = to_.faultOf(Bytes(middle, state.end()), wanted);
+  return fault.empty() ? "" : "of the second: " + fault;
+}
+
+std::string PairJudge::faultWhenDone(const Bytes &state) const {
+  const auto middle = state.begin() + static_cast<std::ptrdiff_t>(size_);
+  const std::string fault = from_.faultWhenDone(Bytes(state.begin(), middle));
+  return fault.empty() ? to_.faultWhenDone(Bytes(middle, state.end())) : fault;
 }
 
 } // namespace tessary::test

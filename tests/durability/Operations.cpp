@@ -5,6 +5,7 @@
 #include "tests/writing/WritableVolume.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -64,6 +65,24 @@ FolderBlocks blocksOf(Layout layout) {
 }
 
 } // namespace
+
+bool isDoneWhole(ItemsOperation &items, EMU3Error *error, const std::function<void()> &reported) {
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) {
+    if (!end.error) reported();
+    if (end.error && !error->isSet()) *error = *end.error;
+  };
+  items.run(watcher);
+  return !error->isSet();
+}
+
+bool ask(const Operation &operation, EMU3Filesystem &volume, EMU3Error *error,
+         const std::function<void()> &reported) {
+  if (!operation.add) return operation.make(volume, error);
+  const auto items = volume.manyItems();
+  operation.add(volume, *items);
+  return isDoneWhole(*items, error, reported);
+}
 
 std::string nameOf(Layout layout) {
   return layout == Layout::tight ? "Tight" : "Apart";
@@ -168,15 +187,18 @@ Operation OperationMaker::restoreFile(Place model, const Bytes &contents, Place 
   return operation;
 }
 
-Operation OperationMaker::copyFile(Place file, Place folder) const {
+Asked::NewFile OperationMaker::copyOfFile(Place file, Asked::Parent parent) const {
   const RawEntry entry = now_.entries.at(file).bytes;
   const auto [first, end] = now_.contentsOf(entry);
   const std::uint64_t blocks = end - first;
   const std::uint64_t length = blocks == 0 ? 0 : (blocks - 1) * kBlockBytes + wordAt(entry, 24);
   const auto from = image_.begin() + static_cast<std::ptrdiff_t>(first * kBlockBytes);
+  return {parent, entryLike(entry, length), Bytes(from, from + static_cast<std::ptrdiff_t>(length)), {}};
+}
+
+Operation OperationMaker::copyFile(Place file, Place folder) const {
   Operation operation{"copy " + nameAt(file) + " into " + nameAt(folder), {}, {}};
-  operation.asked.newFiles.push_back(
-      {{folder, {}}, entryLike(entry, length), Bytes(from, from + static_cast<std::ptrdiff_t>(length)), {}});
+  operation.asked.newFiles.push_back(copyOfFile(file, {folder, {}}));
   operation.make = [=](EMU3Filesystem &volume, EMU3Error *error) {
     return volume.copyFile(fileAt(volume, file), folderAt(volume, folder), error);
   };
@@ -246,6 +268,94 @@ Operation OperationMaker::deleteFolder(Place folder) const {
   operation.make = [=](EMU3Filesystem &volume, EMU3Error *error) {
     const EMU3DirectoryPtr deleted = folderAt(volume, folder);
     return volume.deleteDirectory(deleted, deleted->parent(), error);
+  };
+  return operation;
+}
+
+// A copy of a folder has its name and id; its block is a new one.
+Asked OperationMaker::copyOfTree(Place top, Place into) const {
+  Asked asked;
+  std::map<Place, std::size_t> made;
+  std::vector<std::pair<Place, Asked::Parent>> waiting{{top, {into, {}}}};
+  while (!waiting.empty()) {
+    const auto [place, parent] = waiting.back();
+    waiting.pop_back();
+    if (!now_.entries.at(place).isFolder) {
+      asked.newFiles.push_back(copyOfFile(place, parent));
+      continue;
+    }
+    RawEntry entry = now_.entries.at(place).bytes;
+    std::fill(entry.begin() + 18, entry.end(), std::uint8_t{0});
+    asked.newFolders.push_back({parent, entry, false});
+    const Asked::Parent inside{{}, asked.newFolders.size() - 1};
+    for (const auto &[member, each] : now_.entries)
+      if (each.parent == place && (each.isFolder || each.isLiveFile())) waiting.emplace_back(member, inside);
+  }
+  return asked;
+}
+
+Operation OperationMaker::copyTree(Place folder, Place into) const {
+  Operation operation{"copy tree " + nameAt(folder) + " into " + nameAt(into), copyOfTree(folder, into)};
+  operation.add = [=](EMU3Filesystem &volume, ItemsOperation &items) {
+    items.copyFolder(folderAt(volume, folder), folderAt(volume, into), ExistingFolder::doubled);
+  };
+  return operation;
+}
+
+Operation OperationMaker::importTree(Place into) const {
+  const std::string top = host_.path("NEW");
+  std::filesystem::create_directories(top + "/BELOW");
+  std::filesystem::create_directories(top + "/NONE");
+  Operation operation{"import a tree into " + nameAt(into), {}, {}};
+  operation.asked.newFolders = {{{into, {}}, newFolderEntry("NEW", 0), false},
+                                {{{}, 0}, newFolderEntry("BELOW", 0), false},
+                                {{{}, 0}, newFolderEntry("NONE", 0), false}};
+  const auto add = [&](const std::string &folder, std::size_t parent, const std::string &name,
+                       std::size_t length) {
+    const Bytes contents = patternBytes(length, static_cast<std::uint32_t>(900 + length));
+    writeBytes(folder + "/" + name, contents);
+    operation.asked.newFiles.push_back({{{}, parent}, newFileEntry(name, 0, 0, length), contents, {}});
+  };
+  add(top, 0, "ONE", 700);
+  add(top, 0, "TWO", 5 * kBlockBytes);
+  add(top + "/BELOW", 1, "THREE", 1100);
+  operation.add = [=](EMU3Filesystem &volume, ItemsOperation &items) {
+    items.importFolder(top, folderAt(volume, into), ExistingFolder::doubled);
+  };
+  return operation;
+}
+
+Operation OperationMaker::moveFolders(const std::vector<Place> &folders, Place into) const {
+  Operation operation{"move folders into " + nameAt(into), {}, {}};
+  for (const Place &folder : folders)
+    operation.asked.moved[folder] = into;
+  operation.add = [=](EMU3Filesystem &volume, ItemsOperation &items) {
+    for (const Place &folder : folders)
+      items.moveFolder(folderAt(volume, folder), folderAt(volume, into), ExistingFolder::doubled);
+  };
+  return operation;
+}
+
+Operation OperationMaker::deleteFolders(const std::vector<Place> &folders) const {
+  Operation operation{"delete folders", {}, {}};
+  for (const Place &folder : folders)
+    operation.asked.deleted.merge(treeOf(folder));
+  operation.add = [=](EMU3Filesystem &volume, ItemsOperation &items) {
+    for (const Place &folder : folders) {
+      const EMU3DirectoryPtr deleted = folderAt(volume, folder);
+      items.deleteFolder(deleted, deleted->parent());
+    }
+  };
+  return operation;
+}
+
+Operation OperationMaker::mergeFolder(Place folder, Place into) const {
+  Operation operation{"merge " + nameAt(folder) + " into " + nameAt(into), {}, {}};
+  for (const auto &[place, entry] : now_.entries)
+    if (entry.parent == folder) operation.asked.moved[place] = into;
+  operation.asked.deleted.insert(folder);
+  operation.add = [=](EMU3Filesystem &volume, ItemsOperation &items) {
+    items.moveFolder(folderAt(volume, folder), folderAt(volume, into)->parent(), ExistingFolder::used);
   };
   return operation;
 }

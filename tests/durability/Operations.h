@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/EMU3Filesystem.h"
+#include "filesystem/ItemsOperation.h"
 #include "tests/durability/Asked.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/TemporaryFolder.h"
@@ -9,8 +10,10 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tessary::test {
 
@@ -40,8 +43,17 @@ std::uint64_t lostBlock(Layout layout);
 struct Operation {
   std::string name;
   Asked asked;
-  std::function<bool(EMU3Filesystem &volume, EMU3Error *error)> make;
+  std::function<bool(EMU3Filesystem &volume, EMU3Error *error)> make{};
+  /// In place of that, for one operation on many items: adds them.
+  std::function<void(EMU3Filesystem &volume, ItemsOperation &items)> add{};
 };
+
+/// Asks for it; `reported` is called for each item that was reported as done.
+bool ask(const Operation &operation, EMU3Filesystem &volume, EMU3Error *error,
+         const std::function<void()> &reported);
+
+/// Does it all; false, with the error of the first item that failed.
+bool isDoneWhole(ItemsOperation &items, EMU3Error *error, const std::function<void()> &reported);
 
 /// Makes operations for one state of a volume. What comes from the host lies in a folder that outlives them.
 class OperationMaker {
@@ -65,6 +77,21 @@ public:
   [[nodiscard]] Operation renameFolder(Place folder, const std::string &name) const;
   [[nodiscard]] Operation moveFolder(Place folder, Place into) const;
   [[nodiscard]] Operation deleteFolder(Place folder) const;
+  // Many items in one operation
+  /// Copies a folder with its tree.
+  [[nodiscard]] Operation copyTree(Place folder, Place into) const;
+  /// A folder of the host: NEW with two files, and in it BELOW with one, and NONE.
+  [[nodiscard]] Operation importTree(Place into) const;
+  [[nodiscard]] Operation moveFolders(const std::vector<Place> &folders, Place into) const;
+  [[nodiscard]] Operation deleteFolders(const std::vector<Place> &folders) const;
+  /// Moves what is in a folder into another, and deletes it.
+  [[nodiscard]] Operation mergeFolder(Place folder, Place into) const;
+
+  /// What becomes of a folder's tree, or a file, where its copy goes.
+  [[nodiscard]] Asked copyOfTree(Place top, Place into) const;
+  /// The folder and all below it.
+  [[nodiscard]] std::set<Place> treeOf(Place folder) const;
+
   [[nodiscard]] Operation recoverFolder(std::uint64_t block, const std::string &name, Place folder) const;
   /// Any of them; `serial` makes names and contents its own.
   [[nodiscard]] Operation drawn(Random &random, std::uint32_t serial,
@@ -72,7 +99,7 @@ public:
 
 private:
   [[nodiscard]] std::string nameAt(Place place) const;
-  [[nodiscard]] std::set<Place> treeOf(Place folder) const;
+  [[nodiscard]] Asked::NewFile copyOfFile(Place file, Asked::Parent parent) const;
 
   const ImageReading now_;
   const Bytes image_;

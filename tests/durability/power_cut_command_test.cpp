@@ -1,15 +1,14 @@
 // A power cut at any moment of a command on many items.
 
 #include "cli/TessaryCli.h"
-#include "tests/durability/CutCount.h"
 #include "tests/durability/Operations.h"
-#include "tests/durability/PowerCuts.h"
+#include "tests/durability/Trial.h"
 #include "tests/support/HostFiles.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <iostream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -166,103 +165,48 @@ private:
 };
 
 /// A volume in a host folder, and a command that runs on it.
-class Trial {
-public:
-  Trial(const Case &item, Layout layout)
-      : image_(written(volumeToChange(layout), host_.path("disk.hda"))), maker_(readBytes(image_), host_),
-        command_(item.made(maker_, layout)), recorder_(image_), judge_(readBytes(image_), command_.asked) {}
-
-  void leaveOut(std::size_t barrier, Omission how) { recorder_.leaveOut(barrier, how); }
-  CutCount run() {
-    ask();
-    return countCuts(recorder_.take(), judge_, status_ == 0);
-  }
-  /// Whether each barrier is in use.
-  std::vector<bool> barriers() {
-    ask();
-    return PowerCuts(recorder_.take()).barriersInUse();
-  }
-  /// With all that comes from this barrier on.
-  CutCount runFrom(std::size_t barrier) {
-    ask();
-    return countCutsFrom(barrier, recorder_.take(), judge_, status_ == 0);
-  }
-  [[nodiscard]] int status() const { return status_; }
-  /// What the tool complained about.
-  [[nodiscard]] const std::string &complaints() const { return complaints_; }
-
-private:
-  static std::string written(const ImageBuilder &image, const std::string &path) {
-    image.writeTo(path);
-    return path;
-  }
-  void ask() {
-    std::vector<std::string> words = command_.words;
-    words.insert(words.begin() + 1, image_);
-    std::istringstream in(command_.input);
-    Reports reports(recorder_);
+Attempt attemptOf(const Case &item, Layout layout) {
+  struct Asking {
+    const TemporaryFolder host;
+    Command command;
+    std::string complaints;
+  };
+  const auto asking = std::make_shared<Asking>();
+  const std::string image = asking->host.path("disk.hda");
+  volumeToChange(layout).writeTo(image);
+  const Bytes before = readBytes(image);
+  asking->command = item.made(OperationMaker(before, asking->host), layout);
+  const auto ask = [asking, image](BarrierRecorder &recorder) {
+    std::vector<std::string> words = asking->command.words;
+    words.insert(words.begin() + 1, image);
+    std::istringstream in(asking->command.input);
+    Reports reports(recorder);
     std::ostream out(&reports);
     std::ostringstream err;
-    status_ = runTessaryCli(words, in, out, err);
-    complaints_ = err.str();
-  }
-
-  const TemporaryFolder host_;
-  const std::string image_;
-  const OperationMaker maker_;
-  const Command command_;
-  BarrierRecorder recorder_;
-  const Judge judge_;
-  int status_ = -1;
-  std::string complaints_;
-};
+    const int status = runTessaryCli(words, in, out, err);
+    asking->complaints = err.str();
+    return status == 0;
+  };
+  return {{image}, std::make_shared<Judge>(before, asking->command.asked), ask, [asking] {
+            return asking->complaints;
+          }};
+}
 
 class PowerCutOfACommand : public testing::TestWithParam<std::tuple<Case, Layout>> {
 protected:
-  static Trial trial() { return Trial(std::get<0>(GetParam()), std::get<1>(GetParam())); }
+  static Attempt attempt() { return attemptOf(std::get<0>(GetParam()), std::get<1>(GetParam())); }
 };
 
 TEST_P(PowerCutOfACommand, LosesNothingAndLeavesNothingHalf) {
-  Trial once = trial();
-  const CutCount count = once.run();
-  EXPECT_EQ(once.status(), 0) << once.complaints();
-  EXPECT_GT(count.barriers, 0U) << "nothing was waited for";
-  EXPECT_EQ(count.faults(), "");
-  RecordProperty("states", static_cast<int>(count.states));
-  std::cout << count.states << " states, " << count.barriers << " barriers\n";
+  expectNothingIsLost(attempt);
 }
 
 TEST_P(PowerCutOfACommand, IsSeenWhereABarrierIsLeftOut) {
-  const std::vector<bool> isInUse = trial().barriers();
-  ASSERT_FALSE(isInUse.empty()) << "nothing was waited for";
-  for (std::size_t barrier = 0; barrier < isInUse.size(); ++barrier) {
-    const std::string which =
-        "without barrier " + std::to_string(barrier + 1) + " of " + std::to_string(isInUse.size());
-    if (!isInUse[barrier]) {
-      std::cout << which << ": it brings nothing to the medium\n";
-      continue;
-    }
-    Trial without = trial();
-    without.leaveOut(barrier, Omission::lost);
-    const CutCount found = without.runFrom(barrier);
-    EXPECT_TRUE(found.isFaulty()) << which;
-    std::cout << which << ": " << found.faults() << '\n';
-  }
+  expectEachBarrierIsNeeded(attempt);
 }
 
 TEST_P(PowerCutOfACommand, LosesNothingWhereTheMediumRefusesABarrier) {
-  const std::size_t barriers = trial().barriers().size();
-  ASSERT_GT(barriers, 0U) << "nothing was waited for";
-  for (std::size_t barrier = 0; barrier < barriers; ++barrier) {
-    const testing::ScopedTrace trace(__FILE__, __LINE__, "barrier " + std::to_string(barrier + 1));
-    Trial refused = trial();
-    refused.leaveOut(barrier, Omission::refused);
-    const CutCount found = refused.runFrom(barrier);
-    EXPECT_EQ(refused.status(), 1);
-    EXPECT_NE(refused.complaints().find("Data write failed"), std::string::npos) << refused.complaints();
-    EXPECT_EQ(found.faults(), "");
-    EXPECT_EQ(found.barriers, barrier + 1) << "it was tried again";
-  }
+  expectRefusalsLoseNothing(attempt);
 }
 
 std::string nameOfCase(const testing::TestParamInfo<std::tuple<Case, Layout>> &info) {

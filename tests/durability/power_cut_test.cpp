@@ -2,7 +2,7 @@
 
 #include "tests/durability/CutCount.h"
 #include "tests/durability/Operations.h"
-#include "tests/durability/PowerCuts.h"
+#include "tests/durability/Trial.h"
 #include "tests/support/AskedNumber.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/MountedVolume.h"
@@ -11,7 +11,9 @@
 
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -24,6 +26,7 @@ struct Case {
   std::function<Operation(const OperationMaker &, Layout)> made;
   /// Steps that a barrier keeps apart from the next, by the rule of the order on the medium.
   std::size_t ordered = 0;
+  std::string madeBefore = ""; ///< a folder
 };
 
 void PrintTo(const Case &item, std::ostream *out) {
@@ -60,6 +63,9 @@ std::vector<Case> cases() {
   const auto deleteFolder = [](const char *folder) {
     return [=](Maker maker, Layout) { return maker.deleteFolder(maker.at(folder)); };
   };
+  const auto copyTree = [](const char *copied, const char *folder) {
+    return [=](Maker maker, Layout) { return maker.copyTree(maker.at(copied), maker.at(folder)); };
+  };
   const auto recover = [](const char *folder) {
     return [=](Maker maker, Layout layout) {
       return maker.recoverFolder(lostBlock(layout), "Back", maker.at(folder));
@@ -92,117 +98,83 @@ std::vector<Case> cases() {
       {"DeleteTree", deleteFolder("/Nest"), 1},
       {"Recover", recover("/Part"), 0},
       {"RecoverGrowing", recover("/Full"), 1},
+      {"CopyTree", copyTree("/Nest", "/Part"), 1},
+      {"CopyTreeGrowing", copyTree("/Nest", "/Full"), 1},
+      {"CopyTreeIntoItself", copyTree("/Nest", "/Nest/Inner"), 1},
+      {"ImportTree", [](Maker maker, Layout) { return maker.importTree(maker.at("/Part")); }, 1},
+      {"ImportTreeGrowing", [](Maker maker, Layout) { return maker.importTree(maker.at("/Full")); }, 1},
+      {"MoveFolders",
+       [](Maker maker, Layout) {
+         return maker.moveFolders({maker.at("/Nest/Inner"), maker.at("/Void")}, maker.at("/Part"));
+       },
+       1},
+      {"MoveFoldersGrowing",
+       [](Maker maker, Layout) {
+         return maker.moveFolders({maker.at("/Nest/Inner"), maker.at("/Void")}, maker.at("/Full"));
+       },
+       2},
+      {"DeleteFolders",
+       [](Maker maker, Layout) {
+         return maker.deleteFolders({maker.at("/Nest"), maker.at("/Full")});
+       },
+       1},
+      {"MergeFolder",
+       [](Maker maker, Layout) {
+         return maker.mergeFolder(maker.at("/Nest/Inner"), maker.at("/Part/Inner"));
+       },
+       1, "/Part/Inner"},
   };
 }
 
+/// In a folder of the root.
+void makeFolder(const MountedVolume &volume, const std::string &path) {
+  const std::size_t slash = path.rfind('/');
+  const EMU3DirectoryPtr parent = folderNamed(volume.root(), path.substr(1, slash - 1));
+  if (!volume->createDirectoryNamed(path.substr(slash + 1), parent)) throw std::logic_error(path);
+}
+
 /// A volume that is asked for one operation.
-class Trial {
-public:
-  Trial(const Case &item, Layout layout)
-      : volume_(volumeToChange(layout), MountRules::guarded), maker_(readBytes(volume_.imagePath()), host_),
-        operation_(item.made(maker_, layout)), recorder_(volume_.imagePath()),
-        judge_(readBytes(volume_.imagePath()), operation_.asked) {}
-
-  void leaveOut(std::size_t barrier, Omission how) { recorder_.leaveOut(barrier, how); }
-  CutCount run() {
-    ask();
-    return countCuts(recorder_.take(), judge_, isDone_);
-  }
-  /// Whether each barrier is in use.
-  std::vector<bool> barriers() {
-    ask();
-    return PowerCuts(recorder_.take()).barriersInUse();
-  }
-  /// With all that comes from this barrier on.
-  CutCount runFrom(std::size_t barrier) {
-    ask();
-    return countCutsFrom(barrier, recorder_.take(), judge_, isDone_);
-  }
-  [[nodiscard]] bool isDone() const { return isDone_; }
-  [[nodiscard]] const EMU3Error &error() const { return error_; }
-  [[nodiscard]] const EMU3Filesystem &volume() const { return *volume_; }
-
-private:
-  void ask() { isDone_ = operation_.make(*volume_, &error_); }
-
-  const TemporaryFolder host_;
-  const MountedVolume volume_;
-  const OperationMaker maker_;
-  const Operation operation_;
-  BarrierRecorder recorder_;
-  const Judge judge_;
-  EMU3Error error_;
-  bool isDone_ = false;
-};
+Attempt attemptOf(const Case &item, Layout layout) {
+  struct Asking {
+    explicit Asking(Layout layout) : volume(volumeToChange(layout), MountRules::guarded) {}
+    const TemporaryFolder host;
+    const MountedVolume volume;
+    Operation operation;
+    EMU3Error error;
+  };
+  const auto asking = std::make_shared<Asking>(layout);
+  if (!item.madeBefore.empty()) makeFolder(asking->volume, item.madeBefore);
+  const Bytes before = readBytes(asking->volume.imagePath());
+  asking->operation = item.made(OperationMaker(before, asking->host), layout);
+  return {{asking->volume.imagePath()},
+          std::make_shared<Judge>(before, asking->operation.asked),
+          [asking](BarrierRecorder &recorder) {
+            return ask(asking->operation, *asking->volume, &asking->error, [&] { recorder.noteReport(); });
+          },
+          [asking] { return asking->error.description(); },
+          [asking] { return asking->volume->isReadOnly(); }};
+}
 
 class PowerCut : public testing::TestWithParam<std::tuple<Case, Layout>> {
 protected:
   static const Case &item() { return std::get<0>(GetParam()); }
-  static Trial trial() { return Trial(item(), std::get<1>(GetParam())); }
-  /// Whether each barrier is in use; fails the test where there is none.
-  static std::vector<bool> barriers() {
-    std::vector<bool> isInUse = trial().barriers();
-    EXPECT_FALSE(isInUse.empty()) << "nothing was waited for";
-    return isInUse;
-  }
+  static Attempt attempt() { return attemptOf(item(), std::get<1>(GetParam())); }
 };
 
 TEST_P(PowerCut, LosesNothingAndLeavesNothingHalf) {
-  Trial once = trial();
-  const CutCount count = once.run();
-  EXPECT_TRUE(once.isDone()) << once.error().description();
-  EXPECT_GT(count.barriers, 0U) << "nothing was waited for";
-  EXPECT_EQ(count.faults(), "");
-  RecordProperty("states", static_cast<int>(count.states));
-  std::cout << count.states << " states, " << count.barriers << " barriers\n";
+  expectNothingIsLost(attempt);
 }
 
 TEST_P(PowerCut, IsSeenWhereABarrierIsLeftOut) {
-  const std::vector<bool> isInUse = barriers();
-  for (std::size_t barrier = 0; barrier < isInUse.size(); ++barrier) {
-    const std::string which =
-        "without barrier " + std::to_string(barrier + 1) + " of " + std::to_string(isInUse.size());
-    if (!isInUse[barrier]) {
-      std::cout << which << ": it brings nothing to the medium\n";
-      continue;
-    }
-    Trial without = trial();
-    without.leaveOut(barrier, Omission::lost);
-    const CutCount found = without.runFrom(barrier);
-    EXPECT_TRUE(without.isDone());
-    EXPECT_TRUE(found.isFaulty()) << which;
-    std::cout << which << ": " << found.faults() << '\n';
-  }
+  expectEachBarrierIsNeeded(attempt);
 }
 
-// With one barrier in the place of two, the order between them is gone: cuts alone show it.
 TEST_P(PowerCut, IsSeenWhereTwoStepsShareABarrier) {
-  const std::size_t count = barriers().size();
-  std::size_t seen = 0;
-  for (std::size_t barrier = 0; barrier + 1 < count; ++barrier) {
-    Trial merged = trial();
-    merged.leaveOut(barrier, Omission::late);
-    const CutCount found = merged.runFrom(barrier);
-    if (found.faulty > 0) ++seen;
-    std::cout << "barrier " << barrier + 1 << " of " << count
-              << " with the next: " << (found.isFaulty() ? found.faults() : "nothing is seen") << '\n';
-  }
-  EXPECT_GE(seen, item().ordered);
+  expectOrderIsNeeded(attempt, item().ordered);
 }
 
 TEST_P(PowerCut, LosesNothingWhereTheMediumRefusesABarrier) {
-  const std::size_t count = barriers().size();
-  for (std::size_t barrier = 0; barrier < count; ++barrier) {
-    const testing::ScopedTrace trace(__FILE__, __LINE__, "barrier " + std::to_string(barrier + 1));
-    Trial refused = trial();
-    refused.leaveOut(barrier, Omission::refused);
-    const CutCount found = refused.runFrom(barrier);
-    EXPECT_FALSE(refused.isDone());
-    EXPECT_EQ(refused.error().description(), "Error Domain=com.tessary.error Code=3 \"Data write failed\"");
-    EXPECT_TRUE(refused.volume().isReadOnly());
-    EXPECT_EQ(found.faults(), "");
-    EXPECT_EQ(found.barriers, barrier + 1) << "it was tried again";
-  }
+  expectRefusalsLoseNothing(attempt);
 }
 
 std::string nameOfCase(const testing::TestParamInfo<std::tuple<Case, Layout>> &info) {
@@ -229,7 +201,7 @@ std::uint64_t runSequence(std::uint32_t seed) {
   const Layout layout = random.chance(50) ? Layout::tight : Layout::apart;
   const TemporaryFolder host;
   const MountedVolume volume(volumeToChange(layout), MountRules::guarded);
-  BarrierRecorder recorder(volume.imagePath());
+  BarrierRecorder recorder({volume.imagePath()});
   std::uint64_t states = 0;
   for (std::uint32_t step = 0; step < 10 && !testing::Test::HasFailure(); ++step) {
     const Bytes before = readBytes(volume.imagePath());

@@ -30,7 +30,7 @@ protected:
     fd_ = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
     bytes_ =
         static_cast<std::uint8_t *>(::mmap(nullptr, 4 * kPage, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0));
-    recorder_.emplace(path_);
+    recorder_.emplace(std::vector<std::string>{path_});
   }
   ~OnAMedium() override {
     ::munmap(bytes_, 4 * kPage);
