@@ -53,7 +53,7 @@ wait_until() {
 debian_packages() {
   case $1 in
     build) echo build-essential cmake ninja-build qt6-base-dev qt6-svg-dev libcli11-dev nlohmann-json3-dev ;;
-    tests) echo libgtest-dev libgmock-dev openbox dbus libglib2.0-bin ;;
+    tests) echo libgtest-dev libgmock-dev libfuse3-dev fuse3 pkg-config openbox dbus libglib2.0-bin ;;
     lint) echo clang clang-format clang-tidy desktop-file-utils appstream ;;
     wayland) echo qt6-wayland ;;
     display) echo xvfb fonts-dejavu-core ;;
