@@ -40,6 +40,12 @@ std::string nameOf(const Item &item) {
 
 } // namespace
 
+Contents contentsBelow(EMU3Filesystem &volume) {
+  Contents contents;
+  addContents(volume, volume.rootDirectory(), &contents);
+  return contents;
+}
+
 Contents contentsBelow(const MountedVolume &volume, const std::string &folder) {
   const EMU3FilesystemPtr anew = readAnew(volume.imagePath());
   EMU3DirectoryPtr top = anew->rootDirectory();

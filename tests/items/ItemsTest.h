@@ -18,6 +18,8 @@ namespace tessary::test {
 /// Everything below a folder: files with their contents by their paths, folders by paths that end in "/".
 using Contents = std::map<std::string, Bytes>;
 
+/// What a volume holds, with what the engine says of it.
+Contents contentsBelow(EMU3Filesystem &volume);
 /// What a volume's image holds below a folder of this path, "" for the root, read anew.
 Contents contentsBelow(const MountedVolume &volume, const std::string &folder = "");
 /// The same of a folder of the host.

@@ -1,0 +1,183 @@
+// The program is killed while trees go from the host, or from one volume, to another.
+
+#include "tests/items/ItemsTest.h"
+#include "tests/support/AskedNumber.h"
+#include "tests/support/FlushWatch.h"
+#include "tests/writing/Random.h"
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tessary::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr const char *kTree = "Tree";
+
+// Three folders of eight files each, one in another.
+ImageBuilder volumeWithTree() {
+  ImageBuilder image({.sizeBytes = 4 * kMiB, .slotSizeBlocks = 8});
+  FolderBuilder folder = image.root();
+  std::uint32_t seed = 0;
+  for (const char *name : {kTree, "B", "C"}) {
+    folder = folder.addFolder(name);
+    for (std::uint32_t i = 0; i < 8; ++i, ++seed)
+      folder.addFile("F" + std::to_string(i), patternBytes(20000 / (seed % 7 + 1), seed));
+  }
+  return image;
+}
+
+Contents contentsOfImage(const std::string &path) {
+  const EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(path, MountRules::guarded);
+  EXPECT_TRUE(volume);
+  EXPECT_EQ(harmIn(*volume), std::vector<std::string>{});
+  return contentsBelow(*volume);
+}
+
+// Files alone: whether an emptied folder is there makes no difference.
+Contents filesOf(Contents contents) {
+  std::erase_if(contents, [](const auto &item) { return item.first.ends_with('/'); });
+  return contents;
+}
+
+class KilledTrees : public testing::Test {
+protected:
+  /// Adds the work to an operation of the volume `to`.
+  using Work =
+      std::function<void(ItemsOperation &items, const EMU3FilesystemPtr &from, const EMU3DirectoryPtr &to)>;
+
+  std::string from() const { return folder_.path("from.hda"); }
+  std::string to() const { return folder_.path("to.hda"); }
+  void layOut() const {
+    volumeWithTree().writeTo(from());
+    ImageBuilder({.sizeBytes = 4 * kMiB, .slotSizeBlocks = 8}).writeTo(to());
+  }
+  void doWork(const Work &work) const {
+    const EMU3FilesystemPtr source = mounted(from(), MountRules::guarded);
+    const EMU3FilesystemPtr volume = mounted(to(), MountRules::guarded);
+    const auto items = volume->manyItems();
+    work(*items, source, volume->rootDirectory());
+    items->run({});
+  }
+  /// How long the work takes, and how often it asks for a flush.
+  struct Course {
+    std::chrono::microseconds time{0};
+    std::size_t flushes = 0;
+  };
+  Course courseOf(const Work &work) const {
+    layOut();
+    Course course;
+    const auto begin = Clock::now();
+    const FlushWatch watch([&](const FlushRequest &) {
+      ++course.flushes;
+      return 0;
+    });
+    doWork(work);
+    course.time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
+    return course;
+  }
+
+  /// Does the work in another process, which ends in one of its flushes or some time after it began. Whether
+  /// it was killed.
+  bool workAndDie(const Work &work, const Course &course, Random &random) const {
+    layOut();
+    const bool byFlush = random.chance(50);
+    const std::size_t last = random.below(course.flushes);
+    const auto delay = static_cast<long>(random.below(static_cast<std::size_t>(course.time.count()) + 1)) + 1;
+    const pid_t child = ::fork();
+    if (child == 0) {
+      std::size_t flushes = 0;
+      const FlushWatch watch([&](const FlushRequest &) {
+        if (byFlush && flushes++ == last) ::kill(::getpid(), SIGKILL);
+        return 0; // whether anything reaches the medium makes no difference to who is killed
+      });
+      ::signal(SIGALRM, SIG_DFL);
+      const itimerval timer{{}, {delay / 1000000, delay % 1000000}};
+      if (!byFlush) ::setitimer(ITIMER_REAL, &timer, nullptr);
+      doWork(work);
+      ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFSIGNALED(status);
+  }
+
+  /// `judge` looks at what is on both after each kill.
+  void killOften(const Work &work,
+                 const std::function<void(const Contents &from, const Contents &to)> &judge) const {
+    const Course course = courseOf(work);
+    const std::uint32_t rounds = askedNumber("TESSARY_KILLS", 30);
+    std::size_t killed = 0;
+    for (std::uint32_t round = 0; round < rounds && !HasFailure(); ++round) {
+      const testing::ScopedTrace trace(__FILE__, __LINE__, "round " + std::to_string(round));
+      Random random(round * 7919 + 1);
+      if (workAndDie(work, course, random)) ++killed;
+      judge(contentsOfImage(from()), contentsOfImage(to()));
+    }
+    std::cout << rounds << " rounds, " << killed << " killed in the work\n";
+    EXPECT_GE(killed * 2, rounds);
+  }
+
+  static void expectNothingElse(const Contents &found, const Contents &all) {
+    for (const auto &[path, bytes] : found) {
+      ASSERT_TRUE(all.contains(path)) << path;
+      EXPECT_EQ(bytes, all.at(path)) << path;
+    }
+  }
+
+  const TemporaryFolder folder_;
+};
+
+TEST_F(KilledTrees, CopyLeavesItsSourceAloneAndNoFileHalf) {
+  layOut();
+  const Contents all = contentsOfImage(from());
+  killOften(
+      [](ItemsOperation &items, const EMU3FilesystemPtr &source, const EMU3DirectoryPtr &to) {
+        items.copyFolder(folderNamed(source->rootDirectory(), kTree), to, ExistingFolder::used, source);
+      },
+      [&](const Contents &left, const Contents &found) {
+        EXPECT_EQ(left, all);
+        expectNothingElse(found, all);
+      });
+}
+
+TEST_F(KilledTrees, MoveHasEachFileInOneOfTheVolumes) {
+  layOut();
+  const Contents all = contentsOfImage(from());
+  killOften(
+      [](ItemsOperation &items, const EMU3FilesystemPtr &source, const EMU3DirectoryPtr &to) {
+        items.moveFolder(folderNamed(source->rootDirectory(), kTree), to, ExistingFolder::used, source);
+      },
+      [&](const Contents &left, const Contents &found) {
+        expectNothingElse(left, all);
+        expectNothingElse(found, all);
+        Contents both = filesOf(left);
+        both.merge(filesOf(found));
+        EXPECT_EQ(both, filesOf(all));
+      });
+}
+
+TEST_F(KilledTrees, ImportLeavesNoFileHalf) {
+  const std::string top = folder_.path(kTree);
+  std::filesystem::create_directories(top + "/B");
+  Contents all{{"Tree/", {}}, {"Tree/B/", {}}};
+  for (std::uint32_t i = 0; i < 16; ++i) {
+    const std::string name = (i % 2 == 0 ? "/" : "/B/") + ("F" + std::to_string(i));
+    all[kTree + name] = patternBytes(i * 1500, i);
+    writeBytes(top + name, all[kTree + name]);
+  }
+  killOften([&](ItemsOperation &items, const EMU3FilesystemPtr &,
+                const EMU3DirectoryPtr &to) { items.importFolder(top, to, ExistingFolder::used); },
+            [&](const Contents &, const Contents &found) { expectNothingElse(found, all); });
+}
+
+} // namespace
+} // namespace tessary::test
