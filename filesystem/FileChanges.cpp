@@ -61,6 +61,7 @@ bool StoreFile::writeContents(Volume &volume, NewEntry entry, EMU3Error *error) 
   const std::uint64_t firstBlock = volume.geometry().slotStartBlock(place_.slot);
   if (!volume.image.writeData(firstBlock, file_.data->data(), file_.data->size()))
     return fail(error, EngineError::dataWriteFailed);
+  volume.image.startFlush(firstBlock, blocksNeeded(file_.size));
   const std::uint64_t faults = volume.image.writeFaults();
   volume.rules().markNewFile(volume, place_.slot, file_.size);
   if (volume.image.writeFaults() == faults && planEntry(volume, std::move(entry), error)) {

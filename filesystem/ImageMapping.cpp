@@ -359,6 +359,17 @@ void ImageMapping::flushBlock(std::uint64_t block) {
   ::msync(bytes_ + pageBegin, end - pageBegin, MS_ASYNC);
 }
 
+void ImageMapping::startFlush(std::uint64_t first, std::uint64_t blocks) {
+#ifdef SYNC_FILE_RANGE_WRITE
+  if (flushesAtBarriers_)
+    ::sync_file_range(fd_, static_cast<off_t>(first * kBlockSize), static_cast<off_t>(blocks * kBlockSize),
+                      SYNC_FILE_RANGE_WRITE);
+#else
+  static_cast<void>(first);
+  static_cast<void>(blocks);
+#endif
+}
+
 // One request for all of it, from the first byte to the last: the host writes those pages alone that have
 // changed, and has the medium empty its cache once.
 bool ImageMapping::barrier() {

@@ -39,6 +39,9 @@ public:
   /// is there. True at once when nothing was written. Writes nothing itself; one thread at a time, which
   /// no other writes beside.
   [[nodiscard]] bool barrier();
+  /// Has the host begin to bring these blocks to the medium, so that the barrier finds much of it done. Not
+  /// waited for, and nothing is said of the order.
+  void startFlush(std::uint64_t first, std::uint64_t blocks);
   /// Device and inode of the image file.
   std::uint64_t device() const { return device_; }
   std::uint64_t inode() const { return inode_; }

@@ -9,14 +9,35 @@
 #include "filesystem/StoreSteps.h"
 #include "filesystem/VolumeRules.h"
 
+#include <chrono>
 #include <utility>
 
 namespace tessary {
 namespace {
 
-// Of a group, unless one file alone has more: what a slow card takes in about a second.
-constexpr std::uint64_t kMostBytes = 8ULL << 20;
-constexpr std::size_t kMostItems = 64;
+constexpr std::size_t kMostItems = 64; // of a group
+
+/// How many bytes a group may have, unless one file alone has more: as much as the medium takes in less than
+/// a second, since other changes of the image wait so long. What a slow card does at first.
+class GroupSize final {
+public:
+  [[nodiscard]] std::uint64_t mostBytes() const { return mostBytes_; }
+  void begin() { begin_ = std::chrono::steady_clock::now(); }
+  void end() {
+    constexpr std::chrono::milliseconds quick(200);
+    constexpr std::chrono::milliseconds slow(1000);
+    const auto time = std::chrono::steady_clock::now() - begin_;
+    if (time < quick && mostBytes_ < kMost) mostBytes_ *= 2;
+    if (time > slow && mostBytes_ > kFewest) mostBytes_ /= 2;
+  }
+
+private:
+  static constexpr std::uint64_t kFewest = 8ULL << 20;
+  static constexpr std::uint64_t kMost = 32ULL << 20; // they are in memory meanwhile
+
+  std::uint64_t mostBytes_ = kFewest;
+  std::chrono::steady_clock::time_point begin_;
+};
 
 Item itemOf(const EMU3FilePtr &file) {
   return {.file = file, .bytes = file->fileSize()};
@@ -163,9 +184,12 @@ void ItemsOperation::Parts::addSample(const EMU3FilePtr &bank, std::uint64_t ind
 
 void ItemsOperation::run(const ItemsWatcher &watcher) {
   bool goesOn = true;
+  GroupSize size;
   while (goesOn && !parts_->plan.isDone()) {
-    std::vector<ItemTurn> group = parts_->plan.takeGroup(kMostItems, kMostBytes);
+    std::vector<ItemTurn> group = parts_->plan.takeGroup(kMostItems, size.mostBytes());
+    size.begin();
     goesOn = doTogether(&group, watcher);
+    size.end();
     parts_->tell(&group, watcher);
   }
 }

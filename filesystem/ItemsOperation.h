@@ -25,8 +25,8 @@ using EMU3FilesystemPtr = std::shared_ptr<EMU3Filesystem>;
 ///
 /// Each item is planned when it is added. A tree is taken as it is then: each folder, its files, then its
 /// subfolders are items of their own. A tree that is moved inside the volume by its folder's entry, or
-/// deleted, is one item. A group is some 8 MiB of contents, or 64 items; so long do other changes of the
-/// image wait.
+/// deleted, is one item. A group is 8 MiB of contents, up to 32 where the medium is quick, or 64 items;
+/// so long do other changes of the image wait.
 class ItemsOperation final {
 public:
   explicit ItemsOperation(const VolumeAt &at);
