@@ -2,16 +2,16 @@
 
 #include "banks/BankContents.h"
 #include "banks/BankFormat.h"
+#include "banks/DetectionLog.h"
 #include "filesystem/DiskFormat.h"
-#include "filesystem/SystemLog.h"
 #include "filesystem/Text.h"
 
-#include <cstdio>
-#include <cstring>
+#include <algorithm>
+#include <array>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
-#include <vector>
 
 namespace tessary {
 namespace {
@@ -26,48 +26,10 @@ enum BankFormatCode : std::int64_t {
   kEmulatorFour = 4
 };
 
-bool isPrintable(std::uint8_t byte) {
-  return byte >= 0x20 && byte <= 0x7E;
-}
-
-template <typename... Args> std::string formatted(const char *format, Args... args) {
-  std::array<char, 256> text{};
-  std::snprintf(text.data(), text.size(), format, args...);
-  return text.data();
-}
-
-std::string number(std::uint64_t value) {
-  return std::to_string(value);
-}
-
-// The bytes up to the first zero byte, as printf's "%.4s" shows them.
-std::string shownText(const std::uint8_t *bytes, std::size_t size) {
-  std::string text(reinterpret_cast<const char *>(bytes), size);
-  text.resize(std::strlen(text.c_str()));
-  return text;
-}
-
-std::string withReplacement(const TypeBytes &type, char replacement) {
-  std::string text;
-  for (const std::uint8_t byte : type)
-    text += isPrintable(byte) ? static_cast<char>(byte) : replacement;
-  return text;
-}
-
-// Diagnostic lines are written for the one file of this name only.
-class DetectionLog final {
-public:
-  explicit DetectionLog(const std::string &fileName) : fileName_(fileName), on_(fileName == "Acid") {}
-
-  /// "[TAG] NAME REST".
-  void line(const char *tag, const std::string &rest) const {
-    if (on_) systemLog(std::string("[") + tag + "] " + fileName_ + " " + rest);
-  }
-  bool isOn() const { return on_; }
-
-private:
-  std::string fileName_;
-  bool on_;
+/// What a bank begins with, as far as it could be read.
+struct Header {
+  std::array<std::uint8_t, kLegacyHeaderSize> bytes{};
+  std::uint64_t size = 0;
 };
 
 // Whether the second, permissive pass counts an entry: anything but presets and the two sample types that
@@ -77,16 +39,14 @@ bool countsWhenPermissive(const TypeBytes &type) {
   return kind && kind != BankEntryKind::preset && !beginsWith(type, "E3I") && !beginsWith(type, "E4I");
 }
 
-void logEntry(const DetectionLog &log, std::uint64_t ordinal, const TocEntry &entry) {
-  if (!log.isOn()) return;
+std::string entryLine(std::uint64_t index, const TocEntry &entry) {
   const TypeBytes type = typeOf(entry);
-  const std::string hex = formatted("(hex: %02x %02x %02x %02x) size=%u", type[0], type[1], type[2], type[3],
-                                    readBE32(entry.data() + 4));
-  const std::string start = "entry " + number(ordinal) + ": ";
-  if (!kindOfBankEntry(type)) return log.line("E4B0", start + "[NULL/DELETED] " + hex);
-  const bool isText = std::all_of(type.begin(), type.end(), isPrintable);
-  log.line("E4B0",
-           start + "'" + withReplacement(type, '?') + "' " + hex + (isText ? " bytes" : " bytes [binary]"));
+  const std::string start = "entry " + number(index + 1) + ": ";
+  const std::string facts = typeAndSize(type.data(), readBE32(entry.data() + type.size()));
+  if (!kindOfBankEntry(type)) return start + "[NULL/DELETED] " + facts;
+  const std::string text = withReplacement(type.data(), type.size(), '?');
+  const bool isText = withReplacement(type.data(), type.size(), '.') == text; // nothing was replaced
+  return start + "'" + text + "' " + facts + (isText ? " bytes" : " bytes [binary]");
 }
 
 struct TocScan {
@@ -97,11 +57,13 @@ struct TocScan {
 
 TocScan scanToc(const FileContents &contents, const TocRange &range, const DetectionLog &log) {
   TocScan scan;
+  TypeBytes typeBefore{};
+  std::optional<BankEntryKind> kind = kindOfBankEntry(typeBefore);
   forEachTocEntry(contents, range, [&](std::uint64_t index, const TocEntry &entry) {
-    logEntry(log, index + 1, entry);
     const TypeBytes type = typeOf(entry);
-    const std::string shown = log.isOn() ? shownText(type.data(), type.size()) : std::string();
-    const std::optional<BankEntryKind> kind = kindOfBankEntry(type);
+    log.line("E4B0", [&] { return entryLine(index, entry); });
+    if (type != typeBefore) kind = kindOfBankEntry(type); // mostly it is that of the entry before
+    typeBefore = type;
     if (!kind) return;
     switch (*kind) {
     case BankEntryKind::preset:
@@ -110,50 +72,51 @@ TocScan scanToc(const FileContents &contents, const TocRange &range, const Detec
         std::string name = paddedField(entry.data() + kTocEntryNameOffset, kBankNameSize);
         if (isValidUtf8(name)) scan.bankName = std::move(name);
       }
-      log.line("E4B0", "✓ Preset found: " + shown);
+      log.line("E4B0", [&] { return "✓ Preset found: " + shownText(type.data(), type.size()); });
       break;
     case BankEntryKind::sample:
       ++scan.samples;
-      log.line("E4B0", "✓ Sample/Audio found: " + shown);
+      log.line("E4B0", [&] { return "✓ Sample/Audio found: " + shownText(type.data(), type.size()); });
       break;
     case BankEntryKind::other:
-      if (!log.isOn()) break;
-      log.line("E4B0",
-               "? Unknown chunk type: " + withReplacement(type, '.') + " (not counted in standard scan)");
+      log.line("E4B0", [&] {
+        return "? Unknown chunk type: " + withReplacement(type.data(), type.size(), '.') +
+               " (not counted in standard scan)";
+      });
       break;
     }
   });
   return scan;
 }
 
-std::string counts(std::uint64_t presets, std::uint64_t samples) {
-  return "Presets: " + number(presets) + ", Samples: " + number(samples);
-}
-
-void readIffBank(const FileContents &contents, const std::string &fileName, const DetectionLog &log,
-                 BankDetails *details) {
+void readIffBank(const FileContents &contents, const Header &header, const std::string &fileName,
+                 const DetectionLog &log, BankDetails *details) {
   details->bankFormat = kEmulatorFour;
-  std::array<std::uint8_t, 4> sizeBytes{};
-  if (contents.size() < kTocEntriesOffset ||
-      contents.read(kTocSizeOffset, sizeBytes.data(), sizeBytes.size()) < sizeBytes.size()) {
+  if (header.size < kTocEntriesOffset) {
     details->bankName = fileName;
     return;
   }
-  const TocRange range = tocRange(readBE32(sizeBytes.data()), contents.size());
-  log.line("E4B0", "→ TOC1 size: " + number(range.size) + ", range: 20-" + number(range.end) +
-                       " (data length: " + number(contents.size()) + ")");
+  const TocRange range = tocRange(readBE32(header.bytes.data() + kTocSizeOffset), contents.size());
+  log.line("E4B0", [&] {
+    return "→ TOC1 size: " + number(range.size) + ", range: 20-" + number(range.end) +
+           " (data length: " + number(contents.size()) + ")";
+  });
   const TocScan scan = scanToc(contents, range, log);
-  log.line("E4B0", "→ TOC1 complete: " + number(range.entryCount) + " entries scanned, " +
-                       number(scan.presets) + " presets, " + number(scan.samples) + " samples");
+  log.line("E4B0", [&] {
+    return "→ TOC1 complete: " + number(range.entryCount) + " entries scanned, " + number(scan.presets) +
+           " presets, " + number(scan.samples) + " samples";
+  });
   details->bankName = scan.bankName.empty() ? fileName : scan.bankName;
   if (scan.presets > 0 || scan.samples > 0) {
     details->presetCount = scan.presets;
     details->sampleCount = scan.samples;
-    return log.line("E4B0", "→ FINAL " + counts(scan.presets, scan.samples) + " (from TOC1)");
+    return log.line("E4B0", [&] { return "→ FINAL " + counts(scan.presets, scan.samples) + " (from TOC1)"; });
   }
   std::uint64_t unknown = 0;
   if (range.entryCount > 0) {
-    log.line("E4B0", "→ TOC1 had entries but no recognized types. Re-scanning with permissive logic...");
+    log.line("E4B0", [] {
+      return "→ TOC1 had entries but no recognized types. Re-scanning with permissive logic...";
+    });
     forEachTocEntry(contents, range, [&](std::uint64_t, const TocEntry &entry) {
       if (countsWhenPermissive(typeOf(entry))) ++unknown;
     });
@@ -161,10 +124,10 @@ void readIffBank(const FileContents &contents, const std::string &fileName, cons
   if (unknown > 0) {
     details->presetCount = 0;
     details->sampleCount = unknown;
-    return log.line("E4B0", "→ FINAL " + counts(0, unknown) + " (from unknown entries)");
+    return log.line("E4B0", [&] { return "→ FINAL " + counts(0, unknown) + " (from unknown entries)"; });
   }
   // The counts deliberately keep what they were.
-  log.line("E4B0", "→ FINAL Empty TOC1 (presets: 0, samples: 0)");
+  log.line("E4B0", [] { return "→ FINAL Empty TOC1 (presets: 0, samples: 0)"; });
 }
 
 struct FormatMark {
@@ -173,30 +136,29 @@ struct FormatMark {
 };
 
 // Looks for the marks in the contents before their first zero byte. The first of the list that occurs
-// anywhere wins. Reads in pieces that overlap by the longest mark.
+// anywhere wins. Reads in pieces that overlap by the longest mark; small ones, since most banks have a zero
+// byte in the first.
 BankFormatCode searchFormat(const FileContents &contents) {
   static constexpr std::array<FormatMark, 4> marks{{{"EMULATOR THREE", kEmulatorThree},
                                                     {"EMULATOR 3X", kEmulator3X},
                                                     {"EMU SI-32", kEsi32},
                                                     {"ESI-32", kEsi32}}};
-  constexpr std::size_t overlap = marks[0].text.size() - 1;
-  constexpr std::size_t pieceSize = std::size_t{64} * 1024;
-  std::string piece;
+  constexpr std::size_t mostKept = marks[0].text.size() - 1;
+  constexpr std::size_t pieceSize = 2048;
+  std::array<char, mostKept + pieceSize> buffer; // not filled: each byte is read before it is looked at
+  std::size_t kept = 0;
   std::size_t best = marks.size();
   for (std::uint64_t offset = 0; offset < contents.size() && best > 0; offset += pieceSize) {
-    piece.erase(0, piece.size() > overlap ? piece.size() - overlap : 0);
-    const std::size_t kept = piece.size();
-    piece.resize(kept + pieceSize);
     const std::uint64_t got =
-        contents.read(offset, reinterpret_cast<std::uint8_t *>(piece.data() + kept), pieceSize);
-    piece.resize(kept + got);
-    const std::size_t zero = piece.find('\0', kept);
-    const bool isLast = zero != std::string::npos || got < pieceSize;
-    if (zero != std::string::npos) piece.resize(zero);
+        contents.read(offset, reinterpret_cast<std::uint8_t *>(buffer.data() + kept), pieceSize);
+    const std::string_view read(buffer.data(), kept + got);
+    const std::string_view piece = read.substr(0, read.find('\0', kept));
     for (std::size_t i = 0; i < best; ++i) {
-      if (::memmem(piece.data(), piece.size(), marks[i].text.data(), marks[i].text.size())) best = i;
+      if (piece.find(marks[i].text) != piece.npos) best = i;
     }
-    if (isLast) break;
+    if (piece.size() < read.size() || got < pieceSize) break;
+    kept = std::min(mostKept, piece.size());
+    std::copy(piece.end() - static_cast<std::ptrdiff_t>(kept), piece.end(), buffer.begin());
   }
   return best < marks.size() ? marks[best].format : kUnknown;
 }
@@ -210,11 +172,11 @@ BankFormatCode legacyFormat(const std::uint8_t *header, const FileContents &cont
 
 void readLegacyCounts(const std::uint8_t *bytes, const DetectionLog &log, BankDetails *details) {
   const auto described = [](const char *order, std::uint32_t word) {
-    return std::string("→ Objects(") + order + "): " + formatted("0x%08x", word) + " → " +
+    return std::string("→ Objects(") + order + "): " + hexWord(word) + " → " +
            counts(word & 0xFFFF, word >> 16);
   };
   const std::uint32_t little = format::readLE32(bytes);
-  log.line("Legacy", described("LE", little));
+  log.line("Legacy", [&] { return described("LE", little); });
   if (little != 0) {
     details->presetCount = little & 0xFFFF;
     details->sampleCount = little >> 16;
@@ -225,22 +187,21 @@ void readLegacyCounts(const std::uint8_t *bytes, const DetectionLog &log, BankDe
   details->sampleCount = 0;
   // The little-endian reading decides; this one is consulted only after it was zero.
   const std::uint32_t big = readBE32(bytes);
-  log.line("Legacy", described("BE", big));
+  log.line("Legacy", [&] { return described("BE", big); });
   if (big == 0) return;
   details->presetCount = big & 0xFFFF;
   details->sampleCount = big >> 16;
-  log.line("Legacy", "→ Using Big-Endian values");
+  log.line("Legacy", [] { return "→ Using Big-Endian values"; });
 }
 
-void readLegacyBank(const FileContents &contents, const std::string &fileName, const DetectionLog &log,
-                    BankDetails *details) {
-  std::array<std::uint8_t, kLegacyHeaderSize> header{};
-  if (contents.size() < header.size() || contents.read(0, header.data(), header.size()) < header.size()) {
-    return log.line("Legacy", "→ Header too short (" + number(contents.size()) + " bytes)");
-  }
-  log.line("Legacy", "→ Format string: '" + shownText(header.data(), kLegacyFormatSize) + "'");
-  details->bankFormat = legacyFormat(header.data(), contents);
-  const std::string name = paddedField(header.data() + kLegacyNameOffset, kBankNameSize);
+void readLegacyBank(const FileContents &contents, const Header &header, const std::string &fileName,
+                    const DetectionLog &log, BankDetails *details) {
+  if (header.size < header.bytes.size())
+    return log.line("Legacy", [&] { return "→ Header too short (" + number(contents.size()) + " bytes)"; });
+  const std::uint8_t *const bytes = header.bytes.data();
+  log.line("Legacy", [&] { return "→ Format string: '" + shownText(bytes, kLegacyFormatSize) + "'"; });
+  details->bankFormat = legacyFormat(bytes, contents);
+  const std::string name = paddedField(bytes + kLegacyNameOffset, kBankNameSize);
   if (name.empty()) {
     details->bankName = fileName;
   } else if (isValidUtf8(name)) {
@@ -248,9 +209,11 @@ void readLegacyBank(const FileContents &contents, const std::string &fileName, c
   } else {
     details->bankName.reset(); // deliberately not the file's name here
   }
-  readLegacyCounts(header.data() + kLegacyCountsOffset, log, details);
-  log.line("Legacy", "→ FINAL: " + counts(details->presetCount, details->sampleCount) +
-                         ", Format: " + std::to_string(details->bankFormat));
+  readLegacyCounts(bytes + kLegacyCountsOffset, log, details);
+  log.line("Legacy", [&] {
+    return "→ FINAL: " + counts(details->presetCount, details->sampleCount) +
+           ", Format: " + std::to_string(details->bankFormat);
+  });
 }
 
 } // namespace
@@ -271,18 +234,21 @@ const char *bankFormatName(std::int64_t bankFormat) {
 }
 
 bool analyseBank(const FileContents &contents, const std::string &fileName, BankDetails *details) {
-  std::array<std::uint8_t, kMinHeaderSize> header{};
-  if (contents.read(0, header.data(), header.size()) < header.size()) return false;
+  Header header;
+  header.size = contents.read(0, header.bytes.data(), header.bytes.size());
+  if (header.size < kMinHeaderSize) return false;
   const DetectionLog log(fileName);
-  const std::uint8_t *const formType = header.data() + kFormTypeOffset;
-  const bool isForm = beginsWith(header.data(), "FORM");
+  const std::uint8_t *const formType = header.bytes.data() + kFormTypeOffset;
+  const bool isForm = beginsWith(header.bytes.data(), "FORM");
   if (isForm && (beginsWith(formType, "E4B") || beginsWith(formType, "E3B"))) {
-    log.line("Format", "→ Detected as E4B/E3B variant (IFF format): " + shownText(formType, 4));
-    readIffBank(contents, fileName, log, details);
+    log.line("Format",
+             [&] { return "→ Detected as E4B/E3B variant (IFF format): " + shownText(formType, 4); });
+    readIffBank(contents, header, fileName, log, details);
     return true;
   }
-  if (isForm) log.line("Format", "→ Not an E4B/E3B format. Signature: " + shownText(formType, 4));
-  readLegacyBank(contents, fileName, log, details);
+  if (isForm)
+    log.line("Format", [&] { return "→ Not an E4B/E3B format. Signature: " + shownText(formType, 4); });
+  readLegacyBank(contents, header, fileName, log, details);
   return true;
 }
 

@@ -13,6 +13,14 @@ using namespace bank;
 
 namespace {
 
+// The first four bytes of a text as a big-endian number, zeros where it has fewer.
+constexpr std::uint32_t wordOf(std::string_view text) {
+  std::uint32_t word = 0;
+  for (std::size_t i = 0; i < 4; ++i)
+    word = word << 8 | (i < text.size() ? static_cast<std::uint8_t>(text[i]) : 0U);
+  return word;
+}
+
 bool isEmulatorFour(const FileContents &contents, TocRange *table) {
   std::array<std::uint8_t, kTocEntriesOffset> header{};
   if (contents.read(0, header.data(), header.size()) < header.size()) return false;
@@ -70,15 +78,31 @@ std::vector<BankEntry> bankContents(const FileContents &contents) {
   return entries;
 }
 
+// One comparison of a whole word decides for nearly all entries: this runs for each entry of each bank.
 std::optional<BankEntryKind> kindOfBankEntry(const TypeBytes &type) {
-  if (type == TypeBytes{}) return std::nullopt;
-  for (const std::string_view preset : {"E3P1", "E4P1"}) {
-    if (beginsWith(type, preset)) return BankEntryKind::preset;
+  const std::uint32_t word = readBE32(type.data());
+  switch (word) {
+  case 0:
+    return std::nullopt;
+  case wordOf("E3P1"):
+  case wordOf("E4P1"):
+    return BankEntryKind::preset;
+  case wordOf("ESND"):
+  case wordOf("RIFF"):
+  case wordOf("FORM"):
+    return BankEntryKind::sample;
+  default:
+    break;
   }
-  for (const std::string_view sample : {"E3S", "E4S", "ESND", "RIFF", "FORM", "E3I", "E4I"}) {
-    if (beginsWith(type, sample)) return BankEntryKind::sample;
+  switch (word & 0xFFFFFF00) { // whatever the fourth byte is
+  case wordOf("E3S"):
+  case wordOf("E4S"):
+  case wordOf("E3I"):
+  case wordOf("E4I"):
+    return BankEntryKind::sample;
+  default:
+    return BankEntryKind::other;
   }
-  return BankEntryKind::other;
 }
 
 std::string bankTypeText(const TypeBytes &type) {
