@@ -31,10 +31,10 @@ std::vector<std::string> titlesOf(const std::vector<TextTable::Column> &columns)
   return titles;
 }
 
-void printCsvLine(std::ostream &out, const std::vector<std::string> &cells) {
+void appendCsvLine(std::string &text, const std::vector<std::string> &cells) {
   for (std::size_t i = 0; i < cells.size(); ++i)
-    out << (i == 0 ? "" : ",") << csvCell(cells[i]);
-  out << '\n';
+    text.append(i == 0 ? "" : ",").append(csvCell(cells[i]));
+  text += '\n';
 }
 
 } // namespace
@@ -45,6 +45,7 @@ void TextTable::addRow(std::vector<std::string> cells) {
   rows_.push_back(std::move(cells));
 }
 
+// The text is made whole and printed at once: a stream takes longer for a word than making it does.
 void TextTable::print(std::ostream &out) const {
   std::vector<std::size_t> widths;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -53,26 +54,30 @@ void TextTable::print(std::ostream &out) const {
       width = std::max(width, widthOf(row[i]));
     widths.push_back(width);
   }
-  const auto printLine = [&](const std::vector<std::string> &cells) {
+  std::string text;
+  const auto appendLine = [&](const std::vector<std::string> &cells) {
     for (std::size_t i = 0; i < cells.size(); ++i) {
-      const std::string padding(widths[i] - widthOf(cells[i]), ' ');
+      const std::size_t padding = widths[i] - widthOf(cells[i]);
       const bool isLast = i + 1 == cells.size();
       if (columns_[i].alignsRight)
-        out << padding << cells[i];
+        text.append(padding, ' ').append(cells[i]);
       else
-        out << cells[i] << (isLast ? "" : padding);
-      out << (isLast ? "\n" : "  ");
+        text.append(cells[i]).append(isLast ? 0 : padding, ' ');
+      text += isLast ? "\n" : "  ";
     }
   };
-  printLine(titlesOf(columns_));
+  appendLine(titlesOf(columns_));
   for (const auto &row : rows_)
-    printLine(row);
+    appendLine(row);
+  out << text;
 }
 
 void TextTable::printCsv(std::ostream &out) const {
-  printCsvLine(out, titlesOf(columns_));
+  std::string text;
+  appendCsvLine(text, titlesOf(columns_));
   for (const auto &row : rows_)
-    printCsvLine(out, row);
+    appendCsvLine(text, row);
+  out << text;
 }
 
 } // namespace tessary::cli

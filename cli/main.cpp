@@ -1,5 +1,6 @@
 #include "cli/Interruption.h"
 #include "cli/TessaryCli.h"
+#include "filesystem/FreedMemory.h"
 
 #include <cerrno>
 #include <csignal>
@@ -24,6 +25,7 @@ void occupyStandardDescriptors() {
 
 int main(int argc, char **argv) {
   occupyStandardDescriptors();
+  tessary::keepFreedMemory();
   std::signal(SIGPIPE,
               SIG_DFL); // ends the program quietly, also where it was started with the signal ignored
   std::ios::sync_with_stdio(false);

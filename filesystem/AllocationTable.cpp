@@ -36,20 +36,52 @@ private:
   MarkedRun run_;
 };
 
-// Adds what is marked in the bytes of the table from the entry of block `first` on. Most of a table is
-// zeros or marks by the hundred, so it looks at four entries at a time as long as they are free.
-void addMarks(const std::uint8_t *marks, std::uint64_t count, std::uint64_t first, RunCollector *runs) {
-  std::uint64_t i = 0;
-  while (i < count) {
-    std::uint64_t four = 0;
-    while (i + 4 <= count && (std::memcpy(&four, marks + 2 * i, sizeof four), four == 0))
-      i += 4;
-    while (i < count && readLE16(marks + 2 * i) == 0)
+/// Entries of the table in memory.
+class Marks final {
+public:
+  Marks(const std::uint8_t *bytes, std::uint64_t count) : bytes_(bytes), count_(count) {}
+
+  [[nodiscard]] std::uint64_t count() const { return count_; }
+  /// The first marked one from `i` on; `count` when there is none.
+  [[nodiscard]] std::uint64_t nextMarked(std::uint64_t i) const {
+    return next(i, true, [](std::uint64_t four) { return four; });
+  }
+  /// The first free one.
+  [[nodiscard]] std::uint64_t nextFree(std::uint64_t i) const {
+    // Not 0 where one of the four is 0: only there can the subtraction set a highest bit that was not set.
+    return next(i, false,
+                [](std::uint64_t four) { return (four - 0x0001000100010001) & ~four & 0x8000800080008000; });
+  }
+
+private:
+  // A table is zeros or marks by the hundred, so it looks at many entries at a time, four of them to a word,
+  // and at single ones only in the many that have what is looked for.
+  template <typename AnyOfFour>
+  [[nodiscard]] std::uint64_t next(std::uint64_t i, bool isMarked, const AnyOfFour &anyOfFour) const {
+    constexpr std::size_t words = 8;
+    std::array<std::uint64_t, words> many;
+    for (; i + 4 * words <= count_; i += 4 * words) {
+      std::memcpy(many.data(), bytes_ + 2 * i, sizeof many);
+      std::uint64_t any = 0;
+      for (const std::uint64_t four : many)
+        any |= anyOfFour(four);
+      if (any != 0) break;
+    }
+    while (i < count_ && (readLE16(bytes_ + 2 * i) != 0) != isMarked)
       ++i;
-    const std::uint64_t begin = i;
-    while (i < count && readLE16(marks + 2 * i) != 0)
-      ++i;
-    if (i > begin) runs->add(first + begin, i - begin, true);
+    return i;
+  }
+
+  const std::uint8_t *const bytes_;
+  const std::uint64_t count_;
+};
+
+// Adds what is marked among the entries, of which the first is that of block `first`.
+void addMarks(const Marks &marks, std::uint64_t first, RunCollector *runs) {
+  for (std::uint64_t begin = marks.nextMarked(0); begin < marks.count();) {
+    const std::uint64_t end = marks.nextFree(begin);
+    runs->add(first + begin, end - begin, true);
+    begin = marks.nextMarked(end);
   }
 }
 
@@ -114,7 +146,7 @@ void AllocationTable::forEachMarkedRun(std::uint64_t first, std::uint64_t end,
     const std::uint64_t inBlock = first % kFatEntriesPerBlock;
     const std::uint64_t wanted = std::min(end - first, blocksAtOnce * kFatEntriesPerBlock - inBlock);
     const std::uint64_t got = image_.readPassing(tableBlock, 2 * inBlock, piece.data(), 2 * wanted) / 2;
-    addMarks(piece.data(), got, first, &runs);
+    addMarks({piece.data(), got}, first, &runs);
     first += got;
     if (got == wanted) continue;
     // Here the image ends, or the rest of this block of the table cannot be read.

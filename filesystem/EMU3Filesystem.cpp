@@ -175,8 +175,20 @@ bool EMU3Filesystem::analyse(const EMU3FilePtr &file, BankDetails details, EMU3E
     return made;
   });
   if (!analysis) return false;
+  giveBackPagesAfter(*file);
   TreeEditor::setBankDetails(*file, std::move(analysis->details));
   return analysis->done;
+}
+
+// Of folders that were browsed before. Between two files of one folder it would cost the pages that are about
+// to be read again.
+void EMU3Filesystem::giveBackPagesAfter(const EMU3File &analysed) {
+  constexpr unsigned worthIt = 512; // banks: some megabytes, and little time for each
+  const EMU3Directory *const folder = analysed.folder().get();
+  const bool isSameFolder = detailsFolder_.exchange(folder) == folder;
+  if (++detailsRead_ < worthIt || isSameFolder) return;
+  detailsRead_ = 0;
+  volume_->image.letGoOfPages();
 }
 
 std::vector<std::string> EMU3Filesystem::samplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error) {

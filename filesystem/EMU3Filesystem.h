@@ -10,6 +10,7 @@
 #include "filesystem/SerialQueue.h"
 #include "filesystem/VolumeFindings.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -31,7 +32,7 @@ using EMU3FilesystemPtr = std::shared_ptr<EMU3Filesystem>;
 /// The image is mapped whole, and changes go straight into the mapping. Guarded, a change has succeeded only
 /// when it is on the medium: it waits for that between its steps, so that a power cut at any moment loses
 /// nothing, and when the medium fails it fails with code 3 and the image is read-only from then on. Bare,
-/// each block is flushed without waiting.
+/// what is written is flushed without waiting.
 ///
 /// Changes of an image come one after another, in the order in which they were asked for. Reading and the
 /// facts wait for no change's medium, and may be asked for from any thread.
@@ -182,6 +183,7 @@ private:
   EMU3Filesystem(std::string imageURL, std::shared_ptr<Volume> volume);
   /// Analyses a bank, beginning with these details; those of a file that is no bank become these.
   bool analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error);
+  void giveBackPagesAfter(const EMU3File &analysed);
   /// One change by itself.
   bool perform(VolumeChange &change, EMU3Error *error);
 
@@ -192,6 +194,8 @@ private:
   const std::string imagePath_; ///< the same, from the host's root on
   const std::unique_ptr<SerialQueue> ioQueue_;
   const std::shared_ptr<Volume> volume_;
+  std::atomic<const EMU3Directory *> detailsFolder_ = nullptr; ///< of the bank analysed last; compared alone
+  std::atomic<unsigned> detailsRead_ = 0;                      ///< since pages were given back
 };
 
 } // namespace tessary

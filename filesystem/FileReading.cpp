@@ -12,27 +12,46 @@ bool mayReadFile(const Volume &volume, const EMU3FilePtr &file, EMU3Error *error
   return volume.rules().mayRead(volume, file) || fail(error, EngineError::entryNotFound);
 }
 
+namespace {
+
+/// Where an entry says that its contents are.
+struct Extent {
+  std::uint64_t firstBlock = 0;
+  std::uint64_t blocks = 0;
+  std::uint64_t fileSize = 0; ///< bytes; 0 where that says nothing about the contents
+};
+
+Extent extentOf(const EMU3File &file, const VolumeGeometry &geometry) {
+  Extent extent;
+  file.lookAtFields([&](const EMU3FileFields &fields) {
+    extent.firstBlock = geometry.slotStartBlock(std::max<std::uint16_t>(fields.startCluster, 1));
+    extent.blocks = fields.blocksInLastCluster;
+    extent.fileSize = fields.fileSize;
+  });
+  return extent;
+}
+
+} // namespace
+
 FileContents contentsOfFile(const Volume &volume, const EMU3File &file) {
   if (ByteBufferPtr cached = file.cachedData()) return FileContents(std::move(cached));
   const VolumeGeometry geometry = volume.geometry();
-  const EMU3FileFields fields = file.fields();
-  const std::uint64_t first = geometry.slotStartBlock(std::max<std::uint16_t>(fields.startCluster, 1));
-  const std::uint64_t inside = first < geometry.totalBlocks ? geometry.totalBlocks - first : 0;
-  std::uint64_t size = std::min<std::uint64_t>(fields.blocksInLastCluster, inside) * format::kBlockSize;
-  if (fields.fileSize != 0) size = std::min(size, fields.fileSize);
-  return {volume.image, first, size};
+  const Extent extent = extentOf(file, geometry);
+  const std::uint64_t inside =
+      extent.firstBlock < geometry.totalBlocks ? geometry.totalBlocks - extent.firstBlock : 0;
+  std::uint64_t size = std::min(extent.blocks, inside) * format::kBlockSize;
+  if (extent.fileSize != 0) size = std::min(size, extent.fileSize);
+  return {volume.image, extent.firstBlock, size};
 }
 
 ByteBufferPtr wholeBytesOfFile(const Volume &volume, const EMU3File &file) {
-  const EMU3FileFields fields = file.fields();
-  const std::uint64_t first =
-      volume.geometry().slotStartBlock(std::max<std::uint16_t>(fields.startCluster, 1));
+  const auto [first, blocks, fileSize] = extentOf(file, volume.geometry());
   auto bytes = std::make_shared<ByteBuffer>();
-  bytes->resize(fields.blocksInLastCluster * format::kBlockSize);
+  bytes->resize(blocks * format::kBlockSize);
   if (volume.image.readBytes(first, 0, bytes->data(), bytes->size()) < bytes->size()) return nullptr;
   // Where the image was cut short inside a page, the rest of that page reads as zeros without a fault.
   if (!bytes->empty() && !volume.image.reaches(first * format::kBlockSize + bytes->size())) return nullptr;
-  if (fields.fileSize != 0) bytes->resize(std::min<std::uint64_t>(bytes->size(), fields.fileSize));
+  if (fileSize != 0) bytes->resize(std::min<std::uint64_t>(bytes->size(), fileSize));
   return bytes;
 }
 

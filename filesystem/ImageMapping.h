@@ -12,8 +12,8 @@ namespace tessary {
 
 /// One image file mapped into memory, whole and shared. Every read and write of image bytes in the
 /// system goes through here, so this is the one place that checks bounds, survives the file being cut
-/// short underneath (SIGBUS) and brings what was written to the medium: block by block without waiting, or by
-/// barriers that are waited for.
+/// short underneath (SIGBUS) and brings what was written to the medium: each run of blocks without waiting,
+/// or by barriers that are waited for.
 ///
 /// Block numbers may be anything, also values near 2^64: a block outside the image is never touched.
 /// Members may be called from several threads; what keeps readers and a writer of the same bytes
@@ -69,6 +69,9 @@ public:
   /// its pages become part of this process.
   std::uint64_t readPassing(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
                             std::uint64_t length) const;
+  /// Gives back the memory of the pages that were read through the mapping. Nothing of the image changes; any
+  /// page is there again when it is read.
+  void letGoOfPages() const;
   /// The first block from `block` on that may hold anything but zeros: behind the hole of a sparse file,
   /// where the host tells holes. At most `end`.
   std::uint64_t behindHole(std::uint64_t block, std::uint64_t end) const;
@@ -85,8 +88,8 @@ public:
   /// Sets the whole block to zero and flushes it.
   bool clearBlock(std::uint64_t block);
   /// Writes the data into consecutive blocks from `first` on, the last one filled up with zeros (no data:
-  /// one block of zeros), flushing each block by itself. False at the first block that lies outside the
-  /// image or cannot be written; the blocks before it stay written.
+  /// one block of zeros), and flushes them. False at the first block that lies outside the image or cannot be
+  /// written; the blocks before it stay written.
   bool writeData(std::uint64_t first, const std::uint8_t *data, std::uint64_t length);
   /// Replaces a directory entry so that whoever looks at the image at any moment, the next start after a
   /// kill included, finds the place empty or the entry whole: the first byte, which says that an entry is
@@ -106,7 +109,11 @@ public:
 private:
   ImageMapping() = default;
   std::uint8_t *address(std::uint64_t block) const { return bytes_ + block * format::kBlockSize; }
-  void flushBlock(std::uint64_t block);
+  [[nodiscard]] bool writeRun(std::uint64_t first, const std::uint8_t *from, std::uint64_t blocks,
+                              bool isAllThere);
+  [[nodiscard]] std::uint64_t writePassing(std::uint64_t begin, const std::uint8_t *from,
+                                           std::uint64_t length);
+  void flushBlocks(std::uint64_t first, std::uint64_t count);
   bool storeDentry(std::uint64_t block, std::size_t index,
                    void (*store)(std::uint8_t *, const std::uint8_t *), const std::uint8_t *from);
 
@@ -117,6 +124,7 @@ private:
   int fd_ = -1;
   bool readOnly_ = false;
   bool flushesAtBarriers_ = false;
+  bool writesPassing_ = false; ///< whether the file may be written past the mapping
   /// Bytes from the first to behind the last that wait for a barrier; none where they are equal.
   std::uint64_t unflushedBegin_ = 0;
   std::uint64_t unflushedEnd_ = 0;

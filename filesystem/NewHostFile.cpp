@@ -1,6 +1,7 @@
 #include "filesystem/NewHostFile.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -21,25 +22,25 @@ std::string folderOf(const std::string &path) {
 
 // Only a regular file, or a link that does not lead to anything else, may be replaced: putting a file in
 // the place of a device or FIFO would break whoever uses it.
-bool mayReplace(const std::string &path, EMU3Error *error) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return true;
-  if (S_ISDIR(status.st_mode)) return fail(error, hostError(EISDIR, path));
+bool mayReplace(mode_t mode, const std::string &path, EMU3Error *error) {
+  if (S_ISREG(mode)) return true;
+  if (S_ISDIR(mode)) return fail(error, hostError(EISDIR, path));
   return fail(error, {kHostErrorDomain, EINVAL, path + ": Not a regular file"});
 }
 
 // The file that a link leads to is replaced, not the link. One that leads nowhere is replaced itself.
-std::string withoutLink(const std::string &path) {
-  struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return path;
-  const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr), &std::free);
-  return resolved ? resolved.get() : path;
+std::string withoutLink(const std::string &link) {
+  const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(link.c_str(), nullptr), &std::free);
+  return resolved ? resolved.get() : link;
 }
 
+// No other of this process, and hardly one of another's. Asking the host for each name took longer than
+// writing a small file.
 std::string temporaryPathBeside(const std::string &path) {
-  std::random_device random;
+  static const unsigned ofProcess = std::random_device()();
+  static std::atomic<unsigned> count = 0;
   std::array<char, 32> name{};
-  std::snprintf(name.data(), name.size(), ".tessary-%08x%08x", random(), random());
+  std::snprintf(name.data(), name.size(), ".tessary-%08x%08x", ofProcess, ++count);
   return folderOf(path) + name.data();
 }
 
@@ -52,12 +53,25 @@ std::string pathOfDescriptor(int fd) {
   return "/proc/self/fd/" + std::to_string(fd);
 }
 
+// Names a file that has none. False with errno.
+bool nameFile(int fd, const std::string &path) {
+#ifdef AT_EMPTY_PATH
+  // Older hosts do not let everybody; there it goes by way of /proc.
+  if (::linkat(fd, "", AT_FDCWD, path.c_str(), AT_EMPTY_PATH) == 0) return true;
+  if (errno == EEXIST) return false;
+#endif
+  return ::linkat(AT_FDCWD, pathOfDescriptor(fd).c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
 // Negative where the host cannot make one, or could not give it a name later.
 int createWithoutName(const std::string &target) {
 #ifdef O_TMPFILE
   const std::string folder = folderOf(target);
   const int fd = ::open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kNewFile);
-  if (fd < 0 || ::access(pathOfDescriptor(fd).c_str(), F_OK) == 0) return fd;
+  static std::atomic<bool> canBeNamed = false; // of this process's files; once is enough
+  if (fd < 0 || canBeNamed) return fd;
+  canBeNamed = ::access(pathOfDescriptor(fd).c_str(), F_OK) == 0;
+  if (canBeNamed) return fd;
   ::close(fd);
   return -1;
 #else
@@ -114,13 +128,20 @@ bool NewHostFile::redirect(const std::string &path, EMU3Error *error) {
 
 bool NewHostFile::aimAt(const std::string &path, EMU3Error *error) {
   path_ = path;
-  if (!mayReplace(path, error)) return false;
-  target_ = withoutLink(path);
-  struct stat status {};
-  const bool isThere = ::lstat(target_.c_str(), &status) == 0;
-  if (isThere && earlier_ == Earlier::refused) return fail(error, hostError(EEXIST, path));
+  target_ = path;
   permissions_.reset();
-  if (isThere && S_ISREG(status.st_mode)) permissions_ = status.st_mode & kPermissions;
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) return true; // nothing is there
+  if (S_ISLNK(status.st_mode)) {
+    struct stat behind {};
+    if (::stat(path.c_str(), &behind) == 0 && !mayReplace(behind.st_mode, path, error)) return false;
+    target_ = withoutLink(path);
+    if (::lstat(target_.c_str(), &status) != 0) return true;
+  } else if (!mayReplace(status.st_mode, path, error)) {
+    return false;
+  }
+  if (earlier_ == Earlier::refused) return fail(error, hostError(EEXIST, path));
+  if (S_ISREG(status.st_mode)) permissions_ = status.st_mode & kPermissions;
   return true;
 }
 
@@ -169,9 +190,7 @@ bool NewHostFile::flush(EMU3Error *error) {
 }
 
 bool NewHostFile::publish(EMU3Error *error) {
-  const bool mayBeFree = earlier_ == Earlier::refused || ::access(target_.c_str(), F_OK) != 0;
-  const bool isNamed = mayBeFree && giveName(target_);
-  if (!isNamed && !(earlier_ == Earlier::refused ? takeFreeName() : replace()))
+  if (!giveName(target_) && !(earlier_ == Earlier::refused ? takeFreeName() : replace()))
     return fail(error, hostError(errno, path_));
   const int fd = std::exchange(fd_, -1);
   giveUp();
@@ -206,7 +225,7 @@ bool NewHostFile::takeFreeName() {
 // A name that no file has.
 bool NewHostFile::giveName(const std::string &path) {
   if (!temporaryPath_.empty()) return ::link(temporaryPath_.c_str(), path.c_str()) == 0;
-  return ::linkat(AT_FDCWD, pathOfDescriptor(fd_).c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  return nameFile(fd_, path);
 }
 
 bool flushFolderOf(const std::string &path, EMU3Error *error) {

@@ -1,5 +1,7 @@
 #include "filesystem/RunCover.h"
 
+#include <algorithm>
+
 namespace tessary {
 
 void RunCover::reset(std::uint64_t count) {
@@ -9,6 +11,11 @@ void RunCover::reset(std::uint64_t count) {
     size_ *= 2;
   nodes_.assign(2 * size_, {});
   weights_.assign(size_ + 1, 0);
+  endMany();
+}
+
+void RunCover::endMany() {
+  isSummedUp_ = true;
   for (std::size_t node = nodes_.size() - 1; node > 0; --node)
     update(node);
 }
@@ -16,7 +23,11 @@ void RunCover::reset(std::uint64_t count) {
 void RunCover::setWeight(std::uint64_t place, std::uint64_t weight) {
   if (weights_[place] == weight) return;
   weights_[place] = weight;
-  for (std::size_t node = size_ + place - 1; node > 0; node /= 2)
+  if (isSummedUp_) updateFrom(size_ + place - 1);
+}
+
+void RunCover::updateFrom(std::size_t node) {
+  for (; node > 0; node /= 2)
     update(node);
 }
 
@@ -36,16 +47,24 @@ void RunCover::update(std::size_t node) {
   }
 }
 
-void RunCover::change(std::size_t node, std::uint64_t begin, std::uint64_t size, const Change &what) {
-  const std::uint64_t end = begin + size;
-  if (what.first >= end || what.last < begin || what.first > what.last) return;
-  if (what.first <= begin && end - 1 <= what.last) {
-    nodes_[node].runs += static_cast<std::uint32_t>(what.runs);
-  } else {
-    change(2 * node, begin, size / 2, what);
-    change(2 * node + 1, begin + size / 2, size / 2, what);
+// The run is made of the fewest nodes: at each level at most one at its left end and one at its right. All
+// that these are summed up in lies above the two ends.
+void RunCover::change(std::uint64_t first, std::uint64_t last, int runs) {
+  if (first > last || first > size_) return;
+  const std::size_t firstNode = size_ + first - 1;
+  const std::size_t lastNode = size_ + std::min(last, size_) - 1;
+  for (std::size_t left = firstNode, end = lastNode + 1; left < end; left /= 2, end /= 2) {
+    if (left % 2 != 0) changeNode(left++, runs);
+    if (end % 2 != 0) changeNode(--end, runs);
   }
-  update(node);
+  if (!isSummedUp_) return;
+  updateFrom(firstNode / 2);
+  updateFrom(lastNode / 2);
+}
+
+void RunCover::changeNode(std::size_t node, int runs) {
+  nodes_[node].runs += static_cast<std::uint32_t>(runs);
+  if (isSummedUp_) update(node);
 }
 
 bool RunCover::isCovered(std::uint64_t place) const {

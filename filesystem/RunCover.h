@@ -7,7 +7,8 @@
 namespace tessary {
 
 /// Which places of a row are covered by runs, where any number of runs may cover the same places and each of
-/// them all: what is asked or changed costs the logarithm of the row's length. Places count from 1.
+/// them all: what is asked or changed costs the logarithm of the row's length. Places count from 1, and are
+/// fewer than 2^32.
 ///
 /// Places have weights, and those that no run covers are summed up.
 class RunCover final {
@@ -17,9 +18,13 @@ public:
 
   // A run from `first` to `last`; what lies behind the row plays no part. It goes with the same two that it
   // came with.
-  void add(std::uint64_t first, std::uint64_t last) { change(1, 1, size_, {first, last, 1}); }
-  void remove(std::uint64_t first, std::uint64_t last) { change(1, 1, size_, {first, last, -1}); }
+  void add(std::uint64_t first, std::uint64_t last) { change(first, last, 1); }
+  void remove(std::uint64_t first, std::uint64_t last) { change(first, last, -1); }
   void setWeight(std::uint64_t place, std::uint64_t weight);
+
+  // For many changes at once: between the two nothing is to be asked, and only the second sums up.
+  void beginMany() { isSummedUp_ = false; }
+  void endMany();
 
   [[nodiscard]] bool isCovered(std::uint64_t place) const;
   /// The lowest place from this one on that no run covers; behind the last when there is none.
@@ -31,20 +36,18 @@ private:
   /// A part of the row, halved by the two nodes below. What a node says holds whatever those above say.
   struct Node {
     std::uint32_t runs = 0;   ///< that cover all of it, and not all of the node above
-    std::uint64_t open = 0;   ///< places that no run covers
+    std::uint32_t open = 0;   ///< places that no run covers
     std::uint64_t weight = 0; ///< of these
   };
-  struct Change {
-    std::uint64_t first;
-    std::uint64_t last;
-    int runs;
-  };
 
-  void change(std::size_t node, std::uint64_t begin, std::uint64_t size, const Change &what);
+  void change(std::uint64_t first, std::uint64_t last, int runs);
+  void changeNode(std::size_t node, int runs);
   void update(std::size_t node);
+  void updateFrom(std::size_t node);
   [[nodiscard]] std::uint64_t next(std::size_t node, std::uint64_t begin, std::uint64_t size,
                                    std::uint64_t from) const;
 
+  bool isSummedUp_ = true;
   std::uint64_t count_ = 0;
   std::uint64_t size_ = 1;                      ///< places that the uppermost node stands for, a power of 2
   std::vector<Node> nodes_ = {{}, {}};          ///< the uppermost is 1, those below `n` are 2n and 2n + 1

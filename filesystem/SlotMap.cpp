@@ -24,6 +24,7 @@ void SlotMap::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root
       geometry.totalBlocks > geometry.dataAreaBlock ? geometry.totalBlocks - geometry.dataAreaBlock : 0;
   slotCount_ = std::min(kMostSlots, dividedUp(dataBlocks, geometry.slotSizeBlocks));
   liveFiles_.reset(slotCount_);
+  liveFiles_.beginMany();
   slots_.assign(slotCount_ + 1, {});
   lastSlots_.assign(slotCount_ + 2, 0);
   highestReached_ = 0;
@@ -31,6 +32,7 @@ void SlotMap::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root
   const std::uint64_t tableEnd = std::min(geometry.tableEndBlock(), geometry.totalBlocks);
   tableBlocks_ = tableEnd > firstTableBlock_ ? tableEnd - firstTableBlock_ : 0;
   tableContents_.reset(tableBlocks_);
+  tableContents_.beginMany();
   countFiles(root);
   countFixedBlock(0, 1);
   for (std::uint64_t block = firstTableBlock_; block < tableEnd; ++block)
@@ -41,6 +43,8 @@ void SlotMap::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root
   lookAtAllMarks();
   for (std::uint64_t slot = 1; slot <= slotCount_; ++slot)
     refresh(slot);
+  liveFiles_.endMany();
+  tableContents_.endMany();
   publish();
 }
 

@@ -212,7 +212,7 @@ bool VolumeTree::contains(const EMU3DirectoryPtr &folder) const {
 }
 
 bool VolumeTree::contains(const EMU3DirectoryPtr &folder, const EMU3FilePtr &file) const {
-  return folder && folder->containsFile(file) && contains(folder);
+  return folder && file->folder() == folder && contains(folder);
 }
 
 bool VolumeTree::contains(const EMU3FilePtr &file) const {

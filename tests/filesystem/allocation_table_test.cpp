@@ -1,6 +1,6 @@
 // The marks of the allocation table, and its scan.
 
-#include "tests/support/Mappings.h"
+#include "tests/support/UnreadablePages.h"
 #include "tests/writing/EngineParts.h"
 
 #include <gtest/gtest.h>
@@ -140,7 +140,7 @@ TEST(AnyMarked, WhatLiesOutsideTheImageIsNot) {
 
 TEST(AnyMarked, WhatCannotBeReadIs) {
   const EngineParts parts{ImageBuilder(unmarkedLayout())};
-  makeUnreadable(parts.path(), 4096); // the table's blocks 8 to 15: from entry 6 * 256 on
+  const UnreadablePage damaged(parts.path(), 4096); // the table's blocks 8 to 15: from entry 6 * 256 on
   EXPECT_FALSE(parts.table.anyMarked(0, 6 * 256));
   EXPECT_TRUE(parts.table.anyMarked(0, 6 * 256 + 1));
   EXPECT_TRUE(parts.table.anyMarked(7 * 256, 1));

@@ -1,10 +1,14 @@
 // The mapping of an image: its bounds, and contents written over blocks.
 
+#include "tests/support/HostFiles.h"
 #include "tests/writing/EngineParts.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <limits>
+#include <memory>
+#include <sys/resource.h>
 
 namespace tessary::test {
 namespace {
@@ -87,6 +91,57 @@ TEST(WritingContentsBeyondTheEnd, EndsExactlyAtTheLastBlock) {
   const Bytes contents = patternBytes(2 * kBlockBytes, 3);
   EXPECT_TRUE(writeContents(parts, contents, 510));
   putData(parts.expected, 510, contents);
+  EXPECT_TRUE(parts.imageIsAsExpected());
+}
+
+// What is cut off stays cut off: longer again, the image would pass for whole with zeros in the files behind.
+TEST(WritingContentsOfACutImage, DoesNotMakeItLongerAgain) {
+  for (const bool atBarriers : {false, true}) {
+    const EngineParts parts{ImageBuilder(smallLayout())};
+    if (atBarriers) parts.mapping.flushAtBarriers();
+    std::filesystem::resize_file(parts.path(), 128 * kBlockBytes);
+    EXPECT_FALSE(writeContents(parts, patternBytes(8 * kBlockBytes), 200));
+    EXPECT_FALSE(writeContents(parts, patternBytes(64 * kBlockBytes), 100)); // only its beginning is there
+    EXPECT_EQ(std::filesystem::file_size(parts.path()), 128 * kBlockBytes);
+  }
+}
+
+TEST(WritingContentsOfACutImage, LeavesTheBlocksThatAreThere) {
+  const EngineParts parts{ImageBuilder(smallLayout())};
+  const Bytes contents = patternBytes(64 * kBlockBytes, 3);
+  std::filesystem::resize_file(parts.path(), 128 * kBlockBytes);
+  EXPECT_FALSE(writeContents(parts, contents, 100));
+  const Bytes there = readBytes(parts.path(), 100 * kBlockBytes, 28 * kBlockBytes);
+  EXPECT_EQ(there, Bytes(contents.begin(), contents.begin() + 28 * kBlockBytes));
+  EXPECT_GT(parts.mapping.writeFaults(), 0U);
+}
+
+// The host would end the process for a write behind that limit.
+TEST(WritingContentsUnderALimit, OfFileSizesGoesOn) {
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+  const WrittenImage image{ImageBuilder(smallLayout())};
+  rlimit limit = before;
+  limit.rlim_cur = 64 * kBlockBytes;
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+  EMU3Error error;
+  const std::unique_ptr<ImageMapping> mapping = ImageMapping::open(image.path(), &error);
+  const Bytes contents = patternBytes(8 * kBlockBytes, 3);
+  const bool isWritten = mapping && mapping->writeData(200, contents.data(), contents.size());
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+  EXPECT_TRUE(isWritten);
+  EXPECT_EQ(readBytes(image.path(), 200 * kBlockBytes, contents.size()), contents);
+}
+
+TEST(PagesThatWereRead, CanBeGivenBackAtAnyTime) {
+  EngineParts parts{ImageBuilder(smallLayout())};
+  const Bytes written = patternBytes(100);
+  ASSERT_TRUE(parts.mapping.write(300, 5, written.data(), written.size()));
+  parts.mapping.letGoOfPages(); // what was written too, which no flush has seen yet
+  Bytes read(written.size());
+  EXPECT_TRUE(parts.mapping.read(300, 5, read.data(), read.size()));
+  EXPECT_EQ(read, written);
+  parts.expected.pokeBlock(300, 5, written);
   EXPECT_TRUE(parts.imageIsAsExpected());
 }
 

@@ -51,5 +51,38 @@ TEST(RunCover, AgreesWithCountingEachPlace) {
   }
 }
 
+TEST(RunCover, ManyChangesAtOnceComeToTheSameAsOneByOne) {
+  Random random(11);
+  for (const std::uint64_t count : {0U, 1U, 3U, 8U, 21U, 64U, 1000U}) {
+    RunCover one;
+    RunCover many;
+    one.reset(count);
+    many.reset(count);
+    many.beginMany();
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> runs;
+    for (int step = 0; step < 100; ++step) {
+      if (count > 0) {
+        const std::uint64_t place = random.between(1, count);
+        const std::uint64_t weight = random.below(100);
+        one.setWeight(place, weight);
+        many.setWeight(place, weight);
+      }
+      const std::uint64_t first = random.between(1, count + 3);
+      runs.emplace_back(first, first + random.below(5));
+      one.add(runs.back().first, runs.back().second);
+      many.add(runs.back().first, runs.back().second);
+    }
+    many.endMany();
+    for (const auto &[first, last] : runs) {
+      ASSERT_EQ(many.uncoveredWeight(), one.uncoveredWeight());
+      for (std::uint64_t place = 1; place <= count; ++place)
+        ASSERT_EQ(many.nextUncovered(place), one.nextUncovered(place));
+      one.remove(first, last);
+      many.remove(first, last);
+    }
+    ASSERT_EQ(many.uncoveredWeight(), one.uncoveredWeight());
+  }
+}
+
 } // namespace
 } // namespace tessary::test

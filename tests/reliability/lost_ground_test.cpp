@@ -1,10 +1,12 @@
 #include "filesystem/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
-#include "tests/support/Mappings.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/UnreadablePages.h"
 
 #include <gtest/gtest.h>
+
+#include <optional>
 
 #include <algorithm>
 #include <csignal>
@@ -127,7 +129,7 @@ protected:
   // A page in the middle of KICK's 20000 bytes.
   void SetUp() override {
     mount(GetParam());
-    makeUnreadable(path_, (dataBlock_ + 16) * 512);
+    damaged_.emplace(path_, (dataBlock_ + 16) * 512);
   }
 
   void expectRefused(const std::function<bool(EMU3Error *)> &change) {
@@ -147,6 +149,8 @@ protected:
     EXPECT_EQ(banks_->files().size(), 2U);
     EXPECT_TRUE(banks_->containsFile(kick_));
   }
+
+  std::optional<UnreadablePage> damaged_;
 };
 
 INSTANTIATE_TEST_SUITE_P(Volume, UnreadableMiddle, testing::Values(MountRules::bare, MountRules::guarded),

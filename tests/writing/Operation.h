@@ -35,9 +35,9 @@ struct Operation {
   std::string name;
   Bytes contents;
   RawEntry model{};
-  std::uint64_t block = 0;         ///< of the lost folder
-  std::vector<std::uint64_t> lost; ///< blocks of all lost folders
-  std::set<Place> inside;          ///< what is in the folder that is moved or deleted, and it
+  std::uint64_t block = 0;           ///< of the lost folder
+  std::vector<std::uint64_t> lost{}; ///< blocks of all lost folders
+  std::set<Place> inside;            ///< what is in the folder that is moved or deleted, and it
 
   [[nodiscard]] std::string description() const;
 };

@@ -1,7 +1,7 @@
 // Contents are passed on whole or not at all, and never over a mounted image.
 
 #include "tests/support/BankBuilder.h"
-#include "tests/support/Mappings.h"
+#include "tests/support/UnreadablePages.h"
 #include "tests/writing/guarded/GuardedVolume.h"
 
 #include <gtest/gtest.h>
@@ -104,7 +104,7 @@ TEST(IncompleteContents, WithABlockTooManyAreNotPassedOnThoughTheirSizeIsThere) 
 TEST(IncompleteContents, WithAnUnreadableMiddleAreNotPassedOn) {
   const Incomplete incomplete(volumeWithBank());
   const Bytes before = readBytes(incomplete.volume.imagePath());
-  makeUnreadable(incomplete.volume.imagePath(), 32 * kBlockBytes);
+  const UnreadablePage damaged(incomplete.volume.imagePath(), 32 * kBlockBytes);
   incomplete.expectNothingPassedOn();
   incomplete.expectDetailsShown(16 * kBlockBytes);
   incomplete.expectNothingPassedOn();
@@ -113,7 +113,7 @@ TEST(IncompleteContents, WithAnUnreadableMiddleAreNotPassedOn) {
 
 TEST(IncompleteContents, AreMovedAllTheSame) {
   const GuardedVolume volume(volumeWithBank());
-  makeUnreadable(volume.imagePath(), 32 * kBlockBytes);
+  const UnreadablePage damaged(volume.imagePath(), 32 * kBlockBytes);
   EXPECT_TRUE(volume->moveFile(volume.file("bank"), volume.root(), volume.folderAt("folder")));
   EXPECT_EQ(namesOf(volume.folderAt("folder")->files()), std::vector<std::string>{"bank"});
 }
@@ -140,7 +140,7 @@ TEST(WholeContents, OfNoBlocksArePassedOnWhereverTheyLie) {
 TEST(WholeContents, AreReadFromTheImageNotFromTheCache) {
   const GuardedVolume volume(volumeWithBank());
   ASSERT_NE(volume->dataForFile(volume.file("bank")), nullptr);
-  makeUnreadable(volume.imagePath(), 32 * kBlockBytes);
+  const UnreadablePage damaged(volume.imagePath(), 32 * kBlockBytes);
   volume.expectRefused(kIncompleteError, [&](EMU3Error *error) {
     return volume->exportFile(volume.file("bank"), volume.folder().path("target"), error);
   });
