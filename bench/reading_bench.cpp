@@ -1,42 +1,15 @@
 #include "bench/PairedTimes.h"
+#include "bench/PlainMapping.h"
 #include "filesystem/EMU3Filesystem.h"
 #include "filesystem/ImageMapping.h"
 #include "tests/support/SampleVolumes.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <cstring>
-#include <fcntl.h>
 #include <numeric>
-#include <stdexcept>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace tessary::bench {
 namespace {
-
-/// A plain read-only mapping, for the copies that the engine is compared with.
-class PlainMapping {
-public:
-  explicit PlainMapping(const std::string &path) {
-    const int fd = ::open(path.c_str(), O_RDONLY);
-    struct stat status {};
-    if (fd < 0 || ::fstat(fd, &status) != 0) throw std::runtime_error("cannot open " + path);
-    size_ = static_cast<std::size_t>(status.st_size);
-    void *const bytes = ::mmap(nullptr, size_, PROT_READ, MAP_SHARED, fd, 0);
-    ::close(fd);
-    if (bytes == MAP_FAILED) throw std::runtime_error("cannot map " + path);
-    bytes_ = static_cast<const std::uint8_t *>(bytes);
-  }
-  ~PlainMapping() { ::munmap(const_cast<std::uint8_t *>(bytes_), size_); }
-  PlainMapping(const PlainMapping &) = delete;
-  PlainMapping &operator=(const PlainMapping &) = delete;
-  const std::uint8_t *block(std::uint64_t number) const { return bytes_ + number * 512; }
-
-private:
-  const std::uint8_t *bytes_ = nullptr;
-  std::size_t size_ = 0;
-};
 
 struct Image {
   explicit Image(const test::ImageBuilder &builder) : path(folder.path("image.hda")) {
