@@ -65,7 +65,7 @@ void printText(const EMU3Filesystem &volume, const EntryCounts &counts, std::ost
   const auto sized = [](std::uint64_t count, const char *unit, std::uint64_t bytes) {
     return std::to_string(count) + unit + " (" + fileSizeStringFor(bytes) + ")";
   };
-  line("Volume label:          ", escapedForDisplay(volume.volumeLabel()));
+  line("Volume label:          ", escapedNameForDisplay(volume.volumeLabel()));
   line("Image size:            ", sized(volume.imageSize(), " bytes", volume.imageSize()));
   line("Blocks:                ", std::to_string(volume.totalBlocks()));
   line("Used blocks:           ", sized(volume.usedBlocks(), "", volume.usedBlocks() * format::kBlockSize));

@@ -10,12 +10,12 @@
 namespace tessary::cli {
 namespace {
 
-volatile std::sig_atomic_t requestedFlag = 0;
+volatile std::sig_atomic_t firstSignal = 0;
 volatile std::sig_atomic_t wakeDescriptor = -1;
 
-extern "C" void handleInterrupt(int) {
+extern "C" void handleInterrupt(int signal) {
   const int problem = errno;
-  requestedFlag = 1;
+  if (firstSignal == 0) firstSignal = signal;
   if (wakeDescriptor >= 0) {
     const ssize_t written = ::write(wakeDescriptor, "", 1); // a full pipe is readable already
     static_cast<void>(written);
@@ -23,11 +23,22 @@ extern "C" void handleInterrupt(int) {
   errno = problem;
 }
 
+bool isIgnored(int signal) {
+  struct sigaction action {};
+  return ::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN;
+}
+
+void handle(int signal) {
+  struct sigaction action {};
+  action.sa_handler = handleInterrupt;
+  action.sa_flags = SA_RESTART; // work on the item in progress is not to notice
+  ::sigemptyset(&action.sa_mask);
+  ::sigaction(signal, &action, nullptr);
+}
+
 } // namespace
 
 Interruption::Interruption() {
-  struct sigaction action {};
-  if (::sigaction(SIGINT, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) return;
   if (::pipe(pipe_.data()) == 0) {
     for (const int end : pipe_) {
       ::fcntl(end, F_SETFD, FD_CLOEXEC);
@@ -35,10 +46,9 @@ Interruption::Interruption() {
     }
     wakeDescriptor = pipe_[1];
   }
-  action.sa_handler = handleInterrupt;
-  action.sa_flags = SA_RESTART; // work on the item in progress is not to notice
-  ::sigemptyset(&action.sa_mask);
-  ::sigaction(SIGINT, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    if (!isIgnored(signal)) handle(signal);
+  }
 }
 
 Interruption::~Interruption() {
@@ -49,7 +59,11 @@ Interruption::~Interruption() {
 }
 
 bool Interruption::requested() const {
-  return requestedFlag != 0;
+  return firstSignal != 0;
+}
+
+int Interruption::signal() const {
+  return firstSignal;
 }
 
 InterruptibleInput::int_type InterruptibleInput::underflow() {

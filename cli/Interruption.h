@@ -5,8 +5,8 @@
 
 namespace tessary::cli {
 
-/// Turns SIGINT into a request that is polled between items, for the whole process. A SIGINT that the
-/// process was started to ignore stays ignored.
+/// Turns SIGINT, SIGTERM and SIGHUP into a request that is polled between items, for the whole process. One
+/// that the process was started to ignore stays ignored.
 class Interruption final {
 public:
   Interruption();
@@ -15,6 +15,8 @@ public:
   Interruption &operator=(const Interruption &) = delete;
 
   bool requested() const;
+  /// The signal that came first; 0 as long as none has.
+  int signal() const;
   /// Readable from the first request on; -1 when there is none to wait for.
   int descriptor() const { return pipe_[0]; }
 

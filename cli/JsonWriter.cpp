@@ -1,47 +1,31 @@
 #include "cli/JsonWriter.h"
 
+#include "filesystem/Text.h"
+
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
 namespace tessary::cli {
 namespace {
 
-void appendEscape(std::string &to, unsigned codePoint) {
-  std::array<char, 8> text{};
-  std::snprintf(text.data(), text.size(), "\\u%04x", codePoint);
-  to += text.data();
-}
-
-// JSON itself allows DEL, C1 and the Unicode line ends inside a text. A reader that splits at lines of any
-// kind would cut the object there, and a terminal would act on them.
-std::string withoutLineEnds(const std::string &json) {
-  std::string text;
-  text.reserve(json.size());
-  const auto byteAt = [&](std::size_t i) {
-    return i < json.size() ? static_cast<std::uint8_t>(json[i]) : 0U;
-  };
-  for (std::size_t i = 0; i < json.size(); ++i) {
-    if (byteAt(i) == 0x7F) {
-      appendEscape(text, 0x7F);
-    } else if (byteAt(i) == 0xC2 && byteAt(i + 1) < 0xA0) {
-      appendEscape(text, byteAt(i + 1));
-      i += 1;
-    } else if (byteAt(i) == 0xE2 && byteAt(i + 1) == 0x80 &&
-               (byteAt(i + 2) == 0xA8 || byteAt(i + 2) == 0xA9)) {
-      appendEscape(text, 0x2000 + (byteAt(i + 2) & 0x3F));
-      i += 2;
-    } else {
-      text += json[i];
-    }
+// A code point beyond 16 bits takes two escapes.
+std::string jsonEscape(std::uint32_t codePoint) {
+  std::array<char, 16> text{};
+  if (codePoint <= 0xFFFF) {
+    std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(codePoint));
+  } else {
+    const auto beyond = static_cast<unsigned>(codePoint - 0x10000);
+    std::snprintf(text.data(), text.size(), "\\u%04x\\u%04x", 0xD800 + (beyond >> 10), 0xDC00 + (beyond & 0x3FF));
   }
-  return text;
+  return text.data();
 }
 
+// JSON itself allows much inside a text that does not print. A reader that splits at lines of any kind would
+// cut the object there, and a terminal would act on it.
 std::string dumped(const nlohmann::json &scalar) {
   const std::string json = scalar.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-  return scalar.is_string() ? withoutLineEnds(json) : json;
+  return scalar.is_string() ? withoutUnprintable(json, jsonEscape) : json;
 }
 
 } // namespace

@@ -21,7 +21,7 @@ void printText(const EMU3File &file, std::ostream &out) {
   const BankDetails details = file.bankDetails();
   const char *format = bankFormatName(details.bankFormat);
   const auto line = [&](const char *title, const std::string &value) { out << title << value << '\n'; };
-  line("Name:                   ", escapedForDisplay(fields.name));
+  line("Name:                   ", escapedNameForDisplay(fields.name));
   line("Type:                   ", fileTypeStringFor(fields.fileType));
   line("Type byte:              ", hexadecimal(fields.rawType));
   line("Entry id:               ", std::to_string(fields.entryId));
@@ -32,7 +32,7 @@ void printText(const EMU3File &file, std::ostream &out) {
   line("Cluster count:          ", std::to_string(fields.clusterCount));
   line("Blocks in last cluster: ", std::to_string(fields.blocksInLastCluster));
   line("Bytes in last block:    ", std::to_string(fields.bytesInLastBlock));
-  line("Bank name:              ", details.bankName ? escapedForDisplay(*details.bankName) : countCell(0));
+  line("Bank name:              ", details.bankName ? escapedNameForDisplay(*details.bankName) : countCell(0));
   line("Bank format:            ", format != nullptr ? format : "Unknown");
   line("Presets:                ", std::to_string(details.presetCount));
   line("Samples:                ", std::to_string(details.sampleCount));

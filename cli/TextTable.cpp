@@ -14,7 +14,7 @@ std::size_t widthOf(const std::string &cell) {
 
 std::string csvCell(const std::string &cell) {
   const bool needsQuotes =
-      cell.find_first_of(",\"") != std::string::npos || cell.starts_with(' ') || cell.ends_with(' ');
+      cell.find_first_of(",;\"") != std::string::npos || cell.starts_with(' ') || cell.ends_with(' ');
   if (!needsQuotes) return cell;
   std::string quoted = "\"";
   for (const char character : cell) {
@@ -40,8 +40,10 @@ void appendCsvLine(std::string &text, const std::vector<std::string> &cells) {
 } // namespace
 
 void TextTable::addRow(std::vector<std::string> cells) {
-  for (std::string &cell : cells)
-    cell = escapedForDisplay(cell);
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    const bool isName = columns_[i].content == Content::name;
+    cells[i] = isName ? escapedNameForDisplay(cells[i]) : escapedForDisplay(cells[i]);
+  }
   rows_.push_back(std::move(cells));
 }
 

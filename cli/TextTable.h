@@ -7,12 +7,17 @@
 
 namespace tessary::cli {
 
-/// Rows of text under a heading, for a person or as CSV. Control characters of the cells are shown escaped.
+/// Rows of text under a heading, for a person or as CSV. What does not print in the cells is shown escaped.
 class TextTable final {
 public:
+  enum class Content {
+    name,    ///< a backslash is shown doubled, unlike an escape
+    address, ///< has its own way to write a backslash
+  };
   struct Column {
     std::string title;
     bool alignsRight = false;
+    Content content = Content::name;
   };
 
   explicit TextTable(std::vector<Column> columns) : columns_(std::move(columns)) {}

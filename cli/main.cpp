@@ -1,3 +1,4 @@
+#include "cli/ExitStatus.h"
 #include "cli/Interruption.h"
 #include "cli/TessaryCli.h"
 #include "filesystem/FreedMemory.h"
@@ -21,6 +22,13 @@ void occupyStandardDescriptors() {
   }
 }
 
+// The status of a program that a signal has ended tells which.
+int statusAfter(int status, const tessary::cli::Interruption &interruption) {
+  constexpr int signalled = 128;
+  const bool interrupted = status == static_cast<int>(tessary::cli::ExitStatus::interrupted);
+  return interrupted && interruption.requested() ? signalled + interruption.signal() : status;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -34,9 +42,10 @@ int main(int argc, char **argv) {
   std::istream in(&input);
   const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
   try {
-    return tessary::runTessaryCli(words, in, std::cout, std::cerr,
-                                  {.errIsTerminal = ::isatty(STDERR_FILENO) == 1,
-                                   .interrupted = [&] { return interruption.requested(); }});
+    const int status = tessary::runTessaryCli(words, in, std::cout, std::cerr,
+                                              {.errIsTerminal = ::isatty(STDERR_FILENO) == 1,
+                                               .interrupted = [&] { return interruption.requested(); }});
+    return statusAfter(status, interruption);
   } catch (const std::exception &problem) { // out of memory, above all
     std::cerr << "tessary-cli: " << problem.what() << '\n';
     return 1;

@@ -53,10 +53,30 @@ std::size_t utf16Units(const Character &character) {
   return character.codePoint > 0xFFFF ? 2 : 1;
 }
 
-// Control characters, and the separators that some terminals and views treat as line breaks.
-bool isControl(std::uint32_t codePoint) {
-  return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) || codePoint == 0x2028 ||
-         codePoint == 0x2029;
+/// Code points from the first to the last.
+struct CodePoints {
+  std::uint32_t first;
+  std::uint32_t last;
+};
+
+// What a reader does not see, or sees in other characters alone: control characters, separators that some
+// terminals and views treat as line breaks, marks of direction, joiners, fillers, tags, and what is no
+// character. In ascending order.
+constexpr std::array kUnprintable{
+    CodePoints{0x00, 0x1F},       CodePoints{0x7F, 0x9F},       CodePoints{0xAD, 0xAD},
+    CodePoints{0x34F, 0x34F},     CodePoints{0x61C, 0x61C},     CodePoints{0x115F, 0x1160},
+    CodePoints{0x17B4, 0x17B5},   CodePoints{0x180B, 0x180F},   CodePoints{0x200B, 0x200F},
+    CodePoints{0x2028, 0x202E},   CodePoints{0x2060, 0x206F},   CodePoints{0x3164, 0x3164},
+    CodePoints{0xE000, 0xF8FF},   CodePoints{0xFDD0, 0xFDEF},   CodePoints{0xFE00, 0xFE0F},
+    CodePoints{0xFEFF, 0xFEFF},   CodePoints{0xFFA0, 0xFFA0},   CodePoints{0xFFF0, 0xFFFB},
+    CodePoints{0xFFFE, 0xFFFF},   CodePoints{0x1BCA0, 0x1BCA3}, CodePoints{0x1D173, 0x1D17A},
+    CodePoints{0xE0000, 0x10FFFF}};
+
+bool isUnprintable(std::uint32_t codePoint) {
+  const auto *range =
+      std::lower_bound(kUnprintable.begin(), kUnprintable.end(), codePoint,
+                       [](const CodePoints &each, std::uint32_t wanted) { return each.last < wanted; });
+  return range != kUnprintable.end() && codePoint >= range->first;
 }
 
 std::string formatted(const char *format, unsigned value) {
@@ -74,6 +94,7 @@ std::string escapeFor(std::uint32_t codePoint) {
   case '\t':
     return "\\t";
   default:
+    if (codePoint > 0xFFFF) return formatted("\\U%08x", codePoint);
     return formatted(codePoint < 0x80 ? "\\x%02x" : "\\u%04x", codePoint);
   }
 }
@@ -122,7 +143,7 @@ std::string_view prefixOfWholeCharacters(std::string_view text, std::size_t byte
   return text.substr(0, end);
 }
 
-std::string escapedForDisplay(std::string_view text) {
+std::string withoutUnprintable(std::string_view text, std::string (*escape)(std::uint32_t codePoint)) {
   const auto isPlain = [](char character) { return character >= 0x20 && character < 0x7F; };
   if (std::all_of(text.begin(), text.end(), isPlain)) return std::string(text); // as nearly always
   std::string shown;
@@ -131,14 +152,26 @@ std::string escapedForDisplay(std::string_view text) {
     const Character character = nextCharacter(text);
     if (!character.valid) {
       shown += formatted("\\x%02x", static_cast<std::uint8_t>(text.front()));
-    } else if (isControl(character.codePoint)) {
-      shown += escapeFor(character.codePoint);
+    } else if (isUnprintable(character.codePoint)) {
+      shown += escape(character.codePoint);
     } else {
       shown += text.substr(0, character.length);
     }
     text.remove_prefix(character.length);
   }
   return shown;
+}
+
+std::string escapedForDisplay(std::string_view text) {
+  return withoutUnprintable(text, escapeFor);
+}
+
+std::string escapedNameForDisplay(std::string_view name) {
+  std::string doubled;
+  doubled.reserve(name.size());
+  for (const char character : name)
+    doubled.append(character == '\\' ? 2 : 1, character);
+  return escapedForDisplay(doubled);
 }
 
 std::string withInvalidBytesAsCodes(std::string_view text) {

@@ -20,9 +20,15 @@ std::string_view prefixOfUtf16Units(std::string_view text, std::size_t units);
 /// The longest prefix of at most `bytes` bytes that ends at a whole character.
 std::string_view prefixOfWholeCharacters(std::string_view text, std::size_t bytes);
 
-/// `text` with control characters (C0, DEL, C1, line and paragraph separators) and bytes that are not
-/// UTF-8 written as escapes (`\n`, `\x1b`, `\u0085`), for logs and terminals. A backslash stays as it is.
+/// `text` with what does not print written as escapes (`\n`, `\x1b`, `\u202e`, `\U000e0041`), for logs and
+/// terminals: control characters, line and paragraph separators, marks of direction and others that nobody
+/// sees, and bytes that are not UTF-8. A backslash stays as it is.
 std::string escapedForDisplay(std::string_view text);
+/// The same for a name, in which a backslash means itself: it is doubled, so that it is unlike an escape.
+std::string escapedNameForDisplay(std::string_view name);
+
+/// `text`, which is UTF-8, with what does not print as `escape` writes the code point.
+std::string withoutUnprintable(std::string_view text, std::string (*escape)(std::uint32_t codePoint));
 
 /// `text` with each byte that is no part of a valid UTF-8 sequence written as '%' and two capital hexadecimal
 /// digits.
