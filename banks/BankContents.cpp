@@ -60,18 +60,23 @@ std::vector<std::optional<BankChunk>> ChunkPairing::chunksOf(const FileContents 
   return chunks;
 }
 
-std::vector<BankEntry> bankContents(const FileContents &contents) {
+std::vector<BankEntry> bankListing(const FileContents &contents) {
   std::vector<BankEntry> entries;
   TocRange table;
   if (!isEmulatorFour(contents, &table)) return entries;
-  ChunkPairing pairing;
   forEachTocEntry(contents, table, [&](std::uint64_t index, const TocEntry &entry) {
     const TypeBytes type = typeOf(entry);
     const std::optional<BankEntryKind> kind = kindOfBankEntry(type);
-    if (!kind) return;
-    pairing.add(type);
-    entries.push_back({index, *kind, type, nameOfBankEntry(entry), std::nullopt});
+    if (kind) entries.push_back({index, *kind, type, nameOfBankEntry(entry), std::nullopt});
   });
+  return entries;
+}
+
+std::vector<BankEntry> bankContents(const FileContents &contents) {
+  std::vector<BankEntry> entries = bankListing(contents);
+  ChunkPairing pairing;
+  for (const BankEntry &entry : entries)
+    pairing.add(entry.type);
   const std::vector<std::optional<BankChunk>> chunks = pairing.chunksOf(contents);
   for (std::size_t i = 0; i < entries.size(); ++i)
     entries[i].chunk = chunks[i];

@@ -42,8 +42,10 @@ struct BankEntry {
   bool operator==(const BankEntry &) const = default;
 };
 
-/// The entries of an Emulator IV bank, in their order, without those that are deleted; none for other banks.
-/// Goes once through the table and once through the chunks.
+/// The entries of an Emulator IV bank, in their order, without those that are deleted and without their
+/// chunks; none for other banks. Reads the table of contents alone.
+[[nodiscard]] std::vector<BankEntry> bankListing(const FileContents &contents);
+/// The same with their chunks. Goes once through the table and once through the chunks.
 [[nodiscard]] std::vector<BankEntry> bankContents(const FileContents &contents);
 
 /// What the type alone counts as in a bank's details. None for that of a deleted entry.

@@ -217,6 +217,41 @@ NewEntry resolveNewEntry(const EMU3Filesystem &volume, const std::string &word) 
   return {std::move(parent), pathOfHolder(address), unescapedName(address.parts.back())};
 }
 
+FolderPath resolveFolderPath(const EMU3Filesystem &volume, const std::string &word) {
+  const Address address = addressOf(word);
+  std::size_t there = 0;
+  FolderPath path{folderOfParts(volume, address, 0), {}};
+  if (path.folder == nullptr) failToFind("No such folder", word);
+  for (; there < address.parts.size(); ++there) {
+    EMU3DirectoryPtr below = firstNamed(path.folder->subdirectories(), unescapedName(address.parts[there]));
+    if (below == nullptr) break;
+    path.folder = std::move(below);
+  }
+  std::string parent = address.start ? placeAddress(*address.start) : "/";
+  for (std::size_t i = 0; i < address.parts.size(); ++i) {
+    std::string name = unescapedName(address.parts[i]);
+    std::string each = parent + (parent.ends_with('/') ? "" : "/") + address.parts[i];
+    if (i >= there) path.missing.push_back({parent, std::move(name), each});
+    parent = std::move(each);
+  }
+  return path;
+}
+
+std::vector<EntryItem> rootAsItsContents(const EMU3Filesystem &volume, std::vector<EntryItem> entries) {
+  const EMU3DirectoryPtr root = volume.rootDirectory();
+  Settled<EntryItem> settled;
+  for (EntryItem &entry : entries) {
+    const auto *folder = std::get_if<FolderItem>(&entry);
+    if (folder == nullptr || folder->directory != root) {
+      settled.add(std::move(entry));
+      continue;
+    }
+    settled.addAll(filesIn(root, "/"));
+    settled.addAll(foldersIn(root, "/", Beside::anyEntry));
+  }
+  return settled.take();
+}
+
 std::vector<FileItem> filesIn(const EMU3DirectoryPtr &directory, const std::string &address) {
   std::vector<FileItem> items;
   std::unordered_set<std::string> names;
@@ -240,6 +275,31 @@ std::vector<FolderItem> foldersIn(const EMU3DirectoryPtr &directory, const std::
     items.push_back({folder, addressIn(address, name, folder->place(), names.insert(name).second)});
   }
   return items;
+}
+
+namespace {
+
+// Climbs no further than a path may be long, so that deep trees cost no time.
+std::string pathFrom(const std::string &name, EMU3DirectoryPtr holder, EntryPlace place) {
+  std::string path = "/" + escapedName(name);
+  while (holder != nullptr && path.size() <= kLongestPath) {
+    EMU3DirectoryPtr above = holder->parent();
+    if (above == nullptr) return path;
+    path.insert(0, "/" + escapedName(holder->name()));
+    holder = std::move(above);
+  }
+  return placeAddress(place);
+}
+
+} // namespace
+
+std::string pathOf(const EMU3File &file) {
+  return pathFrom(file.name(), file.folder(), file.place());
+}
+
+std::string pathOf(const EMU3Directory &folder) {
+  const EMU3DirectoryPtr holder = folder.parent();
+  return holder == nullptr ? "/" : pathFrom(folder.name(), holder, folder.place());
 }
 
 std::vector<FolderItem> foldersFrom(FolderItem top, Beside beside) {

@@ -45,7 +45,25 @@ std::vector<FileItem> resolveFiles(const EMU3Filesystem &volume, const std::vect
 std::vector<EntryItem> resolveEntries(const EMU3Filesystem &volume, const std::vector<std::string> &words);
 /// The files' addresses, in their order.
 std::vector<std::string> addressesOf(const std::vector<FileItem> &files);
+/// A path of folders, some of which may be missing.
+struct FolderPath {
+  struct Part {
+    std::string parentAddress;
+    std::string name;    ///< unescaped
+    std::string address; ///< as far as the word goes to this part
+  };
+  EMU3DirectoryPtr folder;   ///< the last that is there
+  std::vector<Part> missing; ///< those behind it
+};
+FolderPath resolveFolderPath(const EMU3Filesystem &volume, const std::string &word);
+/// The entries, and in place of the root what is in it.
+std::vector<EntryItem> rootAsItsContents(const EMU3Filesystem &volume, std::vector<EntryItem> entries);
 NewEntry resolveNewEntry(const EMU3Filesystem &volume, const std::string &word);
+
+/// The path of what stands in a volume, by names alone: of two files of one name both have it. The place
+/// where it would be long.
+[[nodiscard]] std::string pathOf(const EMU3File &file);
+[[nodiscard]] std::string pathOf(const EMU3Directory &folder);
 
 /// What else an address could be taken for where a folder's is shown.
 enum class Beside {

@@ -1,6 +1,7 @@
 #include "cli/Command.h"
 #include "cli/ItemReport.h"
 #include "filesystem/ImageBackup.h"
+#include "filesystem/Text.h"
 
 #include <string>
 
@@ -18,9 +19,11 @@ public:
     const std::string image = session.volume->imageURL();
     BackupWatcher watcher;
     watcher.isToStop = [&] { return session.interrupted(); };
-    ItemReport report(session, 1);
-    report.run(image, "Backed up " + image + " to " + target,
-               [&](EMU3Error *error) { return session.volume->backUpTo(target, watcher, error); });
+    ItemReport report(session);
+    report.run(
+        image, "Backed up " + escapedNameForDisplay(image) + " to " + escapedNameForDisplay(target),
+        [&](EMU3Error *error) { return session.volume->backUpTo(target, watcher, error); },
+        [&] { return ItemResult{.host = target, .bytes = session.volume->imageSize()}; });
     return report.finish();
   }
 

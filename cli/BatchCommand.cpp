@@ -23,7 +23,7 @@ public:
     const bool stopsAtFailure = CommandWords::isGiven(stop_);
     bool anyFailed = false;
     std::string text;
-    BatchLine line{session.volume, session.json, 0};
+    BatchLine line{session.volume, session.json, session.quiet, 0};
     while (!session.interrupted() && std::getline(session.streams.in, text)) {
       ++line.number;
       if (text.ends_with('\r')) text.pop_back(); // written on another system
@@ -47,7 +47,8 @@ public:
 private:
   // In JSON every object stands for a line that was run.
   static ExitStatus answerInterrupted(const Session &session) {
-    if (!session.json) printProblem(session.streams.err, session.problemPrefix, "", "Interrupted");
+    if (!session.json)
+      printProblem(session.streams.err, session.problemPrefix, "", cliError(kCliInterrupted, "Interrupted"));
     return ExitStatus::interrupted;
   }
 
@@ -70,7 +71,7 @@ extern const CommandEntry kBatchCommand{
     "  mkdir /Backup\n"
     "  cp '/Drums/K*' /Backup\n"
     "  END\n",
-    {.isBatchLine = false},
+    {.isBatchLine = false, .hasTrial = true},
     makeCommand<BatchCommand>,
 };
 

@@ -10,6 +10,12 @@
 
 namespace tessary::cli {
 
+/// What a command may want to know of its run before the image is opened.
+struct RunKind {
+  bool json = false;
+  bool isBatchLine = false;
+};
+
 /// One command of the tool: its own words, and what it does. Made anew for each run.
 class Command {
 public:
@@ -18,10 +24,16 @@ public:
   Command(const Command &) = delete;
   Command &operator=(const Command &) = delete;
 
-  /// Declares the words behind IMAGE; `--json` and `--exact` are declared by the caller.
+  /// Declares the words behind IMAGE; those that commands have in common are declared by the caller.
   virtual void declare(CommandWords &words) = 0;
   /// Looks at the words together, before the image is opened. May throw WrongWords.
-  virtual void check([[maybe_unused]] bool json) {}
+  virtual void check([[maybe_unused]] const RunKind &kind) {}
+  /// Whether the image is to be changed, and so claimed when it is mounted; `byTraits` is what holds for the
+  /// command whatever its words are. Asked after `check`.
+  [[nodiscard]] virtual bool changesImage(bool byTraits) const { return byTraits; }
+  /// Whether standard output is the target of what the command writes: its answers go to standard error
+  /// then. Asked after `check`.
+  [[nodiscard]] virtual bool fillsStandardOutput() const { return false; }
   /// Writes the whole answer. May throw CommandFailure and Interrupted as long as it has written
   /// nothing.
   virtual ExitStatus run(Session &session) = 0;
@@ -31,7 +43,9 @@ public:
 struct CommandTraits {
   bool hasJson = true;
   bool isBatchLine = true; ///< can be a line of a batch
+  bool mounts = true;      ///< works on the one image that is its first word
   bool claims = false;     ///< changes the image, and so claims it when it mounts it
+  bool hasTrial = claims;  ///< takes --dry-run: changes the image, or writes host files
 };
 
 /// A row of the command table.

@@ -2,6 +2,7 @@
 
 #include "cli/CliError.h"
 #include "cli/CommandWords.h"
+#include "cli/MountedImages.h"
 #include "cli/ShellWords.h"
 
 #include <algorithm>
@@ -17,8 +18,9 @@ constexpr const char *kProgram = "tessary-cli";
 std::string usageOf(const CommandEntry &entry, bool withImage) {
   std::string usage = withImage ? std::string(kProgram) + " " : "";
   usage += entry.name;
-  if (withImage) usage += " IMAGE";
+  if (withImage && entry.traits.mounts) usage += " IMAGE";
   if (!entry.words.empty()) usage.append(" ").append(entry.words);
+  if (entry.traits.hasTrial) usage += " [-n]";
   if (withImage) usage += " [--exact]";
   if (entry.traits.hasJson) usage += " [--json]";
   return usage;
@@ -74,19 +76,23 @@ private:
       return work();
     } catch (const WrongWords &wrong) {
       const std::string message = name_.empty() ? wrong.message : name_ + ": " + wrong.message;
-      answerFailure(streams_, json_, prefix_, "", cliError(kCliWrongWords, message));
+      answerFailure(answerStreams(), json_, prefix_, "", cliError(kCliWrongWords, message));
       if (!json_ && line_ == nullptr) printHint();
       return ExitStatus::wrongWords;
     } catch (const CommandFailure &failure) {
-      answerFailure(streams_, json_, prefix_, failure.item, failure.error);
+      answerFailure(answerStreams(), json_, prefix_, failure.item, failure.error);
       return ExitStatus::failed;
     } catch (const Interrupted &) {
-      answerFailure(streams_, json_, prefix_, "", cliError(kCliInterrupted, "Interrupted"));
+      answerFailure(answerStreams(), json_, prefix_, "", cliError(kCliInterrupted, "Interrupted"));
       return ExitStatus::interrupted;
     } catch (const std::exception &problem) { // out of memory, above all
-      answerFailure(streams_, json_, prefix_, "", errorOf(problem, name_));
+      answerFailure(answerStreams(), json_, prefix_, "", errorOf(problem, name_));
       return ExitStatus::failed;
     }
+  }
+
+  Streams answerStreams() const {
+    return {streams_.in, streams_.out, streams_.err, streams_.surroundings, *answers_};
   }
 
   ExitStatus runWords(std::span<const std::string> words) {
@@ -119,14 +125,20 @@ private:
   // The words that every command has besides its own; null where this one does not.
   struct CommonWords {
     const CommandWords::Word *image = nullptr;
+    const CommandWords::Word *trial = nullptr;
+    const CommandWords::Word *quiet = nullptr;
     const CommandWords::Word *exact = nullptr;
     const CommandWords::Word *json = nullptr;
   };
 
   CommonWords declareAll(CommandWords &words, const CommandTraits &traits, Command &command) const {
     CommonWords common;
-    if (line_ == nullptr) common.image = words.required("IMAGE", "The disk image");
+    if (line_ == nullptr && traits.mounts) common.image = words.required("IMAGE", "The disk image");
     command.declare(words);
+    if (traits.hasTrial) {
+      common.trial = words.flag("-n,--dry-run", "Answer what would be done, and write nothing");
+    }
+    common.quiet = words.flag("-q,--quiet", "Leave out the sentences that say what was done");
     if (line_ == nullptr) {
       common.exact = words.flag("--exact", "Mount the image by the bare rules, without the guards against\n"
                                            "overwriting what those rules do not look at");
@@ -144,12 +156,42 @@ private:
     json_ = linesAreJson();
     if (asksForHelp) return showHelp(words);
     if (json_ && common.json == nullptr) throw WrongWords{"has no JSON answer"};
-    json_ = json_ || (common.json != nullptr && CommandWords::isGiven(common.json));
-    command->check(json_);
-    const EMU3FilesystemPtr volume = line_ == nullptr ? mounted(common, entry.traits) : line_->volume;
+    json_ = json_ || isGiven(common.json);
+    command->check({.json = json_, .isBatchLine = line_ != nullptr});
+    if (command->fillsStandardOutput()) answers_ = &streams_.err;
+    const bool isTrial = isGiven(common.trial) || (line_ != nullptr && line_->volume->isTrial());
+    const MountRules rules = rulesOf(common);
+    const ImageClaim claim = claimFor(command->changesImage(entry.traits.claims), isTrial);
+    const EMU3FilesystemPtr volume = entry.traits.mounts ? volumeFor(common, rules, claim) : nullptr;
     if (streams_.interrupted()) throw Interrupted{};
-    Session session{streams_, volume, json_, prefix_};
+    const Streams streams = answerStreams();
+    Session session{streams, volume, json_, prefix_, isQuiet(common), isTrial, rules};
     return command->run(session);
+  }
+
+  static bool isGiven(const CommandWords::Word *word) {
+    return word != nullptr && CommandWords::isGiven(word);
+  }
+
+  bool isQuiet(const CommonWords &common) const {
+    return isGiven(common.quiet) || (line_ != nullptr && line_->quiet);
+  }
+
+  MountRules rulesOf(const CommonWords &common) const {
+    if (line_ != nullptr) return line_->volume->rules();
+    return isGiven(common.exact) ? MountRules::bare : MountRules::guarded;
+  }
+
+  // A trial in a line of a batch is made on the image as the lines before have left it.
+  EMU3FilesystemPtr volumeFor(const CommonWords &common, MountRules rules, ImageClaim claim) const {
+    if (line_ == nullptr) return mountImage(CommandWords::text(common.image), rules, claim);
+    if (claim != ImageClaim::never || line_->volume->isTrial()) return line_->volume;
+    return mountImage(line_->volume->imageURL(), rules, claim);
+  }
+
+  static ImageClaim claimFor(bool changes, bool isTrial) {
+    if (isTrial) return ImageClaim::never;
+    return changes ? ImageClaim::whenMounted : ImageClaim::atFirstChange;
   }
 
   // A batch that promises JSON keeps its output free of other text.
@@ -163,16 +205,6 @@ private:
     return ExitStatus::done;
   }
 
-  static EMU3FilesystemPtr mounted(const CommonWords &common, const CommandTraits &traits) {
-    const std::string image = CommandWords::text(common.image);
-    const MountRules rules = CommandWords::isGiven(common.exact) ? MountRules::bare : MountRules::guarded;
-    const ImageClaim claim = traits.claims ? ImageClaim::whenMounted : ImageClaim::atFirstChange;
-    EMU3Error error;
-    EMU3FilesystemPtr volume = EMU3Filesystem::initWithURL(image, rules, claim, &error);
-    if (volume == nullptr) throw CommandFailure{error, image};
-    return volume;
-  }
-
   void printHint() const {
     const std::string command = name_.empty() ? "" : " " + name_;
     streams_.err << "See: " << kProgram << command << " --help\n";
@@ -181,7 +213,8 @@ private:
   const Streams &streams_;
   const BatchLine *line_;
   std::string prefix_;
-  bool json_;        ///< whether the answer is an object
+  bool json_; ///< whether the answer is an object
+  std::ostream *answers_ = &streams_.out;
   std::string name_; ///< of the command, once it is known
 };
 

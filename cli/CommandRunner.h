@@ -13,6 +13,7 @@ namespace tessary::cli {
 struct BatchLine {
   EMU3FilesystemPtr volume; ///< mounted once, for all lines
   bool json = false;        ///< --json was given to the batch itself
+  bool quiet = false;       ///< so was -q
   std::size_t number = 0;   ///< of the line, from 1
 };
 

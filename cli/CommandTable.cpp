@@ -21,6 +21,8 @@ extern const CommandEntry kRemoveCommand;
 extern const CommandEntry kRenameCommand;
 extern const CommandEntry kMakeFolderCommand;
 extern const CommandEntry kRemoveFolderCommand;
+extern const CommandEntry kFindCommand;
+extern const CommandEntry kNewCommand;
 extern const CommandEntry kCheckCommand;
 extern const CommandEntry kRecoverCommand;
 extern const CommandEntry kBackupCommand;
@@ -29,10 +31,11 @@ extern const CommandEntry kBatchCommand;
 namespace {
 
 constexpr std::array kCommands{
-    &kInfoCommand,     &kListCommand,    &kStatCommand,    &kCatCommand,        &kExportCommand,
-    &kContentsCommand, &kSamplesCommand, &kWavCommand,     &kImportCommand,     &kCopyCommand,
-    &kMoveCommand,     &kRemoveCommand,  &kRenameCommand,  &kMakeFolderCommand, &kRemoveFolderCommand,
-    &kBackupCommand,   &kCheckCommand,   &kRecoverCommand, &kBatchCommand,
+    &kInfoCommand,     &kListCommand,    &kStatCommand,   &kCatCommand,        &kExportCommand,
+    &kContentsCommand, &kSamplesCommand, &kWavCommand,    &kImportCommand,     &kCopyCommand,
+    &kMoveCommand,     &kRemoveCommand,  &kRenameCommand, &kMakeFolderCommand, &kRemoveFolderCommand,
+    &kFindCommand,     &kNewCommand,     &kBackupCommand, &kCheckCommand,      &kRecoverCommand,
+    &kBatchCommand,
 };
 
 } // namespace

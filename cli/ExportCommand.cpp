@@ -3,8 +3,10 @@
 #include "cli/Command.h"
 #include "cli/HostOptions.h"
 #include "cli/ItemReport.h"
+#include "cli/StandardOutput.h"
 #include "cli/TreeAddresses.h"
 #include "filesystem/ItemsOperation.h"
+#include "filesystem/Text.h"
 
 #include <optional>
 #include <string>
@@ -18,27 +20,31 @@ namespace {
 class ExportCommand final : public Command {
 public:
   void declare(CommandWords &words) override {
-    files_ = words.several("FILE", 1, "The files; with -R folders too");
+    entries_ = words.several("ENTRY", 1, "The files; with -R folders too");
     recursive_ = words.flag("-R,--recursive", "Export folders with everything below them");
     host_.declare(words);
   }
 
-  void check(bool) override {
+  void check(const RunKind &) override {
     host_.check();
     if (!host_.target()) return;
     if (CommandWords::isGiven(recursive_)) throw WrongWords{"-o and -R exclude each other"};
-    if (CommandWords::texts(files_).size() > 1) throw WrongWords{"-o names the target of one file"};
+    if (CommandWords::texts(entries_).size() > 1) throw WrongWords{"-o names the target of one file"};
   }
 
+  [[nodiscard]] bool fillsStandardOutput() const override { return host_.fillsStandardOutput(); }
+
   ExitStatus run(Session &session) override {
-    const std::vector<std::string> words = CommandWords::texts(files_);
+    const std::vector<std::string> words = CommandWords::texts(entries_);
     const bool recursive = CommandWords::isGiven(recursive_);
-    host_.requireFolder();
     const std::vector<EntryItem> entries = resolve(*session.volume, words, recursive);
     if (host_.target() && entries.size() > 1) {
       throw CommandFailure{cliError(kCliRefused, "-o names the target of one file"), words.front()};
     }
+    if (host_.fillsStandardOutput()) return writeOut(session, std::get<FileItem>(entries.front()));
+    host_.provideFolder(session.isTrial);
     const auto operation = session.volume->manyItems();
+    operation->setExportOptions(host_.exportOptions(recursive));
     std::vector<std::string> tops;
     for (const EntryItem &entry : entries)
       tops.push_back(std::visit([&](const auto &item) { return add(*operation, item); }, entry));
@@ -46,6 +52,18 @@ public:
   }
 
 private:
+  static ExitStatus writeOut(Session &session, const FileItem &item) {
+    ByteBufferPtr bytes;
+    const auto work = [&](EMU3Error *error) {
+      bytes = session.volume->contentsOfFile(item.file, error);
+      return bytes && writeToStandardOutput(session, {{bytes->data(), bytes->size()}}, error);
+    };
+    ItemReport report(session);
+    report.run(item.address, "Exported " + item.address + " to standard output", work,
+               [&] { return ItemResult{.host = "", .bytes = bytes->size()}; });
+    return report.finish();
+  }
+
   // Each gives the entry's address.
   std::string add(ItemsOperation &operation, const FileItem &item) const {
     if (const std::optional<std::string> target = host_.target())
@@ -61,22 +79,22 @@ private:
 
   static ExitStatus exportAll(Session &session, ItemsOperation &operation,
                               const std::vector<std::string> &addresses) {
-    ItemReport report(session, addresses.size());
+    ItemReport report(session);
     report.runAll(operation, addresses, [&](const ItemEnd &end) {
       const std::string what = operation.item(end.item).folder ? "Exported the folder " : "Exported ";
-      return what + addresses[end.item] + " to " + end.hostPath;
+      return what + addresses[end.item] + " to " + escapedNameForDisplay(end.hostPath);
     });
     return report.finish();
   }
 
   static std::vector<EntryItem> resolve(const EMU3Filesystem &volume, const std::vector<std::string> &words,
                                         bool recursive) {
-    if (recursive) return resolveEntries(volume, words);
+    if (recursive) return rootAsItsContents(volume, resolveEntries(volume, words));
     std::vector<FileItem> files = resolveFiles(volume, words);
     return {std::make_move_iterator(files.begin()), std::make_move_iterator(files.end())};
   }
 
-  const CommandWords::Word *files_ = nullptr;
+  const CommandWords::Word *entries_ = nullptr;
   const CommandWords::Word *recursive_ = nullptr;
   HostOptions host_;
 };
@@ -85,19 +103,22 @@ private:
 
 extern const CommandEntry kExportCommand{
     "export",
-    "FILE... [-d DIR | -o PATH] [-R]",
+    "ENTRY... [-d DIR | -o PATH] [-R] [--no-clobber]",
     "Write files to the host",
     "Each file's bytes are written unchanged as NAME.E4B. Existing host files are replaced; of several "
     "results of\n"
     "the command that would bear one name the later get \" (2)\", \" (3)\" and so on. What a host name "
     "cannot hold is\n"
-    "written as % and two hexadecimal digits.\n"
+    "written as % and two hexadecimal digits. DIR is made when it is not there; with -R no link inside it "
+    "is\n"
+    "followed, and / means all that is in the volume.\n"
     "\n"
     "Examples:\n"
     "  tessary-cli export disk.hda '/Drums/K*' -d out\n"
-    "  tessary-cli export disk.hda '/*' -R -d everything\n"
-    "  tessary-cli export disk.hda /Drums/KICK -o kick.e4b\n",
-    {},
+    "  tessary-cli export disk.hda / -R -d everything\n"
+    "  tessary-cli export disk.hda /Drums/KICK -o kick.e4b\n"
+    "  tessary-cli export disk.hda /Drums/KICK -o - | sha256sum\n",
+    {.hasTrial = true},
     makeCommand<ExportCommand>,
 };
 

@@ -2,6 +2,7 @@
 #include "cli/CliError.h"
 #include "cli/Command.h"
 #include "cli/ItemReport.h"
+#include "filesystem/Text.h"
 
 #include <string>
 #include <vector>
@@ -18,7 +19,7 @@ public:
     const auto operation = session.volume->manyItems();
     for (const FileItem &item : files)
       operation->deleteFile(item.file, item.directory);
-    ItemReport report(session, files.size());
+    ItemReport report(session);
     report.runAll(*operation, addressesOf(files),
                   [&](const ItemEnd &end) { return "Deleted " + files[end.item].address; });
     return report.finish();
@@ -57,15 +58,19 @@ private:
     });
   }
 
+  template <typename Entry> static ItemResult resultWithoutBytes(const Entry &entry) {
+    return {.path = pathOf(entry), .place = entry.place()};
+  }
+
   // Says the name that the entry then has: it can be shorter than the one given.
   template <typename Entry, typename Work>
   ExitStatus renamed(Session &session, const std::string &address, const Entry &entry,
                      const Work &work) const {
     const std::string name = CommandWords::text(name_);
-    ItemReport report(session, 1);
+    ItemReport report(session);
     report.run(
-        address, [&] { return "Renamed " + address + " to " + entry.name(); },
-        [&](EMU3Error *error) { return work(name, error); });
+        address, [&] { return "Renamed " + address + " to " + escapedNameForDisplay(entry.name()); },
+        [&](EMU3Error *error) { return work(name, error); }, [&] { return resultWithoutBytes(entry); });
     return report.finish();
   }
 

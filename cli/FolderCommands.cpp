@@ -13,28 +13,57 @@ class MakeFolderCommand final : public Command {
 public:
   void declare(CommandWords &words) override {
     folder_ = words.required("FOLDER", "The path of the new folder");
+    parents_ =
+        words.flag("-p,--parents", "Make the missing parts before it too; be content with a folder that\n"
+                                   "is there");
   }
 
   ExitStatus run(Session &session) override {
     const std::string word = CommandWords::text(folder_);
-    const NewEntry entry = resolveNewEntry(*session.volume, word);
-    ItemReport report(session, 1);
-    // The name can be shorter in the folder's entry than it was given.
-    const auto created = [&] {
-      return "Created the folder " + addressNamed(word, entry, entry.parent->subdirectories().back()->name());
-    };
-    report.run(word, created, [&](EMU3Error *error) {
-      return session.volume->createDirectoryNamed(entry.name, entry.parent, error);
-    });
+    ItemReport report(session);
+    if (CommandWords::isGiven(parents_))
+      makeMissing(session, word, report);
+    else
+      make(session, resolveNewEntry(*session.volume, word), word, report);
     return report.finish();
   }
 
 private:
+  // The name can be shorter in the folder's entry than it was given.
   static std::string addressNamed(const std::string &word, const NewEntry &entry, const std::string &name) {
     return name == entry.name ? word : pathAddress(entry.parentAddress, name);
   }
 
+  // What was made; null where it was not.
+  static EMU3DirectoryPtr make(Session &session, const NewEntry &entry, const std::string &word,
+                               ItemReport &report) {
+    EMU3DirectoryPtr made;
+    const auto work = [&](EMU3Error *error) {
+      if (!session.volume->createDirectoryNamed(entry.name, entry.parent, error)) return false;
+      made = entry.parent->subdirectories().back();
+      return true;
+    };
+    const auto created = [&] { return "Created the folder " + addressNamed(word, entry, made->name()); };
+    report.run(word, created, work, [&] { return resultOf(*made); });
+    return made;
+  }
+
+  static void makeMissing(Session &session, const std::string &word, ItemReport &report) {
+    const FolderPath path = resolveFolderPath(*session.volume, word);
+    EMU3DirectoryPtr parent = path.folder;
+    if (path.missing.empty()) {
+      report.run(
+          word, "The folder is there: " + word, [](EMU3Error *) { return true; },
+          [&] { return resultOf(*path.folder); });
+    }
+    for (const FolderPath::Part &part : path.missing) {
+      parent = make(session, {parent, part.parentAddress, part.name}, part.address, report);
+      if (parent == nullptr) return;
+    }
+  }
+
   const CommandWords::Word *folder_ = nullptr;
+  const CommandWords::Word *parents_ = nullptr;
 };
 
 class RemoveFolderCommand final : public Command {
@@ -52,7 +81,7 @@ public:
       refuse("The folder is not empty", item);
     const auto operation = session.volume->manyItems();
     operation->deleteFolder(item.directory, parent);
-    ItemReport report(session, 1);
+    ItemReport report(session);
     report.runAll(*operation, {item.address},
                   [&](const ItemEnd &) { return "Deleted the folder " + item.address; });
     return report.finish();
@@ -75,14 +104,15 @@ private:
 
 extern const CommandEntry kMakeFolderCommand{
     "mkdir",
-    "FOLDER",
+    "FOLDER [-p]",
     "Create a folder",
     "Creates the last part of the path in the folder before it. Its name has 1 to 15 "
     "characters, at\n"
     "most 15 bytes of which are stored, and is not compared with names that exist.\n"
     "\n"
     "Example:\n"
-    "  tessary-cli mkdir disk.hda /Drums/Snares\n",
+    "  tessary-cli mkdir disk.hda /Drums/Snares\n"
+    "  tessary-cli mkdir disk.hda -p /Drums/Snares/Old\n",
     {.claims = true},
     makeCommand<MakeFolderCommand>,
 };

@@ -4,7 +4,8 @@
 
 namespace tessary::cli {
 
-/// Throws CommandFailure when the path is no folder of the host.
-void requireHostFolder(const std::string &path);
+/// Sees to it that there is a folder of the host at the path: makes it, and those above it, where there is
+/// none; a trial makes none. Throws CommandFailure where something else stands there, or it cannot be made.
+void provideHostFolder(const std::string &path, bool isTrial);
 
 } // namespace tessary::cli

@@ -39,7 +39,8 @@ void writeJson(const EMU3Filesystem &volume, const EntryCounts &counts, std::ost
       .member("fatStartBlock", volume.fatStartBlock())
       .member("isReadOnly", volume.isReadOnly())
       .member("folderCount", counts.folders)
-      .member("fileCount", counts.files);
+      .member("fileCount", counts.files)
+      .member("largestFreeBlocks", volume.largestFreeBlocks());
   writer.endObject().endObject().endLine();
 }
 
@@ -70,6 +71,8 @@ void printText(const EMU3Filesystem &volume, const EntryCounts &counts, std::ost
   line("Blocks:                ", std::to_string(volume.totalBlocks()));
   line("Used blocks:           ", sized(volume.usedBlocks(), "", volume.usedBlocks() * format::kBlockSize));
   line("Free blocks:           ", sized(volume.freeBlocks(), "", volume.freeBlocks() * format::kBlockSize));
+  const std::uint64_t largest = volume.largestFreeBlocks();
+  line("Largest new file:      ", sized(largest, " blocks", largest * format::kBlockSize));
   line("Table entries scanned: ", std::to_string(volume.totalClusters()));
   line("Table begins at block: ", std::to_string(volume.fatStartBlock()));
   line("Root folder's block:   ", std::to_string(volume.rootDirBlock()));
@@ -103,7 +106,8 @@ extern const CommandEntry kInfoCommand{
     "info",
     "",
     "Show the volume's facts",
-    "Label, sizes, block counts, geometry, read-only state, how many folders and files (the root folder is "
+    "Label, sizes, block counts, the largest file that would fit, geometry, read-only state, how many "
+    "folders and files (the root folder is "
     "not\n"
     "counted). Says where the allocation table is too short for the volume.\n",
     {},

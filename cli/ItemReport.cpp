@@ -1,38 +1,55 @@
 #include "cli/ItemReport.h"
 
+#include "cli/AddressSyntax.h"
+#include "cli/Addresses.h"
 #include "cli/CliError.h"
 #include "cli/JsonWriter.h"
 #include "filesystem/Text.h"
 
 #include <exception>
-#include <string_view>
 #include <utility>
 
 namespace tessary::cli {
 namespace {
 
-/// Longest item shown in the progress line, in bytes: a line that wraps could not be taken back.
-constexpr std::size_t kLongestShown = 56;
-constexpr const char *kClearLine = "\r\x1b[K";
+void writeResult(JsonWriter &writer, const ItemResult &result) {
+  if (result.path) writer.member("path", *result.path);
+  if (result.place) writer.member("place", placeAddress(*result.place));
+  if (result.host)
+    writer.member("host", result.host->empty() ? nlohmann::json() : nlohmann::json(*result.host));
+  if (result.bytes) writer.member("bytes", *result.bytes);
+  if (result.isLeftOut) writer.member("skipped", true);
+}
 
 } // namespace
 
-bool ItemReport::run(const std::string &item, const std::string &sentence,
-                     const std::function<bool(EMU3Error *)> &work) {
-  return run(
-      item, [&] { return sentence; }, work);
+ItemResult resultOf(const EMU3File &file) {
+  return {.path = pathOf(file), .place = file.place(), .bytes = file.fileSize()};
 }
 
-bool ItemReport::run(const std::string &item, const std::function<std::string()> &sentence,
-                     const std::function<bool(EMU3Error *)> &work) {
+ItemResult resultOf(const EMU3Directory &folder) {
+  return {.path = pathOf(folder), .place = folder.place()};
+}
+
+ItemResult resultOf(const ItemEnd &end) {
+  if (end.isLeftOut) return {.isLeftOut = true};
+  if (!end.hostPath.empty()) return {.host = end.hostPath, .bytes = end.bytes};
+  if (end.file) return resultOf(*end.file);
+  return end.folder ? resultOf(*end.folder) : ItemResult();
+}
+
+bool ItemReport::run(const std::string &item, const std::string &sentence, const Work &work,
+                     const std::function<ItemResult()> &result) {
+  return run(
+      item, [&] { return sentence; }, work, result);
+}
+
+bool ItemReport::run(const std::string &item, const std::function<std::string()> &sentence, const Work &work,
+                     const std::function<ItemResult()> &result) {
   if (session_.interrupted()) return false;
-  showProgress(item);
-  ++begun_;
   EMU3Error error;
-  const bool done = attempt(item, work, &error);
-  clearProgress();
-  if (done)
-    succeed(item, sentence());
+  if (attempt(item, work, &error))
+    succeed(item, sentence(), result ? result() : ItemResult());
   else
     fail(item, error);
   return true;
@@ -40,26 +57,22 @@ bool ItemReport::run(const std::string &item, const std::function<std::string()>
 
 void ItemReport::runAll(ItemsOperation &operation, const std::vector<std::string> &items,
                         const std::function<std::string(const ItemEnd &)> &sentence) {
-  bool isShown = false;
   ItemsWatcher watcher;
   watcher.isToStop = [&] { return session_.interrupted(); };
-  watcher.began = [&](std::size_t item) {
-    showProgress(items[item]);
-    ++begun_;
-    isShown = true;
-  };
+  watcher.began = [&](std::size_t item) { progress_.show(items[item], operation.progress()); };
   watcher.ended = [&](const ItemEnd &ended) {
-    if (std::exchange(isShown, false)) clearProgress();
+    progress_.clear();
+    const std::string &item = items[ended.item];
     if (ended.error)
-      fail(items[ended.item], *ended.error);
+      fail(item, *ended.error);
     else
-      succeed(items[ended.item], sentence(ended));
+      succeed(item, ended.isLeftOut ? "Left out, since its name is there: " + item : sentence(ended),
+              resultOf(ended));
   };
   operation.run(watcher);
 }
 
-bool ItemReport::attempt(const std::string &item, const std::function<bool(EMU3Error *)> &work,
-                         EMU3Error *error) {
+bool ItemReport::attempt(const std::string &item, const Work &work, EMU3Error *error) {
   try {
     return work(error);
   } catch (const std::exception &problem) {
@@ -68,48 +81,41 @@ bool ItemReport::attempt(const std::string &item, const std::function<bool(EMU3E
   }
 }
 
-void ItemReport::succeed(const std::string &item, const std::string &sentence) {
+void ItemReport::succeed(const std::string &item, const std::string &sentence, ItemResult result) {
   if (session_.json)
-    outcomes_.push_back({item, std::nullopt});
-  else
+    outcomes_.push_back({item, std::move(result), std::nullopt});
+  else if (!session_.quiet)
     session_.out() << escapedForDisplay(sentence) << '\n' << std::flush;
 }
 
 void ItemReport::fail(const std::string &item, const EMU3Error &error) {
   anyFailed_ = true;
   if (session_.json)
-    outcomes_.push_back({item, error});
+    outcomes_.push_back({item, {}, error});
   else
-    printProblem(session_.streams.err, session_.problemPrefix, item, error.message);
+    printProblem(session_.streams.err, session_.problemPrefix, item, error);
 }
 
 ExitStatus ItemReport::finish() {
   const bool interrupted = session_.interrupted();
   if (session_.json)
-    writeJson(!anyFailed_ && !interrupted);
+    writeJson(!anyFailed_ && !interrupted, interrupted);
   else if (interrupted)
-    printProblem(session_.streams.err, session_.problemPrefix, "", "Interrupted");
+    printProblem(session_.streams.err, session_.problemPrefix, "", cliError(kCliInterrupted, "Interrupted"));
+  else if (session_.isTrial && !session_.quiet)
+    session_.out() << "Dry run: nothing was written.\n";
   if (interrupted) return ExitStatus::interrupted;
   return anyFailed_ ? ExitStatus::failed : ExitStatus::done;
 }
 
-void ItemReport::showProgress(const std::string &item) const {
-  if (!session_.streams.surroundings.errIsTerminal || expected_ < 2) return;
-  session_.streams.err << kClearLine << std::to_string(begun_ + 1) << " of " << std::to_string(expected_)
-                       << ": " << prefixOfWholeCharacters(escapedForDisplay(item), kLongestShown)
-                       << std::flush;
-}
-
-void ItemReport::clearProgress() const {
-  if (!session_.streams.surroundings.errIsTerminal || expected_ < 2) return;
-  session_.streams.err << kClearLine << std::flush;
-}
-
-void ItemReport::writeJson(bool ok) const {
+void ItemReport::writeJson(bool ok, bool interrupted) const {
   JsonWriter writer(session_.out());
-  writer.beginObject().member("ok", ok).key("results").beginArray();
+  writer.beginObject().member("ok", ok);
+  if (interrupted) writer.member("interrupted", true);
+  writer.key("results").beginArray();
   for (const Outcome &outcome : outcomes_) {
     writer.beginObject().member("item", outcome.item).member("ok", !outcome.error.has_value());
+    writeResult(writer, outcome.result);
     if (outcome.error) {
       writer.key("error");
       writeError(writer, *outcome.error);

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "cli/ExitStatus.h"
+#include "cli/ProgressLine.h"
 #include "cli/Session.h"
 #include "filesystem/EMU3Error.h"
 #include "filesystem/ItemsOperation.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -13,28 +15,37 @@
 
 namespace tessary::cli {
 
+/// What came of one item; what does not apply is absent.
+struct ItemResult {
+  std::optional<std::string> path{}; ///< of what came to be in the volume
+  std::optional<EntryPlace> place{}; ///< the same
+  std::optional<std::string> host{}; ///< path of what was written on the host; empty for standard output
+  std::optional<std::uint64_t> bytes{};
+  bool isLeftOut = false; ///< since one of its name was there
+};
+[[nodiscard]] ItemResult resultOf(const ItemEnd &end);
+[[nodiscard]] ItemResult resultOf(const EMU3File &file);
+[[nodiscard]] ItemResult resultOf(const EMU3Directory &folder);
+
 /// The answer of a command that works item by item: a line for each item as it ends, or one JSON object
 /// with all of them at the end. Shows the progress of work on more than one item on a terminal.
 ///
-///     ItemReport report(session, items.size());
-///     for (const Item &item : items) {
-///       const auto work = [&](EMU3Error *error) { return remove(item, error); };
-///       if (!report.run(item.address, "Deleted " + item.address, work)) break;
-///     }
-///     return report.finish();
+///     ItemReport report(session);
+///     report.runAll(*operation, addresses, [&](const ItemEnd &end) { return "Deleted " +
+///     addresses[end.item]; }); return report.finish();
 class ItemReport final {
 public:
-  /// `expected` is the number of items, for the progress.
-  ItemReport(Session &session, std::size_t expected) : session_(session), expected_(expected) {}
+  using Work = std::function<bool(EMU3Error *)>;
 
-  /// Does an item. False when it was not begun because the user has interrupted: nothing more is to be.
-  /// `sentence` says what was done. `work` returns whether it succeeded and fills the error where not; what
-  /// it throws is the item's failure.
-  bool run(const std::string &item, const std::string &sentence,
-           const std::function<bool(EMU3Error *)> &work);
-  /// The same where what was done is known only when it has been.
-  bool run(const std::string &item, const std::function<std::string()> &sentence,
-           const std::function<bool(EMU3Error *)> &work);
+  explicit ItemReport(Session &session) : session_(session), progress_(session.streams) {}
+
+  /// Does an item by itself. False when it was not begun because the user has interrupted: nothing more is to
+  /// be. `work` returns whether it succeeded and fills the error where not; what it throws is the item's
+  /// failure. `sentence` says what was done and `result` what came of it, both asked when it is.
+  bool run(const std::string &item, const std::function<std::string()> &sentence, const Work &work,
+           const std::function<ItemResult()> &result = {});
+  bool run(const std::string &item, const std::string &sentence, const Work &work,
+           const std::function<ItemResult()> &result = {});
 
   /// Does all items of an operation, those in its order; `sentence` says what was done with one.
   void runAll(ItemsOperation &operation, const std::vector<std::string> &items,
@@ -46,20 +57,17 @@ public:
 private:
   struct Outcome {
     std::string item;
+    ItemResult result;
     std::optional<EMU3Error> error;
   };
 
-  static bool attempt(const std::string &item, const std::function<bool(EMU3Error *)> &work,
-                      EMU3Error *error);
-  void succeed(const std::string &item, const std::string &sentence);
+  static bool attempt(const std::string &item, const Work &work, EMU3Error *error);
+  void succeed(const std::string &item, const std::string &sentence, ItemResult result);
   void fail(const std::string &item, const EMU3Error &error);
-  void showProgress(const std::string &item) const;
-  void clearProgress() const;
-  void writeJson(bool ok) const;
+  void writeJson(bool ok, bool interrupted) const;
 
   Session &session_;
-  std::size_t expected_;
-  std::size_t begun_ = 0;
+  ProgressLine progress_;
   std::vector<Outcome> outcomes_; ///< for the JSON answer alone
   bool anyFailed_ = false;
 };

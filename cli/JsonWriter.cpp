@@ -16,7 +16,8 @@ std::string jsonEscape(std::uint32_t codePoint) {
     std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(codePoint));
   } else {
     const auto beyond = static_cast<unsigned>(codePoint - 0x10000);
-    std::snprintf(text.data(), text.size(), "\\u%04x\\u%04x", 0xD800 + (beyond >> 10), 0xDC00 + (beyond & 0x3FF));
+    std::snprintf(text.data(), text.size(), "\\u%04x\\u%04x", 0xD800 + (beyond >> 10),
+                  0xDC00 + (beyond & 0x3FF));
   }
   return text.data();
 }
@@ -65,7 +66,7 @@ void writeError(JsonWriter &writer, const EMU3Error &error) {
   writer.beginObject()
       .member("domain", error.domain)
       .member("code", error.code)
-      .member("message", error.message)
+      .member("message", error.reason.empty() ? error.message : error.message + ": " + error.reason)
       .endObject();
 }
 

@@ -36,8 +36,8 @@ public:
                                "Bytes, Place");
   }
 
-  void check(bool json) override {
-    if (json && CommandWords::isGiven(csv_)) throw WrongWords{"--csv and --json exclude each other"};
+  void check(const RunKind &kind) override {
+    if (kind.json && CommandWords::isGiven(csv_)) throw WrongWords{"--csv and --json exclude each other"};
     const std::string key = CommandWords::textIfGiven(sort_).value_or("none");
     const std::optional<ListOrder::Key> known = ListOrder::keyFrom(key);
     if (!known) throw WrongWords{"--sort: not none, name, type, format or size: " + key};

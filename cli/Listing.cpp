@@ -48,7 +48,8 @@ std::string csvPath(const std::string &address, EntryPlace place) {
 
 // A table calculation takes what begins so for a formula. With an apostrophe in front it is a text.
 std::string csvName(const std::string &name) {
-  const bool isTakenForMore = !name.empty() && std::string_view("=+-@'").find(name.front()) != std::string::npos;
+  const bool isTakenForMore =
+      !name.empty() && std::string_view("=+-@'").find(name.front()) != std::string::npos;
   return isTakenForMore ? "'" + name : name;
 }
 

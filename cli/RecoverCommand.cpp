@@ -15,7 +15,7 @@ std::string contentsOf(const LostFolder &folder) {
   std::string text = "files: " + std::to_string(folder.fileCount) +
                      ", folders: " + std::to_string(folder.folderCount) + ": ";
   for (const std::string &name : folder.names)
-    text += (&name == &folder.names.front() ? "" : ", ") + name;
+    text += (&name == &folder.names.front() ? "" : ", ") + escapedNameForDisplay(name);
   return text;
 }
 
@@ -45,10 +45,9 @@ public:
     to_ = words.option("--to", "FOLDER", "The folder to bring it back into");
     name_ =
         words.option("--name", "NAME", "Its name there, 1 to 15 characters; \"Recovered N\" when left out");
-    dryRun_ = words.flag("--dry-run", "Say what would be done and change nothing");
   }
 
-  void check(bool) override {
+  void check(const RunKind &) override {
     const bool hasBlock = CommandWords::isGiven(block_);
     if (hasBlock != CommandWords::isGiven(to_)) throw WrongWords{"--block and --to go together"};
     if (!hasBlock && CommandWords::isGiven(name_)) throw WrongWords{"--name goes with --block"};
@@ -79,26 +78,25 @@ private:
     const FolderItem target = resolveFolder(*session.volume, CommandWords::text(to_));
     const LostFolder &lost = wantedOf(folders);
     const std::string name = CommandWords::textIfGiven(name_).value_or("Recovered " + item);
-    if (!session.json) {
-      session.out() << escapedForDisplay("The folder in block " + item + " gets an entry “" + name + "” in " +
-                                         target.address + " (" + contentsOf(lost) + ")")
+    if (!session.json && !session.quiet) {
+      session.out() << escapedForDisplay("The folder in block " + item + " gets an entry “" +
+                                         escapedNameForDisplay(name) + "” in " + target.address + " (" +
+                                         contentsOf(lost) + ")")
                     << std::endl; // seen before anything is changed
     }
-    ItemReport report(session, 1);
-    const bool isDryRun = CommandWords::isGiven(dryRun_);
-    const std::string done =
-        isDryRun ? "Nothing was changed" : "Brought back the folder in block " + item + " as “" + name + "”";
-    report.run(item, done, [&](EMU3Error *error) {
-      return isDryRun ? session.volume->canRecoverFolder(number_, name, target.directory, error)
-                      : session.volume->recoverFolder(number_, name, target.directory, error);
-    });
+    ItemReport report(session);
+    report.run(
+        item, "Brought back the folder in block " + item + " as “" + escapedNameForDisplay(name) + "”",
+        [&](EMU3Error *error) {
+          return session.volume->recoverFolder(number_, name, target.directory, error);
+        },
+        [&] { return resultOf(*target.directory->subdirectories().back()); });
     return report.finish();
   }
 
   const CommandWords::Word *block_ = nullptr;
   const CommandWords::Word *to_ = nullptr;
   const CommandWords::Word *name_ = nullptr;
-  const CommandWords::Word *dryRun_ = nullptr;
   std::uint64_t number_ = 0;
 };
 
@@ -106,7 +104,7 @@ private:
 
 extern const CommandEntry kRecoverCommand{
     "recover",
-    "[--block N --to FOLDER [--name NAME]] [--dry-run]",
+    "[--block N --to FOLDER [--name NAME]]",
     "List the folders that no entry leads to any more, or bring one back",
     "Without --block it lists the blocks of the directory area that belong to no folder and hold plausible\n"
     "entries. With it an entry is written for one, only into a place of FOLDER that is really free. What "
@@ -116,7 +114,7 @@ extern const CommandEntry kRecoverCommand{
     "Examples:\n"
     "  tessary-cli recover disk.hda\n"
     "  tessary-cli recover disk.hda --block 37 --to / --name Drums --dry-run\n",
-    {},
+    {.hasTrial = true},
     makeCommand<RecoverCommand>,
 };
 

@@ -5,16 +5,22 @@
 
 namespace tessary::cli {
 
+std::string messageOf(const EMU3Error &error) {
+  return error.reason.empty() ? error.message : error.message + ": " + error.reason;
+}
+
 void printProblem(std::ostream &err, const std::string &prefix, const std::string &item,
-                  const std::string &message) {
+                  const EMU3Error &error) {
+  const std::string &message = error.message;
   const bool namesItem = item.empty() || message.starts_with(item + ": ") || message.ends_with(": " + item);
-  err << prefix << escapedForDisplay(namesItem ? message : item + ": " + message) << '\n' << std::flush;
+  const std::string said = messageOf(error);
+  err << prefix << escapedForDisplay(namesItem ? said : item + ": " + said) << '\n' << std::flush;
 }
 
 void answerFailure(const Streams &streams, bool json, const std::string &problemPrefix,
                    const std::string &item, const EMU3Error &error) {
-  if (!json) return printProblem(streams.err, problemPrefix, item, error.message);
-  JsonWriter writer(streams.out);
+  if (!json) return printProblem(streams.err, problemPrefix, item, error);
+  JsonWriter writer(streams.answers);
   writer.beginObject().member("ok", false).key("error");
   writeError(writer, error);
   writer.endObject().endLine();

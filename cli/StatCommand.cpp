@@ -32,7 +32,8 @@ void printText(const EMU3File &file, std::ostream &out) {
   line("Cluster count:          ", std::to_string(fields.clusterCount));
   line("Blocks in last cluster: ", std::to_string(fields.blocksInLastCluster));
   line("Bytes in last block:    ", std::to_string(fields.bytesInLastBlock));
-  line("Bank name:              ", details.bankName ? escapedNameForDisplay(*details.bankName) : countCell(0));
+  line("Bank name:              ",
+       details.bankName ? escapedNameForDisplay(*details.bankName) : countCell(0));
   line("Bank format:            ", format != nullptr ? format : "Unknown");
   line("Presets:                ", std::to_string(details.presetCount));
   line("Samples:                ", std::to_string(details.sampleCount));

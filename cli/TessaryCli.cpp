@@ -1,7 +1,9 @@
 #include "cli/TessaryCli.h"
 
+#include "cli/CliError.h"
 #include "cli/Command.h"
 #include "cli/CommandRunner.h"
+#include "cli/Completion.h"
 #include "cli/Session.h"
 #include "filesystem/SystemLog.h"
 
@@ -36,7 +38,8 @@ void printProgramHelp(std::ostream &out) {
          "\n"
          "Options may stand before or after the other words; -- ends them.\n"
          "\n"
-         "Exit status: 0 all done, 1 something failed or was found, 2 the words are wrong, 130 interrupted.\n"
+         "Exit status: 0 all done, 1 something failed or was found, 2 the words are wrong, \n"
+         "130, 143 or 129 interrupted, ended or hung up.\n"
          "\n"
          "See also: tessary-cli COMMAND --help\n";
 }
@@ -51,6 +54,12 @@ ExitStatus runProgram(std::span<const std::string> args, const Streams &streams)
     streams.out << "tessary-cli " << TESSARY_VERSION << '\n';
     return ExitStatus::done;
   }
+  constexpr std::size_t completionWords = 3;
+  if (args.size() == completionWords && (first == "--complete" || first == "--complete-bash")) {
+    const auto print = first == "--complete" ? printCompletions : printCompletionsForBash;
+    print(args[1], args[2], streams.out);
+    return ExitStatus::done;
+  }
   return runCommandLine(args, streams);
 }
 
@@ -59,11 +68,12 @@ ExitStatus runProgram(std::span<const std::string> args, const Streams &streams)
 int runTessaryCli(std::span<const std::string> args, std::istream &in, std::ostream &out, std::ostream &err,
                   const CliSurroundings &surroundings) {
   setSystemLogEcho(false);
-  const Streams streams{in, out, err, surroundings};
+  const Streams streams{in, out, err, surroundings, out};
   ExitStatus status = runProgram(args, streams);
   out.flush();
   if (!out) {
-    printProblem(err, "tessary-cli: ", "", "The answer could not be written whole");
+    printProblem(err, "tessary-cli: ", "",
+                 cli::cliError(cli::kCliFailed, "The answer could not be written whole"));
     if (status == ExitStatus::done) status = ExitStatus::failed;
   }
   return static_cast<int>(status);

@@ -13,6 +13,16 @@ using namespace format;
 
 namespace {
 
+// The slot above the highest in use anywhere in the tree; one freed below it is never handed out again. Above
+// 65535 comes 0.
+std::uint16_t slotAboveAll(const Volume &volume) TESSARY_REQUIRES_SHARED(volume.lock) {
+  std::uint16_t highest = 0;
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root())) {
+    folder->lookAtFiles([&](const EMU3File &file) { highest = std::max(highest, file.startCluster()); });
+  }
+  return static_cast<std::uint16_t>(highest + 1);
+}
+
 // Wherever the marks come to lie.
 void setMarks(Volume &volume, std::uint64_t first, std::uint64_t count, std::uint16_t value)
     TESSARY_REQUIRES(volume.lock) {
@@ -57,18 +67,19 @@ std::uint64_t BareRules::mostBlocksOfAFile() const {
   return std::numeric_limits<std::uint64_t>::max();
 }
 
-// The slot above the highest in use anywhere in the tree; one freed below it is never handed out again. Above
-// 65535 comes 0.
 std::optional<std::uint16_t> BareRules::slotForNewFile(const Volume &volume, std::uint64_t blocks) const {
-  std::uint16_t highest = 0;
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root())) {
-    folder->lookAtFiles([&](const EMU3File &file) { highest = std::max(highest, file.startCluster()); });
-  }
-  const auto slot = static_cast<std::uint16_t>(highest + 1);
+  const std::uint16_t slot = slotAboveAll(volume);
   // The end wraps where the slot is 0; the comparison is one of bytes, and wraps with it.
   const std::uint64_t end = volume.geometry().slotStartBlock(slot) + blocks;
   if (volume.image.size() < end * kBlockSize) return std::nullopt;
   return slot;
+}
+
+// From that slot to the image's end, and no more than is counted as free.
+std::uint64_t BareRules::largestNewFile(const Volume &volume) const {
+  const std::uint64_t first = volume.geometry().slotStartBlock(slotAboveAll(volume));
+  const std::uint64_t total = volume.geometry().totalBlocks;
+  return first < total ? std::min(total - first, volume.counters.free()) : 0;
 }
 
 Dentry BareRules::entryOfNewFile(const NewFile &file, const NewFilePlace &place) const {

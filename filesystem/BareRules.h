@@ -53,6 +53,8 @@ public:
   [[nodiscard]] std::uint64_t mostBlocksOfAFile() const override;
   [[nodiscard]] std::optional<std::uint16_t> slotForNewFile(const Volume &volume, std::uint64_t blocks) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
+  [[nodiscard]] std::uint64_t largestNewFile(const Volume &volume) const
+      TESSARY_REQUIRES_SHARED(volume.lock) override;
   [[nodiscard]] format::Dentry entryOfNewFile(const NewFile &file, const NewFilePlace &place) const override;
   [[nodiscard]] EMU3FileFields fieldsOfNewFile(const NewFile &file, const NewFilePlace &place,
                                                const format::Dentry &dentry) const override;

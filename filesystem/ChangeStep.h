@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filesystem/EarlierFiles.h"
 #include "filesystem/ItemStep.h"
 #include "filesystem/VolumeChange.h"
 
@@ -25,11 +26,19 @@ struct VolumeAt {
 struct MovedFolder {
   EMU3DirectoryPtr folder;
   std::shared_ptr<MovedFolder> above{}; ///< the one that it is in, if that is moved too
-  bool isKept = false;                  ///< since something in it was not moved
+  /// Since something in it was not moved: it failed, or was left out.
+  enum class Kept { no, forLeftOut, forFailure } kept = Kept::no;
 };
 using MovedFolderPtr = std::shared_ptr<MovedFolder>;
 /// Something in the folder was not moved. Null for what is in no folder that is moved.
-void keepFolder(MovedFolderPtr folder);
+void keepFolder(MovedFolderPtr folder, MovedFolder::Kept why = MovedFolder::Kept::forFailure);
+
+/// A file of this name that is about to come into a folder, and those of the name that may be there.
+struct ArrivingFile {
+  std::shared_ptr<EarlierFiles> earlier; ///< null where they do not matter
+  VolumeFolder to{};
+  std::string name{}; ///< once stored
+};
 
 /// What the steps of a group have in common, so that none of them undoes another.
 enum class StepKind { storing, moving, deleting };
@@ -39,14 +48,23 @@ class ChangeStep : public ItemStep {
 public:
   ChangeStep(StepKind kind, VolumeAt at) : kind_(kind), at_(std::move(at)) {}
 
+  /// What the step stores; before it begins.
+  void setArriving(ArrivingFile arriving) { arriving_ = std::move(arriving); }
+
   [[nodiscard]] bool joins(const ItemStep &other) const final;
   [[nodiscard]] std::unique_ptr<StepGroup> startGroup() const final;
   [[nodiscard]] bool begin(StepGroup &group, EMU3Error *error) override;
   /// What came to be in the volume comes to the item's end.
   void ended(const std::optional<EMU3Error> &error, ItemEnd *end) override;
+  /// The deletion of what is replaced; null where nothing is.
+  [[nodiscard]] std::unique_ptr<ItemStep> rest() override;
 
 protected:
   [[nodiscard]] const VolumeAt &at() const { return at_; }
+  /// Whether a file that was there before stands for what the step would store.
+  [[nodiscard]] bool isLeftOut() const { return isLeftOut_; }
+  /// Finds that out, as soon as the folder is there.
+  void lookForEarlier();
 
 private:
   /// Null with the error.
@@ -55,6 +73,9 @@ private:
   const StepKind kind_;
   const VolumeAt at_;
   std::unique_ptr<VolumeChange> change_;
+  ArrivingFile arriving_{};
+  bool hasLooked_ = false;
+  bool isLeftOut_ = false;
 };
 
 /// A change for which nothing is read before.
@@ -66,13 +87,17 @@ public:
   SimpleStep(StepKind kind, VolumeAt at, Maker make, MovedFolderPtr tree = nullptr)
       : ChangeStep(kind, std::move(at)), make_(std::move(make)), tree_(std::move(tree)) {}
 
+  /// Done behind it; before it begins. Null for nothing.
+  void setNext(std::unique_ptr<ItemStep> next) { next_ = std::move(next); }
   void ended(const std::optional<EMU3Error> &error, ItemEnd *end) override;
+  [[nodiscard]] std::unique_ptr<ItemStep> rest() override;
 
 private:
   [[nodiscard]] std::unique_ptr<VolumeChange> makeChange(EMU3Error *error) override { return make_(error); }
 
   const Maker make_;
   const MovedFolderPtr tree_;
+  std::unique_ptr<ItemStep> next_;
 };
 
 } // namespace tessary

@@ -57,6 +57,12 @@ EMU3Error engineError(EngineError which, const std::string &item) {
   return {kEngineErrorDomain, 0, item};
 }
 
+EMU3Error engineError(EngineError which, const std::string &item, int errnum) {
+  EMU3Error error = engineError(which, item);
+  error.reason = std::generic_category().message(errnum);
+  return error;
+}
+
 EMU3Error hostError(int errnum, const std::string &item) {
   return {kHostErrorDomain, errnum, item + ": " + std::generic_category().message(errnum)};
 }

@@ -56,6 +56,8 @@ struct EMU3Error {
   std::string domain;
   std::int64_t code = 0;
   std::string message;
+  /// The host's words for why, where the message does not have them; may be empty.
+  std::string reason{};
 
   /// True when a failing operation filled it.
   [[nodiscard]] bool isSet() const { return !domain.empty(); }
@@ -67,6 +69,9 @@ struct EMU3Error {
 
 /// An error of the engine. `item` follows the text of those that name one.
 [[nodiscard]] EMU3Error engineError(EngineError which, const std::string &item = {});
+
+/// The same where the host is why: its words for `errnum` are the reason.
+[[nodiscard]] EMU3Error engineError(EngineError which, const std::string &item, int errnum);
 
 /// An error of the host: the item it is about, then the host's own words for `errnum`.
 [[nodiscard]] EMU3Error hostError(int errnum, const std::string &item);

@@ -14,6 +14,7 @@
 #include "filesystem/HostImport.h"
 #include "filesystem/ImageBackup.h"
 #include "filesystem/ItemsOperation.h"
+#include "filesystem/NewHostFile.h"
 #include "filesystem/Text.h"
 #include "filesystem/TreeEditor.h"
 #include "filesystem/UndisturbedReading.h"
@@ -83,6 +84,9 @@ bool EMU3Filesystem::perform(VolumeChange &change, EMU3Error *error) {
 MountRules EMU3Filesystem::rules() const {
   return volume_->rules().kind();
 }
+bool EMU3Filesystem::isTrial() const {
+  return volume_->isTrial();
+}
 std::uint64_t EMU3Filesystem::imageSize() const {
   return volume_->image.size();
 }
@@ -100,6 +104,10 @@ std::uint64_t EMU3Filesystem::usedBlocks() const {
 }
 std::uint64_t EMU3Filesystem::freeBlocks() const {
   return volume_->counters.free();
+}
+std::uint64_t EMU3Filesystem::largestFreeBlocks() const {
+  const ReadLock lock(volume_->lock);
+  return volume_->rules().largestNewFile(*volume_);
 }
 std::uint64_t EMU3Filesystem::totalClusters() const {
   return volume_->totalClusters();
@@ -121,6 +129,12 @@ std::uint64_t EMU3Filesystem::fatStartBlock() const {
 }
 std::uint64_t EMU3Filesystem::describedBlocks() const {
   return volume_->geometry().describedBlocks();
+}
+std::array<std::uint8_t, format::kBlockSize> EMU3Filesystem::header() const {
+  const ReadLock lock(volume_->lock);
+  format::Block header{};
+  static_cast<void>(volume_->image.read(0, 0, header.data(), header.size()));
+  return header;
 }
 EMU3DirectoryPtr EMU3Filesystem::rootDirectory() const {
   return volume_->rootDirectory();
@@ -212,6 +226,16 @@ std::vector<BankSample> EMU3Filesystem::namedSamplesFromBankFile(const EMU3FileP
 }
 
 std::vector<BankEntry> EMU3Filesystem::contentsOfBankFile(const EMU3FilePtr &file, EMU3Error *error) {
+  return readBankEntries(file, bankContents, error);
+}
+
+std::vector<BankEntry> EMU3Filesystem::listingOfBankFile(const EMU3FilePtr &file, EMU3Error *error) {
+  return readBankEntries(file, bankListing, error);
+}
+
+std::vector<BankEntry> EMU3Filesystem::readBankEntries(const EMU3FilePtr &file,
+                                                       std::vector<BankEntry> (*read)(const FileContents &),
+                                                       EMU3Error *error) {
   if (file->fileType() != kFileTypeBank) {
     fail(error, EngineError::notABank);
     return {};
@@ -219,16 +243,28 @@ std::vector<BankEntry> EMU3Filesystem::contentsOfBankFile(const EMU3FilePtr &fil
   return readUndisturbed(*volume_, file, error,
                          [&] {
                            volume_->lock.assertHeldShared();
-                           return bankContents(tessary::contentsOfFile(*volume_, *file));
+                           return read(tessary::contentsOfFile(*volume_, *file));
                          })
       .value_or(std::vector<BankEntry>());
+}
+
+ByteBufferPtr EMU3Filesystem::wavOfSample(std::uint64_t index, const EMU3FilePtr &fromBankFile,
+                                          std::uint32_t rate, EMU3Error *error) {
+  const std::optional<SampleBank> bank = readSampleBank(*volume_, fromBankFile, error);
+  if (!bank) return nullptr;
+  const std::optional<WavOfSample> wav = WavOfSample::of(*bank, index, rate, error);
+  if (!wav) return nullptr;
+  auto bytes = std::make_shared<ByteBuffer>();
+  for (const std::span<const std::uint8_t> part : wav->parts())
+    bytes->insert(bytes->end(), part.begin(), part.end());
+  return bytes;
 }
 
 bool EMU3Filesystem::exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile,
                                          const std::string &toURL, EMU3Error *error) {
   const std::optional<SampleBank> bank = readSampleBank(*volume_, fromBankFile, error);
   if (!bank) return false;
-  const std::optional<WavOfSample> wav = WavOfSample::of(*bank, index, error);
+  const std::optional<WavOfSample> wav = WavOfSample::of(*bank, index, ExportOptions().sampleRate, error);
   if (!wav) return false;
   return HostFileGroup::writeOne(volume_->rules(), toURL, wav->parts(), nullptr) ||
          fail(error, EngineError::sampleWriteFailed);
@@ -262,7 +298,7 @@ bool EMU3Filesystem::renameFile(const EMU3FilePtr &file, const std::string &newN
 
 bool EMU3Filesystem::importFileAtURL(const std::string &url, const EMU3DirectoryPtr &toDirectory,
                                      EMU3Error *error) {
-  std::optional<NewFile> file = readForImport(*volume_, imagePath_, url, toDirectory, error);
+  std::optional<NewFile> file = readForImport(*volume_, imagePath_, {.hostPath = url}, toDirectory, error);
   if (!file) return false;
   StoreFile change(*std::move(file), toDirectory);
   return perform(change, error);
@@ -320,7 +356,9 @@ bool EMU3Filesystem::deleteDirectory(const EMU3DirectoryPtr &directory, const EM
 
 bool EMU3Filesystem::backUpTo(const std::string &target, const BackupWatcher &watcher, EMU3Error *error) {
   const WriteLock changing(volume_->changing);
-  return volume_->keepsOthersOut(error) && backUpImage(volume_->image, target, watcher, error);
+  if (!volume_->keepsOthersOut(error)) return false;
+  if (volume_->isTrial()) return NewHostFile().create(target, NewHostFile::Earlier::refused, error);
+  return backUpImage(volume_->image, target, watcher, error);
 }
 
 // ---- Damage. The image as a whole is looked at between two changes.

@@ -10,6 +10,7 @@
 #include "filesystem/SerialQueue.h"
 #include "filesystem/VolumeFindings.h"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -72,6 +73,9 @@ public:
 
   // Facts of the volume. Blocks are 512 bytes, block numbers count from the start of the image.
   [[nodiscard]] MountRules rules() const;
+  /// Whether it was mounted with `ImageClaim::never`: changes stay in this object, and no host file is
+  /// written; operations end as they would otherwise.
+  [[nodiscard]] bool isTrial() const;
   [[nodiscard]] const std::string &imageURL() const { return imageURL_; }
   [[nodiscard]] std::uint64_t imageSize() const; ///< bytes
   /// Whether changes are refused, and why. Another program's claim may have ended since: `claimForChanges`.
@@ -81,6 +85,8 @@ public:
   /// Guarded, the blocks of the slots that are not taken; bare, table entries that are free, never counted
   /// below 0.
   [[nodiscard]] std::uint64_t freeBlocks() const;
+  /// How many blocks the largest file may have for which there is room; guarded, 65,535 at most.
+  [[nodiscard]] std::uint64_t largestFreeBlocks() const;
   /// Guarded, all other blocks of the image; bare, table entries in use.
   [[nodiscard]] std::uint64_t usedBlocks() const;
   /// How many entries of the table the scan at opening looked at: up to 262,144, whatever the table's length.
@@ -92,6 +98,8 @@ public:
   [[nodiscard]] std::uint64_t fatStartBlock() const;
   /// How many blocks, from block 0 on, the table has entries for. Those from that number on cannot be marked.
   [[nodiscard]] std::uint64_t describedBlocks() const;
+  /// Block 0 as it stands on the image.
+  [[nodiscard]] std::array<std::uint8_t, 512> header() const;
   /// Root of the tree.
   [[nodiscard]] EMU3DirectoryPtr rootDirectory() const;
   /// The serial queue, "com.tessary.io", on which a user interface runs work on this image.
@@ -118,11 +126,16 @@ public:
   std::vector<std::string> samplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
   /// The same samples with what they are called; bare, that is their types.
   std::vector<BankSample> namedSamplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
+  /// The same entries as `contentsOfBankFile` without their chunks: reads the table of contents alone.
+  std::vector<BankEntry> listingOfBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
   /// The entries of an Emulator IV bank's table of contents that are not deleted; none for other banks, none
   /// with code 6 for a file that is no bank.
   std::vector<BankEntry> contentsOfBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
   /// Writes sample `index` (from 0) as a WAV file: mono, 16 bits, 44100 Hz. Codes 6, 2, 3, else those of
   /// `contentsOfFile`; a file that is no bank has no samples.
+  /// The same, as bytes, with a header that tells so many frames a second. Null when it fails.
+  ByteBufferPtr wavOfSample(std::uint64_t index, const EMU3FilePtr &fromBankFile, std::uint32_t rate,
+                            EMU3Error *error = nullptr);
   bool exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile, const std::string &toURL,
                            EMU3Error *error = nullptr);
 
@@ -181,6 +194,9 @@ public:
 
 private:
   EMU3Filesystem(std::string imageURL, std::shared_ptr<Volume> volume);
+  [[nodiscard]] std::vector<BankEntry> readBankEntries(const EMU3FilePtr &file,
+                                                       std::vector<BankEntry> (*read)(const FileContents &),
+                                                       EMU3Error *error);
   /// Analyses a bank, beginning with these details; those of a file that is no bank become these.
   bool analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error);
   void giveBackPagesAfter(const EMU3File &analysed);

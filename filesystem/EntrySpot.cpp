@@ -93,9 +93,15 @@ bool mayChangeEntry(const Volume &volume, EntryPlace place, const std::vector<EM
   return volume.rules().mayChangeEntry(volume, place, own) || fail(error, EngineError::entryInContents);
 }
 
+EMU3Error badName(const std::string &name) {
+  EMU3Error error = engineError(EngineError::badName);
+  if (!isValidUtf8(name)) error.reason = "Not a text in UTF-8";
+  return error;
+}
+
 bool mayGiveName(const Volume &volume, const std::string &name, EMU3Error *error) {
   if (!name.empty() && utf16Length(name) <= kMaxNameBytes && volume.rules().mayStoreName(name)) return true;
-  return fail(error, EngineError::badName);
+  return fail(error, badName(name));
 }
 
 bool RenamedEntry::mayWrite(const Volume &volume, EMU3Error *error) const {

@@ -63,6 +63,8 @@ private:
 [[nodiscard]] bool mayChangeEntry(const Volume &volume, EntryPlace place, const std::vector<EMU3FilePtr> &own,
                                   EMU3Error *error) TESSARY_REQUIRES_SHARED(volume.lock);
 
+/// What a name is refused with that no entry may be given.
+[[nodiscard]] EMU3Error badName(const std::string &name);
 /// Whether an entry may be given this name; false with code 6.
 [[nodiscard]] bool mayGiveName(const Volume &volume, const std::string &name, EMU3Error *error);
 /// An entry that gets another name.

@@ -11,7 +11,8 @@ bool ExportStep::joins(const ItemStep &other) const {
 }
 
 std::unique_ptr<StepGroup> ExportStep::startGroup() const {
-  return std::make_unique<HostFileGroup>(from_.volume->rules(), *from_.targets);
+  const auto mode = from_.volume->isTrial() ? HostFileGroup::Mode::trial : HostFileGroup::Mode::writing;
+  return std::make_unique<HostFileGroup>(from_.volume->rules(), *from_.targets, mode);
 }
 
 bool ExportStep::begin(StepGroup &group, EMU3Error *error) {
@@ -23,7 +24,9 @@ bool ExportStep::begin(StepGroup &group, EMU3Error *error) {
 }
 
 void ExportStep::ended(const std::optional<EMU3Error> &error, ItemEnd *end) {
-  if (!error) end->hostPath = target_.path;
+  if (error) return;
+  end->hostPath = target_.path;
+  end->bytes = target_.bytes;
 }
 
 bool ExportFileStep::write(HostFileGroup &group, HostTarget &target, EMU3Error *error) {
@@ -39,7 +42,7 @@ const SampleBank *BankToExport::read(Volume &volume, EMU3Error *error) {
 bool ExportSampleStep::write(HostFileGroup &group, HostTarget &target, EMU3Error *error) {
   const SampleBank *bank = bank_->read(volume(), error);
   if (bank == nullptr) return false;
-  const std::optional<WavOfSample> wav = WavOfSample::of(*bank, index_, error);
+  const std::optional<WavOfSample> wav = WavOfSample::of(*bank, index_, sampleRate(), error);
   return wav && group.beginFile(target, wav->parts(), error);
 }
 

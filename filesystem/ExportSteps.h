@@ -33,6 +33,7 @@ public:
 
 protected:
   [[nodiscard]] Volume &volume() const { return *from_.volume; }
+  [[nodiscard]] std::uint32_t sampleRate() const { return from_.targets->options().sampleRate; }
 
 private:
   [[nodiscard]] virtual bool write(HostFileGroup &group, HostTarget &target, EMU3Error *error) = 0;

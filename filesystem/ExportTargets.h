@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/ExportNames.h"
+#include "filesystem/ItemsWatcher.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,6 +18,9 @@ namespace tessary {
 /// link).
 class ExportTargets final {
 public:
+  void setOptions(const ExportOptions &options) { options_ = options; }
+  [[nodiscard]] const ExportOptions &options() const { return options_; }
+
   /// The path, in a host folder, for a result of this name. An empty folder is the current one.
   [[nodiscard]] std::string claim(const std::string &folder, const HostName &name);
   /// Remembers what was written, or made, at `path`.
@@ -28,6 +32,7 @@ private:
   using FileId = std::pair<std::uint64_t, std::uint64_t>; ///< device and inode
   static bool identify(const std::string &path, FileId *id);
 
+  ExportOptions options_;
   std::unordered_set<std::string> claimed_;
   std::unordered_map<std::string, std::size_t> lastTried_; ///< the number, by the path without one
   std::set<FileId> written_;

@@ -20,7 +20,7 @@ bool mayStoreFile(const Volume &volume, const NewFile &file, const EMU3Directory
                   EMU3Error *error) {
   const VolumeRules &rules = volume.rules();
   if (!rules.mayUse(volume, toDirectory)) return fail(error, EngineError::entryNotFound);
-  if (!file.model && !rules.mayStoreName(file.name)) return fail(error, EngineError::badName);
+  if (!file.model && !rules.mayStoreName(file.name)) return fail(error, badName(file.name));
   if (isTooLarge(volume, file.size)) return fail(error, EngineError::fileTooLarge);
   return true;
 }
@@ -161,6 +161,14 @@ bool DeleteFile::begin(Volume &volume, EMU3Error *error) {
 bool DeleteFile::clearOld(Volume &volume, EMU3Error *error) {
   if (!begin(volume, error)) return false;
   return eraseEntryOf(volume, file_, inDirectory_, erased(), error);
+}
+
+bool DeleteReplaced::clearOld(Volume &volume, EMU3Error *error) {
+  for (const EMU3FilePtr &file : files_) {
+    if (!volume.rules().mayUse(volume, inDirectory_, file)) continue;
+    if (!eraseEntryOf(volume, file, inDirectory_, erased(), error)) return false;
+  }
+  return true;
 }
 
 bool eraseEntryOf(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,

@@ -94,6 +94,20 @@ private:
   EMU3FilePtr moved_;
 };
 
+/// Deletes files that others have replaced. Those that have left the folder meanwhile are passed over.
+class DeleteReplaced final : public Deletion {
+public:
+  DeleteReplaced(std::vector<EMU3FilePtr> files, EMU3DirectoryPtr inDirectory)
+      : files_(std::move(files)), inDirectory_(std::move(inDirectory)) {}
+
+  [[nodiscard]] bool begin(Volume &, EMU3Error *) override { return true; }
+  [[nodiscard]] bool clearOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
+
+private:
+  const std::vector<EMU3FilePtr> files_;
+  const EMU3DirectoryPtr inDirectory_;
+};
+
 /// Deletes a file.
 class DeleteFile final : public Deletion {
 public:

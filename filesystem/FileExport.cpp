@@ -28,7 +28,8 @@ std::optional<SampleBank> readSampleBank(Volume &volume, const EMU3FilePtr &file
   return bank;
 }
 
-std::optional<WavOfSample> WavOfSample::of(const SampleBank &bank, std::uint64_t index, EMU3Error *error) {
+std::optional<WavOfSample> WavOfSample::of(const SampleBank &bank, std::uint64_t index, std::uint32_t rate,
+                                           EMU3Error *error) {
   const auto refused = [&](EngineError reason) {
     fail(error, reason);
     return std::nullopt;
@@ -38,7 +39,7 @@ std::optional<WavOfSample> WavOfSample::of(const SampleBank &bank, std::uint64_t
   if (!audio) return refused(EngineError::sampleChunkNotFound);
   const auto length = static_cast<std::uint32_t>(audio->size);
   WavOfSample wav;
-  wav.header_ = wavHeader(length);
+  wav.header_ = wavHeader(length, rate);
   wav.audio_ = {bank.bytes->data() + audio->offset, length};
   return wav;
 }

@@ -23,12 +23,12 @@ namespace tessary {
 [[nodiscard]] std::optional<SampleBank> readSampleBank(Volume &volume, const EMU3FilePtr &file,
                                                        EMU3Error *error);
 
-/// A sample as a WAV file: mono, 16 bits, 44100 Hz.
+/// A sample as a WAV file: mono, 16 bits, and so many frames a second as its header is to tell.
 class WavOfSample final {
 public:
   /// Of sample `index`, from 0, of the bank, which outlives it. None with codes 6 and 2.
   [[nodiscard]] static std::optional<WavOfSample> of(const SampleBank &bank, std::uint64_t index,
-                                                     EMU3Error *error);
+                                                     std::uint32_t rate, EMU3Error *error);
   [[nodiscard]] HostFileParts parts() const { return {header_, audio_}; }
 
 private:

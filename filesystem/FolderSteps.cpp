@@ -1,6 +1,6 @@
 #include "filesystem/FolderSteps.h"
 
-#include "filesystem/DirectoryEntry.h"
+#include "filesystem/EarlierFiles.h"
 #include "filesystem/FolderChanges.h"
 #include "filesystem/VolumeRules.h"
 
@@ -44,7 +44,7 @@ bool FolderStep::begin(StepGroup &group, EMU3Error *error) {
 
 bool FolderStep::tryToBegin(StepGroup &group, EMU3Error *error) {
   if (!isThere(*to_, error)) return false;
-  if (plan_.existing == ExistingFolder::used) made_->folder = subfolderNamed(*to_->folder, nameOnceStored());
+  if (plan_.existing == ExistingFolder::used) made_->folder = subfolderNamed(*to_->folder, nameInEntry());
   if (made_->folder) return true;
   if (!ChangeStep::begin(group, error)) return false;
   made_->folder = change_->folder();
@@ -60,11 +60,8 @@ std::unique_ptr<VolumeChange> FolderStep::makeChange(EMU3Error *) {
 }
 
 // A name can be shorter in its entry than it is given.
-std::string FolderStep::nameOnceStored() const {
-  if (model_) return plan_.name;
-  const VolumeRules &rules = at().volume->rules();
-  if (!rules.mayStoreName(plan_.name)) return plan_.name;
-  return rules.nameAfterStoring(plan_.name, dentryForFolder(rules.storedName(plan_.name), 0).data());
+std::string FolderStep::nameInEntry() const {
+  return model_ ? plan_.name : nameOnceStored(*at().volume, plan_.name);
 }
 
 void FolderStep::ended(const std::optional<EMU3Error> &error, ItemEnd *end) {
@@ -75,8 +72,13 @@ void FolderStep::ended(const std::optional<EMU3Error> &error, ItemEnd *end) {
 
 // ---- Deleting what was moved
 
+// What was left out stays in it, which is no failure.
+bool EmptiedFolderStep::begin(StepGroup &group, EMU3Error *error) {
+  return folder_->kept == MovedFolder::Kept::forLeftOut || ChangeStep::begin(group, error);
+}
+
 std::unique_ptr<VolumeChange> EmptiedFolderStep::makeChange(EMU3Error *error) {
-  if (!folder_->isKept) return std::make_unique<DeleteEmptied>(folder_->folder);
+  if (folder_->kept == MovedFolder::Kept::no) return std::make_unique<DeleteEmptied>(folder_->folder);
   fail(error, hostError(ENOTEMPTY, folder_->folder->name()));
   return nullptr;
 }

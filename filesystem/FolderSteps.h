@@ -43,7 +43,7 @@ private:
   [[nodiscard]] bool readModel(EMU3Error *error);
   [[nodiscard]] bool notMade(const EMU3Error *error);
   [[nodiscard]] bool tryToBegin(StepGroup &group, EMU3Error *error);
-  [[nodiscard]] std::string nameOnceStored() const;
+  [[nodiscard]] std::string nameInEntry() const;
 
   const FolderPlan plan_;
   const VolumeFolder to_;
@@ -59,6 +59,7 @@ public:
   EmptiedFolderStep(VolumeAt at, MovedFolderPtr folder, VolumeFolder made)
       : ChangeStep(StepKind::deleting, std::move(at)), folder_(std::move(folder)), made_(std::move(made)) {}
 
+  [[nodiscard]] bool begin(StepGroup &group, EMU3Error *error) override;
   void ended(const std::optional<EMU3Error> &error, ItemEnd *end) override;
 
 private:

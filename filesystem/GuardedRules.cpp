@@ -186,6 +186,10 @@ std::uint64_t GuardedRules::mostBlocksOfAFile() const {
   return kMaxFileBlocks;
 }
 
+std::uint64_t GuardedRules::largestNewFile(const Volume &volume) const {
+  return std::min(volume.index->slots().largestPlace(), mostBlocksOfAFile());
+}
+
 std::optional<std::uint16_t> GuardedRules::slotForNewFile(const Volume &volume, std::uint64_t blocks) const {
   return volume.index->slots().placeFor(blocks);
 }

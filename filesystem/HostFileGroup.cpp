@@ -4,26 +4,34 @@
 
 #include <cerrno>
 #include <map>
+#include <numeric>
 #include <sys/stat.h>
 #include <utility>
 
 namespace tessary {
 namespace {
 
-bool makeFolder(const std::string &path, EMU3Error *error) {
-  if (::mkdir(path.c_str(), 0777) == 0) return true;
-  const int problem = errno;
+// A link to a folder is none: what it leads to is not the command's to write into.
+bool isFolder(const std::string &path) {
   struct stat status {};
-  if (problem == EEXIST && ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return true;
-  return fail(error, hostError(problem, path));
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isNothingAt(const std::string &path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
 }
 
 std::string folderOf(const std::string &path) {
   return path.substr(0, path.rfind('/') + 1);
 }
 
+// The engine's own words leave out the host's reason, which is kept beside them.
 EMU3Error reasonFor(const HostTarget &target, EMU3Error reason) {
-  return target.failure ? engineError(*target.failure) : std::move(reason);
+  if (!target.failure) return reason;
+  EMU3Error error = engineError(*target.failure);
+  error.reason = std::move(reason.message);
+  return error;
 }
 
 } // namespace
@@ -46,9 +54,37 @@ bool HostFileGroup::beginFile(HostTarget &target, const HostFileParts &parts, EM
   return true;
 }
 
+NewHostFile::Earlier HostFileGroup::earlier() const {
+  const ExportOptions &options = targets_.options();
+  if (!options.replacesEarlier) return NewHostFile::Earlier::refused;
+  return options.followsLinks ? NewHostFile::Earlier::replaced : NewHostFile::Earlier::linkReplaced;
+}
+
+bool HostFileGroup::isInFolderToBe(const HostTarget &target) const {
+  return target.name && !target.folder.empty() && isNothingAt(target.folder);
+}
+
+bool HostFileGroup::makeFolder(const HostTarget &target, EMU3Error *error) const {
+  const std::string &path = target.path;
+  if (isFolder(path) || (mode_ == Mode::trial && isInFolderToBe(target))) return true;
+  if (mode_ == Mode::writing && ::mkdir(path.c_str(), 0777) == 0) return true;
+  if (mode_ == Mode::writing) return fail(error, hostError(errno, path));
+  if (!isNothingAt(path)) return fail(error, hostError(EEXIST, path));
+  const std::string above = folderOf(path);
+  return ::access(above.empty() ? "." : above.c_str(), W_OK | X_OK) == 0 ||
+         fail(error, hostError(errno, path));
+}
+
 bool HostFileGroup::write(Begun &begun, const HostFileParts &parts, EMU3Error *error) {
   const std::string &path = begun.target->path;
-  if (!mayWrite(path, error) || !begun.file.create(path, NewHostFile::Earlier::replaced, error)) return false;
+  begun.target->bytes =
+      std::accumulate(parts.begin(), parts.end(), std::uint64_t{0},
+                      [](std::uint64_t sum, const auto &part) { return sum + part.size(); });
+  if (!mayWrite(path, error)) return false;
+  if (mode_ == Mode::trial && isInFolderToBe(*begun.target)) return true;
+  if (!begun.file.create(path, earlier(), error)) return false;
+  if (mode_ == Mode::trial) begun.file = NewHostFile();
+  if (mode_ == Mode::trial) return true;
   for (const std::span<const std::uint8_t> part : parts)
     if (!begun.file.write(part, error)) return false;
   return true;
@@ -56,7 +92,7 @@ bool HostFileGroup::write(Begun &begun, const HostFileParts &parts, EMU3Error *e
 
 bool HostFileGroup::beginFolder(HostTarget &target, EMU3Error *error) {
   choosePath(target);
-  if (!makeFolder(target.path, error)) return false;
+  if (!makeFolder(target, error)) return false;
   targets_.wrote(target.path);
   begun_.push_back({&target, {}, true});
   return true;
@@ -64,6 +100,7 @@ bool HostFileGroup::beginFolder(HostTarget &target, EMU3Error *error) {
 
 void HostFileGroup::complete() {
   ended_ = std::exchange(begun_, {});
+  if (mode_ == Mode::trial) return;
   for (Begun &begun : ended_)
     if (!begun.isFolder) begun.file.startFlush();
   for (Begun &begun : ended_) {

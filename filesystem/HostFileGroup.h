@@ -22,9 +22,10 @@ using HostFileParts = std::vector<std::span<const std::uint8_t>>;
 
 /// Where a result goes on the host.
 struct HostTarget {
-  std::string folder;             ///< empty for the current one
-  std::optional<HostName> name{}; ///< in that folder; none where the path was asked for
-  std::string path{};             ///< that it gets
+  std::string folder;                   ///< empty for the current one
+  std::optional<HostName> name{};       ///< in that folder; none where the path was asked for
+  std::string path{};                   ///< that it gets
+  std::optional<std::uint64_t> bytes{}; ///< of a file, once it has begun
   /// What is said where it cannot be written; none: what the host says.
   std::optional<EngineError> failure{};
 };
@@ -34,8 +35,14 @@ struct HostTarget {
 /// behind; where the host can make files without a name, a kill leaves nothing either.
 class HostFileGroup final : public StepGroup {
 public:
+  enum class Mode {
+    writing,
+    trial, ///< finds out whether it could be written, and leaves the host as it is
+  };
+
   /// By the rules of the mount, never over a mounted image. Both outlive the group.
-  HostFileGroup(const VolumeRules &rules, ExportTargets &targets) : rules_(rules), targets_(targets) {}
+  HostFileGroup(const VolumeRules &rules, ExportTargets &targets, Mode mode = Mode::writing)
+      : rules_(rules), targets_(targets), mode_(mode) {}
 
   /// Writes a file that has no name yet. The target, which outlives the completion, gets its path. False with
   /// the error.
@@ -63,12 +70,17 @@ private:
 
   void choosePath(HostTarget &target);
   [[nodiscard]] bool mayWrite(const std::string &path, EMU3Error *error) const;
+  [[nodiscard]] NewHostFile::Earlier earlier() const;
+  /// Whether the folder of the target is one that a trial has only said to make.
+  [[nodiscard]] bool isInFolderToBe(const HostTarget &target) const;
+  [[nodiscard]] bool makeFolder(const HostTarget &target, EMU3Error *error) const;
   [[nodiscard]] bool write(Begun &begun, const HostFileParts &parts, EMU3Error *error);
   void publish(Begun &begun);
   void flushFolders();
 
   const VolumeRules &rules_;
   ExportTargets &targets_;
+  const Mode mode_;
   std::vector<Begun> begun_;
   std::vector<Begun> ended_; ///< of the last completion
 };

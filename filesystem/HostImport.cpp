@@ -1,6 +1,7 @@
 #include "filesystem/HostImport.h"
 
 #include "filesystem/DiskFormat.h"
+#include "filesystem/EntrySpot.h"
 #include "filesystem/FileChanges.h"
 #include "filesystem/HostFile.h"
 #include "filesystem/Text.h"
@@ -39,12 +40,24 @@ std::string nameForImport(const std::string &name) {
   return std::string(prefixOfUtf16Units(name, format::kMaxNameBytes));
 }
 
+std::string nameForImport(const ImportSource &source) {
+  return source.name ? *source.name : nameForImport(withoutExtension(lastPathComponent(source.hostPath)));
+}
+
+// A name that was asked for is not cut: it is refused where it is too long, as a rename would be.
 std::optional<NewFile> readForImport(Volume &volume, const std::string &imagePath,
-                                     const std::string &hostPath, const EMU3DirectoryPtr &toDirectory,
+                                     const ImportSource &importSource, const EMU3DirectoryPtr &toDirectory,
                                      EMU3Error *error) {
   NewFile file;
-  file.name = nameForImport(withoutExtension(lastPathComponent(hostPath)));
-  return withBytes(std::move(file), volume, imagePath, hostPath, toDirectory, error);
+  file.name = nameForImport(importSource);
+  if (importSource.name && !mayGiveName(volume, *importSource.name, error)) return std::nullopt;
+  if (!importSource.bytes)
+    return withBytes(std::move(file), volume, imagePath, importSource.hostPath, toDirectory, error);
+  file.size = importSource.bytes->size();
+  if (volume.rules().refusesBeforeReading() && !mayStore(volume, imagePath, file, toDirectory, error))
+    return std::nullopt;
+  file.data = importSource.bytes;
+  return file;
 }
 
 std::optional<NewFile> readForRestoration(Volume &volume, const std::string &imagePath,

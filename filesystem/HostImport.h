@@ -12,12 +12,22 @@
 /// `imagePath` leads to the volume's image; `toDirectory` is null as long as the folder is yet to be made.
 namespace tessary {
 
+/// What is imported, and as what.
+struct ImportSource {
+  std::string hostPath{};            ///< of a host file; empty where the bytes are there already
+  std::optional<std::string> name{}; ///< asked for; the host file's own without extension otherwise
+  ByteBufferPtr bytes{};
+};
+
 /// What an import calls a host file or folder: `name`, cut to 15 UTF-16 code units.
 [[nodiscard]] std::string nameForImport(const std::string &name);
 
-/// A host file's bytes, under its name without extension.
+/// What the file is called that comes of a source: a name that was asked for as it is.
+[[nodiscard]] std::string nameForImport(const ImportSource &source);
+
+/// A source's bytes, under its name.
 [[nodiscard]] std::optional<NewFile> readForImport(Volume &volume, const std::string &imagePath,
-                                                   const std::string &hostPath,
+                                                   const ImportSource &importSource,
                                                    const EMU3DirectoryPtr &toDirectory, EMU3Error *error);
 
 /// A host file's bytes for a deleted file that comes back, from the entry that it had.

@@ -47,27 +47,35 @@ bool isBelowFileSizeLimit(std::uint64_t size) {
          (limit.rlim_cur == RLIM_INFINITY || size <= limit.rlim_cur);
 }
 
-EMU3Error cannotOpen(const std::string &path) {
-  return {kEngineErrorDomain, kErrorCannotReachData, "Cannot open file: " + path};
+EMU3Error cannotOpen(const std::string &path, int errnum) {
+  return engineError(EngineError::cannotOpen, path, errnum);
 }
 
-EMU3Error cannotMap() {
-  return {kEngineErrorDomain, kErrorCannotReachData, "mmap failed"};
+EMU3Error cannotMap(int errnum) {
+  return engineError(EngineError::cannotMap, {}, errnum);
+}
+
+// Why what is not a regular file cannot be mapped.
+int unmappableReason(mode_t mode) {
+  if (S_ISDIR(mode)) return EISDIR;
+  return S_ISSOCK(mode) ? ENXIO : ENODEV;
 }
 
 // What is not a regular file can be opened but not mapped. It is not opened either: a FIFO would wait or
 // disturb its writer, a device could act.
 bool isMappableFile(const std::string &path, EMU3Error *error) {
   struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) return fail(error, cannotOpen(path));
+  if (::stat(path.c_str(), &status) != 0) return fail(error, cannotOpen(path, errno));
   if (S_ISREG(status.st_mode)) return true;
-  const bool opens = !S_ISSOCK(status.st_mode) && ::access(path.c_str(), R_OK) == 0;
-  return fail(error, opens ? cannotMap() : cannotOpen(path));
+  const int reason = unmappableReason(status.st_mode);
+  if (S_ISSOCK(status.st_mode)) return fail(error, cannotOpen(path, reason));
+  if (::access(path.c_str(), R_OK) != 0) return fail(error, cannotOpen(path, errno));
+  return fail(error, cannotMap(reason));
 }
 
 } // namespace
 
-std::unique_ptr<ImageMapping> ImageMapping::open(const std::string &path, EMU3Error *error) {
+std::unique_ptr<ImageMapping> ImageMapping::open(const std::string &path, Writes writes, EMU3Error *error) {
   if (!isMappableFile(path, error)) return nullptr;
   faults::installHandler();
   std::unique_ptr<ImageMapping> mapping(new ImageMapping);
@@ -78,7 +86,7 @@ std::unique_ptr<ImageMapping> ImageMapping::open(const std::string &path, EMU3Er
     mapping->readOnly_ = true;
   }
   if (mapping->fd_ < 0) {
-    fail(error, cannotOpen(path));
+    fail(error, cannotOpen(path, errno));
     return nullptr;
   }
   struct stat status {};
@@ -88,9 +96,17 @@ std::unique_ptr<ImageMapping> ImageMapping::open(const std::string &path, EMU3Er
   mapping->inode_ = static_cast<std::uint64_t>(status.st_ino);
   mapping->writesPassing_ = isBelowFileSizeLimit(mapping->size_);
   const int protection = mapping->readOnly_ ? PROT_READ : PROT_READ | PROT_WRITE;
-  void *const bytes = ::mmap(nullptr, mapping->size_, protection, MAP_SHARED, mapping->fd_, 0);
+  if (mapping->size_ == 0) {
+    EMU3Error nothing = engineError(EngineError::cannotMap);
+    nothing.reason = "The file is empty";
+    fail(error, std::move(nothing));
+    return nullptr;
+  }
+  mapping->isPrivate_ = writes == Writes::privately;
+  const int sharing = mapping->isPrivate_ ? MAP_PRIVATE | MAP_NORESERVE : MAP_SHARED;
+  void *const bytes = ::mmap(nullptr, mapping->size_, protection, sharing, mapping->fd_, 0);
   if (bytes == MAP_FAILED) {
-    fail(error, cannotMap());
+    fail(error, cannotMap(errno));
     return nullptr;
   }
   mapping->bytes_ = static_cast<std::uint8_t *>(bytes);
@@ -139,6 +155,7 @@ std::uint64_t ImageMapping::readBytes(std::uint64_t first, std::uint64_t offset,
 
 std::uint64_t ImageMapping::readPassing(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
                                         std::uint64_t length) const {
+  if (isPrivate_) return readBytes(first, offset, to, length); // the file does not have what was written
   const std::uint64_t wholeBytes = size_ / kBlockSize * kBlockSize;
   if (length == 0 || !containsBlock(first) || offset >= wholeBytes - first * kBlockSize) return 0;
   const std::uint64_t begin = first * kBlockSize + offset;
@@ -159,7 +176,7 @@ void ImageMapping::letGoOfPages() const {
 
 std::uint64_t ImageMapping::behindHole(std::uint64_t block, std::uint64_t end) const {
 #ifdef SEEK_DATA
-  if (!containsBlock(block)) return std::min(block, end);
+  if (isPrivate_ || !containsBlock(block)) return std::min(block, end);
   const off_t data = ::lseek(fd_, static_cast<off_t>(block * kBlockSize), SEEK_DATA);
   if (data >= 0) return std::clamp(static_cast<std::uint64_t>(data) / kBlockSize, block, end);
   // Up to where the file ends now there are only zeros; what was behind that is gone, which is no hole.

@@ -20,9 +20,18 @@ namespace tessary {
 /// apart is the caller's operation lock.
 class ImageMapping final {
 public:
+  /// Where what is written goes.
+  enum class Writes {
+    toTheFile,
+    privately, ///< into this mapping alone: the file stays as it is
+  };
+
   /// Opens for reading and writing, or for reading alone when that is refused. Null with code 2,
   /// "Cannot open file: PATH" or "mmap failed". Only regular files are opened; a FIFO is never waited for.
-  static std::unique_ptr<ImageMapping> open(const std::string &path, EMU3Error *error);
+  static std::unique_ptr<ImageMapping> open(const std::string &path, Writes writes, EMU3Error *error);
+  static std::unique_ptr<ImageMapping> open(const std::string &path, EMU3Error *error) {
+    return open(path, Writes::toTheFile, error);
+  }
   ~ImageMapping();
   ImageMapping(const ImageMapping &) = delete;
   ImageMapping &operator=(const ImageMapping &) = delete;
@@ -123,6 +132,7 @@ private:
   std::uint64_t inode_ = 0;
   int fd_ = -1;
   bool readOnly_ = false;
+  bool isPrivate_ = false;
   bool flushesAtBarriers_ = false;
   bool writesPassing_ = false; ///< whether the file may be written past the mapping
   /// Bytes from the first to behind the last that wait for a barrier; none where they are equal.

@@ -63,6 +63,17 @@ struct Emptied {
   VolumeFolder made; ///< where its contents go
 };
 
+ArrivingFile arrivingFile(const TreeDestination &destination, const VolumeFolder &to,
+                          const std::string &name) {
+  return {destination.earlier, to, name};
+}
+
+// A copy of an entry keeps its name as it is; otherwise it is stored anew.
+std::string nameOfCopy(const TreeDestination &destination, const EMU3File &file) {
+  const Volume &volume = *destination.at.volume;
+  return volume.rules().copiesKeepTheirEntry() ? file.name() : nameOnceStored(volume, file.name());
+}
+
 // From the top: the first that nothing was left in takes all below it along.
 void planDeletion(ItemsPlan *plan, const VolumeAt &at, const std::vector<Emptied> &folders) {
   for (const Emptied &folder : folders)
@@ -71,32 +82,50 @@ void planDeletion(ItemsPlan *plan, const VolumeAt &at, const std::vector<Emptied
 
 } // namespace
 
-std::unique_ptr<ItemStep> copyStep(const VolumeAt &at, const VolumeAt &source, const EMU3FilePtr &file,
-                                   const VolumeFolder &to) {
-  if (source.volume != at.volume)
-    return std::make_unique<BringStep>(at, ForeignFile{source, file, nullptr}, to);
-  return std::make_unique<SimpleStep>(StepKind::storing, at,
-                                      [file, to](EMU3Error *error) -> std::unique_ptr<VolumeChange> {
-                                        if (!isThere(*to, error)) return nullptr;
-                                        return std::make_unique<CopyFile>(file, to->folder);
-                                      });
+std::unique_ptr<ItemStep> importStep(const TreeDestination &destination, ImportSource source,
+                                     const VolumeFolder &to) {
+  const std::string name = nameOnceStored(*destination.at.volume, nameForImport(source));
+  auto step = std::make_unique<ImportStep>(destination.at, std::move(source), to);
+  step->setArriving(arrivingFile(destination, to, name));
+  return step;
+}
+
+std::unique_ptr<ItemStep> copyStep(const TreeDestination &destination, const VolumeAt &source,
+                                   const EMU3FilePtr &file, const VolumeFolder &to) {
+  const VolumeAt &at = destination.at;
+  std::unique_ptr<ChangeStep> step;
+  if (source.volume != at.volume) {
+    step = std::make_unique<BringStep>(at, ForeignFile{source, file, nullptr}, to);
+  } else {
+    step = std::make_unique<SimpleStep>(StepKind::storing, at,
+                                        [file, to](EMU3Error *error) -> std::unique_ptr<VolumeChange> {
+                                          if (!isThere(*to, error)) return nullptr;
+                                          return std::make_unique<CopyFile>(file, to->folder);
+                                        });
+  }
+  step->setArriving(arrivingFile(destination, to, nameOfCopy(destination, *file)));
+  return step;
 }
 
 // Inside the volume the folder that it goes into is there.
-void planMove(ItemsPlan *plan, const VolumeAt &at, const ForeignFile &file, const VolumeFolder &to,
-              const std::optional<std::size_t> &parent) {
+void planMove(ItemsPlan *plan, const TreeDestination &destination, const ForeignFile &file,
+              const VolumeFolder &to, const std::optional<std::size_t> &parent) {
+  const VolumeAt &at = destination.at;
   Item item = itemOf(file.file, parent);
+  std::unique_ptr<ChangeStep> step;
   if (file.at.volume != at.volume) {
-    plan->add(std::move(item), std::make_unique<BringStep>(at, file, to));
-    return;
+    step = std::make_unique<BringStep>(at, file, to);
+  } else {
+    if (at.volume->rules().movesEntryAlone()) item.bytes = 0;
+    step = std::make_unique<SimpleStep>(
+        StepKind::moving, at,
+        [file, to](EMU3Error *) { return moveOf(*file.at.volume, file.file, file.directory, to->folder); },
+        file.tree);
   }
-  if (at.volume->rules().movesEntryAlone()) item.bytes = 0;
-  plan->add(std::move(item), std::make_unique<SimpleStep>(
-                                 StepKind::moving, at,
-                                 [file, to](EMU3Error *) {
-                                   return moveOf(*file.at.volume, file.file, file.directory, to->folder);
-                                 },
-                                 file.tree));
+  // In the folder that it is in already nothing changes.
+  if (to->folder != file.directory)
+    step->setArriving(arrivingFile(destination, to, nameOfCopy(destination, *file.file)));
+  plan->add(std::move(item), std::move(step));
 }
 
 void planImport(ItemsPlan *plan, const TreeDestination &destination, const std::string &hostPath,
@@ -119,7 +148,7 @@ void planImport(ItemsPlan *plan, const TreeDestination &destination, const std::
                   std::make_unique<FolderStep>(destination.at, std::move(making), folder.above.into, made));
     for (const std::string &path : listing.files)
       plan->add({.parent = item, .hostPath = path, .bytes = sizeOfHostFile(path)},
-                std::make_unique<ImportStep>(destination.at, path, made));
+                importStep(destination, {.hostPath = path}, made));
     for (; !listing.folders.empty(); listing.folders.pop_back())
       waiting.push_back({std::move(listing.folders.back()), {item, made}});
   }
@@ -141,7 +170,7 @@ void planCopy(ItemsPlan *plan, const TreeDestination &destination, const VolumeA
         return InVolume{item, made};
       },
       [&](const EMU3FilePtr &file, const EMU3DirectoryPtr &, const InVolume &above) {
-        plan->add(itemOf(file, above.item), copyStep(destination.at, source, file, above.into));
+        plan->add(itemOf(file, above.item), copyStep(destination, source, file, above.into));
       });
 }
 
@@ -168,7 +197,7 @@ void planMoveBetween(ItemsPlan *plan, const TreeDestination &destination, const 
         return InVolume{item, made, moved};
       },
       [&](const EMU3FilePtr &file, const EMU3DirectoryPtr &from, const InVolume &above) {
-        planMove(plan, destination.at, {source, file, from, above.moved}, above.into, above.item);
+        planMove(plan, destination, {source, file, from, above.moved}, above.into, above.item);
       });
   planDeletion(plan, source, emptied);
 }
@@ -202,7 +231,7 @@ void planMoveInside(ItemsPlan *plan, const TreeDestination &destination, const E
         return InVolume{item, made, moved};
       },
       [&](const EMU3FilePtr &file, const EMU3DirectoryPtr &from, const InVolume &above) {
-        planMove(plan, at, {at, file, from, above.moved}, above.into, above.item);
+        planMove(plan, destination, {at, file, from, above.moved}, above.into, above.item);
       });
   planDeletion(plan, at, emptied);
 }

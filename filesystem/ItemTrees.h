@@ -18,6 +18,7 @@ namespace tessary {
 struct TreeDestination {
   VolumeAt at;
   ExistingFolder existing = ExistingFolder::doubled;
+  std::shared_ptr<EarlierFiles> earlier{}; ///< null where files that are there do not matter
 };
 
 /// A folder of the host.
@@ -32,14 +33,17 @@ void planCopy(ItemsPlan *plan, const TreeDestination &destination, const VolumeA
 void planMove(ItemsPlan *plan, const TreeDestination &destination, const VolumeAt &source,
               const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to);
 /// A file, with the item of the folder that it is in, where that is moved too.
-void planMove(ItemsPlan *plan, const VolumeAt &at, const ForeignFile &file, const VolumeFolder &to,
-              const std::optional<std::size_t> &parent);
+void planMove(ItemsPlan *plan, const TreeDestination &destination, const ForeignFile &file,
+              const VolumeFolder &to, const std::optional<std::size_t> &parent);
 /// To a folder of the host.
 void planExport(ItemsPlan *plan, const ExportFrom &from, const EMU3DirectoryPtr &folder,
                 const HostFolder &into);
 
+/// Imports one file.
+[[nodiscard]] std::unique_ptr<ItemStep> importStep(const TreeDestination &destination, ImportSource source,
+                                                   const VolumeFolder &to);
 /// Copies a file of a volume, the same or another.
-[[nodiscard]] std::unique_ptr<ItemStep> copyStep(const VolumeAt &at, const VolumeAt &source,
+[[nodiscard]] std::unique_ptr<ItemStep> copyStep(const TreeDestination &destination, const VolumeAt &source,
                                                  const EMU3FilePtr &file, const VolumeFolder &to);
 
 } // namespace tessary

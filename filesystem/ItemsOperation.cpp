@@ -61,12 +61,17 @@ struct ItemsOperation::Parts {
   explicit Parts(VolumeAt where) : at(std::move(where)) {}
 
   [[nodiscard]] ExportFrom from() const { return {at.volume, targets}; }
+  [[nodiscard]] TreeDestination destination(ExistingFolder existing = ExistingFolder::doubled) const {
+    return {at, existing, earlier};
+  }
+  void addImport(Item item, ImportSource source, const EMU3DirectoryPtr &to);
   void addSample(const EMU3FilePtr &bank, std::uint64_t index, HostTarget target);
   void tell(std::vector<ItemTurn> *group, const ItemsWatcher &watcher);
 
   const VolumeAt at;
   const std::shared_ptr<ExportTargets> targets = std::make_shared<ExportTargets>();
-  std::weak_ptr<BankToExport> lastBank; ///< of the sample added last
+  std::shared_ptr<EarlierFiles> earlier; ///< null where files that are there do not matter
+  std::weak_ptr<BankToExport> lastBank;  ///< of the sample added last
   ItemsPlan plan;
 };
 
@@ -84,14 +89,35 @@ const ItemsProgress &ItemsOperation::progress() const {
 
 // ---- Into the volume
 
+void ItemsOperation::setExisting(ExistingFile existing) {
+  if (existing != ExistingFile::isKept) parts_->earlier = std::make_shared<EarlierFiles>(existing);
+}
+
+void ItemsOperation::setExportOptions(const ExportOptions &options) {
+  parts_->targets->setOptions(options);
+}
+
+void ItemsOperation::Parts::addImport(Item item, ImportSource source, const EMU3DirectoryPtr &to) {
+  plan.add(std::move(item), importStep(destination(), std::move(source), folderThatIsThere(to)));
+}
+
 void ItemsOperation::importFile(const std::string &hostPath, const EMU3DirectoryPtr &to) {
-  parts_->plan.add(itemOfHost(hostPath),
-                   std::make_unique<ImportStep>(parts_->at, hostPath, folderThatIsThere(to)));
+  parts_->addImport(itemOfHost(hostPath), {.hostPath = hostPath}, to);
+}
+
+void ItemsOperation::importFileAs(const std::string &name, const std::string &hostPath,
+                                  const EMU3DirectoryPtr &to) {
+  parts_->addImport(itemOfHost(hostPath), {.hostPath = hostPath, .name = name}, to);
+}
+
+void ItemsOperation::importBytes(const std::string &name, ByteBufferPtr bytes, const EMU3DirectoryPtr &to) {
+  const std::uint64_t size = bytes->size();
+  parts_->addImport({.bytes = size}, {.name = name, .bytes = std::move(bytes)}, to);
 }
 
 void ItemsOperation::importFolder(const std::string &hostPath, const EMU3DirectoryPtr &to,
                                   ExistingFolder existing) {
-  planImport(&parts_->plan, {parts_->at, existing}, hostPath, folderThatIsThere(to));
+  planImport(&parts_->plan, parts_->destination(existing), hostPath, folderThatIsThere(to));
 }
 
 void ItemsOperation::restoreFile(const std::string &hostPath, const EntryBytes &entry,
@@ -106,22 +132,24 @@ VolumeAt ItemsOperation::placeOf(const EMU3FilesystemPtr &source) const {
 
 void ItemsOperation::copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &to,
                               const EMU3FilesystemPtr &source) {
-  parts_->plan.add(itemOf(file), copyStep(parts_->at, placeOf(source), file, folderThatIsThere(to)));
+  parts_->plan.add(itemOf(file),
+                   copyStep(parts_->destination(), placeOf(source), file, folderThatIsThere(to)));
 }
 
 void ItemsOperation::copyFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to,
                                 ExistingFolder existing, const EMU3FilesystemPtr &source) {
-  planCopy(&parts_->plan, {parts_->at, existing}, placeOf(source), folder, folderThatIsThere(to));
+  planCopy(&parts_->plan, parts_->destination(existing), placeOf(source), folder, folderThatIsThere(to));
 }
 
 void ItemsOperation::moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &from,
                               const EMU3DirectoryPtr &to, const EMU3FilesystemPtr &source) {
-  planMove(&parts_->plan, parts_->at, {placeOf(source), file, from}, folderThatIsThere(to), std::nullopt);
+  planMove(&parts_->plan, parts_->destination(), {placeOf(source), file, from}, folderThatIsThere(to),
+           std::nullopt);
 }
 
 void ItemsOperation::moveFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to,
                                 ExistingFolder existing, const EMU3FilesystemPtr &source) {
-  planMove(&parts_->plan, {parts_->at, existing}, placeOf(source), folder, to);
+  planMove(&parts_->plan, parts_->destination(existing), placeOf(source), folder, to);
 }
 
 void ItemsOperation::deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &from) {

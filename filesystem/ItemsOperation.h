@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filesystem/ByteBuffer.h"
 #include "filesystem/EntryPlace.h"
 #include "filesystem/ItemsWatcher.h"
 
@@ -34,9 +35,17 @@ public:
   ItemsOperation(const ItemsOperation &) = delete;
   ItemsOperation &operator=(const ItemsOperation &) = delete;
 
+  // What is asked for besides, before the first item is added.
+  /// Of files; where this is left out they are kept.
+  void setExisting(ExistingFile existing);
+  void setExportOptions(const ExportOptions &options);
+
   // Into the volume. `source` is the volume that an item comes from, null for this one. From another one the
   // entry of a file comes as it does inside the volume, and a move deletes there what is on the medium here.
   void importFile(const std::string &hostPath, const EMU3DirectoryPtr &to);
+  /// Under this name, which is refused with code 6 where no entry can bear it.
+  void importFileAs(const std::string &name, const std::string &hostPath, const EMU3DirectoryPtr &to);
+  void importBytes(const std::string &name, ByteBufferPtr bytes, const EMU3DirectoryPtr &to);
   /// With its tree. Links to folders are not followed; names are cut as those of files are.
   void importFolder(const std::string &hostPath, const EMU3DirectoryPtr &to, ExistingFolder existing);
   void restoreFile(const std::string &hostPath, const EntryBytes &entry, const EMU3DirectoryPtr &to);

@@ -19,6 +19,22 @@ enum class ExistingFolder {
   doubled, ///< there are two then
 };
 
+/// What becomes of a file where the destination has one of its name.
+enum class ExistingFile {
+  isKept,     ///< there are two then
+  leavesOut,  ///< the new one is not stored
+  isReplaced, ///< by the new one: deleted once that is on the medium
+};
+
+/// How host files are written.
+struct ExportOptions {
+  bool replacesEarlier = true; ///< a host file of the name; it is refused otherwise
+  /// Whether a file that a link leads to is replaced, rather than the link. Links to folders are never
+  /// followed.
+  bool followsLinks = true;
+  std::uint32_t sampleRate = 44100; ///< that headers of samples tell, Hz
+};
+
 /// An item as it was planned: a file or a folder, of the host or of a volume.
 struct Item {
   /// The item of the folder that this one is in, where both are of one tree.
@@ -44,6 +60,8 @@ struct ItemEnd {
   EMU3FilePtr file;        ///< what came to be in the volume; null where nothing did
   EMU3DirectoryPtr folder; ///< the same of folders; the one that was there already where that is used
   std::string hostPath;    ///< what came to be on the host; empty where nothing did
+  std::optional<std::uint64_t> bytes{}; ///< of the file that came to be, in the volume or on the host
+  bool isLeftOut = false;               ///< since one of its name was there
 };
 
 /// Who watches the work; called on the thread that does it, between two items. Empty functions are not

@@ -70,14 +70,14 @@ bool doSteps(std::vector<ItemTurn> *turns, const ItemsWatcher &watcher) {
 }
 
 // The turns of the items for which something is left to do, with the step that does it.
-std::vector<ItemTurn *> takeRest(std::vector<ItemTurn> *turns) {
+std::vector<ItemTurn *> takeRest(const std::vector<ItemTurn *> &turns) {
   std::vector<ItemTurn *> rest;
-  for (ItemTurn &turn : *turns) {
-    turn.step->ended(turn.error, &turn.end);
-    if (turn.error) continue;
-    std::unique_ptr<ItemStep> next = turn.step->rest();
-    turn.step = std::move(next);
-    if (turn.step) rest.push_back(&turn);
+  for (ItemTurn *turn : turns) {
+    turn->step->ended(turn->error, &turn->end);
+    if (turn->error) continue;
+    std::unique_ptr<ItemStep> next = turn->step->rest();
+    turn->step = std::move(next);
+    if (turn->step) rest.push_back(turn);
   }
   return rest;
 }
@@ -96,8 +96,6 @@ void doRest(const std::vector<ItemTurn *> &rest) {
     group->begin(turn);
   }
   if (group) group->complete();
-  for (ItemTurn *turn : rest)
-    turn->step->ended(turn->error, &turn->end);
 }
 
 } // namespace
@@ -105,7 +103,11 @@ void doRest(const std::vector<ItemTurn *> &rest) {
 bool doTogether(std::vector<ItemTurn> *turns, const ItemsWatcher &watcher) {
   prepare(turns);
   const bool isWhole = doSteps(turns, watcher);
-  doRest(takeRest(turns));
+  std::vector<ItemTurn *> ended;
+  for (ItemTurn &turn : *turns)
+    ended.push_back(&turn);
+  for (ended = takeRest(ended); !ended.empty(); ended = takeRest(ended))
+    doRest(ended);
   return isWhole;
 }
 

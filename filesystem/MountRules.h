@@ -13,6 +13,7 @@ enum class MountRules {
 enum class ImageClaim {
   whenMounted,   ///< or read-only, as long as another program has it
   atFirstChange, ///< one that is only read claims nothing
+  never,         ///< changes stay in this mount, as a trial: nobody else sees them, the image does not change
 };
 
 } // namespace tessary

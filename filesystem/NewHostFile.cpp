@@ -23,7 +23,7 @@ std::string folderOf(const std::string &path) {
 // Only a regular file, or a link that does not lead to anything else, may be replaced: putting a file in
 // the place of a device or FIFO would break whoever uses it.
 bool mayReplace(mode_t mode, const std::string &path, EMU3Error *error) {
-  if (S_ISREG(mode)) return true;
+  if (S_ISREG(mode) || S_ISLNK(mode)) return true;
   if (S_ISDIR(mode)) return fail(error, hostError(EISDIR, path));
   return fail(error, {kHostErrorDomain, EINVAL, path + ": Not a regular file"});
 }
@@ -132,7 +132,7 @@ bool NewHostFile::aimAt(const std::string &path, EMU3Error *error) {
   permissions_.reset();
   struct stat status {};
   if (::lstat(path.c_str(), &status) != 0) return true; // nothing is there
-  if (S_ISLNK(status.st_mode)) {
+  if (S_ISLNK(status.st_mode) && earlier_ != Earlier::linkReplaced) {
     struct stat behind {};
     if (::stat(path.c_str(), &behind) == 0 && !mayReplace(behind.st_mode, path, error)) return false;
     target_ = withoutLink(path);

@@ -17,6 +17,7 @@ public:
   /// What an earlier file of the name means.
   enum class Earlier {
     replaced, ///< it keeps its permissions; where the name is a link, the file that it leads to is replaced
+    linkReplaced, ///< the same, but where the name is a link, the link itself
     refused,
   };
 

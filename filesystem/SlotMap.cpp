@@ -147,6 +147,17 @@ std::optional<std::uint16_t> SlotMap::placeFor(std::uint64_t blocks) const {
   return above ? above : lowestPlace(1, blocks);
 }
 
+// The last slot may lie inside the image in part.
+std::uint64_t SlotMap::largestPlace() const {
+  std::uint64_t largest = 0;
+  std::uint64_t inRow = 0;
+  for (std::uint64_t slot = 1; slot <= slotCount_; ++slot) {
+    inRow = isTaken(slot) ? 0 : inRow + blocksInside(slot);
+    largest = std::max(largest, inRow);
+  }
+  return largest;
+}
+
 std::optional<std::uint16_t> SlotMap::lowestPlace(std::uint64_t from, std::uint64_t blocks) const {
   const std::uint64_t needed = slotsFor(blocks);
   std::uint64_t inRow = 0;

@@ -50,6 +50,8 @@ public:
   [[nodiscard]] std::uint64_t slotCount() const { return slotCount_; }
   /// How many slots so many blocks take: one at least.
   [[nodiscard]] std::uint64_t slotsFor(std::uint64_t blocks) const;
+  /// The most blocks that one new file can have, however large a file may be.
+  [[nodiscard]] std::uint64_t largestPlace() const;
   /// The first of the slots in a row that a new file of `blocks` blocks goes into: the lowest place above all
   /// files, else the lowest of all. None when there is no such place.
   [[nodiscard]] std::optional<std::uint16_t> placeFor(std::uint64_t blocks) const;

@@ -21,6 +21,8 @@ struct Copy {
 
 bool StoreStep::prepare(EMU3Error *error) {
   if (!isThere(*to_, error)) return false;
+  lookForEarlier();
+  if (isLeftOut()) return true;
   file_ = read(error);
   return file_.has_value();
 }
@@ -31,7 +33,7 @@ std::unique_ptr<VolumeChange> StoreStep::makeChange(EMU3Error *error) {
 }
 
 std::optional<NewFile> ImportStep::read(EMU3Error *error) {
-  return readForImport(*at().volume, at().imagePath, hostPath_, folder(), error);
+  return readForImport(*at().volume, at().imagePath, source_, folder(), error);
 }
 
 std::optional<NewFile> RestoreStep::read(EMU3Error *error) {
@@ -53,15 +55,20 @@ std::optional<NewFile> BringStep::read(EMU3Error *error) {
 
 void BringStep::ended(const std::optional<EMU3Error> &error, ItemEnd *end) {
   if (error) keepFolder(source_.tree);
+  if (isLeftOut()) keepFolder(source_.tree, MovedFolder::Kept::forLeftOut);
   StoreStep::ended(error, end);
 }
 
 std::unique_ptr<ItemStep> BringStep::rest() {
-  if (!source_.directory) return nullptr;
-  return std::make_unique<SimpleStep>(
+  if (isLeftOut()) return nullptr;
+  std::unique_ptr<ItemStep> replacing = StoreStep::rest();
+  if (!source_.directory) return replacing;
+  auto moving = std::make_unique<SimpleStep>(
       StepKind::deleting, source_.at,
       [source = source_](EMU3Error *) { return std::make_unique<DeleteFile>(source.file, source.directory); },
       source_.tree);
+  moving->setNext(std::move(replacing));
+  return moving;
 }
 
 } // namespace tessary

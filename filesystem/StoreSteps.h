@@ -2,6 +2,7 @@
 
 #include "filesystem/ChangeStep.h"
 #include "filesystem/EMU3File.h"
+#include "filesystem/HostImport.h"
 #include "filesystem/VolumeRules.h"
 
 #include <memory>
@@ -33,13 +34,13 @@ private:
 
 class ImportStep final : public StoreStep {
 public:
-  ImportStep(VolumeAt at, std::string hostPath, VolumeFolder to)
-      : StoreStep(std::move(at), std::move(to)), hostPath_(std::move(hostPath)) {}
+  ImportStep(VolumeAt at, ImportSource source, VolumeFolder to)
+      : StoreStep(std::move(at), std::move(to)), source_(std::move(source)) {}
 
 private:
   [[nodiscard]] std::optional<NewFile> read(EMU3Error *error) override;
 
-  const std::string hostPath_;
+  const ImportSource source_;
 };
 
 /// Brings a deleted file back.

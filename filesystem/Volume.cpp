@@ -14,13 +14,16 @@ std::string volumeLabelOf(const std::string &path) {
 
 std::shared_ptr<Volume> Volume::open(const std::string &path, MountRules rules, ImageClaim claim,
                                      EMU3Error *error) {
-  std::unique_ptr<ImageMapping> mapping = ImageMapping::open(path, error);
+  const bool isTrial = claim == ImageClaim::never;
+  const auto writes = isTrial ? ImageMapping::Writes::privately : ImageMapping::Writes::toTheFile;
+  std::unique_ptr<ImageMapping> mapping = ImageMapping::open(path, writes, error);
   if (!mapping) return nullptr;
   const std::shared_ptr<MountedImage> mounted = MountedImage::of(mapping->device(), mapping->inode(), rules);
   if (!mounted) {
     fail(error, EngineError::mountedWithOtherRules);
     return nullptr;
   }
+  if (isTrial) return openTrial(path, mounted, std::move(mapping), error);
   const MutexLock opening(mounted->opening);
   std::shared_ptr<Volume> volume = mounted->guardedVolume.lock();
   const bool isNew = volume == nullptr;
@@ -31,6 +34,19 @@ std::shared_ptr<Volume> Volume::open(const std::string &path, MountRules rules, 
   if (claim == ImageClaim::whenMounted) static_cast<void>(volume->claim(nullptr));
   if (isNew && !volume->read(volumeLabelOf(path), error)) return nullptr;
   if (rules == MountRules::guarded) mounted->guardedVolume = volume;
+  return volume;
+}
+
+// Shares the locks with the image's other volume and nothing else.
+std::shared_ptr<Volume> Volume::openTrial(const std::string &path,
+                                          const std::shared_ptr<MountedImage> &mounted,
+                                          std::unique_ptr<ImageMapping> mapping, EMU3Error *error) {
+  const auto volume = std::make_shared<Volume>(mounted, std::move(mapping));
+  const WriteLock changing(volume->changing);
+  const WriteLock lock(volume->lock);
+  volume->isTrial_ = true;
+  volume->isClaimed_ = true; // nobody else can change it
+  if (!volume->read(volumeLabelOf(path), error)) return nullptr;
   return volume;
 }
 
@@ -121,7 +137,7 @@ bool Volume::keepsOthersOut(EMU3Error *error) {
     const WriteLock reading(lock);
     return claim(error);
   }
-  return mounted_->claimForWriting(image.descriptor()) ||
+  return isTrial_ || mounted_->claimForWriting(image.descriptor()) ||
          fail(error, rules_.readOnlyError(ReadOnlyReason::otherProgram));
 }
 

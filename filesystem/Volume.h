@@ -61,6 +61,8 @@ public:
   /// code 3.
   [[nodiscard]] bool prepareForChange(const std::string &path, EMU3Error *error)
       TESSARY_REQUIRES(changing, lock);
+  /// Whether what is changed stays in this volume: what would be written to the host is not written either.
+  [[nodiscard]] bool isTrial() const { return isTrial_; }
   /// Whether another program may change the image at any time, since this one has not claimed it.
   [[nodiscard]] bool isShared() const { return !isClaimed_; }
   /// The same, where the volume looks out for it: not by the bare rules.
@@ -96,6 +98,9 @@ public:
   VolumeTree tree TESSARY_GUARDED_BY(lock);
 
 private:
+  static std::shared_ptr<Volume> openTrial(const std::string &path,
+                                           const std::shared_ptr<MountedImage> &mounted,
+                                           std::unique_ptr<ImageMapping> mapping, EMU3Error *error);
   void readTree(const std::string &label) TESSARY_REQUIRES(lock);
   void readAgain() TESSARY_REQUIRES(lock);
   void tookIn(bool isTreeReadable) TESSARY_REQUIRES(lock);
@@ -103,6 +108,7 @@ private:
 
   std::atomic<ReadOnlyReason> readOnlyReason_ = ReadOnlyReason::none;
   std::atomic<bool> isClaimed_ = false;
+  bool isTrial_ = false; ///< set before anyone else has the volume
   /// As long as the image is not claimed.
   DirectorySnapshot snapshot_ TESSARY_GUARDED_BY(lock);
   mutable Mutex geometryMutex_;

@@ -140,6 +140,9 @@ public:
   [[nodiscard]] virtual std::optional<std::uint16_t> slotForNewFile(const Volume &volume,
                                                                     std::uint64_t blocks) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
+  /// The most blocks that a new file can have as the volume stands; 0 where there is no room for any.
+  [[nodiscard]] virtual std::uint64_t largestNewFile(const Volume &volume) const
+      TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   [[nodiscard]] virtual format::Dentry entryOfNewFile(const NewFile &file,
                                                       const NewFilePlace &place) const = 0;
   /// The fields in memory of a file just stored with this entry.

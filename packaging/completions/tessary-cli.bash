@@ -1,16 +1,21 @@
 # bash completion for tessary-cli
 
 _tessary_cli_options() {
-  local every='--exact --json -h --help'
+  local every='--exact --json -q --quiet -h --help' trial='-n --dry-run'
   case $1 in
-    ls) echo "-R --recursive --csv $every" ;;
-    cat) echo '--exact -h --help' ;;
-    export) echo "-d --directory -o --output -R --recursive $every" ;;
-    wav) echo "-d --directory -o --output $every" ;;
-    import) echo "-t --to $every" ;;
-    rmdir) echo "-R --recursive $every" ;;
-    recover) echo "--block --to --name --dry-run $every" ;;
-    batch) echo "--stop $every" ;;
+    ls) echo "-R --recursive -l --long --sort --reverse --csv $every" ;;
+    cat) echo '--exact -q --quiet -h --help' ;;
+    export) echo "-d --directory -o --output -R --recursive --no-clobber $trial $every" ;;
+    wav) echo "-d --directory -o --output -R --recursive --rate --no-clobber $trial $every" ;;
+    import) echo "-t --to -R --recursive --name --replace --skip-existing $trial $every" ;;
+    cp | mv) echo "-R --recursive --into --replace --skip-existing $trial $every" ;;
+    rm | rename | backup) echo "$trial $every" ;;
+    mkdir) echo "-p --parents $trial $every" ;;
+    rmdir) echo "-R --recursive $trial $every" ;;
+    find) echo "--files --folders --presets --samples $every" ;;
+    new) echo "--size --like $trial $every" ;;
+    recover) echo "--block --to --name $trial $every" ;;
+    batch) echo "--stop $trial $every" ;;
     *) echo "$every" ;;
   esac
 }
@@ -26,9 +31,33 @@ _tessary_cli_files() {
   fi
 }
 
+# Names inside the image, as they are written in the shell. Behind a folder's "/" more can be typed.
+_tessary_cli_names() {
+  local image
+  compopt -o nospace 2>/dev/null
+  eval "image=$1" 2>/dev/null
+  mapfile -t COMPREPLY < <("${COMP_WORDS[0]}" --complete-bash "$image" "$2" 2>/dev/null)
+  [ ${#COMPREPLY[@]} -ne 1 ] || [[ ${COMPREPLY[0]} == */ ]] || compopt +o nospace 2>/dev/null
+}
+
+# The words behind the command that are no options and no values of options.
+_tessary_cli_words() {
+  local word previous=
+  words=()
+  for word in "${COMP_WORDS[@]:2:COMP_CWORD-2}"; do
+    case $previous in
+      -d | --directory | -o | --output | -t | --to | --block | --name | --sort | --rate | --size | --like | --into) ;;
+      *) [[ $word == -?* ]] || words+=("$word") ;;
+    esac
+    previous=$word
+  done
+}
+
 _tessary_cli() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-  local commands='info ls stat cat export contents samples wav import cp mv rm rename mkdir rmdir backup check recover batch'
+  local commands='info ls stat cat export contents samples wav import cp mv rm rename mkdir rmdir find new backup check recover batch'
+  local image='*.[hH][dD][aA]'
+  local -a words
   COMPREPLY=()
 
   if [ "$COMP_CWORD" -eq 1 ]; then
@@ -37,6 +66,7 @@ _tessary_cli() {
   fi
 
   local command=${COMP_WORDS[1]}
+  _tessary_cli_words
   case $previous in
     -d | --directory)
       compopt -o filenames 2>/dev/null
@@ -47,21 +77,36 @@ _tessary_cli() {
       _tessary_cli_files "$current" ''
       return
       ;;
-    -t | --to | --block | --name) return ;;
+    --into | --like)
+      _tessary_cli_files "$current" "$image"
+      return
+      ;;
+    --sort)
+      mapfile -t COMPREPLY < <(compgen -W 'none name type format size' -- "$current")
+      return
+      ;;
+    -t | --to)
+      [ ${#words[@]} -eq 0 ] || _tessary_cli_names "${words[0]}" "$current"
+      return
+      ;;
+    --block | --name | --rate | --size) return ;;
   esac
   if [[ $current == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$(_tessary_cli_options "$command")" -- "$current")
     return
   fi
 
-  local word image=
-  for word in "${COMP_WORDS[@]:2:COMP_CWORD-2}"; do
-    [[ $word == -* ]] || image=$word
-  done
-  if [ -z "$image" ]; then
-    _tessary_cli_files "$current" '*.[hH][dD][aA]'
-  elif [ "$command" = import ]; then
-    _tessary_cli_files "$current" ''
+  if [ "$command" = find ]; then
+    [ ${#words[@]} -eq 0 ] || _tessary_cli_files "$current" "$image"
+  elif [ ${#words[@]} -eq 0 ]; then
+    _tessary_cli_files "$current" "$image"
+  else
+    case $command in
+      import | backup) _tessary_cli_files "$current" '' ;;
+      ls | stat | cat | export | contents | samples | wav | cp | mv | rm | rename | mkdir | rmdir)
+        _tessary_cli_names "${words[0]}" "$current"
+        ;;
+    esac
   fi
 }
 

@@ -1,8 +1,10 @@
 #include "tests/cli/CliRun.h"
 
 #include "cli/Addresses.h"
+#include "tests/cli/JsonSchema.h"
 #include "tests/support/MountedVolume.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <sstream>
 #include <stdexcept>
@@ -22,6 +24,7 @@ Answer runCli(const std::vector<std::string> &words, const std::string &input,
   answer.status = runTessaryCli(words, in, out, err, surroundings);
   answer.out = out.str();
   answer.err = err.str();
+  if (std::find(words.begin(), words.end(), "--json") != words.end()) expectFitsSchema(words, answer.out);
   return answer;
 }
 
@@ -47,6 +50,15 @@ nlohmann::json jsonOf(const Answer &answer) {
   if (objects.size() != 1) return {};
   EXPECT_EQ(objects.front().at("ok").get<bool>(), answer.status == 0);
   return objects.front();
+}
+
+nlohmann::json itemsOf(nlohmann::json answer) {
+  if (!answer.contains("results")) return answer;
+  for (nlohmann::json &result : answer.at("results")) {
+    for (const char *member : {"path", "place", "host", "bytes"})
+      result.erase(member);
+  }
+  return answer;
 }
 
 nlohmann::json allDone(const std::vector<std::string> &items) {
@@ -92,6 +104,10 @@ Answer CliTest::cli(const std::string &command, const std::vector<std::string> &
 nlohmann::json CliTest::cliJson(const std::string &command, std::vector<std::string> rest) const {
   rest.insert(rest.begin(), "--json");
   return jsonOf(cli(command, rest));
+}
+
+nlohmann::json CliTest::cliItems(const std::string &command, std::vector<std::string> rest) const {
+  return itemsOf(cliJson(command, std::move(rest)));
 }
 
 Answer CliTest::batch(const std::string &lines, const std::vector<std::string> &options) const {

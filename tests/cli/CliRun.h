@@ -34,7 +34,9 @@ std::vector<nlohmann::json> jsonLines(const std::string &out);
 nlohmann::json jsonOf(const Answer &answer);
 nlohmann::json parsedJson(std::string_view text);
 
-/// An answer in JSON of a command that did every item.
+/// An answer in JSON whose results tell the items, whether they were done, and the errors alone.
+nlohmann::json itemsOf(nlohmann::json answer);
+/// Such an answer of a command that did every item.
 nlohmann::json allDone(const std::vector<std::string> &items);
 /// An answer in JSON of a command that failed as a whole.
 nlohmann::json failure(const std::string &domain, int code, const std::string &message);
@@ -68,6 +70,8 @@ protected:
              const CliSurroundings &surroundings = {}) const;
   /// The same with --json, which is parsed.
   nlohmann::json cliJson(const std::string &command, std::vector<std::string> rest = {}) const;
+  /// The same with the items alone (itemsOf).
+  nlohmann::json cliItems(const std::string &command, std::vector<std::string> rest = {}) const;
   Answer batch(const std::string &lines, const std::vector<std::string> &options = {}) const;
 
   /// The image parsed anew.

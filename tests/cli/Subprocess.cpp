@@ -141,8 +141,8 @@ std::string Subprocess::read(std::size_t length) const {
   return text;
 }
 
-void Subprocess::interrupt() const {
-  ::kill(pid_, SIGINT);
+void Subprocess::signal(int number) const {
+  ::kill(pid_, number);
 }
 
 Ending Subprocess::finish() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <cstddef>
 #include <string>
 #include <sys/types.h>
@@ -43,7 +44,8 @@ public:
   std::string readLine() const;
   /// Waits for so many bytes of its standard output.
   std::string read(std::size_t length) const;
-  void interrupt() const;
+  void interrupt() const { signal(SIGINT); }
+  void signal(int number) const;
   pid_t pid() const { return pid_; }
   /// Closes its input, reads what it still writes to the end, and waits for it.
   Ending finish();

@@ -42,12 +42,12 @@ TEST_F(Change, CpCopiesFilesIntoAFolder) {
 }
 
 TEST_F(Change, CpTakesPatterns) {
-  EXPECT_EQ(cliJson("cp", {"/K*", "/Drums/*", "/Empty"}), allDone({"/KICK", "/KNOCK", "/Drums/HAT"}));
+  EXPECT_EQ(cliItems("cp", {"/K*", "/Drums/*", "/Empty"}), allDone({"/KICK", "/KNOCK", "/Drums/HAT"}));
   EXPECT_EQ(volumeNames("/Empty"), (Names{"KICK", "KNOCK", "HAT"}));
 }
 
 TEST_F(Change, MatchesAreSettledBeforeTheFirstChange) {
-  EXPECT_EQ(cliJson("cp", {"/*", "/"}), allDone({"/KICK", "/KNOCK", "/SNARE"}));
+  EXPECT_EQ(cliItems("cp", {"/*", "/"}), allDone({"/KICK", "/KNOCK", "/SNARE"}));
   EXPECT_EQ(volumeNames(),
             (Names{"KICK", "KNOCK", "SNARE", "KICK", "KNOCK", "SNARE", "Drums/", "Empty/", "Nest/"}));
 }
@@ -62,7 +62,7 @@ TEST_F(Change, MvMovesFilesIntoAFolder) {
 
 TEST_F(Change, MvWithinOneFolderChangesNothing) {
   const Bytes before = readBytes(imagePath());
-  EXPECT_EQ(cliJson("mv", {"/KICK", "/"}), allDone({"/KICK"}));
+  EXPECT_EQ(cliItems("mv", {"/KICK", "/"}), allDone({"/KICK"}));
   EXPECT_EQ(readBytes(imagePath()), before);
 }
 
@@ -93,7 +93,7 @@ TEST_F(Change, FailingItemsAreToldAndTheOthersDone) {
   image.root().addFile("A", bytesOf("a"));
   image.root().addFile("B", bytesOf("b"));
   use(image);
-  EXPECT_EQ(cliJson("cp", {"/A", "/B", "/Full"}),
+  EXPECT_EQ(cliItems("cp", {"/A", "/B", "/Full"}),
             parsedJson(R"({"ok":false,"results":[{"item":"/A","ok":true},
       {"item":"/B","ok":false,"error":{"domain":"com.tessary.error","code":7,
       "message":"Destination directory is full"}}]})"));
@@ -109,21 +109,21 @@ TEST_F(Change, RmDeletesFiles) {
 }
 
 TEST_F(Change, RmTakesPatternsAndEachFileOnce) {
-  EXPECT_EQ(cliJson("rm", {"/KICK", "/K*", "@34:0"}), allDone({"/KICK", "/KNOCK"}));
+  EXPECT_EQ(cliItems("rm", {"/KICK", "/K*", "@34:0"}), allDone({"/KICK", "/KNOCK"}));
   EXPECT_EQ(volumeNames(), (Names{"SNARE", "Drums/", "Empty/", "Nest/"}));
 }
 
 TEST_F(Change, RmReachesTheSecondOfOneNameByItsPlace) {
   ASSERT_EQ(cli("cp", {"/KICK", "/"}).status, 0);
   ASSERT_EQ(cliJson("ls").at("folder").at("files").at(3).at("dentryOffset"), 6);
-  EXPECT_EQ(cliJson("rm", {"@34:6"}), allDone({"@34:6"}));
+  EXPECT_EQ(cliItems("rm", {"@34:6"}), allDone({"@34:6"}));
   EXPECT_EQ(contents("@34:0"), "kick");
 }
 
 TEST_F(Change, RenameGivesTheNameAsItIs) {
   EXPECT_EQ(cli("rename", {"/KICK", " Big/Kick* "}), (Answer{0, "Renamed /KICK to  Big/Kick*\n", ""}))
       << "the name that the entry then has";
-  EXPECT_EQ(cliJson("rename", {"/ Big\\/Kick*", "a\\b"}), allDone({"/ Big\\/Kick*"}));
+  EXPECT_EQ(cliItems("rename", {"/ Big\\/Kick*", "a\\b"}), allDone({"/ Big\\/Kick*"}));
   EXPECT_EQ(volumeNames().front(), "a\\b");
 }
 
@@ -150,7 +150,7 @@ TEST_F(Change, NamesThatTheEngineRefusesAreItsErrors) {
 
 TEST_F(Change, MkdirCreatesTheLastPartInTheFolderBeforeIt) {
   EXPECT_EQ(cli("mkdir", {"/Drums/New"}), (Answer{0, "Created the folder /Drums/New\n", ""}));
-  EXPECT_EQ(cliJson("mkdir", {"@34:3/A\\/B*"}), allDone({"@34:3/A\\/B*"}));
+  EXPECT_EQ(cliItems("mkdir", {"@34:3/A\\/B*"}), allDone({"@34:3/A\\/B*"}));
   EXPECT_EQ(volumeNames("/Drums"), (Names{"HAT", "New/", "A/B*/"}));
   EXPECT_EQ(cli("mkdir", {"/Drums"}).status, 0);
   EXPECT_EQ(volumeNames(), (Names{"KICK", "KNOCK", "SNARE", "Drums/", "Empty/", "Nest/", "Drums/"}));
@@ -176,8 +176,8 @@ TEST_F(Change, RmdirWithoutRRefusesAFolderWithFilesOrFolders) {
 }
 
 TEST_F(Change, RmdirWithRDeletesEverythingBelow) {
-  EXPECT_EQ(cliJson("rmdir", {"/Nest", "-R"}), allDone({"/Nest"}));
-  EXPECT_EQ(cliJson("rmdir", {"-R", "@34:3"}), allDone({"@34:3"}));
+  EXPECT_EQ(cliItems("rmdir", {"/Nest", "-R"}), allDone({"/Nest"}));
+  EXPECT_EQ(cliItems("rmdir", {"-R", "@34:3"}), allDone({"@34:3"}));
   EXPECT_EQ(volumeNames(), (Names{"KICK", "KNOCK", "SNARE", "Empty/"}));
 }
 

@@ -148,7 +148,7 @@ TEST_F(CheckRecover, RecoverSaysWhatItDoesAndDoesIt) {
 }
 
 TEST_F(CheckRecover, RecoverNamesTheFolderByItsBlockWhenNoNameIsGiven) {
-  EXPECT_EQ(jsonOf(runCli({"recover", imagePath(), "--block", block(), "--to", "/", "--json"})),
+  EXPECT_EQ(itemsOf(jsonOf(runCli({"recover", imagePath(), "--block", block(), "--to", "/", "--json"}))),
             allDone({block()}));
   EXPECT_EQ(runCli({"ls", imagePath(), "/Recovered " + block()}).status, 0);
 }
@@ -157,7 +157,7 @@ TEST_F(CheckRecover, DryRunChangesNothing) {
   const Bytes before = readBytes(imagePath());
   const Answer answer = runCli({"recover", imagePath(), "--block", block(), "--to", "/", "--dry-run"});
   EXPECT_EQ(answer.status, 0);
-  EXPECT_NE(answer.out.find("Nothing was changed"), std::string::npos);
+  EXPECT_NE(answer.out.find("Dry run: nothing was written."), std::string::npos);
   EXPECT_EQ(readBytes(imagePath()), before);
 }
 
@@ -174,7 +174,7 @@ protected:
       EXPECT_EQ(answer.err, "tessary-cli: " + block() + ": " + message + "\n");
       json results{{{"item", block()}, {"ok", false}}};
       results[0]["error"] = failure("com.tessary.error", code, message).at("error");
-      EXPECT_EQ(cliJson("recover", words), (json{{"ok", false}, {"results", results}}));
+      EXPECT_EQ(cliItems("recover", words), (json{{"ok", false}, {"results", results}}));
     }
     EXPECT_EQ(readBytes(imagePath()), before);
   }

@@ -116,7 +116,7 @@ TEST_F(BackupCommand, CopiesTheImage) {
   const std::string copy = hostPath("copy.hda");
   EXPECT_EQ(cli("backup", {copy}), (Answer{0, "Backed up " + imagePath() + " to " + copy + "\n", ""}));
   EXPECT_EQ(readBytes(copy), readBytes(imagePath()));
-  EXPECT_EQ(cliJson("backup", {hostPath("second.hda")}), allDone({imagePath()}));
+  EXPECT_EQ(cliItems("backup", {hostPath("second.hda")}), allDone({imagePath()}));
 }
 
 TEST_F(BackupCommand, NeverReplacesAFile) {

@@ -29,9 +29,11 @@ TEST_F(Info, JsonHoldsExactlyTheFacts) {
       "fileCount":2}})");
   expected["volume"]["usedBlocks"] = 162 + 2 * 64; // what lies below the data area, and two files' slots
   expected["volume"]["freeBlocks"] = 8192 - 162 - 2 * 64;
+  expected["volume"]["largestFreeBlocks"] = 8192 - 162 - 2 * 64; // behind the files all is free
   EXPECT_EQ(cliJson("info"), expected);
   expected["volume"]["usedBlocks"] = mounted()->usedBlocks();
   expected["volume"]["freeBlocks"] = mounted()->freeBlocks();
+  expected["volume"]["largestFreeBlocks"] = 8192 - (162 + 9 * 64); // behind the slot of the deleted file
   EXPECT_EQ(cliJson("info", {"--exact"}), expected);
 }
 
@@ -45,6 +47,7 @@ TEST_F(Info, TextTellsTheSame) {
                                  "Blocks:                8192\n"
                                  "Used blocks:           162 (81.0 KB)\n"
                                  "Free blocks:           8030 (3.9 MB)\n"
+                                 "Largest new file:      8030 blocks (3.9 MB)\n"
                                  "Table entries scanned: 262144\n"
                                  "Table begins at block: 2\n"
                                  "Root folder's block:   34\n"

@@ -64,7 +64,8 @@ TEST_F(Interruption, ItemInProgressIsFinishedAndNoOtherBegun) {
 TEST_F(Interruption, JsonTellsWhatWasDone) {
   const Answer answer = run({"rm", "/*", "--json"}, afterItems(1));
   EXPECT_EQ(answer.status, 130);
-  EXPECT_EQ(jsonOf(answer), parsedJson(R"({"ok":false,"results":[{"item":"/A","ok":true}]})"));
+  EXPECT_EQ(jsonOf(answer),
+            parsedJson(R"({"ok":false,"interrupted":true,"results":[{"item":"/A","ok":true}]})"));
 }
 
 TEST_F(Interruption, HoldsForEveryCommandOfSeveralItems) {
@@ -84,7 +85,7 @@ TEST_F(Interruption, HoldsForEveryCommandOfSeveralItems) {
 TEST_F(Interruption, WavOfAllSamplesStopsBehindTheOneInProgress) {
   useBank();
   const std::string out = newHostFolder("out");
-  EXPECT_EQ(run({"wav", "/BANK", "-d", out}, afterItems(2)),
+  EXPECT_EQ(run({"wav", "/BANK", "-d", out}, afterItems(3)),
             (Answer{130,
                     "Exported /BANK[0] to " + out + "/BANK_one.wav\nExported /BANK[1] to " + out +
                         "/BANK_two.wav\n",
@@ -139,7 +140,7 @@ TEST_F(Progress, LongWorkShowsItOnATerminalAndTakesItBack) {
   EXPECT_EQ(shown.status, plain.status);
   EXPECT_EQ(shown.out, plain.out);
   EXPECT_EQ(plain.err, "");
-  EXPECT_EQ(shown.err, "\r\x1b[K1 of 2: /A\r\x1b[K2 of 2: /B\r\x1b[K");
+  EXPECT_EQ(shown.err, "\r\x1b[K1 of 2, 0 B of 2 B, 0%: /A\r\x1b[K2 of 2, 0 B of 2 B, 0%: /B\r\x1b[K");
 }
 
 TEST_F(Progress, WavOfSeveralSamplesShowsIt) {
@@ -150,7 +151,8 @@ TEST_F(Progress, WavOfSeveralSamplesShowsIt) {
   EXPECT_EQ(shown.status, plain.status);
   EXPECT_EQ(shown.out, plain.out);
   EXPECT_EQ(plain.err, "");
-  EXPECT_EQ(shown.err, "\r\x1b[K1 of 3: /BANK[0]\r\x1b[K2 of 3: /BANK[1]\r\x1b[K3 of 3: /BANK[2]\r\x1b[K");
+  EXPECT_EQ(shown.err, "\r\x1b[K1 of 3, 0 B of 440 B, 0%: /BANK[0]\r\x1b[K2 of 3, 0 B of 440 B, 0%: /BANK[1]"
+                       "\r\x1b[K3 of 3, 0 B of 440 B, 0%: /BANK[2]\r\x1b[K");
 }
 
 TEST_F(Progress, OneItemShowsNone) {
@@ -170,8 +172,8 @@ TEST_F(Progress, ProblemsStandOnLinesOfTheirOwn) {
 TEST_F(Progress, FoldersCountWithWhatIsBelowThem) {
   const Answer answer =
       cli("export", {"-R", "/*", "-d", newHostFolder("out")}, {.errIsTerminal = true, .interrupted = {}});
-  EXPECT_NE(answer.err.find("1 of 5: /A"), std::string::npos) << answer;
-  EXPECT_NE(answer.err.find("5 of 5: /Drums/D"), std::string::npos) << answer;
+  EXPECT_NE(answer.err.find("1 of 5, 0 B of 4 B, 0%: /A"), std::string::npos) << answer;
+  EXPECT_NE(answer.err.find("5 of 5, "), std::string::npos) << answer;
 }
 
 TEST_F(Progress, LongItemsAreCutAndControlCharactersEscaped) {
@@ -181,7 +183,7 @@ TEST_F(Progress, LongItemsAreCutAndControlCharactersEscaped) {
   image.root().addFolder("Drums");
   use(image);
   EXPECT_NE(cli("cp", {"/*", "/Drums"}, {.errIsTerminal = true, .interrupted = {}})
-                .err.find("1 of 2: /x\\x1b[2J\r"),
+                .err.find("1 of 2, 0 B of 2 B, 0%: /x\\x1b[2J\r"),
             std::string::npos);
   const std::string missing = "/" + std::string(300, 'm');
   const Answer answer =

@@ -1,6 +1,7 @@
 #include "tests/cli/CliRun.h"
 #include "tests/support/BankBuilder.h"
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -64,43 +65,95 @@ TEST_F(Ls, RecursivelyShowsEachFolderUnderItsAddress) {
                                                  ""}));
 }
 
-TEST_F(Ls, FoldersComeInTheOrderOfTheirListsEachBeforeWhatIsBelow) {
+constexpr const char *kCsvTitles = "Path,Name,Type,Format,Presets,Samples,Bytes,Place\n";
+
+TEST_F(Ls, CsvHasPathsPlacesAndPlainNumbersAndNothingWhereThereIsNone) {
   use(listedVolume());
-  const std::string out = cli("ls", {"-R", "--csv"}).out;
-  EXPECT_EQ(out, "Name,Type,Format,Presets,Samples,Size,Folder\n"
-                 "KICK,Bank,Emulator IV,1,1,1.1 KB,/\n"
-                 "OLD,Bank,Emulator III,5,12,2.0 KB,/\n"
-                 "OS,System,—,—,—,100 B,/\n"
-                 "NOTE,File,—,—,—,5 B,/\n"
-                 "Drums,Folder,—,—,—,—,/\n"
-                 "Pads,Folder,—,—,—,—,/\n"
-                 "SNARE,Bank,—,—,—,5 B,/Drums\n"
-                 "Empty,Folder,—,—,—,—,/Drums\n");
+  const std::size_t kick = IffBank().preset("Kick").sample("C1", patternBytes(1000)).build().size();
+  const std::size_t old = emulatorThreeBank("Old Bank", 5, 12).size();
+  EXPECT_EQ(cli("ls", {"-R", "--csv"}).out,
+            kCsvTitles + ("/KICK,KICK,Bank,Emulator IV,1,1," + std::to_string(kick)) +
+                ",@34:0\n/OLD,OLD,Bank,Emulator III,5,12," + std::to_string(old) +
+                ",@34:1\n"
+                "/OS,OS,System,,,,100,@34:3\n"
+                "/NOTE,NOTE,File,,,,5,@34:4\n"
+                "/Drums,Drums,Folder,,,,,@34:5\n"
+                "/Pads,Pads,Folder,,,,,@34:6\n"
+                "/Drums/SNARE,SNARE,Bank,,,,5,@35:0\n"
+                "/Drums/Empty,Empty,Folder,,,,,@35:1\n");
+  EXPECT_EQ(cli("ls", {"--csv", "/Drums"}),
+            (Answer{0,
+                    kCsvTitles + std::string("/Drums/SNARE,SNARE,Bank,,,,5,@35:0\n"
+                                             "/Drums/Empty,Empty,Folder,,,,,@35:1\n"),
+                    ""}));
 }
 
-TEST_F(Ls, CsvHoldsTheTable) {
-  use(listedVolume());
-  EXPECT_EQ(cli("ls", {"--csv", "/Drums"}), (Answer{0,
-                                                    "Name,Type,Format,Presets,Samples,Size\n"
-                                                    "SNARE,Bank,—,—,—,5 B\n"
-                                                    "Empty,Folder,—,—,—,—\n",
-                                                    ""}));
-}
-
-TEST_F(Ls, CsvQuotesWhatNeedsIt) {
+TEST_F(Ls, CsvNeverLetsANameOutOfItsCell) {
   ImageBuilder image;
-  image.root().addFile("a,b", {}, {.type = 0x82});
-  image.root().addFile("say \"hi\"", {}, {.type = 0x82});
-  image.root().addFile("  lead", {}, {.type = 0x82});
-  image.root().addFile("it's", {}, {.type = 0x82});
-  image.root().addFile("two\nlines", {}, {.type = 0x82});
+  for (const char *name :
+       {"a,b", "say \"hi\"", "  lead", "it's", "two\nlines", "=1+1", "+A", "-A", "@A", "'A", "a\\nb"})
+    image.root().addFile(name, {}, {.type = 0x82});
   use(image);
-  EXPECT_EQ(cli("ls", {"--csv"}).out, "Name,Type,Format,Presets,Samples,Size\n"
-                                      "\"a,b\",File,—,—,—,0 B\n"
-                                      "\"say \"\"hi\"\"\",File,—,—,—,0 B\n"
-                                      "\"  lead\",File,—,—,—,0 B\n"
-                                      "it's,File,—,—,—,0 B\n"
-                                      "two\\nlines,File,—,—,—,0 B\n");
+  EXPECT_EQ(cli("ls", {"--csv"}).out,
+            kCsvTitles + std::string("\"/a,b\",\"a,b\",File,,,,0,@34:0\n"
+                                     "\"/say \"\"hi\"\"\",\"say \"\"hi\"\"\",File,,,,0,@34:1\n"
+                                     "/  lead,\"  lead\",File,,,,0,@34:2\n"
+                                     "/it's,it's,File,,,,0,@34:3\n"
+                                     "@34:4,two\\nlines,File,,,,0,@34:4\n"
+                                     "/=1+1,'=1+1,File,,,,0,@34:5\n"
+                                     "/+A,'+A,File,,,,0,@34:6\n"
+                                     "/-A,'-A,File,,,,0,@34:7\n"
+                                     "/@A,'@A,File,,,,0,@34:8\n"
+                                     "/'A,''A,File,,,,0,@34:9\n"
+                                     "/a\\\\nb,a\\\\nb,File,,,,0,@34:10\n"));
+}
+
+TEST_F(Ls, LongAddsExactBytesAndPlaces) {
+  use(listedVolume());
+  EXPECT_EQ(cli("ls", {"-l", "/Drums"}),
+            (Answer{0,
+                    "Name   Type    Format  Presets  Samples  Size  Bytes  Place\n"
+                    "SNARE  Bank    —             —        —   5 B      5  @35:0\n"
+                    "Empty  Folder  —             —        —     —      —  @35:1\n",
+                    ""}));
+}
+
+// The first words of the lines.
+std::vector<std::string> firstWords(const std::string &out) {
+  std::vector<std::string> words;
+  std::istringstream lines(out);
+  for (std::string line; std::getline(lines, line);)
+    words.push_back(line.substr(0, line.find(' ')));
+  return words;
+}
+
+TEST_F(Ls, SortsFilesByTheKeyAndKeepsFoldersBehindThem) {
+  use(listedVolume());
+  using Names = std::vector<std::string>;
+  const auto order = [&](const Names &words) { return firstWords(cli("ls", words).out); };
+  EXPECT_EQ(order({"--sort", "none"}), (Names{"Name", "KICK", "OLD", "OS", "NOTE", "Drums", "Pads"}));
+  EXPECT_EQ(order({"--sort", "name"}), (Names{"Name", "KICK", "NOTE", "OLD", "OS", "Drums", "Pads"}));
+  EXPECT_EQ(order({"--sort", "name", "--reverse"}),
+            (Names{"Name", "OS", "OLD", "NOTE", "KICK", "Pads", "Drums"}));
+  EXPECT_EQ(order({"--sort", "size"}), (Names{"Name", "NOTE", "OS", "KICK", "OLD", "Drums", "Pads"}));
+  EXPECT_EQ(order({"--sort", "type"}), (Names{"Name", "KICK", "OLD", "NOTE", "OS", "Drums", "Pads"}));
+  EXPECT_EQ(order({"--sort", "format", "--reverse"}),
+            (Names{"Name", "NOTE", "OS", "KICK", "OLD", "Pads", "Drums"}));
+  EXPECT_EQ(order({"--reverse"}), (Names{"Name", "NOTE", "OS", "OLD", "KICK", "Pads", "Drums"}));
+  EXPECT_EQ(cli("ls", {"--sort", "colour"}).status, 2);
+  EXPECT_EQ(cliJson("ls", {"--sort", "size"}).at("folder").at("files").at(0).at("name"), "NOTE");
+}
+
+TEST_F(Ls, WhatDoesNotPrintIsNeverShownRawAndABackslashIsUnlikeAnEscape) {
+  ImageBuilder image;
+  image.root().addFile("a\u202Ecod", {}, {.type = 0x82});
+  image.root().addFile("a\\u202ecod", {}, {.type = 0x82});
+  use(image);
+  const std::string out = cli("ls").out;
+  EXPECT_NE(out.find("\na\\u202ecod  "), std::string::npos) << out;
+  EXPECT_NE(out.find("\na\\\\u202ecod  "), std::string::npos) << out;
+  EXPECT_EQ(cli("ls", {"--json"}).out.find("\u202E"), std::string::npos);
+  EXPECT_EQ(cliJson("ls").at("folder").at("files").at(0).at("name"), "a\u202Ecod");
 }
 
 constexpr const char *kSnare = R"({"name":"SNARE","rawType":129,"entryId":0,"startCluster":5,"clusterCount":1,

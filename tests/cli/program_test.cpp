@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace tessary::test {
@@ -67,7 +68,8 @@ TEST_F(Program, BatchReadsStandardInput) {
 TEST_F(Program, BatchAnswersEachLineBeforeItWaitsForTheNext) {
   Subprocess program({"batch", imagePath(), "--json"});
   program.write("rename /KICK ONE\n");
-  EXPECT_EQ(program.readLine(), R"({"ok":true,"results":[{"item":"/KICK","ok":true}]})");
+  EXPECT_EQ(program.readLine(),
+            R"({"ok":true,"results":[{"item":"/KICK","ok":true,"path":"/ONE","place":"@258:0"}]})");
   program.write("rm /ONE\n");
   EXPECT_EQ(program.readLine(), R"({"ok":true,"results":[{"item":"/ONE","ok":true}]})");
   EXPECT_EQ(program.finish(), (Ending{0, 0}));
@@ -129,6 +131,18 @@ TEST_F(Program, InterruptionEndsABatchThatWaitsForALine) {
   program.interrupt();
   EXPECT_EQ(program.finish(), (Ending{130, 0}));
   EXPECT_EQ(program.err(), "tessary-cli: Interrupted\n");
+}
+
+TEST_F(Program, SignalsThatEndItHaveStatusesOfTheirOwn) {
+  for (const auto &[number, status] :
+       {std::pair(SIGINT, 130), std::pair(SIGTERM, 143), std::pair(SIGHUP, 129)}) {
+    Subprocess program({"batch", imagePath()});
+    program.write("cat /KICK\n");
+    EXPECT_EQ(program.read(4), "kick");
+    program.signal(number);
+    EXPECT_EQ(program.finish(), (Ending{status, 0})) << number;
+    EXPECT_EQ(program.err(), "tessary-cli: Interrupted\n");
+  }
 }
 
 TEST_F(Program, IgnoredInterruptionStaysIgnored) {
@@ -265,7 +279,8 @@ TEST_F(Program, ProgressIsShownOnATerminalAlone) {
   const Result piped = run(words);
   const Result shown = run(words, {.errIsTerminal = true});
   EXPECT_EQ(piped.err, "");
-  EXPECT_EQ(shown.err, "\r\x1b[K1 of 2: /KICK\r\x1b[K2 of 2: /LONG\r\x1b[K");
+  EXPECT_EQ(shown.err,
+            "\r\x1b[K1 of 2, 0 B of 2.0 MB, 0%: /KICK\r\x1b[K2 of 2, 0 B of 2.0 MB, 0%: /LONG\r\x1b[K");
   EXPECT_EQ(shown.out, piped.out);
   EXPECT_EQ(shown.ending, piped.ending);
 }

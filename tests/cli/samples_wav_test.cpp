@@ -83,7 +83,7 @@ TEST_F(Wav, FourSamplesOfOneTypeAreFourFilesEachWithItsOwnAudio) {
   ImageBuilder image;
   image.root().addFile("DRUMS", bank.build());
   use(image);
-  EXPECT_EQ(cliJson("wav", {"/DRUMS", "-d", out_}),
+  EXPECT_EQ(cliItems("wav", {"/DRUMS", "-d", out_}),
             allDone({"/DRUMS[0]", "/DRUMS[1]", "/DRUMS[2]", "/DRUMS[3]"}));
   EXPECT_EQ(namesIn(out_), (Names{"DRUMS_Crash.wav", "DRUMS_Hat.wav", "DRUMS_Kick.wav", "DRUMS_Snare.wav"}));
   for (const auto &[name, audio] : samples) {
@@ -109,22 +109,22 @@ TEST_F(Wav, ExactSamplesAreNamedAfterTheirTypeAndTakenFromTheFirstChunk) {
 }
 
 TEST_F(Wav, JsonHasAMemberForEachSample) {
-  EXPECT_EQ(cliJson("wav", {"/BRASS", "-d", out_}), allDone({"/BRASS[0]", "/BRASS[1]", "/BRASS[2]"}));
+  EXPECT_EQ(cliItems("wav", {"/BRASS", "-d", out_}), allDone({"/BRASS[0]", "/BRASS[1]", "/BRASS[2]"}));
 }
 
 TEST_F(Wav, OneSampleByItsIndex) {
-  EXPECT_EQ(cliJson("wav", {"/BRASS", "1", "-d", out_}), allDone({"/BRASS[1]"}));
+  EXPECT_EQ(cliItems("wav", {"/BRASS", "1", "-d", out_}), allDone({"/BRASS[1]"}));
   EXPECT_EQ(namesIn(out_), Names{"BRASS_two.wav"});
-  EXPECT_EQ(cliJson("wav", {"/BRASS", "2", "-d", out_}), allDone({"/BRASS[2]"}));
+  EXPECT_EQ(cliItems("wav", {"/BRASS", "2", "-d", out_}), allDone({"/BRASS[2]"}));
   EXPECT_EQ(namesIn(out_), (Names{"BRASS_three.wav", "BRASS_two.wav"}));
-  EXPECT_EQ(cliJson("wav", {"/BRASS", "0", "-o", inOut("any")}), allDone({"/BRASS[0]"}));
+  EXPECT_EQ(cliItems("wav", {"/BRASS", "0", "-o", inOut("any")}), allDone({"/BRASS[0]"}));
   EXPECT_EQ(readBytes(inOut("any"), 44, 1000), patternBytes(1000, 1));
 }
 
 TEST_F(Wav, OutputIsForOneSample) {
   EXPECT_EQ(cliJson("wav", {"/BRASS", "-o", inOut("any")}),
             failure("com.tessary.cli", 4, "-o names the target of one sample"));
-  EXPECT_EQ(cliJson("wav", {"/ON\\/E", "-o", inOut("any")}), allDone({"/ON\\/E[0]"}));
+  EXPECT_EQ(cliItems("wav", {"/ON\\/E", "-o", inOut("any")}), allDone({"/ON\\/E[0]"}));
   EXPECT_EQ(namesIn(out_), Names{"any"});
 }
 
@@ -158,7 +158,7 @@ TEST_F(Wav, BankWithoutSamplesSaysSo) {
 }
 
 TEST_F(Wav, AllSamplesOfWhatListsNone) {
-  EXPECT_EQ(cliJson("wav", {"/OLD", "-d", out_}), allDone({}));
+  EXPECT_EQ(cliItems("wav", {"/OLD", "-d", out_}), allDone({}));
   EXPECT_EQ(cliJson("wav", {"/OS", "-d", out_}), failure("com.tessary.error", 6, "Not a bank file"));
 }
 
@@ -167,8 +167,62 @@ TEST_F(Wav, FailingWriteIsTheEnginesError) {
   const nlohmann::json answer = cliJson("wav", {"/BRASS", "-d", out_});
   EXPECT_EQ(answer.at("results").at(0).at("ok"), true);
   EXPECT_EQ(answer.at("results").at(1).at("error"),
-            parsedJson(R"({"domain":"com.tessary.error","code":3,"message":"Failed to write sample file"})"));
+            failure("com.tessary.error", 3,
+                    "Failed to write sample file: " + inOut("BRASS_two.wav") + ": Is a directory")
+                .at("error"));
   EXPECT_EQ(answer.at("results").at(2).at("ok"), true);
+}
+
+TEST_F(Wav, TakesManyBanksAndFailsForThoseThatAreNone) {
+  const Answer answer = cli("wav", {"/BRASS", "/OS", "/TWICE", "-d", out_, "-q"});
+  EXPECT_EQ(answer, (Answer{1, "", "tessary-cli: /OS: Not a bank file\n"}));
+  EXPECT_EQ(namesIn(out_).size(), 3U + 4U);
+}
+
+TEST_F(Wav, IndexIsTakenOfEachBank) {
+  EXPECT_EQ(cliItems("wav", {"/BRASS", "/TWICE", "1", "-d", out_}), allDone({"/BRASS[1]", "/TWICE[1]"}));
+}
+
+TEST_F(Wav, WithRTakesAllBanksBelowFolders) {
+  ImageBuilder image;
+  FolderBuilder drums = image.root().addFolder("Drums");
+  drums.addFile("KICK", IffBank().sample("a", patternBytes(10)).build());
+  drums.addFile("NOTE", bytesOf("text"), {.type = 0x82});
+  drums.addFolder("Sub").addFile("KICK", IffBank().sample("a", patternBytes(12)).build());
+  image.root().addFile("TOP", IffBank().sample("b", patternBytes(14)).build());
+  use(image);
+  EXPECT_EQ(cliItems("wav", {"-R", "/", "-d", out_}),
+            allDone({"/TOP[0]", "/Drums/KICK[0]", "/Drums/Sub/KICK[0]"}));
+  EXPECT_EQ(namesIn(out_), (Names{"KICK_a (2).wav", "KICK_a.wav", "TOP_b.wav"}));
+  EXPECT_EQ(cliItems("wav", {"-R", "/Drums/S*", "-d", out_}), allDone({"/Drums/Sub/KICK[0]"}));
+}
+
+// The header's two rates, frames and bytes a second, stand at 24 and 28.
+TEST_F(Wav, RateIsWhatTheHeaderSaysAndLeavesTheAudioAlone) {
+  ASSERT_EQ(cli("wav", {"/BRASS", "0", "-o", inOut("a.wav")}).status, 0);
+  ASSERT_EQ(cli("wav", {"/BRASS", "0", "-o", inOut("b.wav"), "--rate", "22050"}).status, 0);
+  Bytes expected = readBytes(inOut("a.wav"));
+  const Bytes rates{0x22, 0x56, 0, 0, 0x44, 0xAC, 0, 0}; // 22050, 44100
+  std::copy(rates.begin(), rates.end(), expected.begin() + 24);
+  EXPECT_EQ(readBytes(inOut("b.wav")), expected);
+  for (const char *rate : {"0", "x", "", "4294967296"})
+    EXPECT_EQ(cli("wav", {"/BRASS", "-d", out_, "--rate", rate}).status, 2) << rate;
+}
+
+TEST_F(Wav, DashIsStandardOutput) {
+  ASSERT_EQ(cli("wav", {"/BRASS", "0", "-o", inOut("a.wav")}).status, 0);
+  EXPECT_EQ(cli("wav", {"/BRASS", "0", "-o", "-"}),
+            (Answer{0, readText(inOut("a.wav")), "Exported /BRASS[0] to standard output\n"}));
+  EXPECT_EQ(cli("wav", {"/BRASS", "-o", "-"}).status, 1);
+  EXPECT_EQ(cli("wav", {"/BRASS", "9", "-o", "-"}),
+            (Answer{1, "", "tessary-cli: /BRASS[9]: Sample index out of range\n"}));
+}
+
+TEST_F(Wav, NoClobberReplacesNothing) {
+  writeText(inOut("BRASS_two.wav"), "mine");
+  EXPECT_EQ(cli("wav", {"/BRASS", "-d", out_, "--no-clobber"}).status, 1);
+  EXPECT_EQ(readText(inOut("BRASS_two.wav")), "mine");
+  EXPECT_EQ(namesIn(out_).size(), 3U);
 }
 
 TEST_F(Wav, IndexIsADecimalNumberFrom0On) {

@@ -8,9 +8,9 @@
 namespace tessary::test {
 namespace {
 
-const std::vector<std::string> kCommands{"info",  "ls",     "stat",  "cat",     "export", "samples",
-                                         "wav",   "import", "cp",    "mv",      "rm",     "rename",
-                                         "mkdir", "rmdir",  "check", "recover", "batch"};
+const std::vector<std::string> kCommands{"info",   "ls",  "stat",   "cat",   "export",  "samples",  "wav",
+                                         "import", "cp",  "mv",     "rm",    "rename",  "mkdir",    "rmdir",
+                                         "find",   "new", "backup", "check", "recover", "contents", "batch"};
 
 class Words : public CliTest {
 protected:
@@ -39,7 +39,9 @@ TEST_F(Words, EveryCommandHasHelpThatNamesItsUsage) {
     const Answer answer = runCli({command, "--help"});
     EXPECT_EQ(answer.status, 0) << command;
     EXPECT_EQ(answer.err, "") << command;
-    EXPECT_NE(answer.out.find("\nUsage: tessary-cli " + command + " IMAGE"), std::string::npos) << answer.out;
+    const std::string usage =
+        "\nUsage: tessary-cli " + command + (command == "find" ? " PATTERN IMAGE" : " IMAGE");
+    EXPECT_NE(answer.out.find(usage), std::string::npos) << answer.out;
     EXPECT_NE(answer.out.find("-h,--help"), std::string::npos) << command;
   }
 }
@@ -125,7 +127,7 @@ TEST_F(Words, TwoDashesEndTheOptions) {
   EXPECT_EQ(cli("rename", {"/KICK", "-R"}).status, 2);
   EXPECT_EQ(cli("rename", {"--", "/KICK", "-R"}).status, 0);
   EXPECT_EQ(cli("rename", {"--json", "/-R", "--", "--json"}).out,
-            R"({"ok":true,"results":[{"item":"/-R","ok":true}]})"
+            R"({"ok":true,"results":[{"item":"/-R","ok":true,"path":"/--json","place":"@34:0"}]})"
             "\n");
   EXPECT_EQ(volumeNames(), (std::vector<std::string>{"--json", "Drums/"}));
 }

@@ -65,7 +65,8 @@ TEST(EscapedForDisplay, ShowsControlCharactersAndBadBytes) {
   EXPECT_EQ(escapedForDisplay("a\u200Fb\u202Ec\u2066d\u061C"), "a\\u200fb\\u202ec\\u2066d\\u061c");
   EXPECT_EQ(escapedForDisplay("\uFEFF\u00AD\u200B"), "\\ufeff\\u00ad\\u200b");
   EXPECT_EQ(escapedForDisplay("\U000E0041"), "\\U000e0041");
-  EXPECT_EQ(escapedForDisplay("\u00AC\u00AE\u2027\u202F\uFB01\U0001F3B9"), "\u00AC\u00AE\u2027\u202F\uFB01\U0001F3B9");
+  EXPECT_EQ(escapedForDisplay("\u00AC\u00AE\u2027\u202F\uFB01\U0001F3B9"),
+            "\u00AC\u00AE\u2027\u202F\uFB01\U0001F3B9");
 }
 
 std::string padded(std::string text, std::size_t size = 16) {

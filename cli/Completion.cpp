@@ -1,0 +1,99 @@
+#include "cli/Completion.h"
+
+#include "cli/AddressSyntax.h"
+#include "cli/Addresses.h"
+#include "cli/CliError.h"
+#include "cli/MountedImages.h"
+#include "cli/ShellWords.h"
+#include "filesystem/Text.h"
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace tessary::cli {
+namespace {
+
+// Where the last part of the address begins: behind the last "/" that no "\" escapes.
+std::size_t lastPartOf(const std::string &word) {
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < word.size(); ++i) {
+    if (word[i] == '\\')
+      ++i;
+    else if (word[i] == '/')
+      begin = i + 1;
+  }
+  return begin;
+}
+
+std::string onOneLine(const std::string &address, EntryPlace place) {
+  return escapedForDisplay(address) == address ? address : placeAddress(place);
+}
+
+// An escape that is only half typed means nothing yet.
+std::vector<std::string> addressesFrom(const std::string &image, const std::string &word) {
+  if (word.empty()) return {"/"};
+  const std::size_t part = lastPartOf(word);
+  const std::string folderWord = word.substr(0, part);
+  const std::string begun = unescapedName(std::string_view(word).substr(part));
+  std::vector<std::string> addresses;
+  try {
+    const EMU3FilesystemPtr volume = mountImage(image, MountRules::guarded, ImageClaim::atFirstChange);
+    const FolderItem folder = resolveFolder(*volume, folderWord);
+    for (const FileItem &item : filesIn(folder.directory, folderWord)) {
+      if (item.file->name().starts_with(begun))
+        addresses.push_back(onOneLine(item.address, item.file->place()));
+    }
+    for (const FolderItem &item : foldersIn(folder.directory, folderWord, Beside::folders)) {
+      if (item.directory->name().starts_with(begun))
+        addresses.push_back(onOneLine(item.address, item.directory->place()) + "/");
+    }
+  } catch (const CommandFailure &) { // nothing to offer
+  }
+  return addresses;
+}
+
+// With the quote that is open at its end: an unclosed one is closed to read the word.
+struct TypedWord {
+  char quote = 0;
+  std::string text;
+};
+
+std::optional<TypedWord> typedWord(const std::string &typed) {
+  for (const char quote : {'\0', '\'', '"'}) {
+    std::string problem;
+    const auto words = shellWords(quote == 0 ? typed : typed + quote, &problem);
+    if (words && words->size() <= 1) return TypedWord{quote, words->empty() ? "" : words->front()};
+  }
+  return std::nullopt;
+}
+
+std::string quotedForBash(const std::string &text, char quote) {
+  std::string quoted;
+  for (const char character : text) {
+    if (quote == '\'') {
+      quoted += character == '\'' ? std::string("'\\''") : std::string(1, character);
+      continue;
+    }
+    const std::string_view special = quote == '"' ? "\"\\$`!" : " \t\"'\\$`!*?[]{}()<>|&;#~^=:";
+    if (special.find(character) != std::string_view::npos) quoted += '\\';
+    quoted += character;
+  }
+  return quoted;
+}
+
+} // namespace
+
+void printCompletions(const std::string &image, const std::string &word, std::ostream &out) {
+  for (const std::string &address : addressesFrom(image, word))
+    out << address << '\n';
+}
+
+void printCompletionsForBash(const std::string &image, const std::string &typed, std::ostream &out) {
+  const std::optional<TypedWord> word = typedWord(typed);
+  if (!word) return;
+  for (const std::string &address : addressesFrom(image, word->text))
+    out << quotedForBash(address, word->quote) << '\n';
+}
+
+} // namespace tessary::cli

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+
+/// What the shells' completions ask the program for: names inside an image. Nothing is printed where the
+/// image cannot be read, since whoever presses the key wants no message.
+namespace tessary::cli {
+
+/// The addresses that begin with `word`, one a line: of files as they are, of folders with a "/" behind them.
+/// What would not stand on a line as it is has its place as address.
+void printCompletions(const std::string &image, const std::string &word, std::ostream &out);
+
+/// The same for a word as it was typed so far in bash, and written as it goes on there: between the quotes
+/// that are open, or with what means something to the shell escaped.
+void printCompletionsForBash(const std::string &image, const std::string &typed, std::ostream &out);
+
+} // namespace tessary::cli

@@ -1,0 +1,154 @@
+#include "filesystem/NewVolume.h"
+
+#include "filesystem/EMU3Filesystem.h"
+#include "filesystem/ImageMapping.h"
+#include "filesystem/NewHostFile.h"
+#include "filesystem/VolumeGeometry.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <unistd.h>
+#include <vector>
+
+namespace tessary {
+
+using namespace format;
+
+namespace {
+
+/// Where the first part behind the header lies: as in volumes whose header says nothing.
+constexpr std::uint64_t kFirstPart = kDefaultFatStartBlock;
+/// Of the root, and of the blocks that folders can have.
+constexpr std::uint64_t kFewestDirectoryBlocks = 16;
+constexpr std::uint64_t kMostDirectoryBlocks = 4096;
+constexpr std::uint64_t kBlocksForADirectoryBlock = 512;
+constexpr std::uint64_t kSmallestSlot = 64;
+/// So that slot numbers stay below half of what an entry can hold, with room to be made larger later.
+constexpr std::uint64_t kMostSlots = 32767;
+
+std::uint64_t dividedUp(std::uint64_t value, std::uint64_t by) {
+  return (value + by - 1) / by;
+}
+
+std::uint64_t slotSizeFor(std::uint64_t blocks) {
+  std::uint64_t size = kSmallestSlot;
+  while (blocks / size > kMostSlots)
+    size *= 2;
+  return size;
+}
+
+// A folder's entry holds no block number above 32767. Where a long table would push root and folders beyond
+// that, they come first.
+VolumeGeometry geometryFor(std::uint64_t blocks) {
+  const std::uint64_t table = dividedUp(blocks, kFatEntriesPerBlock);
+  const std::uint64_t directory =
+      std::clamp(blocks / kBlocksForADirectoryBlock, kFewestDirectoryBlocks, kMostDirectoryBlocks);
+  const bool tableComesFirst = kFirstPart + table + directory - 1 <= kLastFolderBlock;
+  VolumeGeometry geometry;
+  geometry.totalBlocks = blocks;
+  geometry.fatStartBlock = tableComesFirst ? kFirstPart : kFirstPart + directory;
+  geometry.rootDirBlock = tableComesFirst ? kFirstPart + table : kFirstPart;
+  geometry.dataAreaBlock = kFirstPart + table + directory;
+  geometry.slotSizeBlocks = slotSizeFor(blocks);
+  return geometry;
+}
+
+Block headerOf(const VolumeGeometry &geometry) {
+  Block header{};
+  std::copy(kSignature.begin(), kSignature.end(), header.begin());
+  const auto put = [&](std::size_t offset, std::uint64_t value) {
+    writeLE32(header.data() + offset, static_cast<std::uint32_t>(value));
+  };
+  put(kHeaderRootDirBlock, geometry.rootDirBlock);
+  put(kHeaderDataAreaBlock, geometry.dataAreaBlock);
+  put(kHeaderFatStartBlock, geometry.fatStartBlock);
+  put(kHeaderSlotSize, geometry.slotSizeBlocks / 2);
+  return header;
+}
+
+// What a volume of its own needs: all parts inside the image, none over another.
+bool isSound(const VolumeGeometry &geometry) {
+  const std::uint64_t tableEnd = geometry.tableEndBlock();
+  const bool rootIsOutsideTable =
+      geometry.rootDirBlock < geometry.fatStartBlock || geometry.rootDirBlock >= tableEnd;
+  return geometry.fatStartBlock >= 1 && geometry.rootDirBlock >= 1 && rootIsOutsideTable &&
+         geometry.rootDirBlock < geometry.dataAreaBlock && tableEnd <= geometry.dataAreaBlock &&
+         geometry.dataAreaBlock < geometry.totalBlocks;
+}
+
+EMU3Error shortTable(const VolumeGeometry &geometry) {
+  EMU3Error error{kEngineErrorDomain, kErrorNotAnImage, "The allocation table is too short for the volume"};
+  error.reason = "It describes " + std::to_string(geometry.describedBlocks()) + " of " +
+                 std::to_string(geometry.totalBlocks) + " blocks";
+  return error;
+}
+
+// Marks of the first `marked` blocks.
+std::vector<std::uint8_t> marksOf(std::uint64_t marked) {
+  std::vector<std::uint8_t> marks(dividedUp(marked, kFatEntriesPerBlock) * kBlockSize);
+  for (std::uint64_t block = 0; block < marked; ++block)
+    writeLE16(marks.data() + block * 2, kFatUsed);
+  return marks;
+}
+
+bool writeAt(NewHostFile &file, std::uint64_t block, std::span<const std::uint8_t> bytes, EMU3Error *error) {
+  if (::lseek(file.descriptor(), static_cast<off_t>(block * kBlockSize), SEEK_SET) < 0)
+    return fail(error, hostError(errno, file.path()));
+  return file.write(bytes, error);
+}
+
+} // namespace
+
+std::optional<NewVolume> NewVolume::ofSize(std::uint64_t bytes, EMU3Error *error) {
+  if (bytes < kSmallest || bytes > kLargest || bytes % kBlockSize != 0) {
+    fail(error, {kEngineErrorDomain, kErrorBadArgument,
+                 "A volume has from 64 KiB to 32 GiB, in whole blocks of 512 bytes"});
+    return std::nullopt;
+  }
+  const VolumeGeometry geometry = geometryFor(bytes / kBlockSize);
+  NewVolume volume;
+  volume.header_ = headerOf(geometry);
+  volume.imageSize_ = bytes;
+  volume.fatStartBlock_ = geometry.fatStartBlock;
+  volume.dataAreaBlock_ = geometry.dataAreaBlock;
+  return volume;
+}
+
+std::optional<NewVolume> NewVolume::like(const EMU3Filesystem &model, EMU3Error *error) {
+  VolumeGeometry geometry;
+  geometry.totalBlocks = model.totalBlocks();
+  geometry.rootDirBlock = model.rootDirBlock();
+  geometry.dataAreaBlock = model.dataAreaBlock();
+  geometry.fatStartBlock = model.fatStartBlock();
+  geometry.slotSizeBlocks = model.slotSizeBlocks();
+  if (geometry.describedBlocks() < geometry.totalBlocks) {
+    fail(error, shortTable(geometry));
+    return std::nullopt;
+  }
+  if (!isSound(geometry)) {
+    fail(error,
+         {kEngineErrorDomain, kErrorNotAnImage, "The header puts parts of the volume over one another"});
+    return std::nullopt;
+  }
+  NewVolume volume;
+  volume.header_ = model.header();
+  volume.imageSize_ = model.imageSize();
+  volume.fatStartBlock_ = geometry.fatStartBlock;
+  volume.dataAreaBlock_ = geometry.dataAreaBlock;
+  return volume;
+}
+
+bool NewVolume::create(const std::string &path, EMU3Error *error) const {
+  NewHostFile file;
+  if (!file.create(path, NewHostFile::Earlier::refused, error)) return false;
+  if (::ftruncate(file.descriptor(), static_cast<off_t>(imageSize_)) != 0)
+    return fail(error, hostError(errno, path));
+  return writeAt(file, 0, header_, error) && writeAt(file, fatStartBlock_, marksOf(dataAreaBlock_), error) &&
+         file.flush(error) && file.publish(error) && flushFolderOf(path, error);
+}
+
+bool NewVolume::canCreate(const std::string &path, EMU3Error *error) const {
+  return NewHostFile().create(path, NewHostFile::Earlier::refused, error);
+}
+
+} // namespace tessary

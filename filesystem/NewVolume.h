@@ -1,0 +1,50 @@
+#pragma once
+
+#include "filesystem/DiskFormat.h"
+#include "filesystem/EMU3Error.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tessary {
+
+class EMU3Filesystem;
+
+/// An empty volume in a new image file: header, a table that describes every block, an empty root, room for
+/// folders' blocks, and slots. Made by rule, or with the header and the size of another image.
+///
+///     const std::optional<NewVolume> volume = NewVolume::ofSize(512ULL << 20, &error);
+///     if (volume && volume->create("new.hda", &error)) …
+///
+/// A value; any thread.
+class NewVolume final {
+public:
+  static constexpr std::uint64_t kSmallest = 64ULL << 10; ///< bytes
+  static constexpr std::uint64_t kLargest = 32ULL << 30;  ///< bytes
+
+  /// `bytes` is a multiple of 512 from `kSmallest` to `kLargest`. None with code 6 where it is not.
+  [[nodiscard]] static std::optional<NewVolume> ofSize(std::uint64_t bytes, EMU3Error *error = nullptr);
+  /// With header and size of a mounted image. None with code 1 where a volume like that would not be sound:
+  /// its table is too short for it, which the error's reason tells, or its parts lie over one another.
+  [[nodiscard]] static std::optional<NewVolume> like(const EMU3Filesystem &model, EMU3Error *error = nullptr);
+
+  [[nodiscard]] std::uint64_t imageSize() const { return imageSize_; } ///< bytes
+
+  /// Makes the image file, which must not be there yet: it is on the medium before it has its name. Blocks
+  /// that hold nothing take no room on the host where it can leave them out. False with the host's error, and
+  /// then nothing is left behind.
+  [[nodiscard]] bool create(const std::string &path, EMU3Error *error = nullptr) const;
+  /// Whether the file could be made, as far as can be told without writing.
+  [[nodiscard]] bool canCreate(const std::string &path, EMU3Error *error = nullptr) const;
+
+private:
+  NewVolume() = default;
+
+  format::Block header_{};
+  std::uint64_t imageSize_ = 0;
+  std::uint64_t fatStartBlock_ = 0;
+  std::uint64_t dataAreaBlock_ = 0; ///< blocks below it are marked as used
+};
+
+} // namespace tessary
