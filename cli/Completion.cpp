@@ -89,10 +89,11 @@ void printCompletions(const std::string &image, const std::string &word, std::os
     out << address << '\n';
 }
 
-void printCompletionsForBash(const std::string &image, const std::string &typed, std::ostream &out) {
+void printCompletionsForBash(const std::string &typedImage, const std::string &typed, std::ostream &out) {
+  const std::optional<TypedWord> image = typedWord(typedImage);
   const std::optional<TypedWord> word = typedWord(typed);
-  if (!word) return;
-  for (const std::string &address : addressesFrom(image, word->text))
+  if (!image || !word) return;
+  for (const std::string &address : addressesFrom(image->text, word->text))
     out << quotedForBash(address, word->quote) << '\n';
 }
 

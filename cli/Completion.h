@@ -11,8 +11,8 @@ namespace tessary::cli {
 /// What would not stand on a line as it is has its place as address.
 void printCompletions(const std::string &image, const std::string &word, std::ostream &out);
 
-/// The same for a word as it was typed so far in bash, and written as it goes on there: between the quotes
-/// that are open, or with what means something to the shell escaped.
-void printCompletionsForBash(const std::string &image, const std::string &typed, std::ostream &out);
+/// The same for both words as they were typed in bash, and written as the second goes on there: between the
+/// quotes that are open, or with what means something to the shell escaped. Nothing in them is expanded.
+void printCompletionsForBash(const std::string &typedImage, const std::string &typed, std::ostream &out);
 
 } // namespace tessary::cli

@@ -166,6 +166,7 @@ bool DeleteFile::clearOld(Volume &volume, EMU3Error *error) {
 bool DeleteReplaced::clearOld(Volume &volume, EMU3Error *error) {
   for (const EMU3FilePtr &file : files_) {
     if (!volume.rules().mayUse(volume, inDirectory_, file)) continue;
+    if (!mayChangeEntry(volume, file->place(), {file}, error)) return false;
     if (!eraseEntryOf(volume, file, inDirectory_, erased(), error)) return false;
   }
   return true;

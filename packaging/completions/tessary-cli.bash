@@ -31,12 +31,14 @@ _tessary_cli_files() {
   fi
 }
 
-# Names inside the image, as they are written in the shell. Behind a folder's "/" more can be typed.
+# Names inside the image, as they are written in the shell. Behind a folder's "/" more can be typed. The program
+# reads the words as they were typed: nothing in them is run here.
 _tessary_cli_names() {
-  local image
+  local image=$1 home
+  printf -v home %q "$HOME"
+  [[ $image != \~/* ]] || image=$home${image:1}
   compopt -o nospace 2>/dev/null
-  eval "image=$1" 2>/dev/null
-  mapfile -t COMPREPLY < <("${COMP_WORDS[0]}" --complete-bash "$image" "$2" 2>/dev/null)
+  mapfile -t COMPREPLY < <(tessary-cli --complete-bash "$image" "$2" 2>/dev/null)
   [ ${#COMPREPLY[@]} -ne 1 ] || [[ ${COMPREPLY[0]} == */ ]] || compopt +o nospace 2>/dev/null
 }
 

@@ -86,5 +86,17 @@ TEST_F(Completion, BashFunctionOffersCommandsImagesNamesAndHostFiles) {
   EXPECT_EQ(inBash("tessary-cli ls disk.hda --sort na"), "name\n");
 }
 
+TEST_F(Completion, NothingThatIsTypedOrNamedIsRun) {
+  ImageBuilder image;
+  image.root().addFile("$(touch ran)", bytesOf("x"));
+  image.root().addFile("`touch ran`", bytesOf("x"));
+  image.root().addFile("; touch ran", bytesOf("x"));
+  use(image);
+  EXPECT_EQ(inBash("tessary-cli ls disk.hda /"),
+            "/\\$\\(touch\\ ran\\)\n/\\`touch\\ ran\\`\n/\\;\\ touch\\ ran\n");
+  EXPECT_EQ(inBash("tessary-cli ls '$(touch ran)disk.hda' /"), "\n");
+  EXPECT_FALSE(std::filesystem::exists(hostPath("ran")));
+}
+
 } // namespace
 } // namespace tessary::test

@@ -72,6 +72,50 @@ TEST_F(Hostile, DeletingADeepTreeNeedsNoDeepStack) {
   EXPECT_EQ(volumeNames(), std::vector<std::string>{});
 }
 
+// Terminal, shell, table calculation and host file system: each name tries to reach one of them.
+TEST_F(Hostile, NamesGetThroughToNobody) {
+  ImageBuilder image;
+  const std::vector<std::string> names{"\x1b]0;owned\x07",
+                                       "\x1b[2J",
+                                       "a\rb",
+                                       "two\nlines",
+                                       "\xE2\x80\xAE"
+                                       "gpj",
+                                       "\xC2\x9B"
+                                       "31m",
+                                       "=cmd|'/C x",
+                                       "+1,\"2",
+                                       "@SUM(A1)",
+                                       "../../up",
+                                       "/etc/passwd",
+                                       "..",
+                                       "-rf",
+                                       "$(touch x)",
+                                       "`touch x`"};
+  FolderBuilder folder = image.root().addFolder("..");
+  for (const std::string &name : names)
+    folder.addFile(name, bytesOf("x"));
+  use(image);
+  const std::string out = newHostFolder("out");
+  for (const std::vector<std::string> &words :
+       std::vector<std::vector<std::string>>{{"ls", "-R", "-l"},
+                                             {"ls", "-R", "--csv"},
+                                             {"ls", "-R", "--json"},
+                                             {"export", "-R", "/", "-d", out},
+                                             {"check"}}) {
+    const Answer answer = cli(words.front(), {words.begin() + 1, words.end()});
+    for (const char *raw : {"\x1b", "\x07", "\r", "\xE2\x80\xAE", "\xC2\x9B"})
+      EXPECT_EQ((answer.out + answer.err).find(raw), std::string::npos) << words.front();
+  }
+  const std::string csv = cli("ls", {"-R", "--csv"}).out;
+  EXPECT_EQ(countOf(csv, "\n"), 1 + 1 + names.size());
+  for (const char *formula : {",=", ",+", ",@SUM", "\n=", ",\"="})
+    EXPECT_EQ(csv.find(formula), std::string::npos) << csv;
+  EXPECT_EQ(namesIn(hostPath("")), (std::vector<std::string>{"disk.hda", "out"}));
+  EXPECT_EQ(namesIn(out), std::vector<std::string>{"%2E%2E"});
+  EXPECT_EQ(namesIn(out + "/%2E%2E").size(), names.size());
+}
+
 TEST_F(Hostile, EveryVolumeIsShownQuicklyAndUnchanged) {
   for (const NamedVolume &volume : hostileVolumes()) {
     SCOPED_TRACE(volume.name);

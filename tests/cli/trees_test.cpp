@@ -1,13 +1,20 @@
 // Whole trees: host folders in and out, and between two images.
 
 #include "tests/cli/CliRun.h"
+#include "tests/cli/Subprocess.h"
 #include "tests/support/HostFiles.h"
+#include "tests/support/OtherProgram.h"
 #include "tests/support/SampleVolumes.h"
 
 #include <algorithm>
+#include <array>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <map>
+#include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace tessary::test {
@@ -15,6 +22,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
+
+constexpr int kMomentsEnded = 9;
 
 // Contents by paths below the folder; folders have none.
 std::map<std::string, std::string> treeOf(const std::string &folder) {
@@ -101,6 +110,27 @@ TEST_F(Trees, WholeVolumeGoesIntoANewOneAndBack) {
   expectSound(back);
 }
 
+// At moments spread over what the copy takes here; where it ends before, there is nothing to repeat.
+TEST_F(Trees, CopyThatWasEndedAnyhowIsCompleteWhenRepeatedWithSkipExisting) {
+  use(demoVolume());
+  const std::vector<std::string> expected = entriesOf(imagePath());
+  const Words words{"cp", imagePath(), "-R", "/", "/", "--into", new_, "--skip-existing", "-q"};
+  std::minstd_rand random(1);
+  for (int moment = 0; moment < kMomentsEnded; ++moment) {
+    const int signal = std::array{SIGINT, SIGTERM, SIGKILL}[static_cast<std::size_t>(moment) % 3];
+    SCOPED_TRACE("moment " + std::to_string(moment) + ", signal " + std::to_string(signal));
+    fs::remove(new_);
+    ASSERT_EQ(runCli({"new", new_, "--like", imagePath()}).status, 0);
+    Subprocess program(words);
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 200'000));
+    program.signal(signal);
+    program.finish();
+    ASSERT_EQ(runCli(words), (Answer{0, "", ""}));
+    ASSERT_EQ(entriesOf(new_), expected);
+    ASSERT_EQ(runCli({"check", new_, "--json"}).out.find("harm-"), std::string::npos);
+  }
+}
+
 TEST_F(Trees, NamesOf16BytesAndKindsStayInAnotherImage) {
   ImageBuilder image;
   image.root().addFile("SIXTEEN BYTES!!!", bytesOf("x"), {.type = 0x83});
@@ -131,6 +161,17 @@ TEST_F(Trees, ImageItselfIsTheSameVolumeWhateverPathLeadsToIt) {
     EXPECT_EQ(volumeNames("/Drums"), Words{"KICK"});
     EXPECT_EQ(cli("mv", {"/Drums/KICK", "/"}).status, 0);
   }
+}
+
+TEST_F(Trees, CopyIntoAnotherImageOnlyReadsThisOne) {
+  ImageBuilder image;
+  image.root().addFolder("Drums").addFile("KICK", bytesOf("kick"));
+  use(image);
+  ASSERT_EQ(runCli({"new", new_, "--size", "1M", "-q"}).status, 0);
+  const OtherProgram program(imagePath());
+  EXPECT_EQ(cli("cp", {"-R", "/", "/", "--into", new_, "-q"}), (Answer{0, "", ""}));
+  EXPECT_EQ(cli("mv", {"-R", "/", "/", "--into", new_, "-q"}).status, 1);
+  EXPECT_EQ(volumeNames("/Drums"), Words{"KICK"});
 }
 
 TEST_F(Trees, FolderThatIsThereIsGoneOnIn) {
