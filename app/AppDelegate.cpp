@@ -32,8 +32,8 @@ void AppDelegate::applicationDidFinishLaunching() {
   connect(mainWC_.get(), &MainWindowController::windowClosed, this, [this] {
     if (applicationShouldTerminateAfterLastWindowClosed()) terminate();
   });
-  mainWC_->showWindow();
   _buildMenuBar();
+  mainWC_->showWindow();
   if (arguments_.size() < 2) return;
   std::error_code ignored;
   const std::filesystem::path image = std::filesystem::absolute(arguments_[1], ignored);
@@ -56,7 +56,6 @@ void AppDelegate::activate() {
 
 void AppDelegate::_buildMenuBar() {
   auto *menuBar = new QMenuBar;
-  menuBar->addMenu(mainWC_->imageMenu());
   QMenu *menu = menuBar->addMenu(QStringLiteral("Tessary"));
   QAction *about = menu->addAction(QStringLiteral("About Tessary"), this, &AppDelegate::_showAbout);
   about->setMenuRole(QAction::AboutRole);
@@ -64,6 +63,8 @@ void AppDelegate::_buildMenuBar() {
   QAction *quit = menu->addAction(QStringLiteral("Quit Tessary"), this, &AppDelegate::terminate);
   quit->setMenuRole(QAction::QuitRole);
   quit->setShortcut(Qt::CTRL | Qt::Key_Q);
+  for (QMenu *commands : mainWC_->menus())
+    menuBar->addMenu(commands);
   mainWC_->setMenuBar(menuBar);
 }
 

@@ -4,11 +4,14 @@
 
 namespace tessary {
 
-/// Height of a row of the folder outline and of the file table.
+/// Height of a row of the folder outline and of the file table, and the size of its text, at the system's
+/// usual text size.
 inline constexpr int kRowHeight = 20;
+inline constexpr int kRowTextSize = 12;
 
 /// Draws a cell: the item's icon, if it has one, 16 × 16 at x 4, and its text, 16 high, at x 24 or, without
-/// an icon, at x 4. Text is plain and cut with an ellipsis where it does not fit.
+/// an icon, at x 4; larger where the system's texts are. Text is plain, and cut with an ellipsis where it
+/// does not fit: a tool tip then shows it whole. What has the keyboard is the row, which the view marks.
 class CellDelegate final : public QStyledItemDelegate {
   Q_OBJECT
 
@@ -20,6 +23,8 @@ public:
 
   void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
   QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+  bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
+                 const QModelIndex &index) override;
 };
 
 } // namespace tessary

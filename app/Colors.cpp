@@ -15,7 +15,8 @@ QColor mixed(const QColor &color, const QColor &other, float share) {
 
 /// The text colour with that share of the background's mixed in.
 QColor fadedText(const QPalette &palette, float share) {
-  return mixed(palette.color(QPalette::WindowText), palette.color(QPalette::Window), share);
+  return mixed(palette.color(QPalette::Active, QPalette::WindowText),
+               palette.color(QPalette::Active, QPalette::Window), share);
 }
 
 double luminance(const QColor &color) {
@@ -31,6 +32,15 @@ double contrast(const QColor &one, const QColor &other) {
   return (lighter + 0.05) / (darker + 0.05);
 }
 
+/// `color`, mixed with `other` as far as it needs to be read beside a third.
+QColor readableBeside(const QColor &beside, const QColor &color, const QColor &other) {
+  constexpr double readable = 4.5;
+  QColor readableColor = color;
+  for (int step = 1; step <= 10 && contrast(readableColor, beside) < readable; ++step)
+    readableColor = mixed(color, other, 0.1F * static_cast<float>(step));
+  return readableColor;
+}
+
 } // namespace
 
 QColor secondaryLabelColor(const QPalette &palette) {
@@ -41,13 +51,20 @@ QColor separatorColor(const QPalette &palette) {
   return fadedText(palette, 0.75F);
 }
 
+QColor selectionColor(const QPalette &palette) {
+  const QColor text = palette.color(QPalette::Active, QPalette::HighlightedText);
+  return readableBeside(text, palette.color(QPalette::Active, QPalette::Highlight),
+                        luminance(text) > 0.5 ? Qt::black : Qt::white);
+}
+
+QColor greySelectionColor(const QPalette &palette) {
+  return mixed(palette.color(QPalette::Active, QPalette::Base),
+               palette.color(QPalette::Active, QPalette::Text), 0.22F);
+}
+
 QColor linkColor(const QPalette &palette) {
-  const QColor background = palette.color(QPalette::Window);
-  const QColor link = palette.color(QPalette::Link);
-  QColor color = link;
-  for (int step = 1; step <= 10 && contrast(color, background) < 4.5; ++step)
-    color = mixed(link, palette.color(QPalette::WindowText), 0.1F * static_cast<float>(step));
-  return color;
+  return readableBeside(palette.color(QPalette::Window), palette.color(QPalette::Link),
+                        palette.color(QPalette::WindowText));
 }
 
 } // namespace tessary

@@ -9,6 +9,11 @@ namespace tessary {
 /// third of the way to the background. The palette's placeholder colour is too faint for that.
 QColor secondaryLabelColor(const QPalette &palette);
 
+/// Behind selected rows of a view that has the keyboard, and of one that has not: what is written on the
+/// first in the palette's highlighted text colour, and on the second in its text colour, is easily read.
+QColor selectionColor(const QPalette &palette);
+QColor greySelectionColor(const QPalette &palette);
+
 /// For thin lines between the parts of the window. Palettes differ too much in what their own shades of
 /// the background are, so it is derived from text and background.
 QColor separatorColor(const QPalette &palette);

@@ -1,8 +1,5 @@
 #include "app/ContentController.h"
 
-#include "app/DisplayText.h"
-#include "banks/BankAnalysis.h"
-
 #include <QDrag>
 #include <QItemSelection>
 #include <QScrollBar>
@@ -12,19 +9,6 @@
 #include <utility>
 
 namespace tessary {
-namespace {
-
-QString countText(std::uint64_t count) {
-  return count == 0 ? QStringLiteral("—") : QString::number(count);
-}
-
-QString formatText(std::int64_t bankFormat) {
-  const char *name = bankFormatName(bankFormat);
-  return name ? QString::fromUtf8(name) : QStringLiteral("—");
-}
-
-} // namespace
-
 ContentController::ContentController(QObject *parent) : QAbstractTableModel(parent) {}
 
 void ContentController::setTableView(QTableView *tableView) {
@@ -33,56 +17,80 @@ void ContentController::setTableView(QTableView *tableView) {
   incomingDrag_.watch(tableView);
 }
 
-// ---- Refreshing
+// ---- What is shown
+
+void ContentController::setDirectory(EMU3DirectoryPtr directory) {
+  if (directory == directory_) return refresh();
+  directory_ = std::move(directory);
+  if (search_.everywhere) return refresh(); // shows the same files wherever it was begun
+  QDrag::cancel();                          // of rows that are no longer shown
+  replaceRows(listFiles(directory_, nullptr, search_, order_));
+  if (tableView_) tableView_->scrollToTop();
+}
 
 void ContentController::refresh() {
-  std::vector<Row> rows;
-  if (directory_)
-    for (const EMU3FilePtr &file : directory_->allFiles())
-      rows.push_back(makeRow(file));
+  const EMU3DirectoryPtr root = search_.everywhere && filesystem_ ? filesystem_->rootDirectory() : nullptr;
+  showRows(listFiles(directory_, root, search_, order_));
+}
 
-  const bool sameFolder = shownDirectory_ == directory_;
-  shownDirectory_ = directory_;
-  if (!sameFolder) QDrag::cancel(); // of rows that are no longer shown
-  if (sameFolder && showsSameFiles(rows))
+void ContentController::setOrder(const FileOrder &order) {
+  order_ = order;
+  refresh();
+  emit orderChanged();
+}
+
+void ContentController::setSearch(const FileSearch &search) {
+  const bool everywhereBefore = std::exchange(search_, search).everywhere;
+  if (search.everywhere && !everywhereBefore) {
+    beginInsertColumns({}, kFolderColumn, kFolderColumn);
+    endInsertColumns();
+  } else if (everywhereBefore && !search.everywhere) {
+    beginRemoveColumns({}, kFolderColumn, kFolderColumn);
+    endRemoveColumns();
+    if (order_.column == kFolderColumn) setOrder({});
+  }
+  refresh();
+}
+
+std::size_t ContentController::searchedFiles() const {
+  const EMU3DirectoryPtr root = search_.everywhere && filesystem_ ? filesystem_->rootDirectory() : nullptr;
+  std::size_t count = 0;
+  for (const EMU3DirectoryPtr &folder :
+       root ? directoriesInPreOrder(root) : std::vector<EMU3DirectoryPtr>{directory_})
+    if (folder) count += folder->totalFileCount();
+  return count;
+}
+
+void ContentController::showRows(std::vector<ListedFile> rows) {
+  if (showsSameFiles(rows))
     updateTexts(std::move(rows));
-  else if (sameFolder && tableView_)
+  else if (tableView_)
     replaceRowsKeepingView(std::move(rows));
   else
     replaceRows(std::move(rows));
-  if (!sameFolder && tableView_) tableView_->scrollToTop();
 }
 
-ContentController::Row ContentController::makeRow(const EMU3FilePtr &file) {
-  const EMU3FileFields fields = file->fields();
-  const BankDetails details = file->bankDetails();
-  return {file,
-          {displayText(fields.name), QString::fromStdString(fileTypeStringFor(fields.fileType)),
-           formatText(details.bankFormat), countText(details.presetCount), countText(details.sampleCount),
-           QString::fromStdString(fileSizeStringFor(fields.fileSize))}};
-}
-
-bool ContentController::showsSameFiles(const std::vector<Row> &rows) const {
+bool ContentController::showsSameFiles(const std::vector<ListedFile> &rows) const {
   return std::equal(rows.begin(), rows.end(), rows_.begin(), rows_.end(),
-                    [](const Row &one, const Row &other) { return one.file == other.file; });
+                    [](const ListedFile &one, const ListedFile &other) { return one.file == other.file; });
 }
 
-void ContentController::updateTexts(std::vector<Row> rows) {
+void ContentController::updateTexts(std::vector<ListedFile> rows) {
   rows_ = std::move(rows);
   if (!rows_.empty()) emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
 }
 
-void ContentController::replaceRows(std::vector<Row> rows) {
+void ContentController::replaceRows(std::vector<ListedFile> rows) {
   beginResetModel();
   rows_ = std::move(rows);
   endResetModel();
 }
 
-EMU3FilePtr ContentController::nearestFileIn(const std::vector<Row> &rows, int row) const {
+EMU3FilePtr ContentController::nearestFileIn(const std::vector<ListedFile> &rows, int row) const {
   std::unordered_set<EMU3FilePtr> kept;
-  for (const Row &other : rows)
+  for (const ListedFile &other : rows)
     kept.insert(other.file);
-  const auto isKept = [&](const Row &candidate) { return kept.contains(candidate.file); };
+  const auto isKept = [&](const ListedFile &candidate) { return kept.contains(candidate.file); };
   const auto from = rows_.begin() + row;
   const auto after = std::find_if(from, rows_.end(), isKept);
   if (after != rows_.end()) return after->file;
@@ -90,7 +98,7 @@ EMU3FilePtr ContentController::nearestFileIn(const std::vector<Row> &rows, int r
   return before != rows_.rend() ? before->file : nullptr;
 }
 
-void ContentController::replaceRowsKeepingView(std::vector<Row> rows) {
+void ContentController::replaceRowsKeepingView(std::vector<ListedFile> rows) {
   QItemSelectionModel *selection = tableView_->selectionModel();
   std::unordered_set<EMU3FilePtr> selected;
   for (const QModelIndex &row : selection->selectedRows())
@@ -115,13 +123,18 @@ void ContentController::replaceRowsKeepingView(std::vector<Row> rows) {
   tableView_->setAutoScroll(scrollsToCurrent);
 }
 
-bool ContentController::selectRowOf(const EMU3FilePtr &file) {
-  const auto found =
-      std::find_if(rows_.begin(), rows_.end(), [&](const Row &row) { return row.file == file; });
-  if (!tableView_ || found == rows_.end()) return false;
-  const QModelIndex first = index(static_cast<int>(found - rows_.begin()), 0);
-  tableView_->selectionModel()->setCurrentIndex(first, QItemSelectionModel::ClearAndSelect |
-                                                           QItemSelectionModel::Rows);
+bool ContentController::selectRowsOf(const std::vector<EMU3FilePtr> &files) {
+  if (!tableView_) return false;
+  const std::unordered_set<EMU3FilePtr> wanted(files.begin(), files.end());
+  QItemSelection rows;
+  for (int row = 0; row < rowCount(); ++row)
+    if (wanted.contains(rows_[static_cast<std::size_t>(row)].file))
+      rows.select(index(row, 0), index(row, columnCount() - 1));
+  if (rows.isEmpty()) return false;
+  const QModelIndex first = index(rows.first().top(), 0);
+  QItemSelectionModel *selection = tableView_->selectionModel();
+  selection->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
+  selection->select(rows, QItemSelectionModel::ClearAndSelect);
   tableView_->scrollTo(first);
   return true;
 }
@@ -129,7 +142,7 @@ bool ContentController::selectRowOf(const EMU3FilePtr &file) {
 std::vector<EMU3FilePtr> ContentController::displayedFiles() const {
   std::vector<EMU3FilePtr> files;
   files.reserve(rows_.size());
-  for (const Row &row : rows_)
+  for (const ListedFile &row : rows_)
     files.push_back(row.file);
   return files;
 }
@@ -141,12 +154,13 @@ int ContentController::rowCount(const QModelIndex &parent) const {
 }
 
 int ContentController::columnCount(const QModelIndex &parent) const {
-  return parent.isValid() ? 0 : static_cast<int>(kFileColumns.size());
+  if (parent.isValid()) return 0;
+  return search_.everywhere ? kFolderColumn + 1 : kFolderColumn;
 }
 
 QVariant ContentController::data(const QModelIndex &index, int role) const {
   if (!index.isValid() || role != Qt::DisplayRole) return {};
-  return rows_[static_cast<std::size_t>(index.row())].texts[static_cast<std::size_t>(index.column())];
+  return rows_[static_cast<std::size_t>(index.row())].text(index.column());
 }
 
 QVariant ContentController::headerData(int section, Qt::Orientation orientation, int role) const {

@@ -1,9 +1,6 @@
 #include "app/ContentController.h"
-#include "app/DisplayText.h"
 #include "app/FileURLs.h"
 #include "app/ImageChanges.h"
-#include "app/ImportFiles.h"
-#include "app/MainQueue.h"
 #include "app/PrivateFolder.h"
 #include "filesystem/ItemsOperation.h"
 #include "filesystem/SystemLog.h"
@@ -78,7 +75,7 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
 std::vector<ContentController::DraggedFile>
 ContentController::exportForDrag(const std::vector<EMU3FilePtr> &files) const {
   const EMU3FilesystemPtr filesystem = filesystem_;
-  const EMU3DirectoryPtr directory = shownDirectory_;
+  const EMU3DirectoryPtr directory = directory_;
   std::vector<DraggedFile> dragged;
   QEventLoop loop;
   dragQueue_.async([&] {
@@ -90,7 +87,7 @@ ContentController::exportForDrag(const std::vector<EMU3FilePtr> &files) const {
   loop.exec(QEventLoop::ExcludeUserInputEvents); // the mouse stays with the drag
   dragQueue_.waitUntilIdle();                    // when the application ends, so does the loop
   // Rows that are no longer shown are not dragged.
-  return shownDirectory_ == directory ? dragged : std::vector<DraggedFile>();
+  return directory_ == directory ? dragged : std::vector<DraggedFile>();
 }
 
 EMU3FilePtr ContentController::draggedFile(const std::string &path) const {
@@ -101,7 +98,7 @@ EMU3FilePtr ContentController::draggedFile(const std::string &path) const {
 // ---- Drops on the table
 
 bool ContentController::canImport() const {
-  return filesystem_ && mayBecomeChangeable(*filesystem_) && directory_;
+  return filesystem_ && mayBecomeChangeable(*filesystem_) && directory_ && !search_.everywhere;
 }
 
 bool ContentController::canDropMimeData(const QMimeData *data, Qt::DropAction action, int, int,
@@ -111,35 +108,11 @@ bool ContentController::canDropMimeData(const QMimeData *data, Qt::DropAction ac
 }
 
 bool ContentController::dropMimeData(const QMimeData *data, Qt::DropAction, int, int, const QModelIndex &) {
-  if (!canImport()) return false;
+  if (!canImport() || !dropReceived_) return false;
   const std::vector<std::string> urls = filePaths(*data);
   if (urls.empty()) return false;
-  beforeImport_([this, directory = directory_, urls] { importDroppedFiles(urls, directory); });
+  dropReceived_(urls);
   return true;
-}
-
-void ContentController::importDroppedFiles(const std::vector<std::string> &urls,
-                                           const EMU3DirectoryPtr &directory) {
-  filesystem_->ioQueue().async([controller = QPointer(this), filesystem = filesystem_, directory, urls] {
-    const ImportResult result = importFiles(*filesystem, urls, directory);
-    onMainQueue([controller, filesystem, result] {
-      if (controller) controller->droppedFilesImported(filesystem, result);
-    });
-  });
-}
-
-void ContentController::droppedFilesImported(const EMU3FilesystemPtr &filesystem,
-                                             const ImportResult &result) {
-  if (filesystem != filesystem_) return;
-  refresh();
-  const QString imported = QString::number(result.imported);
-  if (statusUpdate_ && result.failed() == 0)
-    statusUpdate_(QStringLiteral("Imported %1 file(s).").arg(imported));
-  else if (statusUpdate_)
-    statusUpdate_(QStringLiteral("Imported %1 file(s), %2 failed: %3")
-                      .arg(imported, QString::number(result.failed()),
-                           result.lastErrorText(QStringLiteral("unknown error"))));
-  if (afterImport_) afterImport_();
 }
 
 } // namespace tessary

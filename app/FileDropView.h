@@ -1,6 +1,9 @@
 #pragma once
 
+#include "app/Colors.h"
+
 #include <QAbstractItemModel>
+#include <QApplication>
 #include <QDragEnterEvent>
 #include <QMimeData>
 #include <QPainter>
@@ -16,11 +19,29 @@ namespace tessary {
 /// Two things differ from what the toolkit's views do. A drop is made as the action that the model allows,
 /// not as the one that the source proposes: a file manager proposes a move within one disk, and would delete
 /// the user's file when that were accepted. And all of a row belongs to its item, the indentation too.
+///
+/// What is selected shows whether the view has the keyboard, and the current row is framed while it has.
 template <typename View> class FileDropView : public View {
 public:
-  using View::View;
+  explicit FileDropView(QWidget *parent) : View(parent) { showKeyboard(false); }
 
 protected:
+  void focusInEvent(QFocusEvent *event) override {
+    View::focusInEvent(event);
+    showKeyboard(true);
+  }
+
+  void focusOutEvent(QFocusEvent *event) override {
+    View::focusOutEvent(event);
+    // A menu that comes up is about what is selected.
+    showKeyboard(event->reason() == Qt::PopupFocusReason);
+  }
+
+  void changeEvent(QEvent *event) override {
+    View::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && !showingKeyboard_) showKeyboard(hasKeyboard_);
+  }
+
   /// The item that a drop at a position of the viewport is for; invalid for the view as a whole.
   virtual QModelIndex dropItemAt(const QPoint &position) const = 0;
 
@@ -58,15 +79,43 @@ protected:
 
   void paintEvent(QPaintEvent *event) override {
     View::paintEvent(event);
+    QPainter painter(this->viewport());
+    const QRect row = rowOf(this->currentIndex());
+    if (hasKeyboard_ && !row.isEmpty()) {
+      painter.setPen(QPen(this->palette().color(QPalette::Text), 1, Qt::DotLine));
+      painter.drawRect(row.adjusted(0, 0, -1, -1));
+    }
     const QRect area = framedArea();
     if (area.isEmpty()) return;
     constexpr int thickness = 2;
-    QPainter painter(this->viewport());
-    painter.setPen(QPen(this->palette().color(QPalette::Highlight), thickness));
+    painter.setPen(QPen(selectionColor(QApplication::palette()), thickness));
     painter.drawRect(area.adjusted(1, 1, -1, -1));
   }
 
 private:
+  /// In the system's colours, made readable where these are not.
+  void showKeyboard(bool hasKeyboard) {
+    showingKeyboard_ = true;
+    hasKeyboard_ = hasKeyboard;
+    QPalette colors = QApplication::palette();
+    const QColor highlight = hasKeyboard ? selectionColor(colors) : greySelectionColor(colors);
+    const QColor text =
+        colors.color(QPalette::Active, hasKeyboard ? QPalette::HighlightedText : QPalette::Text);
+    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+      colors.setColor(group, QPalette::Highlight, highlight);
+      colors.setColor(group, QPalette::HighlightedText, text);
+    }
+    this->setPalette(colors);
+    this->viewport()->update();
+    showingKeyboard_ = false;
+  }
+
+  QRect rowOf(const QModelIndex &item) const {
+    const QRect cell = this->visualRect(item);
+    if (!cell.isValid()) return {};
+    return {0, cell.top(), this->viewport()->width(), cell.height()};
+  }
+
   Qt::DropAction allowedAction(const QDropEvent &event, const QModelIndex &item) const {
     for (const Qt::DropAction action : {Qt::CopyAction, Qt::MoveAction})
       if (event.possibleActions().testFlag(action) &&
@@ -90,12 +139,11 @@ private:
 
   QRect framedArea() const {
     if (!framed_) return {};
-    const QRect whole = this->viewport()->rect();
-    if (!framesItem_) return whole;
-    const QRect item = this->visualRect(framedItem_);
-    return item.isValid() ? QRect(whole.left(), item.top(), whole.width(), item.height()) : QRect();
+    return framesItem_ ? rowOf(framedItem_) : this->viewport()->rect();
   }
 
+  bool hasKeyboard_ = false;
+  bool showingKeyboard_ = false;
   bool framed_ = false;
   bool framesItem_ = false;
   QPersistentModelIndex framedItem_; ///< gone when the model was reset meanwhile

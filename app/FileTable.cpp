@@ -3,7 +3,9 @@
 #include "app/CellDelegate.h"
 #include "app/DisplayText.h"
 #include "app/DragPicture.h"
+#include "app/FileListing.h"
 #include "app/FileURLs.h"
+#include "app/TextSize.h"
 #include "filesystem/ExportNames.h"
 
 #include <QDrag>
@@ -28,9 +30,6 @@ QStringList exportedNames(const QMimeData &files) {
 } // namespace
 
 FileTable::FileTable(QWidget *parent) : FileDropView(parent) {
-  QFont cellFont = font();
-  cellFont.setPixelSize(12);
-  setFont(cellFont);
   setItemDelegate(new CellDelegate(this));
   setAlternatingRowColors(true);
   setEditTriggers(NoEditTriggers);
@@ -44,22 +43,62 @@ FileTable::FileTable(QWidget *parent) : FileDropView(parent) {
   setFrameShape(NoFrame);
   verticalHeader()->hide();
   verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-  verticalHeader()->setMinimumSectionSize(kRowHeight);
-  verticalHeader()->setDefaultSectionSize(kRowHeight);
-  horizontalHeader()->setHighlightSections(false);
-  horizontalHeader()->setSectionsClickable(false);
-  horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-  connect(horizontalHeader(), &QHeaderView::sectionResized, this,
+  QHeaderView *header = horizontalHeader();
+  header->setHighlightSections(false);
+  header->setSectionsClickable(true);
+  header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+  header->setTextElideMode(Qt::ElideRight);
+  connect(header, &QHeaderView::sectionResized, this,
           [this](int column, int, int width) { columnResizedByUser(column, width); });
+  followTextSize();
 }
 
-void FileTable::setColumnWidths(const std::vector<int> &widths, const std::vector<int> &minimums) {
-  widths_.assign(widths.begin(), widths.end());
-  minimums_ = minimums;
-  sharedWidth_ = std::accumulate(widths_.begin(), widths_.end(), 0.0);
-  horizontalHeader()->setMinimumSectionSize(*std::min_element(minimums.begin(), minimums.end()));
-  applyWidths();
+void FileTable::setModel(QAbstractItemModel *model) {
+  QTableView::setModel(model);
+  connect(model, &QAbstractItemModel::columnsInserted, this, &FileTable::columnsChanged);
+  connect(model, &QAbstractItemModel::columnsRemoved, this, &FileTable::columnsChanged);
+  columnsChanged();
 }
+
+void FileTable::followTextSize() {
+  setTextSize(this, kRowTextSize);
+  setTextSize(horizontalHeader(), kRowTextSize);
+  verticalHeader()->setMinimumSectionSize(scaled(kRowHeight));
+  verticalHeader()->setDefaultSectionSize(scaled(kRowHeight));
+  if (!widths_.empty()) columnsChanged();
+}
+
+// ---- Keys
+
+void FileTable::takeKeyboard() {
+  setFocus();
+  if (model()->rowCount() > 0 && !selectionModel()->hasSelection()) selectRow(0);
+}
+
+QModelIndex FileTable::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) {
+  const int last = model()->rowCount() - 1;
+  switch (action) {
+  case MoveHome:
+    return model()->index(0, 0);
+  case MoveEnd:
+    return model()->index(last, 0);
+  case MoveLeft:
+  case MoveRight:
+    return currentIndex();
+  default:
+    return QTableView::moveCursor(action, modifiers);
+  }
+}
+
+/// Rows have the keyboard, not cells.
+void FileTable::currentChanged(const QModelIndex &current, const QModelIndex &previous) {
+  QTableView::currentChanged(current, previous);
+  viewport()->update(); // the frame of a row is wider than a cell
+  if (current.isValid() && current.column() != 0)
+    selectionModel()->setCurrentIndex(current.siblingAtColumn(0), QItemSelectionModel::NoUpdate);
+}
+
+// ---- Mouse
 
 void FileTable::startDrag(Qt::DropActions supportedActions) {
   QMimeData *files = model()->mimeData(selectedIndexes());
@@ -75,9 +114,26 @@ void FileTable::mouseDoubleClickEvent(QMouseEvent *event) {
   if (event->button() == Qt::LeftButton) QTableView::mouseDoubleClickEvent(event);
 }
 
+// ---- Columns
+
 void FileTable::resizeEvent(QResizeEvent *event) {
   QTableView::resizeEvent(event);
   if (!widths_.empty()) shareWidthChange(viewport()->width() - sharedWidth_);
+}
+
+/// Gives the model's columns their first widths.
+void FileTable::columnsChanged() {
+  widths_.clear();
+  minimums_.clear();
+  for (int column = 0; column < model()->columnCount(); ++column) {
+    const FileColumn &known = kFileColumns[static_cast<std::size_t>(column)];
+    widths_.push_back(scaled(known.width));
+    minimums_.push_back(scaled(known.minimumWidth));
+  }
+  if (widths_.empty()) return;
+  sharedWidth_ = std::accumulate(widths_.begin(), widths_.end(), 0.0);
+  horizontalHeader()->setMinimumSectionSize(*std::min_element(minimums_.begin(), minimums_.end()));
+  shareWidthChange(viewport()->width() - sharedWidth_);
 }
 
 void FileTable::shareWidthChange(double change) {
@@ -113,11 +169,21 @@ void FileTable::applyWidths() {
   applyingWidths_ = false;
 }
 
+/// The columns on its right give up what the column takes, the next one first, and get what it gives up.
 void FileTable::columnResizedByUser(int column, int width) {
   const auto at = static_cast<std::size_t>(column);
   if (applyingWidths_ || at >= widths_.size()) return;
-  widths_[at] = std::max(width, minimums_[at]);
-  if (width < minimums_[at]) setColumnWidth(column, minimums_[at]);
+  double wanted = std::max<double>(width, minimums_[at]) - widths_[at];
+  if (at + 1 == widths_.size()) wanted = 0; // its edge is the view's
+  double taken = std::min(wanted, 0.0);
+  if (wanted < 0) widths_[at + 1] -= wanted;
+  for (std::size_t right = at + 1; right < widths_.size() && taken < wanted; ++right) {
+    const double given = std::min(wanted - taken, std::max(0.0, widths_[right] - minimums_[right]));
+    widths_[right] -= given;
+    taken += given;
+  }
+  widths_[at] += taken;
+  applyWidths();
 }
 
 } // namespace tessary

@@ -8,25 +8,34 @@
 namespace tessary {
 
 /// The file table's view: whole rows, several may be selected, alternating backgrounds, vertical scroller
-/// only. When its width changes, all columns take an equal share of the change; none gets narrower than
-/// its minimum. Files are dropped on the table as a whole; while rows are dragged the names of their files go
-/// along.
+/// only. Keys go from row to row and, typed, to the file of that name. Files are dropped on the table as a
+/// whole; while rows are dragged the names of their files go along.
+///
+/// The columns always fill the view. When its width changes all take an equal share of the change; one that
+/// the user widens takes its width from those on its right. None gets narrower than its minimum.
 class FileTable final : public FileDropView<QTableView> {
   Q_OBJECT
 
 public:
   explicit FileTable(QWidget *parent = nullptr);
 
-  /// Gives each column of the model its first width and its minimum, in device-independent pixels.
-  void setColumnWidths(const std::vector<int> &widths, const std::vector<int> &minimums);
+  /// The system's text size has changed.
+  void followTextSize();
+
+  void setModel(QAbstractItemModel *model) override;
+  /// Goes to the selected row, or to the first one, with the keyboard.
+  void takeKeyboard();
 
 protected:
   QModelIndex dropItemAt(const QPoint &) const override { return {}; }
+  QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
+  void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
   void startDrag(Qt::DropActions supportedActions) override;
   void mouseDoubleClickEvent(QMouseEvent *event) override;
   void resizeEvent(QResizeEvent *event) override;
 
 private:
+  void columnsChanged();
   void shareWidthChange(double change);
   void applyWidths();
   void columnResizedByUser(int column, int width);

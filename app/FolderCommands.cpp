@@ -1,140 +1,134 @@
+#include "app/FolderCommands.h"
+
 #include "app/Beeper.h"
-#include "app/ContentController.h"
+#include "app/Browser.h"
+#include "app/Dialogs.h"
 #include "app/DisplayText.h"
-#include "app/MainWindow.h"
-#include "app/MainWindowController.h"
+#include "app/ImageChanges.h"
+#include "app/ImageWork.h"
 #include "app/NameAlert.h"
 #include "app/SidebarController.h"
 
-#include <QTreeView>
+#include <QLabel>
+#include <QPointer>
 #include <utility>
 
 namespace tessary {
 namespace {
 
-QString deletionWarning(std::uint64_t fileCount) {
-  if (fileCount == 0)
-    return QStringLiteral("This will permanently delete the empty folder. This cannot be undone.");
-  return QStringLiteral(
-             "This will permanently delete the folder and all %1 file(s) inside it. This cannot be undone.")
-      .arg(QString::number(fileCount));
+/// What is deleted with the folder, down to the bottom; it is one of the folders itself.
+QString deletionText(const EMU3DirectoryPtr &folder) {
+  const std::vector<EMU3DirectoryPtr> folders = directoriesInPreOrder(folder);
+  std::uint64_t files = 0;
+  for (const EMU3DirectoryPtr &directory : folders)
+    files += directory->totalFileCount();
+  return QStringLiteral("This will delete %1 file(s) and %2 folder(s).")
+      .arg(QString::number(files), QString::number(folders.size()));
 }
 
 } // namespace
 
-/// The folder that Rename Folder and Delete Folder act on; null when there is none or it is the root.
-EMU3DirectoryPtr MainWindowController::_targetFolder() const {
-  EMU3DirectoryPtr target = clickedDirectory_ ? clickedDirectory_ : sidebarCtl_->selectedDirectory();
-  return filesystem_ && target == filesystem_->rootDirectory() ? nullptr : target;
+FolderCommands::FolderCommands(const CommandTools &tools, QObject *parent) : QObject(parent), tools_(tools) {}
+
+bool FolderCommands::isRoot(const EMU3DirectoryPtr &folder) const {
+  return folder == tools_.image->filesystem()->rootDirectory();
 }
 
 // ---- New Folder
 
-void MainWindowController::_newFolder() {
-  if (!filesystem_) return beep();
-  const EMU3DirectoryPtr parent = currentDirectory_ ? currentDirectory_ : filesystem_->rootDirectory();
-  _whenChangeable([this, parent] { _askForNewFolder(parent); }, [this] { _runReadOnlyAlert(); });
+void FolderCommands::create(const EMU3DirectoryPtr &parent) {
+  tools_.changes->whenChangeable([this, parent] { askForNew(parent); },
+                                 [this] { tools_.changes->tellReadOnly(); });
 }
 
-void MainWindowController::_askForNewFolder(const EMU3DirectoryPtr &parent) {
+void FolderCommands::askForNew(const EMU3DirectoryPtr &parent) {
   auto question = std::make_unique<NameAlert>(
       QStringLiteral("New Folder"),
       QStringLiteral("Create a new folder inside '%1' (max 15 characters):").arg(displayText(parent->name())),
-      QStringLiteral("Create"), window_.get());
+      QStringLiteral("Create"), tools_.dialogs->window());
   question->setPlaceholder(QStringLiteral("Folder name"));
-  const NameAlert *answer = question.get();
-  _ask(std::move(question), [this, answer, parent] {
-    const QString name = answer->trimmedName();
-    if (!name.isEmpty()) _createFolder(name.toStdString(), parent);
+  const QPointer alert(question.get());
+  tools_.dialogs->askForName(std::move(question), [this, parent, alert](const QString &name) {
+    tools_.changes->run(
+        [this, alert, parent, name = name.toStdString()](EMU3Filesystem &filesystem,
+                                                         EMU3Error *error) -> ImageWork::Completion {
+          if (!filesystem.createDirectoryNamed(name, parent, error)) return {};
+          return [this, alert, folder = parent->subdirectories().back()] {
+            if (alert) alert->accept();
+            tools_.browser->showChanges();
+            tools_.browser->showFolder(folder);
+            tools_.browser->setStatus(
+                QStringLiteral("Created folder '%1'.").arg(displayText(folder->name())));
+          };
+        },
+        [this, alert] { tools_.dialogs->askAgain(alert); });
   });
-}
-
-void MainWindowController::_createFolder(const std::string &name, const EMU3DirectoryPtr &parent) {
-  _runChange([this, name, parent](EMU3Filesystem &filesystem, EMU3Error *error) -> Completion {
-    if (!filesystem.createDirectoryNamed(name, parent, error)) return {};
-    return [this, folder = parent->subdirectories().back(), parent] { _folderCreated(folder, parent); };
-  });
-}
-
-void MainWindowController::_folderCreated(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
-  sidebarCtl_->reload();
-  outlineView_->expand(sidebarCtl_->indexOf(parent));
-  sidebarCtl_->selectRowOf(folder);
-  _updateDiskSpaceLabel();
-  _setStatus(QStringLiteral("Created folder '%1'.").arg(displayText(folder->name())));
-}
-
-// ---- Delete Folder
-
-void MainWindowController::_deleteFolder() {
-  if (!filesystem_) return beep();
-  _whenChangeable([this, folder = _targetFolder()] { folder ? _askToDeleteFolder(folder) : beep(); },
-                  [this] { _runReadOnlyAlert(); });
-}
-
-void MainWindowController::_askToDeleteFolder(const EMU3DirectoryPtr &folder) {
-  const EMU3DirectoryPtr above = folder->parent();
-  const EMU3DirectoryPtr parent = above ? above : filesystem_->rootDirectory();
-  auto question =
-      std::make_unique<Alert>(QStringLiteral("Delete folder '%1'?").arg(displayText(folder->name())),
-                              deletionWarning(folder->totalFileCount()), window_.get());
-  question->addChoice(QStringLiteral("Delete"), Alert::DestructiveRole);
-  question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
-  _ask(std::move(question), [this, folder, parent] { _removeFolder(folder, parent); });
-}
-
-void MainWindowController::_removeFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
-  _runChange([this, folder, parent](EMU3Filesystem &filesystem, EMU3Error *error) -> Completion {
-    const std::string name = folder->name();
-    if (!filesystem.deleteDirectory(folder, parent, error)) return {};
-    return [this, name, parent] { _folderDeleted(name, parent); };
-  });
-}
-
-void MainWindowController::_folderDeleted(const std::string &name, const EMU3DirectoryPtr &parent) {
-  if (currentDirectory_ && !_holdsDirectory(currentDirectory_)) currentDirectory_ = parent;
-  sidebarCtl_->reload();
-  if (!sidebarCtl_->selectRowOf(parent)) sidebarCtl_->selectFirstRow();
-  _showSelectedFolder();
-  _updateDiskSpaceLabel();
-  _setStatus(QStringLiteral("Deleted folder '%1'.").arg(displayText(name)));
-}
-
-/// A row that was highlighted before reports no selection, and without any row nothing can be selected.
-void MainWindowController::_showSelectedFolder() {
-  const EMU3DirectoryPtr selected = sidebarCtl_->selectedDirectory();
-  const EMU3DirectoryPtr folder = selected ? selected : currentDirectory_;
-  if (folder != contentCtl_->directory()) _selectDirectory(folder);
 }
 
 // ---- Rename Folder
 
-void MainWindowController::_renameFolder() {
-  const EMU3DirectoryPtr folder = _targetFolder();
-  if (!filesystem_ || !folder) return beep();
-  _whenChangeable([this, folder] { _askForNameOf(folder); }, beep);
+void FolderCommands::rename(const EMU3DirectoryPtr &folder) {
+  if (!folder || isRoot(folder)) return beep();
+  tools_.changes->whenChangeable([this, folder] { askForNameOf(folder); }, beep);
 }
 
-void MainWindowController::_askForNameOf(const EMU3DirectoryPtr &folder) {
+void FolderCommands::askForNameOf(const EMU3DirectoryPtr &folder) {
   auto question = std::make_unique<NameAlert>(QStringLiteral("Rename Folder"),
                                               QStringLiteral("Enter a new name (max 15 characters):"),
-                                              QStringLiteral("Rename"), window_.get());
+                                              QStringLiteral("Rename"), tools_.dialogs->window());
   question->setName(QString::fromStdString(folder->name()));
-  const NameAlert *answer = question.get();
-  _ask(std::move(question), [this, answer, folder] {
-    const std::string name = answer->trimmedName().toStdString();
-    if (!name.empty()) _setFolderName(folder, name);
+  const QPointer alert(question.get());
+  tools_.dialogs->askForName(std::move(question), [this, folder, alert](const QString &name) {
+    tools_.changes->run(
+        [this, alert, folder, name = name.toStdString()](EMU3Filesystem &filesystem,
+                                                         EMU3Error *error) -> ImageWork::Completion {
+          const bool keepsName = folder->name() == name;
+          if (!keepsName && !filesystem.renameDirectory(folder, name, error)) return {};
+          return [this, alert, folder, keepsName] {
+            if (alert) alert->accept();
+            if (keepsName) return;
+            tools_.browser->folderRenamed(folder);
+            tools_.browser->setStatus(QStringLiteral("Renamed to '%1'.").arg(displayText(folder->name())));
+          };
+        },
+        [this, alert] { tools_.dialogs->askAgain(alert); });
   });
 }
 
-void MainWindowController::_setFolderName(const EMU3DirectoryPtr &folder, const std::string &name) {
-  _runChange([this, folder, name](EMU3Filesystem &filesystem, EMU3Error *error) -> Completion {
-    if (folder->name() == name || !filesystem.renameDirectory(folder, name, error)) return {};
-    return [this, folder, renamed = folder->name()] {
-      sidebarCtl_->reloadItem(folder);
-      _setStatus(QStringLiteral("Renamed to '%1'.").arg(displayText(renamed)));
-    };
-  });
+// ---- Delete Folder
+
+void FolderCommands::remove(const EMU3DirectoryPtr &folder) {
+  tools_.changes->whenChangeable([this, folder] { folder && !isRoot(folder) ? askToRemove(folder) : beep(); },
+                                 [this] { tools_.changes->tellReadOnly(); });
+}
+
+void FolderCommands::askToRemove(const EMU3DirectoryPtr &folder) {
+  const EMU3DirectoryPtr above = folder->parent();
+  const EMU3DirectoryPtr parent = above ? above : tools_.image->filesystem()->rootDirectory();
+  auto question =
+      std::make_unique<Alert>(QStringLiteral("Delete folder '%1'?").arg(displayText(folder->name())),
+                              deletionText(folder), tools_.dialogs->window());
+  question->addChoice(QStringLiteral("Delete"), Alert::DestructiveRole);
+  question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
+  question->addWarning(QStringLiteral("This cannot be undone."));
+  tools_.dialogs->ask(std::move(question), [this, folder, parent] { removeNow(folder, parent); });
+}
+
+void FolderCommands::removeNow(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
+  tools_.changes->run(
+      [this, folder, parent](EMU3Filesystem &filesystem, EMU3Error *error) -> ImageWork::Completion {
+        const std::string name = folder->name();
+        if (!filesystem.deleteDirectory(folder, parent, error)) return {};
+        return [this, name, parent] { removed(name, parent); };
+      });
+}
+
+/// Shows the parent; where that is the root, its first folder, if there is one.
+void FolderCommands::removed(const std::string &name, const EMU3DirectoryPtr &parent) {
+  tools_.browser->showChanges();
+  const std::vector<EMU3DirectoryPtr> others = parent->subdirectories();
+  tools_.browser->showFolder(isRoot(parent) && !others.empty() ? others.front() : parent);
+  tools_.browser->setStatus(QStringLiteral("Deleted folder '%1'.").arg(displayText(name)));
 }
 
 } // namespace tessary

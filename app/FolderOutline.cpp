@@ -1,6 +1,7 @@
 #include "app/FolderOutline.h"
 
 #include "app/CellDelegate.h"
+#include "app/TextSize.h"
 
 #include <QContextMenuEvent>
 #include <QHeaderView>
@@ -11,34 +12,46 @@
 namespace tessary {
 namespace {
 
-constexpr int narrowestColumn = 200;
+constexpr int shortestLabel = 64; // with its icon
 constexpr int indentationPerLevel = 16;
 
 } // namespace
 
 FolderOutline::FolderOutline(QWidget *parent) : FileDropView(parent) {
-  QFont cellFont = font();
-  cellFont.setPixelSize(12);
-  setFont(cellFont);
   setItemDelegate(new CellDelegate(this));
   setHeaderHidden(true);
-  header()->setMinimumSectionSize(narrowestColumn);
-  setIndentation(indentationPerLevel);
   setUniformRowHeights(true);
   setEditTriggers(NoEditTriggers);
   setSelectionMode(SingleSelection);
-  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setVerticalScrollMode(ScrollPerPixel);
   setTextElideMode(Qt::ElideRight);
   setFrameShape(NoFrame);
+  followTextSize();
   connect(this, &QTreeView::expanded, this, &FolderOutline::closeWhenTooDeep);
+}
+
+void FolderOutline::followTextSize() {
+  setTextSize(this, kRowTextSize);
+  setIndentation(scaled(indentationPerLevel));
+  scheduleDelayedItemsLayout();
 }
 
 // The one column is stretched to the view's width, but not below its minimum.
 void FolderOutline::updateGeometries() {
   QTreeView::updateGeometries();
-  const int needed = std::max(narrowestColumn, sizeHintForColumn(0));
+  const int needed = deepestPlaceInSight() + scaled(shortestLabel);
   if (needed != header()->minimumSectionSize()) header()->setMinimumSectionSize(needed);
+}
+
+/// Where the label begins that lies deepest, from the column's left edge.
+int FolderOutline::deepestPlaceInSight() const {
+  int deepest = 0;
+  for (QModelIndex row = indexAt(QPoint(1, 1)); row.isValid(); row = indexBelow(row)) {
+    const QRect place = visualRect(row);
+    if (place.top() > viewport()->height()) break;
+    deepest = std::max(deepest, place.left() + horizontalScrollBar()->value());
+  }
+  return deepest;
 }
 
 // The view itself would scroll to where the column begins, far from the label of a row that lies deep.
@@ -46,10 +59,12 @@ void FolderOutline::scrollTo(const QModelIndex &index, ScrollHint hint) {
   const int before = horizontalScrollBar()->value();
   QTreeView::scrollTo(index, hint);
   horizontalScrollBar()->setValue(before);
-  const int left = visualRect(index).left();
-  const int right = left + sizeHintForIndex(index).width();
-  const int beyond = std::min(std::max(0, right - viewport()->width()), left);
-  horizontalScrollBar()->setValue(before + (left < 0 ? left - indentation() : beyond));
+  const int left = visualRect(index).left() - indentation(); // of the triangle
+  const int right = left + indentation() + scaled(shortestLabel);
+  if (left < 0)
+    horizontalScrollBar()->setValue(before + left);
+  else if (right > viewport()->width())
+    horizontalScrollBar()->setValue(before + std::min(left, right - viewport()->width()));
 }
 
 void FolderOutline::mousePressEvent(QMouseEvent *event) {

@@ -6,9 +6,9 @@
 
 namespace tessary {
 
-/// The folder outline's view: one column without a header, as wide as the view or, when folders are open
-/// so deep that their labels would not fit, as wide as the labels need. It then scrolls sideways to the row
-/// that is chosen.
+/// The folder outline's view: one column without a header, as wide as the view. What does not fit is cut.
+/// Only where folders lie so deep that nothing of their labels would be seen is the column wider, and the
+/// view scrolls sideways.
 ///
 /// A click on the empty area clears the selection; the right button only asks for the context menu and
 /// selects nothing. The view lays out nested open folders recursively, so a folder that lies deeper than
@@ -21,6 +21,9 @@ public:
   static constexpr int kDeepestOpenLevel = 2000;
 
   explicit FolderOutline(QWidget *parent = nullptr);
+
+  /// The system's text size has changed.
+  void followTextSize();
 
   void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
 
@@ -41,6 +44,7 @@ protected:
   void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
+  int deepestPlaceInSight() const;
   void pressOnEmptyArea();
   QPoint placeOfSelectedRow() const;
   void closeWhenTooDeep(const QModelIndex &index);

@@ -1,12 +1,12 @@
 #include "app/ImageChanges.h"
 
+#include "app/Alert.h"
 #include "app/Beeper.h"
-#include "app/MainQueue.h"
-#include "app/MainWindowController.h"
-#include "app/SidebarController.h"
-#include "app/Spinner.h"
+#include "app/DisplayText.h"
+#include "app/Settings.h"
+#include "filesystem/Text.h"
 
-#include <QDialog>
+#include <QCheckBox>
 #include <utility>
 
 namespace tessary {
@@ -16,70 +16,70 @@ bool mayBecomeChangeable(const EMU3Filesystem &filesystem) {
   return reason == ReadOnlyReason::none || reason == ReadOnlyReason::otherProgram;
 }
 
+ImageChanges::ImageChanges(ImageWork *image, Dialogs *dialogs, Browser *browser, ImageBackups *backups,
+                           QObject *parent)
+    : QObject(parent), image_(image), dialogs_(dialogs), browser_(browser), backups_(backups) {}
+
 // ---- Before a change
 
-void MainWindowController::_whenChangeable(std::function<void()> change, std::function<void()> refused) {
-  if (!filesystem_->isReadOnly()) return change();
-  if (!mayBecomeChangeable(*filesystem_)) return refused();
-  _onChangeQueue([this, change = std::move(change),
-                  refused = std::move(refused)](EMU3Filesystem &filesystem) -> Completion {
-    const bool isClaimed = filesystem.claimForChanges();
-    return [this, isClaimed, change, refused] {
-      _showTitle();
-      if (isClaimed)
-        _showImageReadAnew();
-      else
-        _setStatus(_readOnlyText());
-      (isClaimed ? change : refused)();
+void ImageChanges::whenChangeable(std::function<void()> change, std::function<void()> refused) {
+  if (!image_->filesystem()->isReadOnly()) return offerBackup(std::move(change));
+  if (!mayBecomeChangeable(*image_->filesystem())) return refused();
+  image_->runBesideChanges([](EMU3Filesystem &filesystem) { return filesystem.claimForChanges(); },
+                           [this, change, refused](bool isClaimed) {
+                             browser_->showTitle();
+                             if (!isClaimed) {
+                               browser_->setStatus(browser_->readOnlyText());
+                               return refused();
+                             }
+                             browser_->showImageReadAnew();
+                             offerBackup(change);
+                           });
+}
+
+void ImageChanges::offerBackup(std::function<void()> change) {
+  const EMU3FilesystemPtr filesystem = image_->filesystem();
+  if (offeredFor_.lock() == filesystem ||
+      !BackupOffers::isMadeFor(filesystem->imageURL(), filesystem->imageSize()))
+    return change();
+  auto offer = std::make_unique<Alert>(
+      QStringLiteral("Back up “%1” first?").arg(displayText(lastPathComponent(filesystem->imageURL()))),
+      QStringLiteral("Changes are written straight into the image. A backup lets you go back."),
+      dialogs_->window());
+  offer->addChoice(QStringLiteral("Back Up…"), Alert::AcceptRole);
+  offer->addChoice(QStringLiteral("Not Now"), Alert::NoRole);
+  auto *notAgain = new QCheckBox(QStringLiteral("Don’t ask again for this image"));
+  offer->setCheckBox(notAgain);
+  offer->makeEscapable();
+  dialogs_->choose(std::move(offer), [this, filesystem, notAgain, change](int button) {
+    if (button < 0) return; // Escape takes the change back
+    if (notAgain->isChecked()) BackupOffers::endFor(filesystem->imageURL(), filesystem->imageSize());
+    const auto goOn = [this, filesystem, change] {
+      offeredFor_ = filesystem;
+      change();
     };
+    if (button == 0)
+      backups_->backUp(goOn);
+    else
+      goOn();
   });
 }
 
-/// Folders and files that another program has left as they were are still the same objects.
-void MainWindowController::_showImageReadAnew() {
-  if (!_holdsDirectory(currentDirectory_)) {
-    _showNoFolder();
-    return _loadFilesystem();
-  }
-  sidebarCtl_->reload();
-  _selectDirectory(currentDirectory_);
-  _updateDiskSpaceLabel();
-}
-
-void MainWindowController::_runReadOnlyAlert(const QString &advice) {
+void ImageChanges::tellReadOnly(const QString &advice) {
   // The claim may be refused when the user has turned to something else.
-  if (_dialogThatIsUp()) return beep();
-  _runAlert(QStringLiteral("Read-Only Image"),
-            QStringLiteral("This image is opened read-only and cannot be modified.") + advice);
+  if (dialogs_->thatIsUp()) return beep();
+  dialogs_->tell(QStringLiteral("Read-Only Image"),
+                 QStringLiteral("This image is opened read-only and cannot be modified.") + advice);
 }
 
 // ---- A single change
 
-void MainWindowController::_runChange(Change change) {
-  _onChangeQueue([this, change = std::move(change)](EMU3Filesystem &filesystem) -> Completion {
-    EMU3Error error;
-    if (Completion changed = change(filesystem, &error)) return changed;
-    return [this, error] {
-      if (error.isSet()) _changeFailed(error);
-    };
-  });
-}
-
-void MainWindowController::_changeFailed(const EMU3Error &error) {
-  const QString news = _readOnlyNews();
-  if (!news.isEmpty()) _setStatus(news);
-  _runAlert(error);
-}
-
-void MainWindowController::_onChangeQueue(std::function<Completion(EMU3Filesystem &)> work) {
-  spinner_->start();
-  changeQueue_->async([controller = QPointer(this), filesystem = filesystem_, work = std::move(work)] {
-    const Completion completion = work(*filesystem);
-    onMainQueue([controller, filesystem, completion] {
-      if (!controller) return;
-      controller->spinner_->stop();
-      if (filesystem == controller->filesystem_) completion();
-    });
+void ImageChanges::run(ImageWork::Change change, std::function<void()> failed) {
+  image_->runChange(std::move(change), [this, failed = std::move(failed)](const EMU3Error &error) {
+    const QString news = browser_->readOnlyNews();
+    if (!news.isEmpty()) browser_->setStatus(news);
+    dialogs_->tell(error);
+    if (failed) failed();
   });
 }
 

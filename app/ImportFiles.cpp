@@ -1,31 +1,28 @@
 #include "app/ImportFiles.h"
 
-#include "app/DisplayText.h"
 #include "filesystem/ItemsOperation.h"
+#include "filesystem/Text.h"
 
 #include <QFile>
 
 namespace tessary {
 
-QString ImportResult::lastErrorText(const QString &unknown) const {
-  return lastError.isSet() ? displayText(lastError.localizedDescription()) : unknown;
-}
-
 ImportResult importFiles(EMU3Filesystem &filesystem, const std::vector<std::string> &urls,
                          const EMU3DirectoryPtr &directory) {
   ImportResult result;
-  result.chosen = urls.size();
   const auto operation = filesystem.manyItems();
   for (const std::string &url : urls)
     operation->importFile(url, directory);
   ItemsWatcher watcher;
   watcher.ended = [&](const ItemEnd &end) {
     if (end.error)
-      result.lastError = *end.error;
+      result.failures.push_back(ItemFailure::of(lastPathComponent(urls[end.item]), *end.error));
     else
-      ++result.imported;
+      result.imported.push_back(end.file);
   };
   operation->run(watcher);
+  for (const EMU3FilePtr &file : result.imported)
+    filesystem.populateBankMetadata(file);
   return result;
 }
 

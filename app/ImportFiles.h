@@ -1,10 +1,9 @@
 #pragma once
 
+#include "app/FailuresAlert.h"
 #include "filesystem/EMU3Filesystem.h"
 
-#include <QString>
 #include <QStringList>
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -12,13 +11,8 @@ namespace tessary {
 
 /// How the import of several host files went.
 struct ImportResult {
-  std::size_t chosen = 0;   ///< host files given
-  std::size_t imported = 0; ///< of them
-  EMU3Error lastError;      ///< of the last one that failed
-
-  std::size_t failed() const { return chosen - imported; }
-  /// What users read about the last failure; `unknown` when there is nothing to read.
-  QString lastErrorText(const QString &unknown) const;
+  std::vector<EMU3FilePtr> imported; ///< with their bank details read
+  std::vector<ItemFailure> failures; ///< of the others, by the host files' names
 };
 
 /// Imports each of the host files into the folder, in order; none keeps the others from being tried. Runs on

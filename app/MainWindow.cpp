@@ -4,6 +4,13 @@
 
 namespace tessary {
 
+bool MainWindow::event(QEvent *event) {
+  const bool isHandled = QMainWindow::event(event);
+  if (event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange)
+    emit textSizeChanged();
+  return isHandled;
+}
+
 void MainWindow::closeEvent(QCloseEvent *event) {
   event->accept();
   emit closed();

@@ -15,8 +15,11 @@ public:
 
 signals:
   void closed();
+  /// The system's text size may have changed.
+  void textSizeChanged();
 
 protected:
+  bool event(QEvent *event) override;
   void closeEvent(QCloseEvent *event) override;
 };
 

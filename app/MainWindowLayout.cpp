@@ -1,14 +1,17 @@
 #include "app/Colors.h"
 #include "app/ContentController.h"
-#include "app/DeleteKeyFilter.h"
 #include "app/FileTable.h"
+#include "app/FindBar.h"
+#include "app/FolderBar.h"
 #include "app/FolderOutline.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
 #include "app/SidebarController.h"
-#include "app/Spinner.h"
 #include "app/StatusBar.h"
+#include "app/WindowPlace.h"
 
+#include <QApplication>
+#include <QContextMenuEvent>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QLayout>
@@ -25,6 +28,7 @@ namespace tessary {
 namespace {
 
 constexpr QSize contentSize(1200, 700);
+constexpr QSize smallestWindow(800, 500);
 constexpr int sidebarWidth = 220;
 constexpr int narrowestSidebar = 140;
 constexpr int widestSidebar = 340;
@@ -51,6 +55,22 @@ protected:
   QSplitterHandle *createHandle() override { return new ThinDivider(orientation(), this); }
 };
 
+QVBoxLayout *makeColumn(QWidget *pane) {
+  auto *layout = new QVBoxLayout(pane);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setSpacing(0);
+  return layout;
+}
+
+/// What Shift+F10 does: the context menu of what has the keyboard.
+void showMenuOfFocused() {
+  QWidget *focused = QApplication::focusWidget();
+  if (!focused) return;
+  const QPoint place = focused->inputMethodQuery(Qt::ImCursorRectangle).toRect().center();
+  QContextMenuEvent event(QContextMenuEvent::Keyboard, place, focused->mapToGlobal(place));
+  QCoreApplication::sendEvent(focused, &event);
+}
+
 class SeparatorLine final : public QWidget {
 public:
   explicit SeparatorLine(QWidget *parent) : QWidget(parent) { setFixedHeight(1); }
@@ -61,114 +81,149 @@ protected:
 
 } // namespace
 
+// ---- What the window is made of
+
 void MainWindowController::_buildUI() {
+  window_->setMinimumSize(
+      sizeOnScreen(smallestWindow, window_->screen()->availableGeometry(), likelyFrame()));
+  const Browser::Views views = _buildViews();
+  image_ = new ImageWork(views.statusBar->spinner(), this);
+  browser_ = new Browser(image_, this);
+  browser_->setViews(views);
+  dialogs_ = new Dialogs(window_.get(), image_, this);
+  backups_ = new ImageBackups(image_, dialogs_, browser_, this);
+  changes_ = new ImageChanges(image_, dialogs_, browser_, backups_, this);
+  const CommandTools tools{image_, dialogs_, browser_, changes_};
+  deleteHistory_ = new DeleteHistory(tools, this);
+  transfers_ = new Transfers(tools, this);
+  imports_ = new Imports(tools, this);
+  exports_ = new Exports(tools, this);
+  folderCommands_ = new FolderCommands(tools, this);
+  fileCommands_ = new FileCommands(
+      tools, [this](const std::vector<EMU3FilePtr> &files) { exports_->exportFiles(files); }, this);
+  check_ = new ImageCheck(tools, this);
+  recentImages_ = new RecentImages([this](const std::string &path) { openImageAtURL(path); }, this);
   _buildToolbar();
-  _buildOutline();
-  auto *splitter = new ThinSplitter;
-  splitter->setObjectName(QStringLiteral("SplitView"));
-  outlineView_->setMinimumWidth(narrowestSidebar);
-  outlineView_->setMaximumWidth(widestSidebar);
-  splitter->addWidget(outlineView_);
-  splitter->addWidget(_makeRightPane());
-  splitter->setStretchFactor(0, 0);
-  splitter->setStretchFactor(1, 1);
-  window_->setCentralWidget(splitter);
-  outlineView_->setFocus();
-  _installCallbacks();
-  _buildMenus();
+  _buildContextMenus();
+  _buildMenuBarMenus();
   _setupDragging();
   _validateItems();
   _resizeContent(contentSize);
-  splitter->setSizes({sidebarWidth, contentSize.width() - sidebarWidth - splitter->handleWidth()});
-  _centerWindow();
+  splitter_->setSizes({sidebarWidth, splitter_->width() - sidebarWidth - splitter_->handleWidth()});
+  _placeWindow();
+  outlineView()->setFocus();
 }
 
-void MainWindowController::_buildOutline() {
-  auto *outline = new FolderOutline;
-  connect(outline, &FolderOutline::menuRequested, this, &MainWindowController::_showFolderMenu);
-  connect(outline, &FolderOutline::emptyAreaPressed, this, &MainWindowController::_showChosenFolder);
-  connect(outline, &FolderOutline::pressed, this, &MainWindowController::_showChosenFolder);
-  outlineView_ = outline;
-  outlineView_->setObjectName(QStringLiteral("OutlineView"));
-  outlineView_->setAccessibleName(QStringLiteral("Folders"));
-  sidebarCtl_ = new SidebarController(this);
-  sidebarCtl_->setOutlineView(outlineView_);
+Browser::Views MainWindowController::_buildViews() {
+  Browser::Views views;
+  views.window = window_.get();
+  splitter_ = new ThinSplitter;
+  splitter_->setObjectName(QStringLiteral("SplitView"));
+  splitter_->addWidget(_makeSidebar(&views));
+  splitter_->addWidget(_makeRightPane(&views));
+  splitter_->setStretchFactor(0, 0);
+  splitter_->setStretchFactor(1, 1);
+  window_->setCentralWidget(splitter_);
+  QWidget::setTabOrder(views.outline, views.table);
+  return views;
 }
 
-void MainWindowController::_buildTable() {
-  auto *table = new FileTable;
-  table->setObjectName(QStringLiteral("TableView"));
-  table->setAccessibleName(QStringLiteral("Files"));
-  contentCtl_ = new ContentController(this);
-  contentCtl_->setTableView(table);
-  std::vector<int> widths, minimums;
-  for (const FileColumn &column : kFileColumns) {
-    widths.push_back(column.width);
-    minimums.push_back(column.minimumWidth);
-  }
-  table->setColumnWidths(widths, minimums);
-  connect(table, &QTableView::doubleClicked, this, &MainWindowController::_tableDoubleClick);
-  for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
-    auto *shortcut =
-        new QShortcut(key, table, this, &MainWindowController::_tableDoubleClick, Qt::WidgetShortcut);
-    shortcut->setAutoRepeat(false);
-  }
-  tableView_ = table;
-}
-
-QWidget *MainWindowController::_makeRightPane() {
+QWidget *MainWindowController::_makeSidebar(Browser::Views *views) {
   auto *pane = new QWidget;
-  auto *layout = new QVBoxLayout(pane);
-  layout->setContentsMargins(0, 0, 0, 0);
-  layout->setSpacing(0);
-  _buildTable();
-  layout->addWidget(tableView_, 1);
+  pane->setMinimumWidth(narrowestSidebar);
+  pane->setMaximumWidth(widestSidebar);
+  views->outline = new FolderOutline;
+  views->outline->setObjectName(QStringLiteral("OutlineView"));
+  views->outline->setAccessibleName(QStringLiteral("Folders"));
+  connect(views->outline, &FolderOutline::menuRequested, this, &MainWindowController::_showFolderMenu);
+  views->folderBar = new FolderBar;
+  QVBoxLayout *layout = makeColumn(pane);
+  layout->addWidget(views->outline, 1);
   layout->addWidget(new SeparatorLine(pane));
-  auto *statusBar = new StatusBar(pane);
-  layout->addWidget(statusBar);
-  statusLabel_ = statusBar->statusLabel();
-  diskSpaceLabel_ = statusBar->diskSpaceLabel();
-  spinner_ = statusBar->spinner();
+  layout->addWidget(views->folderBar);
   return pane;
 }
 
-void MainWindowController::_installCallbacks() {
-  sidebarCtl_->setSelectionChanged(
-      [this](const EMU3DirectoryPtr &directory) { _selectDirectory(directory); });
-  contentCtl_->setStatusUpdate([this](const QString &text) { _setStatus(text); });
-  contentCtl_->setBeforeImport(
-      [this](std::function<void()> import) { _whenChangeable(std::move(import), [] {}); });
-  contentCtl_->setAfterImport([this] {
-    sidebarCtl_->reload();
-    _updateDiskSpaceLabel();
-  });
+QWidget *MainWindowController::_makeRightPane(Browser::Views *views) {
+  auto *pane = new QWidget;
+  views->table = new FileTable;
+  views->table->setObjectName(QStringLiteral("TableView"));
+  views->table->setAccessibleName(QStringLiteral("Files"));
+  views->findBar = new FindBar;
+  connect(views->findBar, &FindBar::left, views->table, &FileTable::takeKeyboard);
+  views->statusBar = new StatusBar(pane);
+  QVBoxLayout *layout = makeColumn(pane);
+  layout->addWidget(views->table, 1);
+  layout->addWidget(views->findBar);
+  layout->addWidget(new SeparatorLine(pane));
+  layout->addWidget(views->statusBar);
+  return pane;
 }
 
-void MainWindowController::_setupKeyboardShortcuts() {
-  new DeleteKeyFilter([this] { _deleteSelected(); }, this);
+void MainWindowController::_setupDragging() {
+  tableView()->setDragDropMode(QAbstractItemView::DragDrop);
+  tableView()->setDropIndicatorShown(false); // the views frame what takes a drop
+  outlineView()->setDragDropMode(QAbstractItemView::DropOnly);
+  outlineView()->setDropIndicatorShown(false);
+  constexpr int millisecondsToOpenFolder = 700;
+  outlineView()->setAutoExpandDelay(millisecondsToOpenFolder);
+  contentCtl()->setDropReceived(
+      [this](const std::vector<std::string> &urls) { imports_->dropOnTable(urls); });
+  sidebarCtl()->setSourceTableView(tableView());
+  sidebarCtl()->setValidateDropBlock(
+      [this](const EMU3DirectoryPtr &target, bool internal) { return _mayDrop(target, internal); });
+  sidebarCtl()->setDropReceived([this](const EMU3DirectoryPtr &target, const std::vector<std::string> &urls,
+                                       bool internal) { _dropReceived(target, urls, internal); });
 }
+
+/// The keys that no menu shows.
+void MainWindowController::_setupKeyboardShortcuts() {
+  // The file that has the keyboard: its information, or where it was found.
+  const auto open = [this] {
+    contentCtl()->search().everywhere ? browser_->goToFound() : _tableDoubleClick();
+  };
+  connect(tableView(), &QTableView::doubleClicked, this, open);
+  for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+    auto *shortcut = new QShortcut(key, tableView(), this, open, Qt::WidgetShortcut);
+    shortcut->setAutoRepeat(false);
+  }
+  // With whatever other modifiers.
+  for (const Qt::Key key : {Qt::Key_Backspace, Qt::Key_Delete})
+    for (const Qt::KeyboardModifier other : {Qt::NoModifier, Qt::ShiftModifier, Qt::AltModifier}) {
+      const QKeyCombination keys(Qt::ControlModifier | other, key);
+      auto *shortcut = new QShortcut(keys, window_.get(), this, [this] { _deleteSelected(); });
+      shortcut->setAutoRepeat(false);
+    }
+  new QShortcut(QKeySequence(Qt::SHIFT | Qt::Key_F10), window_.get(), showMenuOfFocused);
+  new QShortcut(
+      QKeySequence(Qt::Key_Escape), tableView(), this, [this] { browser_->endSearch(); }, Qt::WidgetShortcut);
+}
+
+// ---- Size and place
 
 void MainWindowController::setMenuBar(QMenuBar *menuBar) {
-  const QSize content = window_->centralWidget()->size();
   window_->setMenuBar(menuBar);
   menuBar->show(); // now, not when the event loop comes round
-  _resizeContent(content);
-  _centerWindow();
+  const QSize grown = window_->size() + QSize(0, menuBar->heightForWidth(window_->width()));
+  window_->resize(sizeOnScreen(grown, window_->screen()->availableGeometry(), likelyFrame()));
+  if (!restorePlace(window_.get())) _placeWindow();
 }
 
-/// Gives the content, what lies below menu and toolbar, that size.
+/// Gives the content, what lies below menu and toolbar, that size, as far as the screen has room.
 void MainWindowController::_resizeContent(const QSize &size) {
   window_->ensurePolished();
   QCoreApplication::sendPostedEvents(window_.get(), QEvent::LayoutRequest);
   window_->layout()->activate();
-  window_->resize(window_->size() + size - window_->centralWidget()->size());
+  window_->resize(sizeOnScreen(window_->size() + size - window_->centralWidget()->size(),
+                               window_->screen()->availableGeometry(), likelyFrame()));
+  window_->layout()->activate();
 }
 
-void MainWindowController::_centerWindow() {
-  const QRect screen = window_->screen()->availableGeometry();
-  const QPoint centered = screen.center() - QRect(QPoint(), window_->size()).center();
-  // On a screen that is too small the title bar stays in reach.
-  window_->move(std::max(centered.x(), screen.x()), std::max(centered.y(), screen.y()));
+void MainWindowController::_placeWindow() {
+  const QRect available = window_->screen()->availableGeometry();
+  // What the window manager moves is the frame.
+  window_->move(placeOnScreen(window_->size(), available, likelyFrame()) -
+                QPoint(likelyFrame().left(), likelyFrame().top()));
 }
 
 } // namespace tessary

@@ -6,7 +6,6 @@
 
 #include <QAction>
 #include <QEvent>
-#include <QKeySequence>
 #include <QMenu>
 #include <QTableView>
 #include <QToolBar>
@@ -96,34 +95,25 @@ QAction *MainWindowController::_makeToolbarItem(const QString &identifier) {
     item->setIconText(QString::fromLatin1(known.label));
     item->setIcon(toolbarIcon(QString::fromLatin1(known.symbol)));
     _addItem(item, known.action);
-    if (known.action == &MainWindowController::_undo) item->setShortcuts(QKeySequence::Undo);
-    if (known.action == &MainWindowController::_redo) item->setShortcuts(QKeySequence::Redo);
   }
   return item;
 }
 
-// ---- Menus
+// ---- Context menus
 
-void MainWindowController::_buildMenus() {
-  imageMenu_ = _buildImageMenu();
+void MainWindowController::_buildContextMenus() {
   folderMenu_ = _buildFolderMenu();
   fileMenu_ = _buildContextMenu();
-  tableView_->setContextMenuPolicy(Qt::CustomContextMenu);
-  connect(tableView_, &QWidget::customContextMenuRequested, this, [this](const QPoint &position) {
-    fileMenu_->popup(tableView_->viewport()->mapToGlobal(position));
+  QTableView *table = tableView();
+  table->setContextMenuPolicy(Qt::CustomContextMenu);
+  connect(table, &QWidget::customContextMenuRequested, this, [this, table](const QPoint &position) {
+    fileMenu_->popup(table->viewport()->mapToGlobal(position));
   });
 }
 
 void MainWindowController::_showFolderMenu(const QModelIndex &clicked, const QPoint &globalPosition) {
-  clickedDirectory_ = clicked.isValid() ? sidebarCtl_->directoryAt(clicked) : nullptr;
+  clickedDirectory_ = clicked.isValid() ? sidebarCtl()->directoryAt(clicked) : nullptr;
   folderMenu_->popup(globalPosition);
-}
-
-std::unique_ptr<QMenu> MainWindowController::_buildImageMenu() {
-  auto menu = std::make_unique<QMenu>(QStringLiteral("File"));
-  _addMenuItem(menu.get(), QStringLiteral("Check Image…"), &MainWindowController::_checkImage);
-  _addMenuItem(menu.get(), QStringLiteral("Back Up Image…"), &MainWindowController::_backUpImage);
-  return menu;
 }
 
 std::unique_ptr<QMenu> MainWindowController::_buildFolderMenu() {
@@ -164,11 +154,9 @@ bool MainWindowController::validateUserInterfaceItem(Action action) const {
   using Self = MainWindowController;
   if (action == &Self::_unmountImage || action == &Self::_exportSelected || action == &Self::_importFile ||
       action == &Self::_deleteSelected)
-    return filesystem_ != nullptr;
-  if (action == &Self::_checkImage) return filesystem_ && !checking_;
-  if (action == &Self::_backUpImage) return filesystem_ != nullptr;
-  if (action == &Self::_undo) return undoManager_.canUndo();
-  if (action == &Self::_redo) return undoManager_.canRedo();
+    return filesystem() != nullptr;
+  if (action == &Self::_undo) return deleteHistory_->undoManager()->canUndo();
+  if (action == &Self::_redo) return deleteHistory_->undoManager()->canRedo();
   return true;
 }
 

@@ -56,7 +56,7 @@ void SidebarController::reload() {
 
   expand(expanded);
   outlineView_->doItemsLayout();
-  if (highlighted) highlight(highlighted);
+  if (highlighted) highlightAgain(highlighted);
   outlineView_->verticalScrollBar()->setValue(scrolled);
   reloading_ = false;
 }
@@ -95,7 +95,7 @@ void SidebarController::expand(const std::unordered_set<EMU3DirectoryPtr> &direc
   }
 }
 
-void SidebarController::highlight(const EMU3DirectoryPtr &directory) {
+void SidebarController::highlightAgain(const EMU3DirectoryPtr &directory) {
   const QModelIndex index = indexOf(directory);
   if (!index.isValid()) return;
   // A new current row would be scrolled to, and its parents expanded.
@@ -144,28 +144,28 @@ EMU3DirectoryPtr SidebarController::selectedDirectory() const {
   return !rows.isEmpty() && isVisible(rows.first()) ? directoryAt(rows.first()) : nullptr;
 }
 
-bool SidebarController::selectRowOf(const EMU3DirectoryPtr &directory) {
-  if (!hasRow(directory)) return false;
+void SidebarController::highlight(const EMU3DirectoryPtr &directory) {
+  if (!outlineView_) return;
+  const bool wasReloading = std::exchange(reloading_, true);
   const QModelIndex index = indexOf(directory);
-  outlineView_->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
-                                                             QItemSelectionModel::Rows);
-  outlineView_->scrollTo(index);
-  return true;
+  if (index.isValid() && openTo(index)) {
+    outlineView_->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                               QItemSelectionModel::Rows);
+    outlineView_->scrollTo(index);
+  } else {
+    outlineView_->selectionModel()->clear();
+  }
+  reloading_ = wasReloading;
 }
 
-bool SidebarController::revealRowOf(const EMU3DirectoryPtr &directory) {
-  if (!outlineView_) return false;
+bool SidebarController::openTo(const QModelIndex &index) {
   std::vector<QModelIndex> closed; // from the folder upwards
-  for (QModelIndex above = indexOf(directory).parent(); above.isValid(); above = above.parent())
+  for (QModelIndex above = index.parent(); above.isValid(); above = above.parent())
     closed.push_back(above);
   if (closed.size() > FolderOutline::kDeepestOpenLevel + 1) return false;
   for (auto above = closed.rbegin(); above != closed.rend(); ++above)
     outlineView_->expand(*above);
-  return selectRowOf(directory);
-}
-
-void SidebarController::selectFirstRow() {
-  if (rowCount() > 0) selectRowOf(directoryAt(index(0, 0)));
+  return isVisible(index);
 }
 
 // ---- Nodes

@@ -70,12 +70,10 @@ public:
   bool hasRow(const EMU3DirectoryPtr &directory) const;
   /// The folder of the selected row; null when no row is selected.
   EMU3DirectoryPtr selectedDirectory() const;
-  /// Selects the folder's row alone and scrolls it into view; false when it has none.
-  bool selectRowOf(const EMU3DirectoryPtr &directory);
-  /// The same, after the folders above it were opened; false when it lies deeper than the outline opens.
-  bool revealRowOf(const EMU3DirectoryPtr &directory);
-  /// Selects the first row alone, if there is one.
-  void selectFirstRow();
+  /// Opens the folders above the folder, selects its row alone and scrolls it into view, without reporting a
+  /// change. No row is selected then where the folder has none: for the root, and deeper than the outline
+  /// opens.
+  void highlight(const EMU3DirectoryPtr &directory);
 
   QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
   QModelIndex parent(const QModelIndex &child) const override;
@@ -116,7 +114,8 @@ private:
   void rebuild();
   std::unordered_set<EMU3DirectoryPtr> expandedDirectories() const;
   void expand(const std::unordered_set<EMU3DirectoryPtr> &directories);
-  void highlight(const EMU3DirectoryPtr &directory);
+  bool openTo(const QModelIndex &index);
+  void highlightAgain(const EMU3DirectoryPtr &directory);
   void reportSelection();
   bool isInternalDrag() const { return incomingDrag_.comesFrom(sourceTableView_); }
   Qt::DropAction validateDrop(const QMimeData &data, const QModelIndex &item) const;

@@ -2,6 +2,7 @@
 
 #include "app/Colors.h"
 #include "app/Spinner.h"
+#include "app/TextSize.h"
 
 #include <QHelpEvent>
 #include <QPainter>
@@ -12,12 +13,12 @@
 namespace tessary {
 namespace {
 
-constexpr int barHeight = 28;
+constexpr int textSize = 11;
 constexpr int gap = 8; ///< between neighbouring elements
 
 /// A frame given from the bar's bottom left corner.
 QRect frame(int x, int bottom, int width, int height) {
-  return {x, barHeight - bottom - height, width, height};
+  return {scaled(x), scaled(StatusBar::kHeight - bottom - height), scaled(width), scaled(height)};
 }
 
 } // namespace
@@ -28,9 +29,6 @@ StatusLabel::StatusLabel(Qt::Alignment alignment, QWidget *parent)
     : QLabel(parent), widestText_(QWIDGETSIZE_MAX) {
   setTextFormat(Qt::PlainText);
   setAlignment(alignment | Qt::AlignVCenter);
-  QFont small = font();
-  small.setPixelSize(11);
-  setFont(small);
 }
 
 void StatusLabel::setWidestText(int width) {
@@ -70,10 +68,34 @@ void StatusLabel::paintEvent(QPaintEvent *) {
 
 StatusBar::StatusBar(QWidget *parent)
     : QWidget(parent), statusLabel_(new StatusLabel(Qt::AlignLeft, this)),
-      diskSpaceLabel_(new StatusLabel(Qt::AlignHCenter, this)), spinner_(new Spinner(this)) {
-  setFixedHeight(barHeight);
+      diskSpaceLabel_(new StatusLabel(Qt::AlignHCenter, this)), readOnlyLabel_(new QLabel(this)),
+      spinner_(new Spinner(this)) {
   setAutoFillBackground(true);
   setBackgroundRole(QPalette::Window);
+  statusLabel_->setObjectName(QStringLiteral("StatusLabel"));
+  diskSpaceLabel_->setObjectName(QStringLiteral("DiskSpaceLabel"));
+  readOnlyLabel_->setObjectName(QStringLiteral("ReadOnlyLabel"));
+  readOnlyLabel_->setText(QStringLiteral("Read-only"));
+  readOnlyLabel_->hide();
+  followTextSize();
+}
+
+void StatusBar::setReadOnly(const QString &reason) {
+  readOnlyLabel_->setToolTip(QStringLiteral("<qt>%1</qt>").arg(reason.toHtmlEscaped()));
+  readOnlyLabel_->setAccessibleDescription(reason);
+  readOnlyLabel_->setVisible(!reason.isEmpty());
+  placeElements();
+}
+
+void StatusBar::followTextSize() {
+  setFixedHeight(scaled(kHeight));
+  for (QLabel *label :
+       {static_cast<QLabel *>(statusLabel_), static_cast<QLabel *>(diskSpaceLabel_), readOnlyLabel_})
+    setTextSize(label, textSize);
+  QFont bold = readOnlyLabel_->font();
+  bold.setBold(true);
+  readOnlyLabel_->setFont(bold);
+  placeElements();
 }
 
 // A label that gets a new text asks for its place to be found again.
@@ -87,14 +109,22 @@ void StatusBar::resizeEvent(QResizeEvent *) {
 }
 
 void StatusBar::placeElements() {
-  spinner_->move(frame(width() - 30, 5, spinner_->width(), spinner_->height()).topLeft());
-  QRect diskSpace = frame(214, 6, width() - 2 * 214, 18); // in the middle
+  const QRect line = frame(8, 6, 300, 18);
+  const QRect side = frame(0, 6, 214, 18);
+  spinner_->move(width() - scaled(30), (height() - spinner_->height()) / 2);
+  int end = spinner_->x() - gap;
+  if (!readOnlyLabel_->isHidden()) {
+    readOnlyLabel_->setGeometry(end - readOnlyLabel_->sizeHint().width(), line.y(),
+                                readOnlyLabel_->sizeHint().width(), line.height());
+    end = readOnlyLabel_->x() - gap;
+  }
+  QRect diskSpace(side.width(), line.y(), width() - 2 * side.width(), line.height()); // in the middle
   if (diskSpace.width() < diskSpaceLabel_->textWidth()) {
     diskSpace.setWidth(diskSpaceLabel_->textWidth());
-    diskSpace.moveRight(std::min(diskSpace.right(), spinner_->x() - gap));
+    diskSpace.moveRight(std::min(diskSpace.right(), end));
   }
   diskSpaceLabel_->setGeometry(diskSpace);
-  statusLabel_->setGeometry(frame(8, 6, 300, 18));
+  statusLabel_->setGeometry(line);
   const int diskSpaceStart = diskSpaceLabel_->text().isEmpty() ? width() : diskSpaceLabel_->textRect().left();
   statusLabel_->setWidestText(diskSpaceStart - gap - statusLabel_->x());
 }

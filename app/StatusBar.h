@@ -33,17 +33,25 @@ private:
 };
 
 /// The bar below the file table, 28 high: the last message on the left, used and free space in the middle,
-/// the spinner at the right edge. Where the bar is too narrow for both texts as they are placed, the message
+/// at the right edge the spinner and, before it, whether the image is read-only. It grows with the system's
+/// texts. Where the bar is too narrow for both texts as they are placed, the message
 /// gives way: it may have news, but the space is a number.
 class StatusBar final : public QWidget {
   Q_OBJECT
 
 public:
+  static constexpr int kHeight = 28; ///< at the system's usual text size
+
   explicit StatusBar(QWidget *parent = nullptr);
+
+  /// The system's text size has changed.
+  void followTextSize();
 
   StatusLabel *statusLabel() const { return statusLabel_; }
   StatusLabel *diskSpaceLabel() const { return diskSpaceLabel_; }
   Spinner *spinner() const { return spinner_; }
+  /// Shows at the right that the image is read-only; `reason` is its tool tip. Not when that is empty.
+  void setReadOnly(const QString &reason);
 
 protected:
   bool event(QEvent *event) override;
@@ -54,6 +62,7 @@ private:
 
   StatusLabel *statusLabel_;
   StatusLabel *diskSpaceLabel_;
+  QLabel *readOnlyLabel_;
   Spinner *spinner_;
 };
 

@@ -105,6 +105,8 @@ void FileCommandTest::confirmPanel(const std::vector<std::string> &paths) const 
 }
 
 void FileCommandTest::answerSheet(const QString &button) const {
+  constexpr int milliseconds = 5000; // what it tells may have to be read first
+  EXPECT_TRUE(QTest::qWaitFor([this] { return sheet<QMessageBox>() != nullptr; }, milliseconds));
   auto *question = sheet<QMessageBox>();
   if (!question) throw std::runtime_error("no question is up");
   clickButton(question, button);

@@ -22,6 +22,8 @@ ImageBuilder SheetTest::volume() {
 }
 
 QMessageBox &SheetTest::question() const {
+  constexpr int milliseconds = 5000; // what it tells may have to be read first
+  EXPECT_TRUE(QTest::qWaitFor([this] { return sheet<QMessageBox>() != nullptr; }, milliseconds));
   auto *question = sheet<QMessageBox>();
   if (!question) throw std::runtime_error("no question is up");
   EXPECT_TRUE(waitUntilActive(question));

@@ -2,6 +2,7 @@
 
 #include "app/Beeper.h"
 #include "app/ContentController.h"
+#include "app/Settings.h"
 #include "app/SidebarController.h"
 #include "app/Spinner.h"
 #include "app/StatusBar.h"
@@ -13,6 +14,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSemaphore>
+#include <QTableWidget>
 #include <QTest>
 #include <QThreadPool>
 #include <QToolBar>
@@ -66,6 +68,9 @@ ShownAlert describe(const QMessageBox &alert) {
   ShownAlert shown{alert.text(), alert.informativeText(), {}};
   for (const QAbstractButton *button : alert.buttons())
     shown.buttons += button->text().remove(QLatin1Char('&'));
+  if (const auto *list = alert.findChild<QTableWidget *>(QStringLiteral("Failures")))
+    for (int row = 0; row < list->rowCount(); ++row)
+      shown.failures += QStringLiteral("%1: %2").arg(list->item(row, 0)->text(), list->item(row, 1)->text());
   return shown;
 }
 
@@ -169,6 +174,11 @@ QStringList rowTexts(const QAbstractItemModel &model, int row) {
 
 // ---- The window
 
+CleanSettings::CleanSettings() {
+  openSettings()->clear();
+  BackupOffers::setMade(false);
+}
+
 WindowTest::WindowTest() : controller_(std::make_unique<MainWindowController>()) {
   controller_->showWindow();
   if (!QTest::qWaitForWindowExposed(window())) throw std::runtime_error("the window does not come up");
@@ -247,6 +257,23 @@ QToolButton *WindowTest::toolbarButton(const char *identifier) const {
 void WindowTest::clickToolbar(const char *identifier) const {
   QToolButton *button = toolbarButton(identifier);
   click(button, button->rect().center());
+}
+
+void WindowTest::putMenuBar() {
+  auto *bar = new QMenuBar;
+  for (QMenu *menu : controller_->menus())
+    bar->addMenu(menu);
+  controller_->setMenuBar(bar);
+}
+
+QAction *WindowTest::menuItem(const char *menuTitle, const char *text) const {
+  for (QMenu *menu : controller_->menus()) {
+    if (menu->title() != QLatin1String(menuTitle)) continue;
+    emit menu->aboutToShow(); // which greys its items
+    for (QAction *item : menu->actions())
+      if (item->text() == QString::fromUtf8(text)) return item;
+  }
+  throw std::runtime_error(std::string("the menus have no item ") + text);
 }
 
 QModelIndex WindowTest::folderItem(const QStringList &path) const {

@@ -47,6 +47,7 @@ struct ShownAlert {
   QString message;
   QString informativeText;
   QStringList buttons;
+  QStringList failures{}; ///< "ITEM: REASON", where it lists them
 };
 
 /// Answers the modal alerts that come up as long as it lives: clicks their button of that text, or the
@@ -116,6 +117,11 @@ QPoint emptyPlace(QAbstractItemView *view);
 /// The texts of a table's row.
 QStringList rowTexts(const QAbstractItemModel &model, int row);
 
+/// No settings but one: backups are not offered, so that a change asks what it asks itself.
+struct CleanSettings {
+  CleanSettings();
+};
+
 /// The real window of the application, shown, and what a user does with it.
 class WindowTest : public testing::Test {
 protected:
@@ -144,7 +150,12 @@ protected:
   QStringList fileNames() const;
   QStringList selectedFileNames() const;
 
+  /// The item of a menu of the menu bar, as it is while that is shown.
+  QAction *menuItem(const char *menuTitle, const char *text) const;
+
   // What is done
+  /// Puts the menu bar into the window.
+  void putMenuBar();
   QToolButton *toolbarButton(const char *identifier) const;
   void clickToolbar(const char *identifier) const;
   /// The outline's item of the folder reached from the root by these names. Expands nothing.
@@ -165,6 +176,7 @@ protected:
     return nullptr;
   }
 
+  CleanSettings settings_;
   TemporaryFolder folder_;
   BeepCounter beeps_;
   std::unique_ptr<MainWindowController> controller_;

@@ -15,22 +15,14 @@ namespace {
 /// The window with its menu bar, and a folder for the copies.
 class BackUpImage : public SheetTest {
 protected:
-  BackUpImage() {
-    auto *menuBar = new QMenuBar;
-    menuBar->addMenu(controller_->imageMenu());
-    controller_->setMenuBar(menuBar);
-  }
+  BackUpImage() { putMenuBar(); }
 
   static ImageBuilder volume() {
     ImageBuilder image;
     image.root().addFolder("Drums").addFile("KICK", patternBytes(600, 1));
     return image;
   }
-  QAction *item() const {
-    for (QAction *action : controller_->imageMenu()->actions())
-      if (action->text() == QStringLiteral("Back Up Image…")) return action;
-    return nullptr;
-  }
+  QAction *item() const { return menuItem("File", "Back Up Image…"); }
   QFileDialog *ask() {
     item()->trigger();
     return sheet<QFileDialog>();

@@ -25,11 +25,7 @@ namespace {
 /// The window with its menu bar, and the list of findings.
 class CheckImage : public SheetTest {
 protected:
-  CheckImage() {
-    auto *menuBar = new QMenuBar;
-    menuBar->addMenu(controller_->imageMenu());
-    controller_->setMenuBar(menuBar);
-  }
+  CheckImage() { putMenuBar(); }
 
   /// "KICK" in "Drums" has the same blocks as "LOW" in "Toms" below it, a folder "Gone" has one block beyond
   /// the image's end, no entry leads to a folder any more, and a size is odd.
@@ -68,7 +64,7 @@ protected:
     controller_->openImageAtURL(writeImage(image, "other.hda"));
     ASSERT_TRUE(QTest::qWaitFor([&] { return controller_->filesystem() != before; }, 30000));
   }
-  QAction *item() const { return controller_->imageMenu()->actions().first(); }
+  QAction *item() const { return menuItem("File", "Check Image…"); }
   void chooseCheck() const {
     activate(window());
     chooseFromMenuBar(window()->menuBar(), QStringLiteral("File"), QStringLiteral("Check Image…"));
@@ -386,15 +382,16 @@ TEST_F(CheckImage, SelectsTheFileAlone) {
   EXPECT_EQ(selectedFileNames(), QStringList{"LOW"});
 }
 
-TEST_F(CheckImage, GoesToAFolderThatIsHighlightedWhileAnotherIsShown) {
+TEST_F(CheckImage, GoesBackToAFolderAfterAnotherWasShown) {
   mountAndCheck(damaged());
   goTo(kGone);
   FileDrag drag({writeHostFile("NEW.E4B", bytesOf("new"))});
   drag.dropOn(outline()->viewport(), outline()->visualRect(folderItem({"Drums"})).center());
   ASSERT_TRUE(waitUntilIdle());
-  ASSERT_EQ(highlightedLabel(), "Gone");
+  ASSERT_EQ(highlightedLabel(), "Drums (3)");
   ASSERT_EQ(fileNames().size(), 3) << "those of Drums";
   goTo(kGone);
+  EXPECT_EQ(highlightedLabel(), "Gone");
   EXPECT_EQ(fileNames(), QStringList());
 }
 

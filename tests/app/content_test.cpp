@@ -20,16 +20,12 @@ class ContentTest : public testing::Test {
 protected:
   ContentTest() {
     content_.setTableView(&table_);
-    table_.setColumnWidths(std::vector<int>(6, 100), std::vector<int>(6, 50));
     table_.resize(700, 200);
     table_.show();
     EXPECT_TRUE(QTest::qWaitForWindowExposed(&table_));
   }
 
-  void show(const EMU3DirectoryPtr &folder) {
-    content_.setDirectory(folder);
-    content_.refresh();
-  }
+  void show(const EMU3DirectoryPtr &folder) { content_.setDirectory(folder); }
 
   QStringList names() const {
     QStringList names;
@@ -131,17 +127,6 @@ TEST_F(ContentTest, ShowsTheFolderAsItWasAtTheLastRefresh) {
   content_.refresh();
   EXPECT_EQ(rowTexts(content_, 0)[2], QStringLiteral("Emulator IV"));
   EXPECT_EQ(names(), (QStringList{"A", "B"}));
-}
-
-TEST_F(ContentTest, CallbacksAreKeptForTheirCallers) {
-  QString status;
-  int imports = 0;
-  content_.setStatusUpdate([&](const QString &text) { status = text; });
-  content_.setAfterImport([&] { ++imports; });
-  content_.statusUpdate()(QStringLiteral("Imported 2 file(s)."));
-  content_.afterImport()();
-  EXPECT_EQ(status, QStringLiteral("Imported 2 file(s)."));
-  EXPECT_EQ(imports, 1);
 }
 
 // ---- Selection and scrolling

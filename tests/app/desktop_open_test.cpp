@@ -183,7 +183,8 @@ TEST_F(DesktopOpen, DocumentThatDoesNotOpenIsReportedAndAnsweredWithSuccess) {
   ASSERT_TRUE(waitUntilIdle());
   ASSERT_EQ(answers.shown().size(), 1U);
   EXPECT_EQ(answers.shown()[0].message, QStringLiteral("Cannot Open Image"));
-  EXPECT_EQ(answers.shown()[0].informativeText, QStringLiteral("File too small to be an E-MU disk image"));
+  EXPECT_EQ(answers.shown()[0].informativeText,
+            QStringLiteral("notes.txt: File too small to be an E-MU disk image"));
   EXPECT_EQ(status(), QStringLiteral("Failed to open image."));
 }
 

@@ -13,6 +13,8 @@
 namespace tessary::test {
 namespace {
 
+const QString kReplace = QStringLiteral("Replace");
+
 class Export : public FileCommandTest {
 protected:
   /// A bank, a system file and a plain file.
@@ -134,11 +136,13 @@ TEST_F(Export, WorksOnAReadOnlyImage) {
 }
 
 TEST_F(Export, CountsAndLogsWhatFailsAndWritesTheRest) {
+  const AlertAnswers alerts;
   mount(mixed());
   const std::string folder = hostFolder("out");
   std::filesystem::create_directory(folder + "/SYS.E4B");
   const CapturedLog log;
   exportTo(all_, folder);
+  answerSheet(kReplace);
   EXPECT_EQ(status(), QStringLiteral("Exported with 1 failure(s)."));
   EXPECT_EQ(readBytes(folder + "/BANK.E4B"), patternBytes(900, 1));
   EXPECT_EQ(readBytes(folder + "/PLAIN.E4B"), Bytes());
@@ -160,6 +164,7 @@ TEST_F(Export, FilesOfOneNameDoNotReplaceEachOther) {
   clickToolbar("ExportItem");
   confirmPanel({out});
   ASSERT_TRUE(waitUntilIdle());
+  answerSheet(kReplace);
   EXPECT_EQ(status(), QStringLiteral("Exported 4 file(s) successfully."));
   EXPECT_EQ(namesIn(out),
             (std::vector<std::string>{"OTHER.E4B", "TWIN (2).E4B", "TWIN (3).E4B", "TWIN.E4B"}));
@@ -173,14 +178,17 @@ TEST_F(Export, ReplacesAFileOfThatName) {
   mount(mixed());
   writeText(hostFolder("out") + "/BANK.E4B", "an earlier export");
   exportTo({QStringLiteral("BANK")}, hostFolder("out"));
+  answerSheet(kReplace);
   EXPECT_EQ(readBytes(hostFolder("out") + "/BANK.E4B"), patternBytes(900, 1));
 }
 
 TEST_F(Export, NeverReplacesTheImageItself) {
+  const AlertAnswers alerts;
   const std::string path = mount(mixed(), "BANK.E4B");
   const Bytes before = readBytes(path);
   const CapturedLog log;
   exportTo({QStringLiteral("BANK")}, folder_.path());
+  answerSheet(kReplace);
   EXPECT_EQ(status(), QStringLiteral("Exported with 1 failure(s)."));
   EXPECT_EQ(readBytes(path), before);
   EXPECT_EQ(log.lines(),
@@ -189,18 +197,21 @@ TEST_F(Export, NeverReplacesTheImageItself) {
 }
 
 TEST_F(Export, NeverReplacesAnImageThatIsMountedElsewhere) {
+  const AlertAnswers alerts;
   mount(mixed());
   const std::string other = writeImage(mixed(), "BANK.E4B");
   const EMU3FilesystemPtr elsewhere = mounted(other, MountRules::guarded);
   const Bytes before = readBytes(other);
   const CapturedLog log;
   exportTo({QStringLiteral("BANK")}, folder_.path());
+  answerSheet(kReplace);
   EXPECT_EQ(status(), QStringLiteral("Exported with 1 failure(s)."));
   EXPECT_EQ(readBytes(other), before);
   EXPECT_EQ(log.lines().size(), 1U);
 }
 
 TEST_F(Export, OfIncompleteContentsIsAFailureAndLeavesTheEarlierFile) {
+  const AlertAnswers alerts;
   ImageBuilder image;
   FolderBuilder folder = image.root().addFolder("Mixed");
   folder.addFile("WHOLE", patternBytes(900, 1));
@@ -210,6 +221,7 @@ TEST_F(Export, OfIncompleteContentsIsAFailureAndLeavesTheEarlierFile) {
   writeText(hostFolder("out") + "/CUT.E4B", "an earlier export");
   const CapturedLog log;
   exportTo({"WHOLE", "CUT", "NEW"}, hostFolder("out"));
+  answerSheet(kReplace);
   EXPECT_EQ(status(), QStringLiteral("Exported with 2 failure(s)."));
   EXPECT_EQ(namesIn(hostFolder("out")), (std::vector<std::string>{"CUT.E4B", "WHOLE.E4B"}));
   EXPECT_EQ(readText(hostFolder("out") + "/CUT.E4B"), "an earlier export");
@@ -236,6 +248,7 @@ TEST_F(Export, NamesNeverSteerThePath) {
 }
 
 TEST_F(Export, OfAFileDeletedMeanwhileFails) {
+  const AlertAnswers alerts;
   mount(mixed());
   HeldQueue queue(*controller_->filesystem());
   chooseFiles({QStringLiteral("BANK")});
@@ -384,6 +397,7 @@ TEST_F(ExportSamples, ThatShareANameAreNumbered) {
   chooseFromFileMenu("ONE", kCommand);
   confirmPanel({out_});
   ASSERT_TRUE(waitUntilIdle());
+  answerSheet(kReplace);
   EXPECT_EQ(status(), QStringLiteral("Exported 3 sample(s) successfully."));
   EXPECT_EQ(exported(), (std::vector<std::string>{"ONE_HIT (2).wav", "ONE_HIT (3).wav", "ONE_HIT.wav"}));
   EXPECT_EQ(audioOf("ONE_HIT.wav"), patternBytes(100, 1));
@@ -407,6 +421,7 @@ TEST_F(ExportSamples, OfBanksThatListNoneSucceedsWithNothing) {
 }
 
 TEST_F(ExportSamples, CountsAndLogsWhatFailsAndGoesOn) {
+  const AlertAnswers alerts;
   mount(banks());
   const CapturedLog log;
   exportFrom({QStringLiteral("BROKEN"), QStringLiteral("BRASS")});
@@ -425,17 +440,20 @@ TEST_F(ExportSamples, NamesNeverSteerThePath) {
 }
 
 TEST_F(ExportSamples, NeverReplacesTheImageItself) {
+  const AlertAnswers alerts;
   const std::string path = mount(banks(), "BRASS_Brass C1.wav");
   const Bytes before = readBytes(path);
   const CapturedLog log;
   beginExport({QStringLiteral("BRASS")});
   confirmPanel({folder_.path()});
   ASSERT_TRUE(waitUntilIdle());
+  answerSheet(kReplace);
   EXPECT_EQ(status(), QStringLiteral("Exported 1 sample(s) with 1 failure(s)."));
   EXPECT_EQ(readBytes(path), before);
 }
 
 TEST_F(ExportSamples, OfIncompleteBanksAreFailuresAndLeaveTheEarlierFile) {
+  const AlertAnswers alerts;
   ImageBuilder image;
   FolderBuilder folder = image.root().addFolder("Banks");
   folder.addFile("BRASS", brass());
@@ -444,6 +462,7 @@ TEST_F(ExportSamples, OfIncompleteBanksAreFailuresAndLeaveTheEarlierFile) {
   writeText(out_ + "/CUT_Brass C1.wav", "an earlier export");
   const CapturedLog log;
   exportFrom({QStringLiteral("BRASS"), QStringLiteral("CUT")});
+  answerSheet(kReplace);
   EXPECT_EQ(status(), QStringLiteral("Exported 2 sample(s) with 2 failure(s)."));
   EXPECT_EQ(exported(),
             (std::vector<std::string>{"BRASS_Brass C1.wav", "BRASS_Brass C2.wav", "CUT_Brass C1.wav"}));
@@ -456,6 +475,7 @@ TEST_F(ExportSamples, OfIncompleteBanksAreFailuresAndLeaveTheEarlierFile) {
 }
 
 TEST_F(ExportSamples, OfABankWhoseListIsMissingAreAFailure) {
+  const AlertAnswers alerts;
   ImageBuilder image;
   FolderBuilder folder = image.root().addFolder("Banks");
   addIncompleteFile(image, folder, "CUT");

@@ -13,14 +13,16 @@ namespace {
 
 class FileTableTest : public testing::Test {
 protected:
-  FileTableTest() {
-    table_.setModel(&model_);
-    std::vector<int> widths, minimums;
-    for (const FileColumn &column : kFileColumns) {
-      widths.push_back(column.width);
-      minimums.push_back(column.minimumWidth);
-    }
-    table_.setColumnWidths(widths, minimums);
+  FileTableTest() { table_.setModel(&model_); }
+
+  void dragEdge(int column, int by) const {
+    QHeaderView *header = table_.horizontalHeader();
+    const QPoint edge(header->sectionViewportPosition(column) + header->sectionSize(column) - 1,
+                      header->height() / 2);
+    QTest::mousePress(header->viewport(), Qt::LeftButton, {}, edge);
+    QTest::mouseMove(header->viewport(), edge + QPoint(by / 2, 0));
+    QTest::mouseMove(header->viewport(), edge + QPoint(by, 0));
+    QTest::mouseRelease(header->viewport(), Qt::LeftButton, {}, edge + QPoint(by, 0));
   }
 
   std::vector<int> widths() const {
@@ -43,6 +45,7 @@ protected:
 };
 
 TEST_F(FileTableTest, ColumnsStartWithTheirWidths) {
+  showAt(635);
   EXPECT_EQ(widths(), (std::vector{220, 90, 110, 65, 70, 80}));
 }
 
@@ -76,23 +79,31 @@ TEST_F(FileTableTest, NoColumnGetsNarrowerThanItsMinimum) {
   EXPECT_EQ(widths(), (std::vector{80, 60, 80, 50, 55, 60}));
 }
 
-TEST_F(FileTableTest, UserMakesAColumnWiderAndNotNarrowerThanItsMinimum) {
+TEST_F(FileTableTest, ColumnTakesItsWidthFromTheNextOnes) {
   showAt(635);
-  QHeaderView *header = table_.horizontalHeader();
-  const auto dragEdge = [&](int column, int by) {
-    const QPoint edge(header->sectionViewportPosition(column) + header->sectionSize(column) - 1,
-                      header->height() / 2);
-    QTest::mousePress(header->viewport(), Qt::LeftButton, {}, edge);
-    QTest::mouseMove(header->viewport(), edge + QPoint(by / 2, 0));
-    QTest::mouseMove(header->viewport(), edge + QPoint(by, 0));
-    QTest::mouseRelease(header->viewport(), Qt::LeftButton, {}, edge + QPoint(by, 0));
-  };
-  dragEdge(0, 30);
-  EXPECT_EQ(widths(), (std::vector{250, 90, 110, 65, 70, 80}));
-  dragEdge(1, -60);
-  EXPECT_EQ(widths(), (std::vector{250, 60, 110, 65, 70, 80}));
-  showAt(635 + 6);
-  EXPECT_EQ(widths(), (std::vector{251, 61, 111, 66, 71, 81}));
+  dragEdge(0, 20);
+  EXPECT_EQ(widths(), (std::vector{240, 70, 110, 65, 70, 80}));
+  dragEdge(0, 50); // 10 from the next one, 30 from the one after it, 10 from the third
+  EXPECT_EQ(widths(), (std::vector{290, 60, 80, 55, 70, 80}));
+}
+
+TEST_F(FileTableTest, ColumnGivesItsWidthToTheNextOne) {
+  showAt(635);
+  dragEdge(2, -20);
+  EXPECT_EQ(widths(), (std::vector{220, 90, 90, 85, 70, 80}));
+  dragEdge(2, -60); // no further than to its minimum
+  EXPECT_EQ(widths(), (std::vector{220, 90, 80, 95, 70, 80}));
+}
+
+TEST_F(FileTableTest, ColumnsCannotBeDraggedOutOfReach) {
+  showAt(635);
+  dragEdge(0, 400);
+  EXPECT_EQ(widths(), (std::vector{330, 60, 80, 50, 55, 60}));
+  dragEdge(5, 100);
+  EXPECT_EQ(widths(), (std::vector{330, 60, 80, 50, 55, 60}));
+  showAt(700);
+  const std::vector<int> now = widths();
+  EXPECT_EQ(std::accumulate(now.begin(), now.end(), 0), 700);
 }
 
 TEST_F(FileTableTest, ScrollsVerticallyOnly) {

@@ -1,5 +1,6 @@
 #include "app/ContentController.h"
 #include "app/SidebarController.h"
+#include "app/StatusBar.h"
 #include "filesystem/TreeEditor.h"
 #include "tests/app/FileDrag.h"
 #include "tests/app/WindowTest.h"
@@ -124,36 +125,36 @@ TEST_F(FolderSelection, ClickOnTheEmptyAreaShowsTheRootOfAnImageWithoutFolders) 
   EXPECT_EQ(status(), QStringLiteral("disk.hda — 1 file(s)"));
 }
 
-TEST_F(FolderSelection, ClickOnTheEmptyAreaShowsTheRootWhenNothingIsHighlighted) {
+TEST_F(FolderSelection, ClickOnTheEmptyAreaShowsTheRootAgainAfterADropElsewhere) {
   ImageBuilder image = twoFolders();
   image.root().addFile("LOOSE");
   mount(image);
+  const AlertAnswers alerts;
   click(outline()->viewport(), emptyPlace(outline()));
   ASSERT_EQ(highlightedLabel(), QString());
   FileDrag drag({folder_.path("no such file")});
   drag.dropOn(outline()->viewport(), outline()->visualRect(folderItem({"Pads"})).center());
   ASSERT_TRUE(waitUntilIdle());
   ASSERT_EQ(fileNames(), (QStringList{"WARM", "COLD"}));
-  ASSERT_EQ(highlightedLabel(), QString());
+  ASSERT_EQ(highlightedLabel(), "Pads (2)");
   click(outline()->viewport(), emptyPlace(outline()));
   EXPECT_EQ(fileNames(), QStringList{"LOOSE"});
+  EXPECT_EQ(highlightedLabel(), QString());
 }
 
-TEST_F(FolderSelection, ClickOnTheHighlightedFolderShowsItAgain) {
+TEST_F(FolderSelection, FolderDroppedOnIsHighlightedToo) {
   mount(twoFolders());
+  AlertAnswers alerts;
   FileDrag drag({folder_.path("no such file")});
   drag.dropOn(outline()->viewport(), outline()->visualRect(folderItem({"Pads"})).center());
   ASSERT_TRUE(waitUntilIdle());
-  ASSERT_EQ(fileNames(), (QStringList{"WARM", "COLD"}));
-  ASSERT_EQ(highlightedLabel(), QStringLiteral("Drums (3)"));
-  chooseFolder({"Drums"});
-  EXPECT_EQ(fileNames(), (QStringList{"KICK", "OLD", "NOTES"}));
-  EXPECT_EQ(status(), QStringLiteral("Drums — 3 file(s)"));
+  EXPECT_EQ(fileNames(), (QStringList{"WARM", "COLD"}));
+  EXPECT_EQ(highlightedLabel(), QStringLiteral("Pads (2)"));
 }
 
 TEST_F(FolderSelection, ClickOnTheFolderShownLeavesTheStatusLine) {
   mount(twoFolders());
-  controller_->contentCtl()->statusUpdate()(QStringLiteral("Imported 2 file(s)."));
+  controller_->statusLabel()->setText(QStringLiteral("Imported 2 file(s)."));
   chooseFolder({"Drums"});
   EXPECT_EQ(status(), QStringLiteral("Imported 2 file(s)."));
 }
@@ -198,23 +199,6 @@ TEST_F(FolderSelection, ArrivingDetailsKeepSelectionAndScroll) {
   EXPECT_EQ(cells(0)[2], QStringLiteral("Emulator III"));
   EXPECT_EQ(selectedFileNames(), (QStringList{"BANK 40", "BANK 42"}));
   EXPECT_EQ(table()->verticalScrollBar()->value(), scrolled);
-}
-
-TEST_F(FolderSelection, StatusAndReloadCallbacksOfTheTableReachTheWindow) {
-  mount(twoFolders());
-  controller_->contentCtl()->statusUpdate()(QStringLiteral("Imported 2 file(s)."));
-  EXPECT_EQ(status(), QStringLiteral("Imported 2 file(s)."));
-  controller_->contentCtl()->statusUpdate()({});
-  EXPECT_EQ(status(), QString());
-
-  const QString space = diskSpace();
-  const EMU3FilePtr file = controller_->currentDirectory()->allFiles()[0];
-  ASSERT_TRUE(controller_->filesystem()->copyFile(file, controller_->currentDirectory()));
-  EXPECT_EQ(outlineLabels()[0], QStringLiteral("Drums (3)"));
-  controller_->contentCtl()->afterImport()();
-  EXPECT_EQ(outlineLabels()[0], QStringLiteral("Drums (4)"));
-  EXPECT_NE(diskSpace(), space);
-  EXPECT_EQ(highlightedLabel(), QStringLiteral("Drums (4)"));
 }
 
 // ---- Selected files

@@ -210,7 +210,8 @@ TEST_F(ImageOpening, MountedByOtherRulesIsRefused) {
   openImage(path);
   ASSERT_EQ(answers.shown().size(), 1U);
   EXPECT_EQ(answers.shown()[0].message, QStringLiteral("Cannot Open Image"));
-  EXPECT_EQ(answers.shown()[0].informativeText, QStringLiteral("The image is mounted with other rules"));
+  EXPECT_EQ(answers.shown()[0].informativeText,
+            QStringLiteral("disk.hda: The image is mounted with other rules"));
   EXPECT_EQ(status(), QStringLiteral("Failed to open image."));
 }
 
@@ -305,6 +306,7 @@ protected:
   void expectFailure(const std::vector<ShownAlert> &alerts) {
     QString message = QString::fromStdString(GetParam().message);
     message.replace(QLatin1Char('%'), QString::fromStdString(path_));
+    if (!message.contains(QLatin1String("bad.hda"))) message.prepend(QLatin1String("bad.hda: "));
     ASSERT_EQ(alerts.size(), 1U);
     EXPECT_EQ(alerts[0].message, QStringLiteral("Cannot Open Image"));
     EXPECT_EQ(alerts[0].informativeText, message);

@@ -46,8 +46,9 @@ TEST_F(KeyboardTest, BeginsInTheFolders) {
 TEST_F(KeyboardTest, TabGoesThroughFoldersFilesAndToolbar) {
   mount(volume());
   test::activate(window());
-  EXPECT_EQ(tabOrder(), QStringList({"Folders", "Files", "Mount Image", "Unmount", "Import", "Export",
-                                     "Delete"})); // nothing can be undone or redone yet
+  EXPECT_EQ(tabOrder(),
+            QStringList({"Folders", "Files", "Show Root: disk.hda", "Show Parent", "Mount Image", "Unmount",
+                         "Import", "Export", "Delete"})); // nothing can be undone or redone yet
 }
 
 TEST_F(KeyboardTest, SpacePressesAToolbarButton) {

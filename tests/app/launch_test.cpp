@@ -103,7 +103,8 @@ TEST_F(Launch, WithAnExistingPathThatIsNoImageReportsTheError) {
   launch({path});
   ASSERT_TRUE(waitUntilIdle());
   ASSERT_EQ(answers.shown().size(), 1U);
-  EXPECT_EQ(answers.shown()[0].informativeText, QStringLiteral("File too small to be an E-MU disk image"));
+  EXPECT_EQ(answers.shown()[0].informativeText,
+            QStringLiteral("notes.txt: File too small to be an E-MU disk image"));
   EXPECT_EQ(status(), QStringLiteral("Failed to open image."));
 }
 
@@ -112,7 +113,7 @@ TEST_F(Launch, WithAFolderReportsTheError) {
   launch({folder_.path()});
   ASSERT_TRUE(waitUntilIdle());
   ASSERT_EQ(answers.shown().size(), 1U);
-  EXPECT_EQ(answers.shown()[0].informativeText, QStringLiteral("mmap failed"));
+  EXPECT_TRUE(answers.shown()[0].informativeText.endsWith(QStringLiteral(": mmap failed")));
 }
 
 TEST_F(Launch, RelativePathIsTakenFromTheCurrentFolder) {
@@ -127,13 +128,12 @@ TEST_F(Launch, RelativePathIsTakenFromTheCurrentFolder) {
 
 // ---- Menu bar
 
-TEST_F(Launch, MenuBarHasTheMenusOfTheImageAndOfTheApplication) {
+TEST_F(Launch, MenuBarBeginsWithTheApplicationsMenu) {
   launch();
   QStringList titles;
   for (const QAction *item : window()->menuBar()->actions())
     titles += item->text();
-  EXPECT_EQ(titles, (QStringList{"File", "Tessary"}));
-  EXPECT_EQ(itemsOf("File"), (QStringList{"Check Image…", "Back Up Image…"}));
+  EXPECT_EQ(titles, (QStringList{"Tessary", "File", "Edit", "Folder", "View", "Help"}));
   EXPECT_EQ(itemsOf("Tessary"), (QStringList{"About Tessary", "-", "Quit Tessary"}));
   EXPECT_TRUE(menu("Tessary")->actions()[0]->shortcut().isEmpty());
   EXPECT_EQ(menu("Tessary")->actions()[2]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));

@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <cstdio>
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace {
@@ -15,12 +16,21 @@ void showMessage(QtMsgType, const QMessageLogContext &, const QString &message) 
   std::fprintf(stderr, "%s\n", qPrintable(message));
 }
 
+/// The offscreen platform's own screen is smaller than the window likes to be.
+void useLargeScreen(const std::string &folder) {
+  if (qEnvironmentVariable("QT_QPA_PLATFORM", "offscreen") != QLatin1String("offscreen")) return;
+  const std::string screens = folder + "/screens.json";
+  std::ofstream(screens) << R"({"screens": [{"name": "large", "x": 0, "y": 0, "width": 1920, "height": 1080,
+      "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})";
+  qputenv("QT_QPA_PLATFORM", QByteArray::fromStdString("offscreen:configfile=" + screens));
+}
+
 } // namespace
 
 // The window's tests need no display, and show the dialogs of the toolkit itself, which they can press.
 int main(int argc, char **argv) {
-  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-  const tessary::test::TemporaryFolder settings; // the toolkit's file panels store what they showed last
+  const tessary::test::TemporaryFolder settings; // the window and the toolkit's file panels store there
+  useLargeScreen(settings.path());
   qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(settings.path()));
   QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
   qInstallMessageHandler(showMessage);

@@ -120,7 +120,7 @@ TEST_F(HostileImages, ThirtyTwoThousandNestedFoldersOpenAndClose) {
   QCoreApplication::processEvents();
   EXPECT_GT(outlineLabels().size(), FolderOutline::kDeepestOpenLevel);
   EXPECT_FALSE(window()->grab().isNull());
-  controller_->contentCtl()->afterImport()(); // reloads the outline with all that is open
+  controller_->sidebarCtl()->reload(); // reloads the outline with all that is open
   clickToolbar("UnmountItem");
   EXPECT_EQ(outline()->model()->rowCount(), 0);
 }

@@ -202,6 +202,11 @@ protected:
     show(root_);
   }
 
+  bool highlight(const EMU3DirectoryPtr &folder) {
+    sidebar_.highlight(folder);
+    return outline_.selectionModel()->selectedRows() == QModelIndexList{sidebar_.indexOf(folder)};
+  }
+
   const EMU3DirectoryPtr root_ = makeFolder("disk.hda");
   const EMU3DirectoryPtr outer_ = makeFolder("Outer", root_);
   EMU3DirectoryPtr inner_;
@@ -219,7 +224,7 @@ TEST_F(SidebarReload, ShowsWhatChanged) {
 TEST_F(SidebarReload, KeepsExpansionHighlightAndScrollWithoutReportingAChange) {
   outline_.expand(sidebar_.indexOf(outer_));
   outline_.expand(sidebar_.indexOf(inner_));
-  ASSERT_TRUE(sidebar_.selectRowOf(inner_));
+  ASSERT_TRUE(highlight(inner_));
   outline_.verticalScrollBar()->setValue(113);
   const QStringList before = labels();
   reported_.clear();
@@ -236,7 +241,7 @@ TEST_F(SidebarReload, KeepsExpansionHighlightAndScrollWithoutReportingAChange) {
 
 TEST_F(SidebarReload, KeepsAFolderHighlightedBelowAClosedOneAndLeavesThatClosed) {
   outline_.expand(sidebar_.indexOf(outer_));
-  ASSERT_TRUE(sidebar_.selectRowOf(inner_));
+  ASSERT_TRUE(highlight(inner_));
   outline_.collapse(sidebar_.indexOf(outer_));
   sidebar_.reload();
   QCoreApplication::processEvents();
@@ -245,7 +250,7 @@ TEST_F(SidebarReload, KeepsAFolderHighlightedBelowAClosedOneAndLeavesThatClosed)
 }
 
 TEST_F(SidebarReload, FolderThatIsGoneIsHighlightedNoMoreAndNothingIsReported) {
-  ASSERT_TRUE(sidebar_.selectRowOf(outer_));
+  ASSERT_TRUE(highlight(outer_));
   reported_.clear();
   TreeEditor::removeSubdirectory(root_, outer_);
   sidebar_.reload();
@@ -256,13 +261,22 @@ TEST_F(SidebarReload, FolderThatIsGoneIsHighlightedNoMoreAndNothingIsReported) {
 
 TEST_F(SidebarReload, SelectionIsReportedAgainAfterwards) {
   sidebar_.reload();
-  ASSERT_TRUE(sidebar_.selectRowOf(outer_));
+  outline_.setCurrentIndex(sidebar_.indexOf(outer_));
   EXPECT_EQ(reported_, std::vector{outer_});
+}
+
+TEST_F(SidebarReload, HighlightOpensWhatLiesAboveAndReportsNothing) {
+  ASSERT_TRUE(highlight(inner_));
+  EXPECT_TRUE(outline_.isExpanded(sidebar_.indexOf(outer_)));
+  EXPECT_TRUE(reported_.empty());
+  EXPECT_FALSE(highlight(root_)) << "the root has no row";
+  EXPECT_FALSE(outline_.selectionModel()->hasSelection());
+  EXPECT_TRUE(reported_.empty());
 }
 
 TEST_F(SidebarReload, OtherTreeStartsClosedAndUnselected) {
   outline_.expand(sidebar_.indexOf(outer_));
-  ASSERT_TRUE(sidebar_.selectRowOf(outer_));
+  ASSERT_TRUE(highlight(outer_));
   const auto other = makeFolder("other.hda");
   makeFolder("Inner", makeFolder("Outer", other));
   show(other);
@@ -275,11 +289,8 @@ TEST_F(SidebarReload, OtherTreeStartsClosedAndUnselected) {
 TEST_F(SidebarReload, FolderHasARowWhenAllAboveItAreExpanded) {
   EXPECT_TRUE(sidebar_.hasRow(outer_));
   EXPECT_FALSE(sidebar_.hasRow(inner_));
-  EXPECT_FALSE(sidebar_.selectRowOf(inner_));
-  EXPECT_FALSE(outline_.isExpanded(sidebar_.indexOf(outer_))) << "choosing a row expands nothing";
   outline_.expand(sidebar_.indexOf(outer_));
   EXPECT_TRUE(sidebar_.hasRow(inner_));
-  EXPECT_TRUE(sidebar_.selectRowOf(inner_));
 }
 
 TEST_F(SidebarReload, RootAndStrangersHaveNoRow) {
@@ -292,7 +303,7 @@ TEST_F(SidebarReload, RootAndStrangersHaveNoRow) {
 
 TEST_F(SidebarReload, ChosenRowIsScrolledIntoView) {
   const EMU3DirectoryPtr last = root_->subdirectories().back();
-  ASSERT_TRUE(sidebar_.selectRowOf(last));
+  ASSERT_TRUE(highlight(last));
   const QRect row = outline_.visualRect(sidebar_.indexOf(last));
   EXPECT_TRUE(outline_.viewport()->rect().contains(row.center()));
 }
@@ -305,7 +316,7 @@ TEST_F(SidebarTest, FoldersNestedInTensOfThousandsAreOpenedAsFarAsTheStackAllows
   for (int depth = 0; depth < 32000; ++depth)
     deepest = makeFolder("F", deepest);
   show(root);
-  sidebar_.selectFirstRow();
+  outline_.setCurrentIndex(sidebar_.index(0, 0));
   QTest::keyClick(&outline_, Qt::Key_Asterisk); // expands everything below
   QCoreApplication::processEvents();
   EXPECT_EQ(labels().size(), FolderOutline::kDeepestOpenLevel + 2);

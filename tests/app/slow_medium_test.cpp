@@ -248,7 +248,7 @@ TEST_F(SlowMedium, QueuedChangeThatTheMediumDoesNotTakeMakesTheImageReadOnly) {
   ASSERT_TRUE(waitUntilIdle());
   ASSERT_EQ(alerts.shown().size(), 1U);
   EXPECT_EQ(alerts.shown()[0].message, "Import Failed (1 of 1)");
-  EXPECT_EQ(alerts.shown()[0].informativeText, "Data write failed");
+  EXPECT_TRUE(alerts.shown()[0].failures.value(0).endsWith(": Data write failed"));
   EXPECT_EQ(title(), "Tessary — disk.hda (read-only)");
   EXPECT_EQ(status(), "Imported 0 file(s) (1 failed). Read-only: the medium did not take a change.");
   chooseFolder({"B"});

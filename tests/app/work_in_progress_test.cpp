@@ -217,6 +217,7 @@ protected:
     EXPECT_EQ(QApplication::exec(), 0) << "it has not ended by itself";
   }
 
+  CleanSettings settings_;
   TemporaryFolder folder_;
   HostTemporaryDirectory temporaryDirectory_{folder_.path("tmp")};
   const std::string path_ = folder_.path("disk.hda");

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "app/CommandTools.h"
+#include "filesystem/VolumeFindings.h"
+
+#include <QObject>
+#include <QPointer>
+#include <vector>
+
+namespace tessary {
+
+class FindingsPanel;
+
+/// Checks the image and lists what that found, in a panel that closes with the image. Main thread only; the
+/// image is checked on its I/O queue.
+class ImageCheck final : public QObject {
+  Q_OBJECT
+
+public:
+  explicit ImageCheck(const CommandTools &tools, QObject *parent = nullptr);
+
+  void check();
+  /// Another image is mounted, or none.
+  void imageReplaced();
+  /// Whether the mounted image is being checked.
+  bool isChecking() const { return checking_; }
+
+signals:
+  void changed();
+
+private:
+  void checked(const std::vector<VolumeFinding> &findings);
+  void show(std::vector<VolumeFinding> findings);
+  /// Whether what the finding is about is part of the mounted image.
+  bool canGoTo(const VolumeFinding &finding) const;
+  /// Shows the folder that the finding is about, or that holds its file, and selects the file.
+  void goTo(const VolumeFinding &finding);
+
+  const CommandTools tools_;
+  QPointer<FindingsPanel> panel_;
+  bool checking_ = false;
+};
+
+} // namespace tessary

@@ -1,0 +1,40 @@
+#include "app/ImageWork.h"
+
+#include "app/MainQueue.h"
+#include "app/Spinner.h"
+
+namespace tessary {
+
+ImageWork::ImageWork(Spinner *spinner, QObject *parent) : QObject(parent), spinner_(spinner) {}
+
+void ImageWork::setFilesystem(EMU3FilesystemPtr filesystem) {
+  filesystem_ = std::move(filesystem);
+  changeQueue_ = filesystem_ ? std::make_unique<SerialQueue>("com.tessary.change") : nullptr;
+  lookQueue_ = filesystem_ ? std::make_unique<SerialQueue>("com.tessary.look") : nullptr;
+}
+
+void ImageWork::runChange(Change change, std::function<void(const EMU3Error &)> failed) {
+  const auto work = [change = std::move(change),
+                     failed = std::move(failed)](EMU3Filesystem &filesystem) -> Completion {
+    EMU3Error error;
+    if (Completion changed = change(filesystem, &error)) return changed;
+    return [error, failed] {
+      if (error.isSet()) failed(error);
+    };
+  };
+  runBesideChanges(work, [](const Completion &completion) { completion(); });
+}
+
+void ImageWork::run(SerialQueue &queue, Work work, Spinning spinning) {
+  if (spinning == Spinning::yes) spinner_->start();
+  queue.async([self = QPointer(this), filesystem = filesystem_, spinning, work = std::move(work)] {
+    const Completion completion = work(*filesystem);
+    onMainQueue([self, filesystem, spinning, completion] {
+      if (!self) return;
+      if (spinning == Spinning::yes && self->spinner_) self->spinner_->stop();
+      if (filesystem == self->filesystem_) completion();
+    });
+  });
+}
+
+} // namespace tessary

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "filesystem/EMU3Filesystem.h"
+
+#include <QObject>
+#include <QPointer>
+#include <functional>
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+namespace tessary {
+
+class Spinner;
+
+/// The mounted image, and the one way in which the window works on it off the main thread. Main thread only.
+///
+/// What follows a piece of work runs on the main thread, and only while the image that it was done on is
+/// still the one that is mounted.
+class ImageWork final : public QObject {
+  Q_OBJECT
+
+public:
+  /// Whether the spinner turns until the work is done.
+  enum class Spinning { no, yes };
+  /// What follows on the main thread.
+  using Completion = std::function<void()>;
+  /// Changes the image and tells what follows: nothing when it has failed, or when there was nothing to do.
+  using Change = std::function<Completion(EMU3Filesystem &filesystem, EMU3Error *error)>;
+
+  explicit ImageWork(Spinner *spinner, QObject *parent = nullptr);
+
+  /// Null when no image is mounted.
+  EMU3FilesystemPtr filesystem() const { return filesystem_; }
+  void setFilesystem(EMU3FilesystemPtr filesystem);
+
+  /// Long work: runs `work(filesystem)` on the image's I/O queue, behind what waits there, then
+  /// `done(its result)`.
+  template <typename Work, typename Done>
+  void runOnImage(Work work, Done done, Spinning spinning = Spinning::no) {
+    run(filesystem_->ioQueue(), completing(std::move(work), std::move(done)), spinning);
+  }
+  /// A look at the image that the user waits for: not behind the I/O queue's long work.
+  template <typename Work, typename Done> void lookAtImage(Work work, Done done) {
+    run(*lookQueue_, completing(std::move(work), std::move(done)), Spinning::yes);
+  }
+  /// A single change, which may wait for a slow medium: beside the I/O queue, one after another, in order.
+  /// `failed` gets an error that it comes with.
+  void runChange(Change change, std::function<void(const EMU3Error &)> failed);
+  /// Other work that must come in order with those changes.
+  template <typename Work, typename Done> void runBesideChanges(Work work, Done done) {
+    run(*changeQueue_, completing(std::move(work), std::move(done)), Spinning::yes);
+  }
+
+private:
+  using Work = std::function<Completion(EMU3Filesystem &)>;
+
+  template <typename Function, typename Done> static Work completing(Function work, Done done) {
+    return [work = std::move(work), done = std::move(done)](EMU3Filesystem &filesystem) -> Completion {
+      using Result = std::invoke_result_t<const Function &, EMU3Filesystem &>;
+      if constexpr (std::is_void_v<Result>) {
+        work(filesystem);
+        return done;
+      } else {
+        return [done, result = std::make_shared<const Result>(work(filesystem))] { done(*result); };
+      }
+    };
+  }
+  void run(SerialQueue &queue, Work work, Spinning spinning);
+
+  QPointer<Spinner> spinner_;
+  EMU3FilesystemPtr filesystem_;
+  // Of the mounted image, so that nothing waits for the medium of one that was mounted before.
+  std::unique_ptr<SerialQueue> changeQueue_;
+  std::unique_ptr<SerialQueue> lookQueue_;
+};
+
+} // namespace tessary

@@ -1,0 +1,199 @@
+#include "app/ContentController.h"
+#include "app/MainWindow.h"
+#include "app/MainWindowController.h"
+#include "app/PlatformTexts.h"
+#include "app/SidebarController.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QHeaderView>
+#include <QKeySequence>
+#include <QMenu>
+#include <QTableView>
+#include <QTreeView>
+
+namespace tessary {
+
+struct MainWindowController::MenuCommand {
+  QString title;
+  Action action;
+  QList<QKeySequence> keys;
+};
+
+namespace {
+
+QList<QKeySequence> key(QKeyCombination combination) {
+  return {QKeySequence(combination)};
+}
+
+} // namespace
+
+std::vector<QMenu *> MainWindowController::menus() const {
+  std::vector<QMenu *> menus;
+  for (const auto &menu : menuBarMenus_)
+    menus.push_back(menu.get());
+  return menus;
+}
+
+void MainWindowController::_buildMenuBarMenus() {
+  using Self = MainWindowController;
+  const auto make = [this](const char *title) {
+    QMenu *menu = menuBarMenus_.emplace_back(std::make_unique<QMenu>(QLatin1String(title))).get();
+    // A key always reaches its command, which says itself that it can do nothing: items are grey only while
+    // they are seen.
+    connect(menu, &QMenu::aboutToShow, this, [this] {
+      for (const Item &item : menuBarItems_)
+        item.item->setEnabled(_isOfUse(item.action));
+    });
+    connect(menu, &QMenu::aboutToHide, this, [this] {
+      for (const Item &item : menuBarItems_)
+        item.item->setEnabled(true);
+    });
+    return menu;
+  };
+
+  QMenu *file = make("File");
+  _addCommand(file, {QStringLiteral("Mount Image…"), &Self::_openImage,
+                     QKeySequence::keyBindings(QKeySequence::Open)});
+  recentImages_->fill(file->addMenu(QStringLiteral("Open Recent")));
+  _addCommand(file, {QStringLiteral("Unmount"), &Self::_unmountImage, key(Qt::CTRL | Qt::Key_E)});
+  file->addSeparator();
+  _addCommand(file, {QStringLiteral("Check Image…"), &Self::_checkImage, key(Qt::CTRL | Qt::Key_K)});
+  _addCommand(file, {QStringLiteral("Back Up Image…"), &Self::_backUpImage, key(Qt::CTRL | Qt::Key_B)});
+  file->addSeparator();
+  _addCommand(file, {QStringLiteral("Import…"), &Self::_importFile, key(Qt::CTRL | Qt::Key_I)});
+  _addCommand(file, {exportCommandText(), &Self::_exportSelected, key(Qt::CTRL | Qt::SHIFT | Qt::Key_E)});
+  _addCommand(file, {QStringLiteral("Export Samples…"), &Self::_exportSamples,
+                     key(Qt::CTRL | Qt::SHIFT | Qt::Key_S)});
+
+  QMenu *edit = make("Edit");
+  _addCommand(edit, {QStringLiteral("Undo"), &Self::_undo, QKeySequence::keyBindings(QKeySequence::Undo)});
+  _addCommand(edit, {QStringLiteral("Redo"), &Self::_redo, QKeySequence::keyBindings(QKeySequence::Redo)});
+  edit->addSeparator();
+  _addCommand(edit, {QStringLiteral("Rename…"), &Self::_rename, key(Qt::Key_F2)});
+  _addCommand(edit, {QStringLiteral("Copy to…"), &Self::_copyToDir, key(Qt::CTRL | Qt::SHIFT | Qt::Key_C)});
+  _addCommand(edit, {QStringLiteral("Move to…"), &Self::_moveToDir, key(Qt::CTRL | Qt::SHIFT | Qt::Key_M)});
+  _addCommand(edit, {QStringLiteral("Delete"), &Self::_delete, key(Qt::Key_Delete)});
+  edit->addSeparator();
+  _addCommand(edit, {QStringLiteral("Select All"), &Self::_selectAll,
+                     QKeySequence::keyBindings(QKeySequence::SelectAll)});
+  _addCommand(edit, {QStringLiteral("Find"), &Self::_find, QKeySequence::keyBindings(QKeySequence::Find)});
+  _addCommand(edit, {QStringLiteral("Find in All Folders"), &Self::_findEverywhere,
+                     key(Qt::CTRL | Qt::SHIFT | Qt::Key_F)});
+
+  QMenu *folder = make("Folder");
+  _addCommand(folder,
+              {QStringLiteral("New Folder…"), &Self::_newFolder, key(Qt::CTRL | Qt::SHIFT | Qt::Key_N)});
+  _addCommand(folder,
+              {QStringLiteral("Rename Folder"), &Self::_renameCurrentFolder, key(Qt::SHIFT | Qt::Key_F2)});
+  _addCommand(folder, {QStringLiteral("Delete Folder"), &Self::_deleteCurrentFolder,
+                       key(Qt::CTRL | Qt::SHIFT | Qt::Key_D)});
+  folder->addSeparator();
+  _addCommand(folder, {QStringLiteral("Show Root"), &Self::_showRoot, key(Qt::ALT | Qt::Key_Home)});
+  _addCommand(folder, {QStringLiteral("Show Parent"), &Self::_showParent, key(Qt::ALT | Qt::Key_Up)});
+
+  _addSortMenu(make("View"));
+
+  QMenu *help = make("Help");
+  _addCommand(help, {QStringLiteral("User Guide"), &Self::_showUserGuide, key(Qt::Key_F1)});
+  _addCommand(help, {QStringLiteral("What May Surprise"), &Self::_showSurprises, {}});
+}
+
+void MainWindowController::_addCommand(QMenu *menu, const MenuCommand &command) {
+  QAction *item = menu->addAction(command.title);
+  item->setShortcuts(command.keys);
+  item->setAutoRepeat(false);
+  window_->addAction(item); // its keys work also where the menu bar is not the window's
+  connect(item, &QAction::triggered, this, [this, action = command.action] { (this->*action)(); });
+  menuBarItems_.push_back({item, command.action});
+}
+
+// ---- Sort order
+
+void MainWindowController::_addSortMenu(QMenu *menu) {
+  QMenu *sort = menu->addMenu(QStringLiteral("Sort By"));
+  auto *columns = new QActionGroup(sort);
+  const auto addItem = [](QMenu *to, QActionGroup *group, const QString &title) {
+    QAction *item = to->addAction(title);
+    item->setCheckable(true);
+    group->addAction(item);
+    return item;
+  };
+  sortItems_.push_back(addItem(sort, columns, QStringLiteral("Folder’s Order")));
+  sort->addSeparator();
+  for (int column = 0; column < kFolderColumn; ++column)
+    sortItems_.push_back(
+        addItem(sort, columns, QLatin1String(kFileColumns[static_cast<std::size_t>(column)].title)));
+  menu->addSeparator();
+  auto *directions = new QActionGroup(menu);
+  for (const char *title : {"Ascending", "Descending"})
+    directionItems_.push_back(addItem(menu, directions, QLatin1String(title)));
+
+  for (std::size_t place = 0; place < sortItems_.size(); ++place)
+    connect(sortItems_[place], &QAction::triggered, this, [this, place] {
+      const int column = static_cast<int>(place) - 1;
+      contentCtl()->setOrder(
+          {column < 0 ? std::nullopt : std::optional(column), contentCtl()->order().descending});
+    });
+  for (const bool descending : {false, true})
+    connect(directionItems_[descending ? 1 : 0], &QAction::triggered, this, [this, descending] {
+      contentCtl()->setOrder({contentCtl()->order().column, descending});
+    });
+  connect(contentCtl(), &ContentController::orderChanged, this, &MainWindowController::_showSortOrder);
+  QHeaderView *header = tableView()->horizontalHeader();
+  // From one click to the next: ascending, descending, the folder's order.
+  connect(header, &QHeaderView::sectionClicked, this, [this](int column) {
+    const FileOrder order = contentCtl()->order();
+    if (order.column != column)
+      contentCtl()->setOrder({column, false});
+    else
+      contentCtl()->setOrder(order.descending ? FileOrder() : FileOrder{column, true});
+  });
+  _showSortOrder();
+}
+
+void MainWindowController::_showSortOrder() {
+  const FileOrder order = contentCtl()->order();
+  const std::size_t place = order.column ? static_cast<std::size_t>(*order.column) + 1 : 0;
+  for (std::size_t i = 0; i < sortItems_.size(); ++i)
+    sortItems_[i]->setChecked(i == place);
+  for (const bool descending : {false, true}) {
+    QAction *item = directionItems_[descending ? 1 : 0];
+    item->setChecked(order.column && order.descending == descending);
+    item->setEnabled(order.column.has_value());
+  }
+  QHeaderView *header = tableView()->horizontalHeader();
+  header->setSortIndicatorShown(order.column.has_value());
+  header->setSortIndicator(order.column.value_or(-1),
+                           order.descending ? Qt::DescendingOrder : Qt::AscendingOrder);
+}
+
+// ---- Enablement
+
+bool MainWindowController::_isOfUse(Action action) const {
+  using Self = MainWindowController;
+  if (action == &Self::_openImage || action == &Self::_showUserGuide || action == &Self::_showSurprises)
+    return true;
+  if (!filesystem()) return false;
+  if (action == &Self::_unmountImage || action == &Self::_backUpImage || action == &Self::_find ||
+      action == &Self::_findEverywhere)
+    return true;
+  if (action == &Self::_checkImage) return !check_->isChecking();
+  if (action == &Self::_selectAll) return contentCtl()->rowCount() > 0;
+  if (action == &Self::_showRoot) return currentDirectory() != filesystem()->rootDirectory();
+  if (action == &Self::_showParent) return browser_->parentOfFolder() != nullptr;
+  const std::size_t selected = _selectedFiles().size();
+  if (action == &Self::_exportSelected || action == &Self::_exportSamples) return selected > 0;
+  // All others change the image.
+  if (!mayBecomeChangeable(*filesystem())) return false;
+  if (action == &Self::_undo) return deleteHistory_->undoManager()->canUndo();
+  if (action == &Self::_redo) return deleteHistory_->undoManager()->canRedo();
+  const bool inFolder = browser_->parentOfFolder() != nullptr;
+  if (action == &Self::_renameCurrentFolder || action == &Self::_deleteCurrentFolder) return inFolder;
+  if (action == &Self::_copyToDir || action == &Self::_moveToDir) return selected > 0;
+  if (action == &Self::_rename) return _foldersHaveKeyboard() ? inFolder : selected == 1;
+  if (action == &Self::_delete) return _foldersHaveKeyboard() ? inFolder : selected > 0;
+  return true;
+}
+
+} // namespace tessary

@@ -1,0 +1,112 @@
+#include "app/Transfers.h"
+
+#include "app/Alert.h"
+#include "app/Beeper.h"
+#include "app/Browser.h"
+#include "app/Dialogs.h"
+#include "app/DisplayText.h"
+#include "app/ImageChanges.h"
+#include "app/ImageWork.h"
+#include "app/TextSize.h"
+#include "filesystem/ItemsOperation.h"
+#include "filesystem/SystemLog.h"
+
+#include <QComboBox>
+#include <algorithm>
+#include <utility>
+
+namespace tessary {
+namespace {
+
+/// One item a folder, in the order of the list: folders that share a name stay apart by their position.
+std::unique_ptr<QComboBox> makeFolderPopUp(const std::vector<EMU3DirectoryPtr> &folders) {
+  constexpr int width = 260;
+  constexpr int height = 26;
+  QStringList names;
+  names.reserve(static_cast<qsizetype>(folders.size()));
+  for (const EMU3DirectoryPtr &folder : folders)
+    names.append(displayText(folder->name()));
+  auto popUp = std::make_unique<QComboBox>();
+  popUp->setAccessibleName(QStringLiteral("Destination directory"));
+  popUp->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon); // measures no item
+  popUp->setFixedSize(scaled(width), std::max(scaled(height), popUp->sizeHint().height()));
+  popUp->addItems(names);
+  return popUp;
+}
+
+} // namespace
+
+Transfers::Transfers(const CommandTools &tools, QObject *parent) : QObject(parent), tools_(tools) {}
+
+void Transfers::transfer(const std::vector<EMU3FilePtr> &files, bool move) {
+  if (files.empty() || !tools_.image->filesystem()) return beep();
+  tools_.changes->whenChangeable(
+      [this, placed = placedFiles(files), move] { askForDestination(placed, move); }, beep);
+}
+
+void Transfers::askForDestination(const std::vector<PlacedFile> &files, bool move) {
+  const std::vector<EMU3DirectoryPtr> folders =
+      directoriesInPreOrder(tools_.image->filesystem()->rootDirectory());
+  auto question = std::make_unique<Alert>(
+      move ? QStringLiteral("Move To Directory") : QStringLiteral("Copy To Directory"),
+      QStringLiteral("Select a destination directory:"), tools_.dialogs->window());
+  question->addChoice(move ? QStringLiteral("Move") : QStringLiteral("Copy"), Alert::AcceptRole);
+  question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
+  std::unique_ptr<QComboBox> popUp = makeFolderPopUp(folders);
+  const QComboBox *choice = popUp.get();
+  question->setAccessory(std::move(popUp));
+  tools_.dialogs->ask(std::move(question), [this, folders, choice, files, move] {
+    const int chosen = choice->currentIndex();
+    if (chosen < 0 || static_cast<std::size_t>(chosen) >= folders.size()) return;
+    run(files, folders[static_cast<std::size_t>(chosen)], move);
+  });
+}
+
+void Transfers::run(const std::vector<PlacedFile> &files, const EMU3DirectoryPtr &toDirectory, bool move) {
+  tools_.browser->setStatus(move ? QStringLiteral("Moving…") : QStringLiteral("Copying…"));
+  tools_.image->runOnImage(
+      [files, toDirectory, move](EMU3Filesystem &filesystem) {
+        return transferOn(filesystem, files, toDirectory, move);
+      },
+      [this, toDirectory, move](const Result &result) { transferred(result, toDirectory, move); },
+      ImageWork::Spinning::yes);
+}
+
+Transfers::Result Transfers::transferOn(EMU3Filesystem &filesystem, const std::vector<PlacedFile> &files,
+                                        const EMU3DirectoryPtr &toDirectory, bool move) {
+  Result result;
+  const auto operation = filesystem.manyItems();
+  for (const auto &[file, folder] : files) {
+    if (move)
+      operation->moveFile(file, folder, toDirectory);
+    else
+      operation->copyFile(file, toDirectory);
+  }
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) {
+    const EMU3FilePtr &file = files[end.item].file;
+    if (!end.error) return result.arrived.push_back(end.file ? end.file : file);
+    systemLog("Transfer failed: " + end.error->description());
+    result.failures.push_back(ItemFailure::of(file->name(), *end.error));
+  };
+  operation->run(watcher);
+  readDetailsOf(filesystem, result.arrived);
+  return result;
+}
+
+void Transfers::transferred(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move) {
+  tools_.browser->showArrivals(toDirectory, result.arrived);
+  const std::size_t failed = result.failures.size();
+  const QString failures =
+      failed == 0 ? QString() : QStringLiteral(" (%1 failed)").arg(QString::number(failed));
+  tools_.browser->setStatus(QStringLiteral("%1 %2 file(s)%3.")
+                                .arg(move ? QStringLiteral("Moved") : QStringLiteral("Copied"),
+                                     QString::number(result.arrived.size()), failures));
+  tools_.dialogs->tellFailures(QStringLiteral("%1 Failed (%2 of %3)")
+                                   .arg(move ? QStringLiteral("Move") : QStringLiteral("Copy"),
+                                        QString::number(failed),
+                                        QString::number(failed + result.arrived.size())),
+                               result.failures);
+}
+
+} // namespace tessary

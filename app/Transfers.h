@@ -1,0 +1,39 @@
+#pragma once
+
+#include "app/CommandTools.h"
+#include "app/DeletedFiles.h"
+#include "app/FailuresAlert.h"
+
+#include <QObject>
+#include <vector>
+
+namespace tessary {
+
+/// Copies and moves files to another folder of the image. Main thread only; the files are handled on the
+/// image's I/O queue.
+class Transfers final : public QObject {
+  Q_OBJECT
+
+public:
+  explicit Transfers(const CommandTools &tools, QObject *parent = nullptr);
+
+  /// Asks where to. Beeps where there is no file, or the image cannot be changed.
+  void transfer(const std::vector<EMU3FilePtr> &files, bool move);
+  /// Copies or moves the files and then shows the destination, with them selected.
+  void run(const std::vector<PlacedFile> &files, const EMU3DirectoryPtr &toDirectory, bool move);
+
+private:
+  struct Result {
+    std::vector<EMU3FilePtr> arrived;
+    std::vector<ItemFailure> failures;
+  };
+
+  static Result transferOn(EMU3Filesystem &filesystem, const std::vector<PlacedFile> &files,
+                           const EMU3DirectoryPtr &toDirectory, bool move);
+  void askForDestination(const std::vector<PlacedFile> &files, bool move);
+  void transferred(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move);
+
+  const CommandTools tools_;
+};
+
+} // namespace tessary
