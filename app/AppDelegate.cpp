@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "app/AboutPanel.h"
+#include "app/Colors.h"
 #include "app/DisplayText.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
@@ -28,6 +29,7 @@ AppDelegate::AppDelegate(std::vector<std::string> arguments) : arguments_(std::m
 AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching() {
+  makeSelectionsReadable();
   mainWC_ = std::make_unique<MainWindowController>();
   connect(mainWC_.get(), &MainWindowController::windowClosed, this, [this] {
     if (applicationShouldTerminateAfterLastWindowClosed()) terminate();
@@ -95,6 +97,7 @@ bool AppDelegate::eventFilter(QObject *watched, QEvent *event) {
     const QString path = static_cast<QFileOpenEvent *>(event)->file();
     return application(QFile::encodeName(path).toStdString());
   }
+  if (event->type() == QEvent::ApplicationPaletteChange) makeSelectionsReadable();
   if (event->type() == QEvent::Quit) {
     terminate();
     return true;

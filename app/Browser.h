@@ -73,7 +73,7 @@ public:
   /// Shows the file's folder with the file, selected, as soon as that folder is the one it lies in.
   void goTo(const EMU3FilePtr &file);
 
-  // Search
+  // Search (BrowserSearch.cpp)
   void find(bool everywhere);
   void endSearch();
   /// Shows the folder of the selected file, or of the first one, that a search of all folders has found.

@@ -1,5 +1,6 @@
 #include "app/Colors.h"
 
+#include <QApplication>
 #include <algorithm>
 #include <cmath>
 
@@ -60,6 +61,16 @@ QColor selectionColor(const QPalette &palette) {
 QColor greySelectionColor(const QPalette &palette) {
   return mixed(palette.color(QPalette::Active, QPalette::Base),
                palette.color(QPalette::Active, QPalette::Text), 0.22F);
+}
+
+void makeSelectionsReadable() {
+  const QPalette system = QApplication::palette();
+  const QColor readable = selectionColor(system);
+  if (readable.rgb() == system.color(QPalette::Active, QPalette::Highlight).rgb()) return;
+  QPalette palette;
+  for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive})
+    palette.setColor(group, QPalette::Highlight, readable);
+  QApplication::setPalette(palette);
 }
 
 QColor linkColor(const QPalette &palette) {

@@ -14,6 +14,10 @@ QColor secondaryLabelColor(const QPalette &palette);
 QColor selectionColor(const QPalette &palette);
 QColor greySelectionColor(const QPalette &palette);
 
+/// Gives the application's menus and fields a selection that can be read, where the system's cannot. All else
+/// of its palette goes on following the system.
+void makeSelectionsReadable();
+
 /// For thin lines between the parts of the window. Palettes differ too much in what their own shades of
 /// the background are, so it is derived from text and background.
 QColor separatorColor(const QPalette &palette);

@@ -28,6 +28,7 @@ void ExportPlan::addFailure(const std::string &item, const EMU3Error &error) {
 }
 
 void ExportPlan::decide(OnConflict decision) {
+  hadConflicts_ = true;
   planned_[conflicts_.front().job].decision = decision;
   conflicts_.erase(conflicts_.begin());
 }
@@ -50,7 +51,11 @@ ExportPlan::Result ExportPlan::run(EMU3Filesystem &filesystem, const std::string
       continue;
     }
     if (planned.decision == OnConflict::keepBoth) planned.path = freePath(planned.job.name);
-    planned.job.write(*operation, planned.path);
+    // The operation itself keeps names apart that only the host takes for one.
+    if (hadConflicts_)
+      planned.job.writeAt(*operation, planned.path);
+    else
+      planned.job.writeInto(*operation, folder_);
     jobs.push_back(&planned.job);
   }
   ItemsWatcher watcher;

@@ -18,7 +18,9 @@ enum class OnConflict { keepBoth, replace, skip };
 struct ExportJob {
   HostName name;
   std::string item; ///< what is exported, for the log and the user
-  std::function<void(ItemsOperation &operation, const std::string &path)> write; ///< adds it there
+  /// Add it to the operation: at a path, or under its name in a folder.
+  std::function<void(ItemsOperation &operation, const std::string &path)> writeAt;
+  std::function<void(ItemsOperation &operation, const std::string &folder)> writeInto;
 };
 
 /// The host files that one export writes into a folder: first looked for on the host, then decided about
@@ -64,6 +66,7 @@ private:
   ExportTargets targets_;
   std::vector<Planned> planned_;
   std::vector<Conflict> conflicts_;
+  bool hadConflicts_ = false;
   std::vector<ItemFailure> failures_;
 };
 

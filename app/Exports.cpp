@@ -27,9 +27,25 @@ std::vector<EMU3FilePtr> banksAmong(const std::vector<EMU3FilePtr> &files) {
 
 ExportJob jobFor(const EMU3FilePtr &file) {
   const std::string name = file->name();
-  return {exportedFileName(name), name, [file](ItemsOperation &operation, const std::string &path) {
-            operation.exportFile(file, path);
-          }};
+  const auto writeAt = [file](ItemsOperation &operation, const std::string &path) {
+    operation.exportFile(file, path);
+  };
+  const auto writeInto = [file](ItemsOperation &operation, const std::string &folder) {
+    operation.exportFileInto(file, folder);
+  };
+  return {exportedFileName(name), name, writeAt, writeInto};
+}
+
+ExportJob jobFor(const EMU3FilePtr &bank, std::uint64_t index, const BankSample &sample) {
+  const std::string name = bank->name();
+  const auto writeAt = [bank, index](ItemsOperation &operation, const std::string &path) {
+    operation.exportSample(bank, index, path);
+  };
+  const auto writeInto = [bank, index, sampleName = sample.name](ItemsOperation &operation,
+                                                                 const std::string &folder) {
+    operation.exportSampleInto(bank, index, sampleName, folder);
+  };
+  return {exportedSampleName(name, sample.name), name + "[" + sample.type + "]", writeAt, writeInto};
 }
 
 void planSamples(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, ExportPlan *plan) {
@@ -40,12 +56,8 @@ void planSamples(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, ExportPlan
     plan->addFailure(name, missing);
     systemLog("Sample export failed for " + name + ": " + missing.description());
   }
-  for (std::size_t i = 0; i < samples.size(); ++i) {
-    plan->add({exportedSampleName(name, samples[i].name), name + "[" + samples[i].type + "]",
-               [i, bank](ItemsOperation &operation, const std::string &path) {
-                 operation.exportSample(bank, i, path);
-               }});
-  }
+  for (std::size_t i = 0; i < samples.size(); ++i)
+    plan->add(jobFor(bank, i, samples[i]));
 }
 
 QString skippedText(std::size_t skipped) {

@@ -163,7 +163,7 @@ private:
   EMU3DirectoryPtr _targetFolder() const;
   bool _foldersHaveKeyboard() const;
 
-  // Drops on the sidebar
+  // Drops on the sidebar (SidebarDrops.cpp)
   bool _mayDrop(const EMU3DirectoryPtr &target, bool internal) const;
   void _dropReceived(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls, bool internal);
   void _copyDraggedFiles(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls);

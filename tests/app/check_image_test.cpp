@@ -382,6 +382,19 @@ TEST_F(CheckImage, SelectsTheFileAlone) {
   EXPECT_EQ(selectedFileNames(), QStringList{"LOW"});
 }
 
+TEST_F(CheckImage, DeleteKeysInTheListLeaveTheWindowsFilesAlone) {
+  mountAndCheck(damaged());
+  activate(window());
+  chooseFolder({"Drums"});
+  chooseFiles({"KICK"});
+  for (const auto &[key, modifiers] : {std::pair{Qt::Key_Backspace, Qt::KeyboardModifiers(Qt::ControlModifier)},
+                                       {Qt::Key_Delete, Qt::KeyboardModifiers(Qt::ControlModifier)},
+                                       {Qt::Key_Delete, Qt::KeyboardModifiers()}})
+    pressKeyIn(panel(), key, modifiers);
+  EXPECT_EQ(sheet<QMessageBox>(), nullptr);
+  EXPECT_EQ(beeps_.count(), 0);
+}
+
 TEST_F(CheckImage, GoesBackToAFolderAfterAnotherWasShown) {
   mountAndCheck(damaged());
   goTo(kGone);
