@@ -142,13 +142,15 @@ void MainWindowController::_addSortMenu(QMenu *menu) {
   connect(contentCtl(), &ContentController::orderChanged, this, &MainWindowController::_showSortOrder);
   QHeaderView *header = tableView()->horizontalHeader();
   // From one click to the next: ascending, descending, the folder's order.
-  connect(header, &QHeaderView::sectionClicked, this, [this](int column) {
+  const auto sortByNext = [this](int column) {
     const FileOrder order = contentCtl()->order();
     if (order.column != column)
       contentCtl()->setOrder({column, false});
     else
       contentCtl()->setOrder(order.descending ? FileOrder() : FileOrder{column, true});
-  });
+  };
+  connect(header, &QHeaderView::sectionClicked, this, sortByNext);
+  connect(header, &QHeaderView::sectionDoubleClicked, this, sortByNext); // the second of two quick clicks
   _showSortOrder();
 }
 

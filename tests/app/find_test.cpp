@@ -67,6 +67,15 @@ TEST_F(Finding, HeaderClicksSortUpwardsDownwardsAndNotAtAll) {
   EXPECT_EQ(fileNames(), unsorted);
 }
 
+TEST_F(Finding, QuickClicksOnAHeaderCountToo) {
+  mount(banks());
+  QHeaderView *header = table()->horizontalHeader();
+  const QPoint place(20, header->height() / 2);
+  QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, place);
+  QTest::mouseDClick(header->viewport(), Qt::LeftButton, {}, place); // which is the press alone
+  EXPECT_EQ(fileNames().first(), "NOTES");
+}
+
 TEST_F(Finding, EachColumnSortsByWhatItHoldsNumbersAsNumbers) {
   mount(banks());
   ASSERT_TRUE(waitUntilIdle());

@@ -239,7 +239,7 @@ TEST_F(ReadOnly, FileThatTheOtherProgramHasReplacedIsNotRenamed) {
   const AlertAnswers alerts;
   chooseFromFileMenu("FIRST", "Rename…");
   waitForQuestion();
-  EXPECT_EQ(fileNames(), QStringList({"FOREIGN", "SECOND"}));
+  EXPECT_EQ(fileNames(), QStringList({"SECOND", "FOREIGN"})) << "what was there before comes first";
   EXPECT_EQ(selectedFileNames(), QStringList());
   answerWithName("NEW");
   ASSERT_EQ(alerts.shown().size(), 1U);
