@@ -4,6 +4,7 @@
 #include "app/Icons.h"
 #include "app/TextSize.h"
 
+#include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QGridLayout>
@@ -27,10 +28,21 @@ Alert::Alert(const QString &message, const QString &informativeText, QWidget *pa
     bold.setBold(true);
     headline->setFont(bold);
   }
-  // Wide enough for a few words a line, however short the texts are.
+  widen();
+}
+
+/// Enough for a few words a line, however short the texts are.
+void Alert::widen() {
   auto *grid = static_cast<QGridLayout *>(layout());
   constexpr int textWidth = 320;
   grid->addItem(new QSpacerItem(scaled(textWidth), 0), grid->rowCount(), grid->columnCount() - 1);
+}
+
+QCheckBox *Alert::addCheckBox(const QString &text) {
+  auto *box = new QCheckBox(text);
+  setCheckBox(box); // lays the alert out anew
+  widen();
+  return box;
 }
 
 QLabel *Alert::informativeLabel() const {

@@ -21,6 +21,9 @@ public:
   /// Number of the button that ended it, in the order in which they were added; -1 when none did.
   int chosen() const;
 
+  /// Puts a check box below the texts.
+  QCheckBox *addCheckBox(const QString &text);
+
   /// Puts a control below the texts and gives it the focus. Call it when all buttons are there.
   void setAccessory(std::unique_ptr<QWidget> accessory);
 
@@ -38,6 +41,7 @@ protected:
   void keyPressEvent(QKeyEvent *event) override;
 
 private:
+  void widen();
   QLabel *informativeLabel() const;
 
   QList<QAbstractButton *> choices_; ///< in the order in which they were added

@@ -163,8 +163,8 @@ void Exports::askAboutConflicts(const Plan &plan, std::function<void()> decided)
   question->addChoice(QStringLiteral("Replace"), Alert::DestructiveRole);
   question->addChoice(QStringLiteral("Skip"), Alert::NoRole);
   question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
-  auto *forAll = new QCheckBox(QStringLiteral("Do the same with the other %1").arg(QString::number(others)));
-  question->setCheckBox(forAll);
+  QCheckBox *forAll =
+      question->addCheckBox(QStringLiteral("Do the same with the other %1").arg(QString::number(others)));
   forAll->setVisible(others > 0);
   tools_.dialogs->choose(std::move(question), [this, plan, forAll, decided](int button) {
     if (button < 0 || button > 2) return tools_.browser->setStatus(QStringLiteral("Nothing was exported."));

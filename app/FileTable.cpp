@@ -10,6 +10,7 @@
 
 #include <QDrag>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <algorithm>
@@ -88,6 +89,16 @@ QModelIndex FileTable::moveCursor(CursorAction action, Qt::KeyboardModifiers mod
   default:
     return QTableView::moveCursor(action, modifiers);
   }
+}
+
+/// The row that Home or End goes to is selected, also where it has the keyboard already.
+void FileTable::keyPressEvent(QKeyEvent *event) {
+  QTableView::keyPressEvent(event);
+  const bool goesToAnEnd = event->key() == Qt::Key_Home || event->key() == Qt::Key_End;
+  const QModelIndex current = currentIndex();
+  if (goesToAnEnd && event->modifiers() == Qt::NoModifier && current.isValid() &&
+      !selectionModel()->isRowSelected(current.row()))
+    selectRow(current.row());
 }
 
 /// Rows have the keyboard, not cells.

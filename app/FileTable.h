@@ -29,6 +29,7 @@ public:
 protected:
   QModelIndex dropItemAt(const QPoint &) const override { return {}; }
   QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
+  void keyPressEvent(QKeyEvent *event) override;
   void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
   void startDrag(Qt::DropActions supportedActions) override;
   void mouseDoubleClickEvent(QMouseEvent *event) override;

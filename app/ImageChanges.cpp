@@ -48,8 +48,7 @@ void ImageChanges::offerBackup(std::function<void()> change) {
       dialogs_->window());
   offer->addChoice(QStringLiteral("Back Up…"), Alert::AcceptRole);
   offer->addChoice(QStringLiteral("Not Now"), Alert::NoRole);
-  auto *notAgain = new QCheckBox(QStringLiteral("Don’t ask again for this image"));
-  offer->setCheckBox(notAgain);
+  const QCheckBox *notAgain = offer->addCheckBox(QStringLiteral("Don’t ask again for this image"));
   offer->makeEscapable();
   dialogs_->choose(std::move(offer), [this, filesystem, notAgain, change](int button) {
     if (button < 0) return; // Escape takes the change back

@@ -387,9 +387,10 @@ TEST_F(CheckImage, DeleteKeysInTheListLeaveTheWindowsFilesAlone) {
   activate(window());
   chooseFolder({"Drums"});
   chooseFiles({"KICK"});
-  for (const auto &[key, modifiers] : {std::pair{Qt::Key_Backspace, Qt::KeyboardModifiers(Qt::ControlModifier)},
-                                       {Qt::Key_Delete, Qt::KeyboardModifiers(Qt::ControlModifier)},
-                                       {Qt::Key_Delete, Qt::KeyboardModifiers()}})
+  for (const auto &[key, modifiers] :
+       {std::pair{Qt::Key_Backspace, Qt::KeyboardModifiers(Qt::ControlModifier)},
+        {Qt::Key_Delete, Qt::KeyboardModifiers(Qt::ControlModifier)},
+        {Qt::Key_Delete, Qt::KeyboardModifiers()}})
     pressKeyIn(panel(), key, modifiers);
   EXPECT_EQ(sheet<QMessageBox>(), nullptr);
   EXPECT_EQ(beeps_.count(), 0);

@@ -145,6 +145,15 @@ TEST_F(Form, HomeAndEndGoToTheFirstAndTheLastFile) {
   EXPECT_EQ(table()->currentIndex(), table()->model()->index(0, 0)) << "rows have the keyboard, not cells";
 }
 
+TEST_F(Form, HomeSelectsTheFirstFileThatTheKeyboardCameTo) {
+  mount(volume());
+  outline()->setFocus();
+  pressKeyIn(window(), Qt::Key_Tab);
+  ASSERT_TRUE(table()->hasFocus());
+  pressKeyIn(window(), Qt::Key_Home);
+  EXPECT_EQ(selectedFileNames(), QStringList{"FIRST"});
+}
+
 TEST_F(Form, TypedNameGoesToTheFileWhicheverColumnWasClicked) {
   mount(volume());
   const QRect type = table()->visualRect(table()->model()->index(0, 1));
@@ -259,6 +268,10 @@ TEST_F(Form, AlertsAreWideEnoughAndTheirHeadlineIsBold) {
   EXPECT_TRUE(question().findChild<QLabel *>("qt_msgbox_label")->font().bold());
   EXPECT_FALSE(question().findChild<QLabel *>("qt_msgbox_informativelabel")->font().bold());
   answerSheet("Cancel");
+  BackupOffers::setMade(true);
+  clickToolbar("DeleteItem");
+  EXPECT_GE(question().width(), 360) << "one with a check box";
+  pressKey(Qt::Key_Escape);
 }
 
 TEST_F(Form, ValuesOfAFilesInformationAreAligned) {
