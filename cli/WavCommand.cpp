@@ -166,8 +166,8 @@ private:
       if (!session.json && !session.quiet) session.out() << escapedForDisplay(noSamplesIn(bank)) << '\n';
     }
     ItemReport report(session);
-    for (const auto &[bank, error] : wanted.unreadable)
-      report.run(bank.address, "", [&](EMU3Error *reason) { return fail(reason, error); });
+    for (const auto &each : wanted.unreadable)
+      report.run(each.first.address, "", [&](EMU3Error *reason) { return fail(reason, each.second); });
     report.runAll(operation, items, [&](const ItemEnd &end) {
       return "Exported " + items[end.item] + " to " + escapedNameForDisplay(end.hostPath);
     });
