@@ -175,6 +175,7 @@ TEST_F(FileInformationTest, ExportExportsTheFile) {
 TEST_F(FileInformationTest, ExportAfterTheImageWasReplacedDoesNothing) {
   mount(banks());
   doubleClick("Plain");
+  ASSERT_EQ(question().text(), "Plain");
   mount(banks(), "other.hda");
   answerSheet("Export…");
   EXPECT_EQ(sheet<QFileDialog>(), nullptr);
