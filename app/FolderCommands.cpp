@@ -52,8 +52,9 @@ void FolderCommands::askForNew(const EMU3DirectoryPtr &parent) {
     tools_.changes->run(
         [this, alert, parent, name = name.toStdString()](EMU3Filesystem &filesystem,
                                                          EMU3Error *error) -> ImageWork::Completion {
-          if (!filesystem.createDirectoryNamed(name, parent, error)) return {};
-          return [this, alert, folder = parent->subdirectories().back()] {
+          EMU3DirectoryPtr made;
+          if (!filesystem.createDirectoryNamed(name, parent, error, &made)) return {};
+          return [this, alert, folder = made] {
             if (alert) alert->accept();
             tools_.browser->showChanges();
             tools_.browser->showFolder(folder);

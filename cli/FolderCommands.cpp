@@ -39,9 +39,7 @@ private:
                                ItemReport &report) {
     EMU3DirectoryPtr made;
     const auto work = [&](EMU3Error *error) {
-      if (!session.volume->createDirectoryNamed(entry.name, entry.parent, error)) return false;
-      made = entry.parent->subdirectories().back();
-      return true;
+      return session.volume->createDirectoryNamed(entry.name, entry.parent, error, &made);
     };
     const auto created = [&] { return "Created the folder " + addressNamed(word, entry, made->name()); };
     report.run(word, created, work, [&] { return resultOf(*made); });

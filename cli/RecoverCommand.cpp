@@ -85,12 +85,13 @@ private:
                     << std::endl; // seen before anything is changed
     }
     ItemReport report(session);
+    EMU3DirectoryPtr made;
     report.run(
         item, "Brought back the folder in block " + item + " as “" + escapedNameForDisplay(name) + "”",
         [&](EMU3Error *error) {
-          return session.volume->recoverFolder(number_, name, target.directory, error);
+          return session.volume->recoverFolder(number_, name, target.directory, error, &made);
         },
-        [&] { return resultOf(*target.directory->subdirectories().back()); });
+        [&] { return made ? resultOf(*made) : ItemResult{}; });
     return report.finish();
   }
 

@@ -75,8 +75,10 @@ bool EMU3Filesystem::claimForChanges(EMU3Error *error) {
   return volume_->claim(error);
 }
 
-bool EMU3Filesystem::perform(VolumeChange &change, EMU3Error *error) {
-  return ChangeGroup::run(*volume_, imagePath_, change, error);
+bool EMU3Filesystem::perform(VolumeChange &change, EMU3Error *error, EMU3DirectoryPtr *made) {
+  if (!ChangeGroup::run(*volume_, imagePath_, change, error)) return false;
+  if (made != nullptr) *made = change.folder();
+  return true;
 }
 
 // ---- Facts
@@ -331,9 +333,9 @@ std::optional<EntryBytes> EMU3Filesystem::entryOfFile(const EMU3FilePtr &file, E
 // ---- Changes of folders
 
 bool EMU3Filesystem::createDirectoryNamed(const std::string &name, const EMU3DirectoryPtr &inDirectory,
-                                          EMU3Error *error) {
+                                          EMU3Error *error, EMU3DirectoryPtr *made) {
   CreateFolder change(name, inDirectory);
-  return perform(change, error);
+  return perform(change, error, made);
 }
 
 bool EMU3Filesystem::renameDirectory(const EMU3DirectoryPtr &directory, const std::string &newName,
@@ -376,9 +378,10 @@ std::vector<LostFolder> EMU3Filesystem::lostFolders() {
 }
 
 bool EMU3Filesystem::recoverFolder(std::uint64_t block, const std::string &name,
-                                   const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
+                                   const EMU3DirectoryPtr &inDirectory, EMU3Error *error,
+                                   EMU3DirectoryPtr *made) {
   RecoverFolder change(block, name, inDirectory);
-  return perform(change, error);
+  return perform(change, error, made);
 }
 
 bool EMU3Filesystem::canRecoverFolder(std::uint64_t block, const std::string &name,

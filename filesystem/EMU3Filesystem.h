@@ -161,8 +161,10 @@ public:
   [[nodiscard]] std::unique_ptr<ItemsOperation> manyItems();
 
   // Changes of folders
+  /// The new folder comes to `made`. On a damaged volume whose folders share blocks it can have left the tree
+  /// already, for an object of another folder.
   bool createDirectoryNamed(const std::string &name, const EMU3DirectoryPtr &inDirectory,
-                            EMU3Error *error = nullptr);
+                            EMU3Error *error = nullptr, EMU3DirectoryPtr *made = nullptr);
   /// Bare, renames the folder in the tree alone; the image keeps the old name.
   bool renameDirectory(const EMU3DirectoryPtr &directory, const std::string &newName,
                        EMU3Error *error = nullptr);
@@ -187,7 +189,7 @@ public:
   /// Writes an entry for one of `lostFolders`, into a place of the folder that is really free; guarded, a
   /// full folder grows. Codes 3, 5 (the block holds no lost folder), 6 and 7.
   bool recoverFolder(std::uint64_t block, const std::string &name, const EMU3DirectoryPtr &inDirectory,
-                     EMU3Error *error = nullptr);
+                     EMU3Error *error = nullptr, EMU3DirectoryPtr *made = nullptr);
   /// Whether `recoverFolder` would write the entry; false with the error it would give. Changes nothing.
   [[nodiscard]] bool canRecoverFolder(std::uint64_t block, const std::string &name,
                                       const EMU3DirectoryPtr &inDirectory, EMU3Error *error = nullptr);
@@ -201,7 +203,7 @@ private:
   bool analyse(const EMU3FilePtr &file, BankDetails details, EMU3Error *error);
   void giveBackPagesAfter(const EMU3File &analysed);
   /// One change by itself.
-  bool perform(VolumeChange &change, EMU3Error *error);
+  bool perform(VolumeChange &change, EMU3Error *error, EMU3DirectoryPtr *made = nullptr);
 
   friend class ItemsOperation; // takes items from another volume
   [[nodiscard]] VolumeAt at() const;

@@ -228,6 +228,15 @@ std::optional<EntrySpot> spotForLostFolder(const Volume &volume, std::uint64_t b
   return spot;
 }
 
+// Null where no folder of the tree has its entry there.
+EMU3DirectoryPtr folderAt(const VolumeTree &tree, EntryPlace place) {
+  const std::vector<EMU3DirectoryPtr> folders = directoriesInPreOrder(tree.root());
+  const auto found = std::find_if(folders.rbegin(), folders.rend(), [&](const EMU3DirectoryPtr &folder) {
+    return folder != tree.root() && folder->place() == place;
+  });
+  return found == folders.rend() ? nullptr : *found;
+}
+
 } // namespace
 
 LostGround lostGround(const Volume &volume) {
@@ -269,6 +278,7 @@ bool RecoverFolder::clearOld(Volume &volume, EMU3Error *) {
   volume.countMarks();
   if (!volume.index || !volume.tree.adoptFolder(volume.entries, entry()->place(), inDirectory_))
     volume.followImage();
+  recovered_ = folderAt(volume.tree, entry()->place());
   return true;
 }
 

@@ -48,10 +48,13 @@ public:
   /// Takes the folder into the tree, once its entry is on the medium.
   [[nodiscard]] bool clearOld(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
 
+  [[nodiscard]] EMU3DirectoryPtr folder() const override { return recovered_; }
+
 private:
   const std::uint64_t block_;
   const std::string name_;
   const EMU3DirectoryPtr inDirectory_;
+  EMU3DirectoryPtr recovered_;
 };
 
 } // namespace tessary

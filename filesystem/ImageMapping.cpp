@@ -94,7 +94,6 @@ std::unique_ptr<ImageMapping> ImageMapping::open(const std::string &path, Writes
   mapping->size_ = static_cast<std::uint64_t>(status.st_size);
   mapping->device_ = static_cast<std::uint64_t>(status.st_dev);
   mapping->inode_ = static_cast<std::uint64_t>(status.st_ino);
-  mapping->writesPassing_ = isBelowFileSizeLimit(mapping->size_);
   const int protection = mapping->readOnly_ ? PROT_READ : PROT_READ | PROT_WRITE;
   if (mapping->size_ == 0) {
     EMU3Error nothing = engineError(EngineError::cannotMap);
@@ -103,6 +102,7 @@ std::unique_ptr<ImageMapping> ImageMapping::open(const std::string &path, Writes
     return nullptr;
   }
   mapping->isPrivate_ = writes == Writes::privately;
+  mapping->writesPassing_ = !mapping->isPrivate_ && isBelowFileSizeLimit(mapping->size_);
   const int sharing = mapping->isPrivate_ ? MAP_PRIVATE | MAP_NORESERVE : MAP_SHARED;
   void *const bytes = ::mmap(nullptr, mapping->size_, protection, sharing, mapping->fd_, 0);
   if (bytes == MAP_FAILED) {
@@ -142,7 +142,7 @@ std::uint64_t ImageMapping::readBytes(std::uint64_t first, std::uint64_t offset,
   const std::uint64_t available = std::min(length, wholeBytes - first * kBlockSize - offset);
   // Past the mapping where it is much: two thirds of the time that the pages take on their way into the
   // process.
-  std::uint64_t done = available >= kMuch ? readPassing(first, offset, to, available) : 0;
+  std::uint64_t done = available >= kMuch && !isPrivate_ ? readPassing(first, offset, to, available) : 0;
   const std::uint64_t left = available - done;
   if (guarded(from + done, left, [&] { std::memcpy(to + done, from + done, left); })) return available;
   while (done < available) { // part of the file is gone: take what stands before the hole, block by block
@@ -171,6 +171,7 @@ std::uint64_t ImageMapping::readPassing(std::uint64_t first, std::uint64_t offse
 }
 
 void ImageMapping::letGoOfPages() const {
+  if (isPrivate_) return; // what was written is in these pages alone
   ::madvise(bytes_, size_, MADV_DONTNEED);
 }
 

@@ -145,5 +145,30 @@ TEST(PagesThatWereRead, CanBeGivenBackAtAnyTime) {
   EXPECT_TRUE(parts.imageIsAsExpected());
 }
 
+// What a trial writes is read back as written, and the file does not change.
+TEST(PrivateMapping, KeepsWhatIsWrittenFromTheFile) {
+  const WrittenImage image{ImageBuilder(smallLayout())};
+  const Bytes before = readBytes(image.path());
+  EMU3Error error;
+  const auto mapping = ImageMapping::open(image.path(), ImageMapping::Writes::privately, &error);
+  ASSERT_NE(mapping, nullptr) << error.message;
+  mapping->flushAtBarriers();
+  for (const std::size_t blocks : {1U, 8U, 200U}) {
+    const Bytes contents = patternBytes(blocks * kBlockBytes, static_cast<std::uint32_t>(blocks));
+    ASSERT_TRUE(mapping->writeData(200, contents.data(), contents.size()));
+    mapping->startFlush(200, blocks);
+    EXPECT_TRUE(mapping->barrier());
+    mapping->letGoOfPages();
+    for (const bool passing : {false, true}) {
+      Bytes read(contents.size());
+      const std::uint64_t got = passing ? mapping->readPassing(200, 0, read.data(), read.size())
+                                        : mapping->readBytes(200, 0, read.data(), read.size());
+      EXPECT_EQ(got, contents.size());
+      EXPECT_TRUE(read == contents) << blocks << " blocks";
+    }
+  }
+  EXPECT_TRUE(readBytes(image.path()) == before);
+}
+
 } // namespace
 } // namespace tessary::test

@@ -53,7 +53,9 @@ TEST_F(LostFolderTest, IsListedWithWhatItHolds) {
 }
 
 TEST_F(LostFolderTest, ComesBackWithEverythingBelowIt) {
-  ASSERT_TRUE(volume_->recoverFolder(block_, "Back", full_, &error_)) << error_.message;
+  EMU3DirectoryPtr made;
+  ASSERT_TRUE(volume_->recoverFolder(block_, "Back", full_, &error_, &made)) << error_.message;
+  EXPECT_EQ(made, full_->subdirectories().front());
   for (const EMU3FilesystemPtr &volume : {volume_, EMU3Filesystem::initWithURL(path_)}) {
     const EMU3DirectoryPtr back = volume->rootDirectory()->subdirectories().front()->subdirectories().front();
     EXPECT_EQ(back->name(), "Back");

@@ -67,6 +67,15 @@ TEST_F(SharedFolderBlock, ShowsInTheFirstWhatWasWrittenThroughTheSecond) {
   EXPECT_EQ(fileNamed(first(), "KICK"), kick);
 }
 
+TEST_F(SharedFolderBlock, GivesTheFolderThatWasMadeThroughTheSecond) {
+  EMU3DirectoryPtr made;
+  ASSERT_TRUE((*volume)->createDirectoryNamed("new", second(), nullptr, &made));
+  ASSERT_NE(made, nullptr);
+  EXPECT_EQ(made->name(), "new");
+  EXPECT_EQ(namesOf(first()->subdirectories()), (std::vector<std::string>{"below", "new"}));
+  EXPECT_TRUE(second()->subdirectories().empty());
+}
+
 TEST_F(SharedFolderBlock, ShowsInTheSecondWhatWasTheFirstsOnceThatIsGone) {
   const EMU3DirectoryPtr below = folderNamed(first(), "below");
   EXPECT_FALSE((*volume)->moveDirectory(first(), below)) << "into itself";
