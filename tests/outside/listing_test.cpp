@@ -19,6 +19,15 @@ protected:
     QMap<QString, QStringList> folders;
   };
 
+  /// A line as the window's columns show it: dashes for what there is not, sizes in words.
+  static QStringList asShown(const QStringList &line) {
+    QStringList row = line.mid(1, 6);
+    for (QString &cell : row)
+      if (cell.isEmpty()) cell = QStringLiteral("—");
+    row.last() = QString::fromStdString(fileSizeStringFor(line[6].toULongLong()));
+    return row;
+  }
+
   static Listing listed(const std::string &image) {
     QProcess program;
     program.start(QStringLiteral(TESSARY_CLI_PROGRAM), {QStringLiteral("ls"), QString::fromStdString(image),
@@ -29,12 +38,13 @@ protected:
     QStringList lines = QString::fromUtf8(program.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
     for (const QString &line : lines.mid(1)) {
       EXPECT_FALSE(line.contains('"')) << "a name that needs quotes is not expected here";
-      QStringList row = line.split(',');
-      const QString folder = row.takeLast();
-      if (row[1] == QLatin1String("Folder"))
-        listing.folders[folder].append(row[0]);
+      const QStringList row = line.split(',');
+      const QString above = row[0].section('/', 0, -2);
+      const QString folder = above.isEmpty() ? QStringLiteral("/") : above;
+      if (row[2] == QLatin1String("Folder"))
+        listing.folders[folder].append(row[1]);
       else
-        listing.files[folder].append(row);
+        listing.files[folder].append(asShown(row));
     }
     return listing;
   }
