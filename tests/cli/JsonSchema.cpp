@@ -1,11 +1,11 @@
 #include "tests/cli/JsonSchema.h"
 
 #include "tests/support/HostFiles.h"
+#include "tests/support/Pattern.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -83,8 +83,7 @@ std::string misfitOfWord(const json &value, const json &schema, const std::strin
   if (word == "type") return unless(hasType(value, asked));
   if (word == "const") return unless(value == asked);
   if (word == "enum") return unless(std::find(asked.begin(), asked.end(), value) != asked.end());
-  if (word == "pattern")
-    return unless(std::regex_match(value.get<std::string>(), std::regex(asked.get<std::string>())));
+  if (word == "pattern") return unless(Pattern(asked.get<std::string>()).matches(value.get<std::string>()));
   if (word == "anyOf") return unless(fitsAny(value, asked));
   if (word == "items") return value.is_array() ? misfitOfAll(value, asked, at) : std::string();
   if (word == "properties") return value.is_object() ? misfitOfMembers(value, schema, at) : std::string();

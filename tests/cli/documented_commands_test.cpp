@@ -8,7 +8,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -32,9 +31,26 @@ Lines commandsOfMarkdown(const std::string &document) {
   Lines commands;
   for (const std::string &line : linesOf(document)) {
     const bool isCommand = line.starts_with("    ") && line.find("tessary-cli ") != std::string::npos;
-    if (isCommand) commands.push_back(std::regex_replace(line.substr(4), std::regex("  .*"), ""));
+    if (isCommand) commands.push_back(line.substr(4, line.find("  ", 4) - 4));
   }
   return commands;
+}
+
+// A line of a man page as it is read: \- is a hyphen, \e a backslash.
+std::string withoutRequests(const std::string &line) {
+  std::string read;
+  for (std::size_t at = 0; at < line.size(); ++at) {
+    if (line[at] != '\\' || at + 1 == line.size()) {
+      read += line[at];
+      continue;
+    }
+    const char request = line[++at];
+    if (request == '-' || request == 'e')
+      read += request == '-' ? '-' : '\\';
+    else
+      read.append({'\\', request});
+  }
+  return read;
 }
 
 // Those of the page of examples.
@@ -46,8 +62,7 @@ Lines commandsOfManPage(const std::string &document) {
     if (line.starts_with(".SH")) isInExamples = line == ".SH EXAMPLES";
     if (line == ".nf" || line == ".fi") isInBlock = line == ".nf";
     if (!isInExamples || !isInBlock || line == ".nf") continue;
-    std::string command = std::regex_replace(line, std::regex(R"(\\-)"), "-");
-    commands.push_back(std::regex_replace(command, std::regex(R"(\\e)"), "\\"));
+    commands.push_back(withoutRequests(line));
   }
   return commands;
 }

@@ -60,7 +60,7 @@ std::string bytesSideBySide(const Bytes &before, const Bytes &now, std::size_t a
 
 class Comparer {
 public:
-  explicit Comparer(const std::optional<Pattern> &ignored) : ignored_(ignored) {}
+  explicit Comparer(const std::optional<test::Pattern> &ignored) : ignored_(ignored) {}
 
   std::optional<std::string> answers(const std::vector<Command> &commands, const std::vector<Answer> &before,
                                      const std::vector<Answer> &now, const std::string &where) const {
@@ -87,7 +87,7 @@ public:
 private:
   std::string kept(const std::string &text) const { return ignored_ ? ignored_->takenOutOf(text) : text; }
 
-  const std::optional<Pattern> &ignored_;
+  const std::optional<test::Pattern> &ignored_;
 };
 
 std::string wayToEnd(const Outcome &outcome) {
@@ -130,7 +130,7 @@ std::optional<std::string> imageDifference(const Bytes &before, const Bytes &now
 } // namespace
 
 std::optional<std::string> difference(const Sequence &sequence, const Outcome &before, const Outcome &now,
-                                      const std::optional<Pattern> &ignored) {
+                                      const std::optional<test::Pattern> &ignored) {
   const Comparer comparer(ignored);
   if (auto found = signalDifference(before, now)) return found;
   if (auto found = comparer.answers(sequence.commands, before.answers, now.answers, "")) return found;

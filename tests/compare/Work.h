@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tests/compare/Pattern.h"
 #include "tests/compare/Sequence.h"
+#include "tests/support/Pattern.h"
 
 #include <atomic>
 #include <cstddef>
@@ -19,7 +19,7 @@ struct Job {
   std::uint32_t count = 0; ///< of sequences
   std::uint32_t seed = 0;  ///< of the first
   bool bareOnly = false;   ///< leaves out the seeds of guarded sequences
-  std::optional<Pattern> ignored{};
+  std::optional<test::Pattern> ignored{};
 };
 
 /// How often each command was run, and how often it did what it should.

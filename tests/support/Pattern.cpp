@@ -1,9 +1,9 @@
-#include "tests/compare/Pattern.h"
+#include "tests/support/Pattern.h"
 
 #include <cstddef>
 #include <stdexcept>
 
-namespace tessary::compare {
+namespace tessary::test {
 
 Pattern::Pattern(const std::string &expression) {
   auto compiled = std::make_unique<regex_t>();
@@ -14,6 +14,12 @@ Pattern::Pattern(const std::string &expression) {
     regfree(owned);
     delete owned;
   });
+}
+
+bool Pattern::matches(const std::string &text) const {
+  regmatch_t match{};
+  return regexec(compiled_.get(), text.c_str(), 1, &match, 0) == 0 && match.rm_so == 0 &&
+         match.rm_eo == static_cast<regoff_t>(text.size());
 }
 
 std::string Pattern::takenOutOf(const std::string &text) const {
@@ -30,4 +36,4 @@ std::string Pattern::takenOutOf(const std::string &text) const {
   return rest + from;
 }
 
-} // namespace tessary::compare
+} // namespace tessary::test

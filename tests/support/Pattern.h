@@ -5,7 +5,7 @@
 
 #include <regex.h>
 
-namespace tessary::compare {
+namespace tessary::test {
 
 /// An extended regular expression. Unlike the standard library's it takes answers of any length: one line can
 /// list all of a volume.
@@ -14,6 +14,8 @@ public:
   /// Throws `std::invalid_argument` where it is none.
   explicit Pattern(const std::string &expression);
 
+  /// Whether it is the whole text that matches.
+  [[nodiscard]] bool matches(const std::string &text) const;
   /// The text without what matches.
   [[nodiscard]] std::string takenOutOf(const std::string &text) const;
 
@@ -21,4 +23,4 @@ private:
   std::shared_ptr<const regex_t> compiled_;
 };
 
-} // namespace tessary::compare
+} // namespace tessary::test
