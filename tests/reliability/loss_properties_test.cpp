@@ -190,7 +190,7 @@ private:
 
 TEST(LossProperties, WhatAnOperationDestroysUnaskedACheckHadNamed) {
   const std::uint32_t first = askedNumber("TESSARY_FIRST_SEED", 1);
-  const std::uint32_t count = askedNumber("TESSARY_SEEDS", 300);
+  const std::uint32_t count = askedNumber("TESSARY_SEEDS", 100);
   Figures figures[2];
   for (std::uint32_t seed = first; seed < first + count && !testing::Test::HasFailure(); ++seed) {
     const testing::ScopedTrace trace(__FILE__, __LINE__, "seed " + std::to_string(seed));
