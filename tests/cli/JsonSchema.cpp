@@ -1,5 +1,6 @@
 #include "tests/cli/JsonSchema.h"
 
+#include "tests/cli/ProjectFile.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/Pattern.h"
 
@@ -18,9 +19,7 @@ using nlohmann::json;
 const json &schemaNamed(const std::string &name) {
   static std::map<std::string, json> known;
   const auto [schema, isNew] = known.try_emplace(name);
-  if (isNew)
-    schema->second =
-        json::parse(readText(std::string(TESSARY_SOURCE_FOLDER) + "/tests/cli/schemas/" + name + ".json"));
+  if (isNew) schema->second = json::parse(readText(projectFile("tests/cli/schemas/" + name + ".json")));
   return schema->second;
 }
 

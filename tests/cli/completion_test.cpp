@@ -1,6 +1,7 @@
 // What the shells' completions offer.
 
 #include "tests/cli/CliRun.h"
+#include "tests/cli/ProjectFile.h"
 #include "tests/support/HostFiles.h"
 
 #include <cstdio>
@@ -36,8 +37,8 @@ protected:
     writeText(
         script,
         "PATH='" + std::filesystem::path(TESSARY_CLI_PROGRAM).parent_path().native() +
-            "':\"$PATH\"\nsource '" + TESSARY_SOURCE_FOLDER +
-            "/packaging/completions/tessary-cli.bash'\ncd '" + hostPath("") + "'\nCOMP_WORDS=(" + words +
+            "':\"$PATH\"\nsource '" + projectFile("packaging/completions/tessary-cli.bash") + "'\ncd '" +
+            hostPath("") + "'\nCOMP_WORDS=(" + words +
             ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_tessary_cli\nprintf '%s\\n' \"${COMPREPLY[@]}\"\n");
     std::string out;
     FILE *pipe = ::popen(("bash '" + script + "' 2>&1").c_str(), "r");

@@ -2,6 +2,7 @@
 // demo image and the host files that they name.
 
 #include "tests/cli/CliRun.h"
+#include "tests/cli/ProjectFile.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/SampleVolumes.h"
@@ -19,7 +20,7 @@ namespace {
 using Lines = std::vector<std::string>;
 
 Lines linesOf(const std::string &document) {
-  std::istringstream text(readText(std::string(TESSARY_SOURCE_FOLDER) + "/" + document));
+  std::istringstream text(readText(projectFile(document)));
   Lines lines;
   for (std::string line; std::getline(text, line);)
     lines.push_back(line);
