@@ -101,7 +101,7 @@ void Dialogs::tell(const QString &message, const QString &informativeText) const
 }
 
 void Dialogs::tell(const EMU3Error &error) const {
-  tell(displayText(error.localizedDescription()));
+  tell(displayText(error.messageWithReason()));
 }
 
 void Dialogs::tellFailures(const QString &message, const std::vector<ItemFailure> &failures) const {

@@ -56,7 +56,7 @@ std::unique_ptr<QTableWidget> makeList(const std::vector<ItemFailure> &failures)
 } // namespace
 
 ItemFailure ItemFailure::of(const std::string &item, const EMU3Error &error) {
-  return {displayText(item), displayText(error.localizedDescription())};
+  return {displayText(item), displayText(error.messageWithReason())};
 }
 
 FailuresAlert::FailuresAlert(const QString &message, const std::vector<ItemFailure> &failures,

@@ -29,6 +29,8 @@ FindBar::FindBar(QWidget *parent)
   field_->setAccessibleName(QStringLiteral("Find"));
   field_->setPlaceholderText(QStringLiteral("Find files by name"));
   field_->setClearButtonEnabled(true);
+  for (auto *clear : field_->findChildren<QToolButton *>())
+    clear->setAccessibleName(QStringLiteral("Clear"));
   field_->installEventFilter(this);
   where_->setObjectName(QStringLiteral("FindWhere"));
   where_->setAccessibleName(QStringLiteral("Where to look"));

@@ -83,6 +83,10 @@ void MainWindowController::prepareToQuit() {
 
 // ---- Opening and unmounting
 
+void MainWindowController::_newImage() {
+  newImages_->make();
+}
+
 void MainWindowController::_openImage() {
   auto panel = std::make_unique<QFileDialog>(window_.get(),
                                              QStringLiteral("Select an E-MU Sampler disk image (.hda)"));
@@ -112,7 +116,7 @@ void MainWindowController::_imageOpened(const std::string &imageURL, EMU3Filesys
   if (dialogs_->isQuitting()) return;
   if (!filesystem) {
     const QString reason =
-        error.isSet() ? displayText(error.localizedDescription()) : QStringLiteral("Unknown error");
+        error.isSet() ? displayText(error.messageWithReason()) : QStringLiteral("Unknown error");
     const QString name = displayText(lastPathComponent(imageURL));
     return openingFailed(reason.contains(name) ? reason : QStringLiteral("%1: %2").arg(name, reason));
   }

@@ -11,6 +11,7 @@
 #include "app/ImageCheck.h"
 #include "app/ImageWork.h"
 #include "app/Imports.h"
+#include "app/NewImages.h"
 #include "app/RecentImages.h"
 #include "app/Transfers.h"
 
@@ -89,6 +90,7 @@ public:
   bool validateUserInterfaceItem(Action action) const;
 
   // Commands.
+  void _newImage();
   void _openImage();
   void _unmountImage();
   void _checkImage();
@@ -187,6 +189,7 @@ private:
   FolderCommands *folderCommands_ = nullptr;
   FileCommands *fileCommands_ = nullptr;
   ImageCheck *check_ = nullptr;
+  NewImages *newImages_ = nullptr;
   RecentImages *recentImages_ = nullptr;
 
   std::vector<Item> items_;                          ///< of toolbar and context menus

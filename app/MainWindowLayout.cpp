@@ -102,6 +102,8 @@ void MainWindowController::_buildUI() {
   fileCommands_ = new FileCommands(
       tools, [this](const std::vector<EMU3FilePtr> &files) { exports_->exportFiles(files); }, this);
   check_ = new ImageCheck(tools, this);
+  newImages_ = new NewImages(
+      tools, [this](const std::string &path) { openImageAtURL(path); }, this);
   recentImages_ = new RecentImages([this](const std::string &path) { openImageAtURL(path); }, this);
   _buildToolbar();
   _buildContextMenus();

@@ -53,6 +53,8 @@ void MainWindowController::_buildMenuBarMenus() {
   };
 
   QMenu *file = make("File");
+  _addCommand(file,
+              {QStringLiteral("New Image…"), &Self::_newImage, QKeySequence::keyBindings(QKeySequence::New)});
   _addCommand(file, {QStringLiteral("Mount Image…"), &Self::_openImage,
                      QKeySequence::keyBindings(QKeySequence::Open)});
   recentImages_->fill(file->addMenu(QStringLiteral("Open Recent")));
@@ -174,7 +176,8 @@ void MainWindowController::_showSortOrder() {
 
 bool MainWindowController::_isOfUse(Action action) const {
   using Self = MainWindowController;
-  if (action == &Self::_openImage || action == &Self::_showUserGuide || action == &Self::_showSurprises)
+  if (action == &Self::_newImage || action == &Self::_openImage || action == &Self::_showUserGuide ||
+      action == &Self::_showSurprises)
     return true;
   if (!filesystem()) return false;
   if (action == &Self::_unmountImage || action == &Self::_backUpImage || action == &Self::_find ||

@@ -43,6 +43,19 @@ bool asksForJson(std::span<const std::string> words) {
   return std::find(words.begin(), end, "--json") != end;
 }
 
+// "-o -", "-o-", "--output=-", and the same behind other letters.
+bool asksForStandardOutput(std::span<const std::string> words) {
+  const auto end = std::find(words.begin(), words.end(), "--");
+  for (auto word = words.begin(); word != end; ++word) {
+    if (*word == "--output=-") return true;
+    const bool hasLetters = word->starts_with("-") && !word->starts_with("--");
+    if (hasLetters && word->ends_with("o-")) return true;
+    const bool takesNext = *word == "--output" || (hasLetters && word->ends_with("o"));
+    if (takesNext && word + 1 != end && word[1] == "-") return true;
+  }
+  return false;
+}
+
 // One command line while it is read and run.
 class Run final {
 public:
@@ -101,6 +114,7 @@ private:
     const CommandEntry *entry = findCommand(ordered.front());
     if (entry == nullptr) throw WrongWords{"no such command: " + ordered.front()};
     name_ = entry->name;
+    json_ = linesAreJson() || (json_ && entry->traits.hasJson);
     if (line_ != nullptr && !entry->traits.isBatchLine)
       throw WrongWords{"not a command for a line of a batch"};
     return runEntry(*entry, std::span(ordered).subspan(1));
@@ -152,13 +166,19 @@ private:
     CommandWords words(std::string(entry.summary), usageOf(entry, line_ == nullptr),
                        std::string(entry.details));
     const CommonWords common = declareAll(words, entry.traits, *command);
+    // Where the words turn out wrong, nothing is to stand where the file's bytes are waited for. The lines of
+    // a batch that answers in JSON have no such place.
+    if (!linesAreJson() && words.hasOption("--output") && asksForStandardOutput(given))
+      answers_ = &streams_.err;
     const bool asksForHelp = !words.read(given);
     json_ = linesAreJson();
     if (asksForHelp) return showHelp(words);
     if (json_ && common.json == nullptr) throw WrongWords{"has no JSON answer"};
     json_ = json_ || isGiven(common.json);
     command->check({.json = json_, .isBatchLine = line_ != nullptr});
-    if (command->fillsStandardOutput()) answers_ = &streams_.err;
+    if (linesAreJson() && command->fillsStandardOutput())
+      throw WrongWords{"-o - would stand among the answers of the batch in JSON"};
+    answers_ = command->fillsStandardOutput() ? &streams_.err : &streams_.out;
     const bool isTrial = isGiven(common.trial) || (line_ != nullptr && line_->volume->isTrial());
     const MountRules rules = rulesOf(common);
     const ImageClaim claim = claimFor(command->changesImage(entry.traits.claims), isTrial);

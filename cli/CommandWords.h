@@ -30,6 +30,8 @@ public:
   Word *option(const std::string &names, const std::string &valueName, const std::string &description);
   /// Names of all options that take a value, dashes included.
   std::vector<std::string> namesOfOptionsWithValue() const;
+  /// Whether an option of this name was added; dashes included.
+  bool hasOption(const std::string &name) const { return app_.get_option_no_throw(name) != nullptr; }
 
   /// False when the words ask for the help. Throws WrongWords.
   bool read(std::span<const std::string> words);

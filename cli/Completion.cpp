@@ -89,12 +89,16 @@ void printCompletions(const std::string &image, const std::string &word, std::os
     out << address << '\n';
 }
 
-void printCompletionsForBash(const std::string &typedImage, const std::string &typed, std::ostream &out) {
+void printCompletionsForBash(const std::string &typedImage, const std::string &typed, const std::string &kept,
+                             std::ostream &out) {
   const std::optional<TypedWord> image = typedWord(typedImage);
   const std::optional<TypedWord> word = typedWord(typed);
-  if (!image || !word) return;
-  for (const std::string &address : addressesFrom(image->text, word->text))
-    out << quotedForBash(address, word->quote) << '\n';
+  const std::optional<TypedWord> beginning = typedWord(kept);
+  if (!image || !word || !beginning) return;
+  for (const std::string &address : addressesFrom(image->text, word->text)) {
+    if (!address.starts_with(beginning->text)) continue;
+    out << quotedForBash(address.substr(beginning->text.size()), word->quote) << '\n';
+  }
 }
 
 } // namespace tessary::cli

@@ -11,8 +11,11 @@ namespace tessary::cli {
 /// What would not stand on a line as it is has its place as address.
 void printCompletions(const std::string &image, const std::string &word, std::ostream &out);
 
-/// The same for both words as they were typed in bash, and written as the second goes on there: between the
-/// quotes that are open, or with what means something to the shell escaped. Nothing in them is expanded.
-void printCompletionsForBash(const std::string &typedImage, const std::string &typed, std::ostream &out);
+/// The same for words as they were typed in bash, and written as the second goes on there: between the quotes
+/// that are open, or with what means something to the shell escaped. Nothing in them is expanded. `kept` is
+/// how the typed word begins as far as bash leaves it alone, up to the last ":", "@" or "=": that is left
+/// out.
+void printCompletionsForBash(const std::string &typedImage, const std::string &typed, const std::string &kept,
+                             std::ostream &out);
 
 } // namespace tessary::cli

@@ -66,7 +66,7 @@ void writeError(JsonWriter &writer, const EMU3Error &error) {
   writer.beginObject()
       .member("domain", error.domain)
       .member("code", error.code)
-      .member("message", error.reason.empty() ? error.message : error.message + ": " + error.reason)
+      .member("message", error.messageWithReason())
       .endObject();
 }
 

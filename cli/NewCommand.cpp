@@ -11,19 +11,11 @@
 namespace tessary::cli {
 namespace {
 
-// "512M", "2G", "65536": a count of bytes, or of KiB, MiB, GiB.
 std::uint64_t sizeFrom(const std::string &text) {
-  const std::string units = "KMG";
-  const std::size_t unit = text.empty() ? std::string::npos : units.find(text.back());
-  const bool hasUnit = unit != std::string::npos;
-  const std::uint64_t count = countFrom("--size", hasUnit ? text.substr(0, text.size() - 1) : text);
-  const std::uint64_t each = hasUnit ? 1ULL << (10 * (unit + 1)) : 1;
-  const bool isInRange =
-      count >= (NewVolume::kSmallest + each - 1) / each && count <= NewVolume::kLargest / each;
-  if (!isInRange || count * each % 512 != 0) {
+  const std::optional<std::uint64_t> bytes = NewVolume::sizeFromText(text);
+  if (!bytes || !NewVolume::ofSize(*bytes))
     throw WrongWords{"--size: not from 64K to 32G in whole blocks of 512 bytes: " + text};
-  }
-  return count * each;
+  return *bytes;
 }
 
 class NewCommand final : public Command {

@@ -5,15 +5,11 @@
 
 namespace tessary::cli {
 
-std::string messageOf(const EMU3Error &error) {
-  return error.reason.empty() ? error.message : error.message + ": " + error.reason;
-}
-
 void printProblem(std::ostream &err, const std::string &prefix, const std::string &item,
                   const EMU3Error &error) {
   const std::string &message = error.message;
   const bool namesItem = item.empty() || message.starts_with(item + ": ") || message.ends_with(": " + item);
-  const std::string said = messageOf(error);
+  const std::string said = error.messageWithReason();
   err << prefix << escapedForDisplay(namesItem ? said : item + ": " + said) << '\n' << std::flush;
 }
 

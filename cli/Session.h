@@ -42,9 +42,6 @@ struct Session {
   bool interrupted() const { return streams.interrupted(); }
 };
 
-/// The error's message, and the host's reason where it leaves that out.
-[[nodiscard]] std::string messageOf(const EMU3Error &error);
-
 /// One line on standard error that says what failed and why, naming the item unless the message does. What
 /// does not print is shown escaped.
 void printProblem(std::ostream &err, const std::string &prefix, const std::string &item,

@@ -54,10 +54,12 @@ ExitStatus runProgram(std::span<const std::string> args, const Streams &streams)
     streams.out << "tessary-cli " << TESSARY_VERSION << '\n';
     return ExitStatus::done;
   }
-  constexpr std::size_t completionWords = 3;
-  if (args.size() == completionWords && (first == "--complete" || first == "--complete-bash")) {
-    const auto print = first == "--complete" ? printCompletions : printCompletionsForBash;
-    print(args[1], args[2], streams.out);
+  if (args.size() == 3 && first == "--complete") {
+    printCompletions(args[1], args[2], streams.out);
+    return ExitStatus::done;
+  }
+  if (args.size() == 4 && first == "--complete-bash") {
+    printCompletionsForBash(args[1], args[2], args[3], streams.out);
     return ExitStatus::done;
   }
   return runCommandLine(args, streams);

@@ -46,6 +46,10 @@ static_assert(std::size(kErrors) == static_cast<std::size_t>(EngineError::parent
 
 } // namespace
 
+std::string EMU3Error::messageWithReason() const {
+  return reason.empty() ? message : message + ": " + reason;
+}
+
 std::string EMU3Error::description() const {
   return "Error Domain=" + domain + " Code=" + std::to_string(code) + " \"" + message + "\"";
 }

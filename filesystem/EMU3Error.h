@@ -63,6 +63,8 @@ struct EMU3Error {
   [[nodiscard]] bool isSet() const { return !domain.empty(); }
   /// The message, as shown to the user.
   [[nodiscard]] const std::string &localizedDescription() const { return message; }
+  /// The message with the reason behind it, where there is one.
+  [[nodiscard]] std::string messageWithReason() const;
   /// `Error Domain=com.tessary.error Code=4 "message"`, the form used in log lines.
   [[nodiscard]] std::string description() const;
 };

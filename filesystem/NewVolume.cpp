@@ -2,11 +2,15 @@
 
 #include "filesystem/EMU3Filesystem.h"
 #include "filesystem/ImageMapping.h"
+#include "filesystem/MountedImage.h"
 #include "filesystem/NewHostFile.h"
 #include "filesystem/VolumeGeometry.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 #include <vector>
 
@@ -97,7 +101,49 @@ bool writeAt(NewHostFile &file, std::uint64_t block, std::span<const std::uint8_
   return file.write(bytes, error);
 }
 
+// The file that a new image replaces. As long as this lives, no program of ours begins to change it: the
+// changes would go to a file that has no name any more.
+class ReplacedFile final {
+public:
+  ReplacedFile() = default;
+  ~ReplacedFile() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  ReplacedFile(const ReplacedFile &) = delete;
+  ReplacedFile &operator=(const ReplacedFile &) = delete;
+
+  bool hold(const std::string &path, EMU3Error *error) {
+    if (MountedImage::isMounted(path))
+      return fail(error, {kHostErrorDomain, EBUSY, path + ": This is a mounted image"});
+    fd_ = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd_ < 0) return errno == ENOENT || fail(error, hostError(errno, path));
+    if (::flock(fd_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+      return fail(error, {kHostErrorDomain, EBUSY, path + ": Another program has it open"});
+    return true;
+  }
+
+private:
+  int fd_ = -1;
+};
+
 } // namespace
+
+std::optional<std::uint64_t> NewVolume::sizeFromText(std::string_view text) {
+  std::uint64_t count = 0;
+  const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), count);
+  if (problem != std::errc()) return std::nullopt;
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  while (text.starts_with(' '))
+    text.remove_prefix(1);
+  if (text.empty()) return count;
+  constexpr std::string_view units = "KMGkmg";
+  const std::size_t unit = units.find(text.front());
+  const std::string_view rest = text.substr(1);
+  if (unit == std::string_view::npos || (!rest.empty() && rest != "B" && rest != "iB")) return std::nullopt;
+  const std::size_t shift = 10 * (unit % 3 + 1);
+  if (count > UINT64_MAX >> shift) return std::nullopt;
+  return count << shift;
+}
 
 std::optional<NewVolume> NewVolume::ofSize(std::uint64_t bytes, EMU3Error *error) {
   if (bytes < kSmallest || bytes > kLargest || bytes % kBlockSize != 0) {
@@ -138,9 +184,13 @@ std::optional<NewVolume> NewVolume::like(const EMU3Filesystem &model, EMU3Error 
   return volume;
 }
 
-bool NewVolume::create(const std::string &path, EMU3Error *error) const {
+bool NewVolume::create(const std::string &path, Earlier earlier, EMU3Error *error) const {
+  const bool replaces = earlier == Earlier::replaced;
+  ReplacedFile replaced;
+  if (replaces && !replaced.hold(path, error)) return false;
   NewHostFile file;
-  if (!file.create(path, NewHostFile::Earlier::refused, error)) return false;
+  if (!file.create(path, replaces ? NewHostFile::Earlier::replaced : NewHostFile::Earlier::refused, error))
+    return false;
   if (::ftruncate(file.descriptor(), static_cast<off_t>(imageSize_)) != 0)
     return fail(error, hostError(errno, path));
   return writeAt(file, 0, header_, error) && writeAt(file, fatStartBlock_, marksOf(dataAreaBlock_), error) &&

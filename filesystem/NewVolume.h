@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace tessary {
 
@@ -23,6 +24,17 @@ public:
   static constexpr std::uint64_t kSmallest = 64ULL << 10; ///< bytes
   static constexpr std::uint64_t kLargest = 32ULL << 30;  ///< bytes
 
+  /// What a file that has the name already means.
+  enum class Earlier {
+    refused,
+    replaced, ///< unless it is an image that somebody has open
+  };
+
+  /// The bytes that a text like "512M", "2 GB" or "65536" means: a number of them, or of KiB, MiB or GiB.
+  /// None where it is no such text, or the number is too large to count. `ofSize` tells whether a volume can
+  /// have it.
+  [[nodiscard]] static std::optional<std::uint64_t> sizeFromText(std::string_view text);
+
   /// `bytes` is a multiple of 512 from `kSmallest` to `kLargest`. None with code 6 where it is not.
   [[nodiscard]] static std::optional<NewVolume> ofSize(std::uint64_t bytes, EMU3Error *error = nullptr);
   /// With header and size of a mounted image. None with code 1 where a volume like that would not be sound:
@@ -31,11 +43,15 @@ public:
 
   [[nodiscard]] std::uint64_t imageSize() const { return imageSize_; } ///< bytes
 
-  /// Makes the image file, which must not be there yet: it is on the medium before it has its name. Blocks
-  /// that hold nothing take no room on the host where it can leave them out. False with the host's error, and
-  /// then nothing is left behind.
-  [[nodiscard]] bool create(const std::string &path, EMU3Error *error = nullptr) const;
-  /// Whether the file could be made, as far as can be told without writing.
+  /// Makes the image file: it is on the medium before it has its name. Blocks that hold nothing take no room
+  /// on the host where it can leave them out. False with the host's error; then nothing is left behind, and
+  /// an earlier file is as it was.
+  [[nodiscard]] bool create(const std::string &path, Earlier earlier, EMU3Error *error = nullptr) const;
+  /// Refuses an earlier file.
+  [[nodiscard]] bool create(const std::string &path, EMU3Error *error = nullptr) const {
+    return create(path, Earlier::refused, error);
+  }
+  /// Whether the file could be made where none is, as far as can be told without writing.
   [[nodiscard]] bool canCreate(const std::string &path, EMU3Error *error = nullptr) const;
 
 private:

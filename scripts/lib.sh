@@ -53,7 +53,7 @@ wait_until() {
 debian_packages() {
   case $1 in
     build) echo build-essential cmake ninja-build qt6-base-dev qt6-svg-dev libcli11-dev nlohmann-json3-dev ;;
-    tests) echo libgtest-dev libgmock-dev libfuse3-dev fuse3 pkg-config openbox dbus libglib2.0-bin ;;
+    tests) echo libgtest-dev libgmock-dev libfuse3-dev fuse3 pkg-config openbox dbus libglib2.0-bin at-spi2-core python3-pyatspi ;;
     lint) echo clang clang-format clang-tidy desktop-file-utils appstream ;;
     wayland) echo qt6-wayland ;;
     display) echo xvfb fonts-dejavu-core ;;
@@ -185,12 +185,13 @@ has_display() {
   [ "$(uname -s)" = Darwin ] || [ -n "${DISPLAY:-}" ] || [ -n "${WAYLAND_DISPLAY:-}" ]
 }
 
-# Starts an X server that nobody sees, on a display number that is free, and makes it this script's display.
+# start_virtual_display [WIDTHxHEIGHT [OPTION...]] starts an X server that nobody sees, on a display number that is free,
+# and makes it this script's display.
 start_virtual_display() {
-  local number=$scratch/display
+  local size=${1:-1280x960} number=$scratch/display log=$scratch/xvfb.log
   # -noreset: otherwise the server starts afresh whenever its last client leaves, and refuses the next one meanwhile.
-  in_background build/xvfb.log Xvfb -noreset -displayfd 3 -screen 0 1280x960x24 -nolisten tcp 3>"$number"
-  wait_until 20 test -s "$number" || die "The virtual X server did not start; its log is build/xvfb.log."
+  in_background "$log" Xvfb "${@:2}" -noreset -displayfd 3 -screen 0 "${size}x24" -nolisten tcp 3>"$number"
+  wait_until 60 test -s "$number" || die "The virtual X server did not start: $(tail -n 20 "$log")"
   unset WAYLAND_DISPLAY
   DISPLAY=:$(<"$number")
   export DISPLAY

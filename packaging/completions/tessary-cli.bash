@@ -32,21 +32,37 @@ _tessary_cli_files() {
 }
 
 # Names inside the image, as they are written in the shell. Behind a folder's "/" more can be typed. The program
-# reads the words as they were typed: nothing in them is run here.
+# reads the words as they were typed: nothing in them is run here. What bash leaves alone of the word, up to a ":",
+# say, is no part of the replies.
 _tessary_cli_names() {
   local image=$1 home
   printf -v home %q "$HOME"
   [[ $image != \~/* ]] || image=$home${image:1}
   compopt -o nospace 2>/dev/null
-  mapfile -t COMPREPLY < <(tessary-cli --complete-bash "$image" "$2" 2>/dev/null)
+  mapfile -t COMPREPLY < <(tessary-cli --complete-bash "$image" "$2" "$kept" 2>/dev/null)
   [ ${#COMPREPLY[@]} -ne 1 ] || [[ ${COMPREPLY[0]} == */ ]] || compopt +o nospace 2>/dev/null
+}
+
+# Into `typed`: the words up to the cursor, as they were typed. Bash takes them apart at ":", "@" and "=" too.
+_tessary_cli_typed() {
+  local rest=${COMP_LINE:0:COMP_POINT} piece
+  typed=()
+  for piece in "${COMP_WORDS[@]:0:COMP_CWORD+1}"; do
+    if [[ ${#typed[@]} -eq 0 || $rest == [[:space:]]* ]]; then
+      rest=${rest#"${rest%%[![:space:]]*}"}
+      typed+=('')
+    fi
+    [[ $rest == "$piece"* ]] || piece=$rest # the cursor is in it
+    typed[${#typed[@]} - 1]+=$piece
+    rest=${rest#"$piece"}
+  done
 }
 
 # The words behind the command that are no options and no values of options.
 _tessary_cli_words() {
   local word previous=
   words=()
-  for word in "${COMP_WORDS[@]:2:COMP_CWORD-2}"; do
+  for word in "${typed[@]:2:${#typed[@]}-3}"; do
     case $previous in
       -d | --directory | -o | --output | -t | --to | --block | --name | --sort | --rate | --size | --like | --into) ;;
       *) [[ $word == -?* ]] || words+=("$word") ;;
@@ -56,18 +72,21 @@ _tessary_cli_words() {
 }
 
 _tessary_cli() {
-  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  local -a typed
+  _tessary_cli_typed
+  local current=${typed[${#typed[@]} - 1]} previous=${typed[${#typed[@]} - 2]}
+  local kept=${current%"$2"}
   local commands='info ls stat cat export contents samples wav import cp mv rm rename mkdir rmdir find new backup check recover batch'
   local image='*.[hH][dD][aA]'
   local -a words
   COMPREPLY=()
 
-  if [ "$COMP_CWORD" -eq 1 ]; then
+  if [ ${#typed[@]} -eq 2 ]; then
     mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$current")
     return
   fi
 
-  local command=${COMP_WORDS[1]}
+  local command=${typed[1]}
   _tessary_cli_words
   case $previous in
     -d | --directory)

@@ -107,7 +107,10 @@ TEST_F(Accessibility, MenusHaveNamesAndRoles) {
 
 TEST_F(Accessibility, FindBarHasItsNames) {
   controller_->_findEverywhere();
+  window()->findChild<QLineEdit *>(QStringLiteral("FindField"))->setText("I"); // which shows the button in it
+  ASSERT_TRUE(waitUntilIdle());
   expectNames(window());
+  EXPECT_NE(nodeOf(window(), QAccessible::Button, "Clear"), nullptr);
   EXPECT_NE(nodeOf(window(), QAccessible::EditableText, "Find"), nullptr);
   EXPECT_NE(nodeOf(window(), QAccessible::ComboBox, "All Folders"), nullptr);
   EXPECT_NE(nodeOf(window(), QAccessible::Button, "End Find"), nullptr);

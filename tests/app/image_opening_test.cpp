@@ -288,9 +288,10 @@ void PrintTo(const BadImage &image, std::ostream *stream) {
 }
 
 const BadImage badImages[] = {
-    {"MissingFile", [](const std::string &) {}, "Cannot open file: %"},
-    {"Folder", [](const std::string &path) { std::filesystem::create_directory(path); }, "mmap failed"},
-    {"EmptyFile", [](const std::string &path) { writeText(path, ""); }, "mmap failed"},
+    {"MissingFile", [](const std::string &) {}, "Cannot open file: %: No such file or directory"},
+    {"Folder", [](const std::string &path) { std::filesystem::create_directory(path); },
+     "mmap failed: Is a directory"},
+    {"EmptyFile", [](const std::string &path) { writeText(path, ""); }, "mmap failed: The file is empty"},
     {"FileOf511Bytes", [](const std::string &path) { writeText(path, "EMU3" + std::string(507, '\0')); },
      "File too small to be an E-MU disk image"},
     {"WrongSignature", [](const std::string &path) { writeText(path, "EMU4" + std::string(1020, '\0')); },
@@ -300,8 +301,8 @@ const BadImage badImages[] = {
        ImageBuilder().writeTo(path);
        ::chmod(path.c_str(), 0);
      },
-     "Cannot open file: %"},
-    {"Fifo", [](const std::string &path) { ::mkfifo(path.c_str(), 0666); }, "mmap failed"},
+     "Cannot open file: %: Permission denied"},
+    {"Fifo", [](const std::string &path) { ::mkfifo(path.c_str(), 0666); }, "mmap failed: No such device"},
 };
 
 class FailedOpening : public ImageOpening, public testing::WithParamInterface<BadImage> {

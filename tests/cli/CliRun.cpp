@@ -24,7 +24,10 @@ Answer runCli(const std::vector<std::string> &words, const std::string &input,
   answer.status = runTessaryCli(words, in, out, err, surroundings);
   answer.out = out.str();
   answer.err = err.str();
-  if (std::find(words.begin(), words.end(), "--json") != words.end()) expectFitsSchema(words, answer.out);
+  // With "-o -" the answer stands on standard error.
+  if (std::find(words.begin(), words.end(), "--json") != words.end())
+    for (const std::string &text : {answer.out, answer.err})
+      expectFitsSchema(words, text);
   return answer;
 }
 

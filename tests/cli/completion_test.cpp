@@ -4,10 +4,18 @@
 #include "tests/cli/ProjectFile.h"
 #include "tests/support/HostFiles.h"
 
-#include <cstdio>
+#include <array>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <vector>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#ifdef __APPLE__
+#include <util.h>
+#else
+#include <pty.h>
+#endif
 
 namespace tessary::test {
 namespace {
@@ -27,25 +35,40 @@ protected:
   }
 
   std::string plain(const std::string &word) const { return runCli({"--complete", imagePath(), word}).out; }
-  std::string bash(const std::string &typed) const {
-    return runCli({"--complete-bash", imagePath(), typed}).out;
+  std::string bash(const std::string &typed, const std::string &kept = "") const {
+    return runCli({"--complete-bash", imagePath(), typed, kept}).out;
   }
 
-  // What bash itself would have after the completion function ran.
-  std::string inBash(const std::string &words) const {
-    const std::string script = hostPath("complete.sh");
-    writeText(
-        script,
-        "PATH='" + std::filesystem::path(TESSARY_CLI_PROGRAM).parent_path().native() +
-            "':\"$PATH\"\nsource '" + projectFile("packaging/completions/tessary-cli.bash") + "'\ncd '" +
-            hostPath("") + "'\nCOMP_WORDS=(" + words +
-            ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_tessary_cli\nprintf '%s\\n' \"${COMPREPLY[@]}\"\n");
-    std::string out;
-    FILE *pipe = ::popen(("bash '" + script + "' 2>&1").c_str(), "r");
-    for (int byte; (byte = std::fgetc(pipe)) != EOF;)
-      out += static_cast<char>(byte);
-    ::pclose(pipe);
-    return out;
+  /// What a command is given that is typed in bash, with all its keys, in the folder of the image: each of
+  /// its words on a line. `show` is completed as tessary-cli is.
+  std::string inBash(const std::string &keys) const {
+    const std::string setUp = hostPath("bashrc"), shown = hostPath("shown");
+    writeText(setUp, "PATH='" + std::filesystem::path(TESSARY_CLI_PROGRAM).parent_path().native() +
+                         "':\"$PATH\"\nsource '" + projectFile("packaging/completions/tessary-cli.bash") +
+                         "'\nshow() { printf '%s\\n' \"$@\" >'" + shown +
+                         "'; }\ncomplete -F _tessary_cli show\ncd '" + hostPath("") + "'\nrm -f bashrc\n");
+    typeInBash(setUp, keys + "\nexit\n");
+    return std::filesystem::exists(shown) ? readText(shown) : "";
+  }
+
+private:
+  static void typeInBash(const std::string &setUp, const std::string &keys) {
+    int terminal = -1;
+    const pid_t shell = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    ASSERT_GE(shell, 0);
+    if (shell == 0) {
+      ::setenv("INPUTRC", "/dev/null", 1);
+      ::setenv("HISTFILE", "/dev/null", 1);
+      ::unsetenv("BASH_ENV");
+      ::execlp("bash", "bash", "--noprofile", "--rcfile", setUp.c_str(), "-i", nullptr);
+      ::_exit(127);
+    }
+    ASSERT_EQ(::write(terminal, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    std::array<char, 4096> drawn{};
+    while (::read(terminal, drawn.data(), drawn.size()) > 0) {
+    }
+    ::waitpid(shell, nullptr, 0);
+    ::close(terminal);
   }
 };
 
@@ -73,29 +96,69 @@ TEST_F(Completion, OffersThemAsTheyAreWrittenInBash) {
   EXPECT_EQ(bash("/A"), "/A\\\\/B\\\\\\*\n");
 }
 
-TEST_F(Completion, BashFunctionOffersCommandsImagesNamesAndHostFiles) {
-  EXPECT_EQ(inBash("tessary-cli fin"), "find\n");
-  EXPECT_EQ(inBash("tessary-cli ls di"), "disk.hda\n");
-  EXPECT_EQ(inBash("tessary-cli ls disk.hda /My"), "/My\\ Drums/\n");
-  EXPECT_EQ(inBash("tessary-cli cp -R disk.hda /K"), "/KICK\n");
-  EXPECT_EQ(inBash("tessary-cli export disk.hda -d out '/My\\ Drums/S'"),
-            "/My\\ Drums/SNARE\n/My\\ Drums/Sub/\n");
-  EXPECT_EQ(inBash("tessary-cli import disk.hda x.E4B -t /My"), "/My\\ Drums/\n");
-  EXPECT_EQ(inBash("tessary-cli import disk.hda di"), "disk.hda\n");
-  EXPECT_EQ(inBash("tessary-cli cp disk.hda /KICK / --into di"), "disk.hda\n");
-  EXPECT_EQ(inBash("tessary-cli ls disk.hda --so"), "--sort\n");
-  EXPECT_EQ(inBash("tessary-cli ls disk.hda --sort na"), "name\n");
+TEST_F(Completion, LeavesOutWhatBashLeavesAloneOfTheWord) {
+  EXPECT_EQ(bash("@34:4/S", "@34:"), "4/SNARE\n4/Sub/\n");
+  EXPECT_EQ(bash("'@34:4/S", "'"), "@34:4/SNARE\n@34:4/Sub/\n");
+  EXPECT_EQ(bash("/two", "/x="), "");
+}
+
+TEST_F(Completion, BashCompletesCommandsImagesAndHostFiles) {
+  EXPECT_EQ(inBash("show fin\t"), "find\n");
+  EXPECT_EQ(inBash("show ls di\t"), "ls\ndisk.hda\n");
+  EXPECT_EQ(inBash("show import disk.hda di\t"), "import\ndisk.hda\ndisk.hda\n");
+  EXPECT_EQ(inBash("show cp disk.hda /KICK / --into di\t"), "cp\ndisk.hda\n/KICK\n/\n--into\ndisk.hda\n");
+  EXPECT_EQ(inBash("show ls disk.hda --so\tna\t"), "ls\ndisk.hda\n--sort\nname\n");
+}
+
+TEST_F(Completion, BashCompletesNamesInTheImage) {
+  EXPECT_EQ(inBash("show ls disk.hda /My\t"), "ls\ndisk.hda\n/My Drums/\n");
+  EXPECT_EQ(inBash("show stat disk.hda /My\tSN\t"), "stat\ndisk.hda\n/My Drums/SNARE\n");
+  EXPECT_EQ(inBash("show cp -R disk.hda /K\t/\t"), "cp\n-R\ndisk.hda\n/KICK\n/\n");
+  EXPECT_EQ(inBash("show import disk.hda x.E4B -t /My\t"), "import\ndisk.hda\nx.E4B\n-t\n/My Drums/\n");
+  EXPECT_EQ(inBash("show stat disk.hda /It\t"), "stat\ndisk.hda\n/It's a $5 \"bass\"\n");
+  EXPECT_EQ(inBash("show stat disk.hda /A\t"), "stat\ndisk.hda\n/A\\/B\\*\n");
+}
+
+TEST_F(Completion, BashCompletesBetweenQuotes) {
+  EXPECT_EQ(inBash("show stat disk.hda '/My\tSN\t"), "stat\ndisk.hda\n/My Drums/SNARE\n");
+  EXPECT_EQ(inBash("show stat disk.hda \"/My Dr\tSN\t"), "stat\ndisk.hda\n/My Drums/SNARE\n");
+  EXPECT_EQ(inBash("show stat disk.hda \"/It\t"), "stat\ndisk.hda\n/It's a $5 \"bass\"\n");
+  EXPECT_EQ(inBash("show stat disk.hda '/It\t"), "stat\ndisk.hda\n/It's a $5 \"bass\"\n");
+}
+
+// These part words for bash, and so do the ":" and "@" of a place.
+TEST_F(Completion, BashCompletesNamesAndPlacesWithItsOwnWordBreaks) {
+  ImageBuilder image;
+  for (const char *name : {"a:b:cd", "x=y z", "m@n:o", "p|q&r;s"})
+    image.root().addFile(name, bytesOf("x"));
+  FolderBuilder folder = image.root().addFolder("F:G");
+  folder.addFile("DEEP:1", bytesOf("x"));
+  const auto place = folder.place();
+  use(image);
+  const std::string at = "@" + std::to_string(place.block) + ":" + std::to_string(place.index);
+  EXPECT_EQ(inBash("show stat disk.hda /a\t"), "stat\ndisk.hda\n/a:b:cd\n");
+  EXPECT_EQ(inBash("show stat disk.hda /a:b\t"), "stat\ndisk.hda\n/a:b:cd\n");
+  EXPECT_EQ(inBash("show stat disk.hda /a\\:b:\t"), "stat\ndisk.hda\n/a:b:cd\n");
+  EXPECT_EQ(inBash("show stat disk.hda '/a:b\t"), "stat\ndisk.hda\n/a:b:cd\n");
+  EXPECT_EQ(inBash("show stat disk.hda /x=\t"), "stat\ndisk.hda\n/x=y z\n");
+  EXPECT_EQ(inBash("show stat disk.hda /m@n\t"), "stat\ndisk.hda\n/m@n:o\n");
+  EXPECT_EQ(inBash("show stat disk.hda /p\t"), "stat\ndisk.hda\n/p|q&r;s\n");
+  EXPECT_EQ(inBash("show stat disk.hda /F:G/D\t"), "stat\ndisk.hda\n/F:G/DEEP:1\n");
+  EXPECT_EQ(inBash("show stat disk.hda " + at + "/D\t"), "stat\ndisk.hda\n" + at + "/DEEP:1\n");
+  EXPECT_EQ(inBash("show stat disk.hda '" + at + "/D\t"), "stat\ndisk.hda\n" + at + "/DEEP:1\n");
 }
 
 TEST_F(Completion, NothingThatIsTypedOrNamedIsRun) {
-  ImageBuilder image;
-  image.root().addFile("$(touch ran)", bytesOf("x"));
-  image.root().addFile("`touch ran`", bytesOf("x"));
-  image.root().addFile("; touch ran", bytesOf("x"));
-  use(image);
-  EXPECT_EQ(inBash("tessary-cli ls disk.hda /"),
-            "/\\$\\(touch\\ ran\\)\n/\\`touch\\ ran\\`\n/\\;\\ touch\\ ran\n");
-  EXPECT_EQ(inBash("tessary-cli ls '$(touch ran)disk.hda' /"), "\n");
+  for (const char *name : {"$(touch ran)", "`touch ran`", "; touch ran", "\"$(touch ran)\""}) {
+    ImageBuilder image;
+    image.root().addFile(name, bytesOf("x"));
+    use(image);
+    for (const char *quote : {"", "'", "\""})
+      EXPECT_EQ(inBash("show stat disk.hda " + std::string(quote) + "/\t"),
+                "stat\ndisk.hda\n/" + std::string(name) + "\n")
+          << quote;
+  }
+  EXPECT_EQ(inBash("show ls '$(touch ran)disk.hda' /\t"), "ls\n$(touch ran)disk.hda\n/\n");
   EXPECT_FALSE(std::filesystem::exists(hostPath("ran")));
 }
 

@@ -2,6 +2,7 @@
 
 #include "tests/cli/CliRun.h"
 #include "tests/cli/Subprocess.h"
+#include "tests/support/AskedNumber.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/OtherProgram.h"
 #include "tests/support/SampleVolumes.h"
@@ -11,6 +12,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <iostream>
 #include <map>
 #include <random>
 #include <string>
@@ -22,8 +24,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
-
-constexpr int kMomentsEnded = 9;
 
 // Contents by paths below the folder; folders have none.
 std::map<std::string, std::string> treeOf(const std::string &folder) {
@@ -110,25 +110,40 @@ TEST_F(Trees, WholeVolumeGoesIntoANewOneAndBack) {
   expectSound(back);
 }
 
-// At moments spread over what the copy takes here; where it ends before, there is nothing to repeat.
-TEST_F(Trees, CopyThatWasEndedAnyhowIsCompleteWhenRepeatedWithSkipExisting) {
+// At moments spread over what a copy takes here, in turn by each of the signals. The one that comes too late
+// for its copy still has it repeated.
+TEST_F(Trees, CopyIntoANewVolumeAndBackThatWasEndedAnyhowIsCompleteWhenRepeated) {
   use(demoVolume());
   const std::vector<std::string> expected = entriesOf(imagePath());
-  const Words words{"cp", imagePath(), "-R", "/", "/", "--into", new_, "--skip-existing", "-q"};
+  const std::string back = hostPath("back.hda");
   std::minstd_rand random(1);
-  for (int moment = 0; moment < kMomentsEnded; ++moment) {
-    const int signal = std::array{SIGINT, SIGTERM, SIGKILL}[static_cast<std::size_t>(moment) % 3];
+  const auto copy = [&](const std::string &from, const std::string &to) {
+    return Words{"cp", from, "-R", "/", "/", "--into", to, "--skip-existing", "-q"};
+  };
+  ASSERT_EQ(runCli({"new", new_, "--like", imagePath()}).status, 0);
+  const auto begin = std::chrono::steady_clock::now();
+  ASSERT_EQ(Subprocess(copy(imagePath(), new_)).finish(), (Ending{0, 0}));
+  const auto whole = std::chrono::steady_clock::now() - begin;
+
+  int cutShort = 0;
+  const std::uint32_t moments = askedNumber("TESSARY_MOMENTS", 9);
+  for (std::uint32_t moment = 0; moment < moments; ++moment) {
+    const int signal = std::array{SIGINT, SIGTERM, SIGKILL}[moment % 3];
     SCOPED_TRACE("moment " + std::to_string(moment) + ", signal " + std::to_string(signal));
-    fs::remove(new_);
-    ASSERT_EQ(runCli({"new", new_, "--like", imagePath()}).status, 0);
-    Subprocess program(words);
-    std::this_thread::sleep_for(std::chrono::microseconds(random() % 200'000));
-    program.signal(signal);
-    program.finish();
-    ASSERT_EQ(runCli(words), (Answer{0, "", ""}));
-    ASSERT_EQ(entriesOf(new_), expected);
-    ASSERT_EQ(runCli({"check", new_, "--json"}).out.find("harm-"), std::string::npos);
+    for (const auto &[from, to] : {std::pair(imagePath(), new_), std::pair(new_, back)}) {
+      fs::remove(to);
+      ASSERT_EQ(runCli({"new", to, "--like", imagePath()}).status, 0);
+      Subprocess program(copy(from, to));
+      std::this_thread::sleep_for(whole * (random() % 1000) / 1000);
+      program.signal(signal);
+      if (!(program.finish() == Ending{0, 0})) ++cutShort;
+      ASSERT_EQ(runCli(copy(from, to)), (Answer{0, "", ""}));
+      ASSERT_EQ(entriesOf(to), expected);
+      ASSERT_EQ(runCli({"check", to, "--json"}).out.find("harm-"), std::string::npos);
+    }
   }
+  std::cout << cutShort << " of " << 2 * moments << " copies cut short, all complete when repeated\n";
+  EXPECT_GT(cutShort, 0);
 }
 
 TEST_F(Trees, NamesOf16BytesAndKindsStayInAnotherImage) {
@@ -264,8 +279,48 @@ TEST_F(Trees, DashAsTargetIsStandardOutputAndAllElseGoesToStandardError) {
   EXPECT_EQ(json.out, "kick\n");
   EXPECT_EQ(parsedJson(json.err),
             parsedJson(R"({"ok":true,"results":[{"item":"/KICK","ok":true,"host":null,"bytes":5}]})"));
-  EXPECT_EQ(cli("export", {"/NONE", "-o", "-", "--json"}).out, "");
-  EXPECT_EQ(cli("export", {"/NONE", "-o", "-"}).err, "tessary-cli: No such file: /NONE\n");
+  EXPECT_EQ(cli("export", {"/NONE", "-o", "-"}), (Answer{1, "", "tessary-cli: No such file: /NONE\n"}));
+}
+
+TEST_F(Trees, NothingButTheBytesGoesToStandardOutputWhateverGoesWrong) {
+  ImageBuilder image;
+  image.root().addFile("KICK", bytesOf("kick"));
+  image.root().addFile("CUT", {}, {.slot = 60000, .clusterCount = 1});
+  use(image);
+  const std::string nowhere = hostPath("nowhere.hda");
+  for (const char *command : {"export", "wav"}) {
+    for (const auto &[words, status] :
+         std::vector<std::pair<Words, int>>{{{imagePath(), "/NONE", "-o", "-"}, 1},
+                                            {{imagePath(), "/CUT", "-o", "-"}, 1},
+                                            {{nowhere, "/KICK", "-o", "-"}, 1},
+                                            {{imagePath(), "/KICK", "-o", "-", "--bogus"}, 2},
+                                            {{imagePath(), "-o", "-"}, 2},
+                                            {{imagePath(), "/KICK", "-qo", "-", "-d", "x"}, 2},
+                                            {{imagePath(), "/KICK", "-o-", "-R"}, 2},
+                                            {{imagePath(), "/KICK", "--output=-", "-R"}, 2},
+                                            {{imagePath(), "/KICK", "--output", "-", "-R"}, 2}}) {
+      Words all{command, "--json"};
+      all.insert(all.end(), words.begin(), words.end());
+      SCOPED_TRACE(std::string(command) + " " + words.back());
+      const Answer answer = runCli(all);
+      EXPECT_EQ(answer.status, status) << answer;
+      EXPECT_EQ(answer.out, "");
+      EXPECT_EQ(parsedJson(answer.err).at("ok"), false) << answer;
+      const Answer interrupted =
+          runCli(all, "", {.errIsTerminal = false, .interrupted = [] { return true; }});
+      EXPECT_EQ(interrupted.out, "");
+    }
+  }
+  EXPECT_EQ(runCli({"cat", imagePath(), "/KICK", "--json"}).out, "") << "whose bytes stand there too";
+}
+
+TEST_F(Trees, BatchInJsonHasNoStandardOutputForAFile) {
+  ImageBuilder image;
+  image.root().addFile("KICK", bytesOf("kick\n"));
+  use(image);
+  EXPECT_EQ(jsonOf(batch("export /KICK -o -\n", {"--json"})),
+            failure("com.tessary.cli", 2, "export: -o - would stand among the answers of the batch in JSON"));
+  EXPECT_EQ(batch("export /KICK -o - -q\n"), (Answer{0, "kick\n", ""}));
 }
 
 } // namespace

@@ -5,6 +5,9 @@
 
 # shellcheck disable=SC2154
 
+# shellcheck source-path=SCRIPTDIR source=../../scripts/lib.sh
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/lib.sh"
+
 for program in Xvfb:xvfb openbox:openbox xdotool:xdotool import:imagemagick; do
   command -v "${program%%:*}" >/dev/null || {
     echo "Skipped: ${program%%:*} is not installed (package ${program#*:})."
@@ -12,44 +15,22 @@ for program in Xvfb:xvfb openbox:openbox xdotool:xdotool import:imagemagick; do
   }
 done
 
-scratch=$(mktemp -d)
-children=()
 stage=start
 
-clean_up() {
-  local status=$? index
+report_and_clean_up() {
+  local status=$?
   if [ $status -ne 0 ] && [ $status -ne 77 ]; then
     import -window root "$pictures/failed.png" 2>/dev/null || true
     echo "Failed in stage \"$stage\"; the screen then: $pictures/failed.png" >&2
     tail -n 20 "$scratch"/*.log >&2 || true
   fi
-  for ((index = ${#children[@]} - 1; index >= 0; index--)); do
-    kill "${children[index]}" 2>/dev/null || true
-    wait "${children[index]}" 2>/dev/null || true
-  done
-  rm -rf "$scratch"
+  clean_up
 }
-trap clean_up EXIT
-trap 'exit 130' INT
-trap 'exit 143' TERM
-
-# in_background LOG COMMAND... leaves the process id in $!.
-in_background() {
-  "${@:2}" >"$scratch/$1.log" 2>&1 &
-  children+=($!)
-}
+trap report_and_clean_up EXIT
 
 # wait_for WHAT COMMAND... ends the session when the command has not succeeded within two minutes.
 wait_for() {
-  local end=$((SECONDS + 120)) what=$1
-  shift
-  until "$@"; do
-    if ((SECONDS > end)); then
-      echo "Waited in vain: $what" >&2
-      exit 1
-    fi
-    sleep 0.1
-  done
+  wait_until 120 "${@:2}" || die "Waited in vain: $1"
 }
 
 # ---- What is seen --------------------------------------------------------------------------------------------
@@ -116,11 +97,7 @@ choose_item() {
 # start_display WIDTHxHEIGHT
 start_display() {
   # Without auto-repeat: between the press and the release of a key a busy machine may let any time pass.
-  in_background xvfb Xvfb -r -noreset -displayfd 3 -screen 0 "$1x24" -nolisten tcp 3>"$scratch/display"
-  wait_for "the virtual X server" test -s "$scratch/display"
-  DISPLAY=:$(<"$scratch/display")
-  export DISPLAY
-  unset WAYLAND_DISPLAY
+  start_virtual_display "$1" -r
   mkdir -p "$scratch/home" "$scratch/tmp"
   mkdir -m 700 "$scratch/runtime"
   export HOME=$scratch/home XDG_CONFIG_HOME=$scratch/home/.config TMPDIR=$scratch/tmp QT_QPA_PLATFORM=xcb
@@ -130,14 +107,14 @@ start_display() {
   mkdir -p "$XDG_CONFIG_HOME/Tessary"
   printf '[Backup]\nOffered=false\n' >"$XDG_CONFIG_HOME/Tessary/Tessary.conf"
   cd "$HOME"
-  in_background openbox openbox --sm-disable
+  in_background "$scratch/openbox.log" openbox --sm-disable
   wait_for "the window manager" is_managed
 }
 is_managed() { xdotool get_num_desktops >/dev/null 2>&1; }
 
 # start_tessary [VARIABLE=VALUE]...
 start_tessary() {
-  in_background tessary env TESSARY_READY_FILE="$scratch/ready" "$@" "$tessary"
+  in_background "$scratch/tessary.log" env TESSARY_READY_FILE="$scratch/ready" "$@" "$tessary"
   app=$!
   wait_for "the window" has_window "$app"
   main_window=$(windows_of "$app" | head -n 1)

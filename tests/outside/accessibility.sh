@@ -1,0 +1,43 @@
+# shellcheck shell=bash
+# Lets a test of this folder read what the window tells a screen reader, over the desktop's accessibility bus. Sourced
+# with the test's own words, before window.sh; starts the test anew on a session bus of its own. Skips the test (77)
+# when what it needs is not installed.
+
+tests_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+
+for program in dbus-run-session:dbus gdbus:libglib2.0-bin; do
+  command -v "${program%%:*}" >/dev/null || {
+    echo "Skipped: ${program%%:*} is not installed (package ${program#*:})."
+    exit 77
+  }
+done
+
+# The distribution's Python has its modules, which need not be the first one.
+python=
+for candidate in python3 /usr/bin/python3; do
+  ! "$candidate" -c 'import gi; gi.require_version("Atspi", "2.0"); import pyatspi' 2>/dev/null || python=$candidate
+done
+[ -n "$python" ] || {
+  echo "Skipped: Python has no module pyatspi (package python3-pyatspi)."
+  exit 77
+}
+
+if [ -z "${TESSARY_ON_OWN_BUS:-}" ]; then
+  export TESSARY_ON_OWN_BUS=1
+  exec dbus-run-session -- "$0" "$@"
+fi
+
+# accessible WHAT [WORD]... asks about the window's program; see the script of that name.
+accessible() { "$python" "$tests_folder/accessible" "$1" "$app" "${@:2}"; }
+place_of() { accessible place "$1"; }
+shows() { accessible check "$@"; }
+
+# Has the accessibility bus begin, so that the program finds it. After start_display.
+start_accessibility() {
+  gdbus call --session --dest org.a11y.Bus --object-path /org/a11y/bus --method org.a11y.Bus.GetAddress \
+    >/dev/null 2>"$scratch/bus.log" || {
+    echo "Skipped: there is no accessibility bus (package at-spi2-core)."
+    exit 77
+  }
+  export QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+}
