@@ -28,7 +28,6 @@ void ExportPlan::addFailure(const std::string &item, const EMU3Error &error) {
 }
 
 void ExportPlan::decide(OnConflict decision) {
-  hadConflicts_ = true;
   planned_[conflicts_.front().job].decision = decision;
   conflicts_.erase(conflicts_.begin());
 }
@@ -51,11 +50,8 @@ ExportPlan::Result ExportPlan::run(EMU3Filesystem &filesystem, const std::string
       continue;
     }
     if (planned.decision == OnConflict::keepBoth) planned.path = freePath(planned.job.name);
-    // The operation itself keeps names apart that only the host takes for one.
-    if (hadConflicts_)
-      planned.job.writeAt(*operation, planned.path);
-    else
-      planned.job.writeInto(*operation, folder_);
+    // The operation itself keeps paths apart that only the host takes for one.
+    planned.job.writeAt(*operation, planned.path);
     jobs.push_back(&planned.job);
   }
   ItemsWatcher watcher;

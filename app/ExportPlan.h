@@ -18,9 +18,8 @@ enum class OnConflict { keepBoth, replace, skip };
 struct ExportJob {
   HostName name;
   std::string item; ///< what is exported, for the log and the user
-  /// Add it to the operation: at a path, or under its name in a folder.
+  /// Adds it to the operation.
   std::function<void(ItemsOperation &operation, const std::string &path)> writeAt;
-  std::function<void(ItemsOperation &operation, const std::string &folder)> writeInto;
 };
 
 /// The host files that one export writes into a folder: first looked for on the host, then decided about
@@ -66,7 +65,6 @@ private:
   ExportTargets targets_;
   std::vector<Planned> planned_;
   std::vector<Conflict> conflicts_;
-  bool hadConflicts_ = false;
   std::vector<ItemFailure> failures_;
 };
 

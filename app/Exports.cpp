@@ -30,10 +30,7 @@ ExportJob jobFor(const EMU3FilePtr &file) {
   const auto writeAt = [file](ItemsOperation &operation, const std::string &path) {
     operation.exportFile(file, path);
   };
-  const auto writeInto = [file](ItemsOperation &operation, const std::string &folder) {
-    operation.exportFileInto(file, folder);
-  };
-  return {exportedFileName(name), name, writeAt, writeInto};
+  return {exportedFileName(name), name, writeAt};
 }
 
 ExportJob jobFor(const EMU3FilePtr &bank, std::uint64_t index, const BankSample &sample) {
@@ -41,11 +38,7 @@ ExportJob jobFor(const EMU3FilePtr &bank, std::uint64_t index, const BankSample 
   const auto writeAt = [bank, index](ItemsOperation &operation, const std::string &path) {
     operation.exportSample(bank, index, path);
   };
-  const auto writeInto = [bank, index, sampleName = sample.name](ItemsOperation &operation,
-                                                                 const std::string &folder) {
-    operation.exportSampleInto(bank, index, sampleName, folder);
-  };
-  return {exportedSampleName(name, sample.name), name + "[" + sample.type + "]", writeAt, writeInto};
+  return {exportedSampleName(name, sample.name), name + "[" + sample.type + "]", writeAt};
 }
 
 void planSamples(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, ExportPlan *plan) {

@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
@@ -23,6 +24,7 @@ namespace tessary {
 namespace {
 
 constexpr int kControlWidth = 200;
+constexpr int kProposedSize = 3; ///< its place among the sizes: 512 MB
 
 } // namespace
 
@@ -52,7 +54,10 @@ QWidget *NewImageAlert::makeChoices() {
   for (const char *size :
        {"64 MB", "128 MB", "256 MB", "512 MB", "1 GB", "2 GB", "4 GB", "8 GB", "16 GB", "32 GB"})
     sizes_->addItem(QLatin1String(size));
-  sizes_->setCurrentText(QStringLiteral("512 MB"));
+  sizes_->setCurrentIndex(kProposedSize);
+  sizes_->lineEdit()->selectAll();
+  sizes_->setCompleter(nullptr); // "1" is not to become "128 MB"
+  sizes_->installEventFilter(this);
   sizes_->setFixedWidth(scaled(kControlWidth));
   sizes_->setAccessibleName(QStringLiteral("Size"));
   sizes_->setAccessibleDescription(QStringLiteral("From 64 KB to 32 GB"));
@@ -81,6 +86,15 @@ QWidget *NewImageAlert::makeChoices() {
   showSize();
   showModel();
   return choices;
+}
+
+/// The field of the sizes would keep Return to itself.
+bool NewImageAlert::eventFilter(QObject *watched, QEvent *event) {
+  if (watched != sizes_ || event->type() != QEvent::KeyPress) return Alert::eventFilter(watched, event);
+  const int key = static_cast<QKeyEvent *>(event)->key();
+  if (key != Qt::Key_Return && key != Qt::Key_Enter) return false;
+  defaultButton()->click();
+  return true;
 }
 
 std::optional<std::string> NewImageAlert::model() const {

@@ -32,6 +32,9 @@ public:
 signals:
   void confirmed();
 
+protected:
+  bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
   QWidget *makeChoices();
   void chooseModel();

@@ -1,5 +1,7 @@
 #include "filesystem/ExportTargets.h"
 
+#include "filesystem/Text.h"
+
 #include <sys/stat.h>
 
 namespace tessary {
@@ -29,6 +31,17 @@ std::string ExportTargets::claim(const std::string &folder, const HostName &name
     path += name.extension;
     if (isWritten(path)) continue;
     if (claimed_.insert(path).second) return path;
+  }
+}
+
+std::string ExportTargets::freeBeside(const std::string &path) {
+  const std::string whole = lastPathComponent(path);
+  const std::string stem = withoutExtension(whole);
+  const std::string folder = path.substr(0, path.size() - whole.size());
+  struct stat status {};
+  while (true) {
+    std::string candidate = claim(folder, {stem, whole.substr(stem.size())});
+    if (candidate != path && ::lstat(candidate.c_str(), &status) != 0) return candidate;
   }
 }
 

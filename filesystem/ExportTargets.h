@@ -23,6 +23,8 @@ public:
 
   /// The path, in a host folder, for a result of this name. An empty folder is the current one.
   [[nodiscard]] std::string claim(const std::string &folder, const HostName &name);
+  /// A path in place of one that was asked for, with a number, where nothing is yet.
+  [[nodiscard]] std::string freeBeside(const std::string &path);
   /// Remembers what was written, or made, at `path`.
   void wrote(const std::string &path);
   /// Whether what stands at `path` was written, or made, by the command.

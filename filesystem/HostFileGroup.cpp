@@ -120,8 +120,9 @@ void HostFileGroup::publish(Begun &begun) {
   EMU3Error error;
   HostTarget &target = *begun.target;
   bool isAimed = true;
-  if (target.name && targets_.isWritten(target.path)) {
-    choosePath(target);
+  if (targets_.isWritten(target.path)) {
+    target.path =
+        target.name ? targets_.claim(target.folder, *target.name) : targets_.freeBeside(target.path);
     isAimed = begun.file.redirect(target.path, &error);
   }
   if (isAimed && mayWrite(target.path, &error) && begun.file.publish(&error))

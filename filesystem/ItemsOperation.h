@@ -66,7 +66,7 @@ public:
 
   // Out of the volume, never over a mounted image. Into a host folder under the item's own name
   // (ExportNames.h); of several results of the operation that would bear one name the later get " (2)", "
-  // (3)" …
+  // (3)" …, where a path was given the first of these that is free.
   void exportFile(const EMU3FilePtr &file, const std::string &hostPath);
   void exportFileInto(const EMU3FilePtr &file, const std::string &hostFolder);
   /// With its tree, into a folder of its name; one that is there already is used.

@@ -153,5 +153,21 @@ TEST_F(ExportConflicts, EachFileThatFailsIsListedWithItsReason) {
   EXPECT_EQ(status(), "Exported with 1 failure(s).");
 }
 
+// As where the host does not tell case: here a link makes two names one file.
+TEST_F(ExportConflicts, NamesThatAreOneFileOnTheHostDoNotReplaceEachOther) {
+  std::filesystem::remove(target("THIRD"));
+  std::filesystem::create_symlink(target("FIRST"), target("THIRD"));
+  writeBytes(target("THIRD (2)"), bytesOf("there too"));
+  exportAll();
+  answerSheet("Replace");
+  EXPECT_EQ(question().text(), "“THIRD.E4B” is already there");
+  answerSheet("Replace");
+  EXPECT_EQ(status(), "Exported 3 file(s) successfully.");
+  EXPECT_EQ(readBytes(target("FIRST")), patternBytes(600, 1));
+  EXPECT_EQ(readBytes(target("SECOND")), patternBytes(700, 2));
+  EXPECT_EQ(readBytes(target("THIRD (2)")), bytesOf("there too")) << "nobody was asked about this one";
+  EXPECT_EQ(readBytes(target("THIRD (3)")), patternBytes(800, 3));
+}
+
 } // namespace
 } // namespace tessary::test

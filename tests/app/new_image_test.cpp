@@ -59,7 +59,7 @@ protected:
   }
   void expectEmptyAndSound(const std::string &path) const {
     const EMU3FilesystemPtr volume = readAnew(path);
-    EXPECT_TRUE(volume->checkVolume().empty());
+    EXPECT_TRUE(volume->check().empty());
     EXPECT_EQ(volume->rootDirectory()->subdirectories().size() + volume->rootDirectory()->allFiles().size(),
               0U);
     EXPECT_EQ(volume->describedBlocks(), volume->totalBlocks());
@@ -103,6 +103,18 @@ TEST_F(NewImage, WithoutAnImageProposesASize) {
   EXPECT_EQ(asked().size(), "512 MB");
   EXPECT_EQ(blocks(), "1048576 blocks");
   answerSheet("Cancel");
+}
+
+TEST_F(NewImage, ReturnConfirmsTheSizeAsItWasTyped) {
+  ask();
+  type("1 MB");
+  EXPECT_EQ(asked().size(), "1 MB");
+  pressKey(Qt::Key_Return);
+  ASSERT_NE(sheet<QFileDialog>(), nullptr);
+  EXPECT_EQ(sheet<NewImageAlert>(), nullptr);
+  confirmPanel({new_});
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(std::filesystem::file_size(new_), 1U << 20);
 }
 
 TEST_F(NewImage, WithAnImageProposesOneLikeIt) {

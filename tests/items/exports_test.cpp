@@ -70,6 +70,20 @@ TEST_F(ItemExports, LinksInTheHostFolderAreNotFollowed) {
   EXPECT_EQ(namesIn(elsewhere.path()), std::vector<std::string>{});
 }
 
+TEST_F(ItemExports, FilesThatWereGivenOnePathAreAllKept) {
+  writeText(out("KICK (2).E4B"), "in the way");
+  std::filesystem::create_symlink(out("KICK.E4B"), out("link.E4B"));
+  const auto operation = volume_->manyItems();
+  operation->exportFile(volume_.file("KICK"), out("KICK.E4B"));
+  operation->exportFile(drums()->files()[0], out("KICK.E4B"));
+  operation->exportFile(drums()->files()[1], out("link.E4B"));
+  EXPECT_EQ(endsOf(*operation), (Ends{"KICK", "A", "B"}));
+  EXPECT_EQ(readText(out("KICK (2).E4B")), "in the way");
+  EXPECT_EQ(readBytes(out("KICK.E4B")), patternBytes(1300, 1));
+  EXPECT_EQ(readBytes(out("KICK (3).E4B")), patternBytes(5000, 3));
+  EXPECT_EQ(readBytes(out("link (2).E4B")), patternBytes(512, 4));
+}
+
 TEST_F(ItemExports, NoFileHasItsNameBeforeTheContentsOfAllAreOnTheMedium) {
   std::size_t contents = 0;
   std::size_t folders = 0;

@@ -3,6 +3,8 @@
 # with the test's own words, before window.sh; starts the test anew on a session bus of its own. Skips the test (77)
 # when what it needs is not installed.
 
+# shellcheck disable=SC2154 # those of window.sh
+
 tests_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 for program in dbus-run-session:dbus gdbus:libglib2.0-bin; do
