@@ -79,6 +79,8 @@ std::string quotedForBash(const std::string &text, char quote) {
     if (special.find(character) != std::string_view::npos) quoted += '\\';
     quoted += character;
   }
+  // Behind the one name that fits, bash closes the quotes, unless it takes the last character for that.
+  if (quote != 0 && text.ends_with(quote)) quoted += quote;
   return quoted;
 }
 

@@ -35,9 +35,9 @@ protected:
   }
   QString blocks() const { return asked().findChild<QLabel *>(QStringLiteral("Blocks"))->text(); }
   void typeSize(const QString &size) const {
-    popUp().setFocus();
-    popUp().lineEdit()->selectAll();
-    QTest::keyClicks(popUp().lineEdit(), size);
+    QLineEdit *field = asked().findChild<QComboBox *>()->lineEdit();
+    field->selectAll();
+    QTest::keyClicks(field, size);
   }
   /// Presses "Create…" and then chooses the file.
   void createAt(const std::string &path) {

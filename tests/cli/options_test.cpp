@@ -127,7 +127,7 @@ TEST_F(Options, ExactMountsByTheBareRulesInEveryCommand) {
   for (const Run &run : everyCommand()) {
     SCOPED_TRACE(run.words.front());
     const Answer bare = fresh(with(run.words, "--exact"), run.input);
-    EXPECT_EQ(bare.status, 0) << bare;
+    EXPECT_EQ(bare.status, run.words.front() == "check" ? 1 : 0) << bare; // it names what only this destroys
     const EMU3FilesystemPtr guarded = EMU3Filesystem::initWithURL(imagePath(), MountRules::guarded);
     ASSERT_TRUE(guarded);
     const CurrentFolder current(hostPath(""));
@@ -168,7 +168,7 @@ TEST_F(Options, ShortAndLongNamesMeanTheSame) {
         std::remove_if(without.begin(), without.end(),
                        [](const std::string &word) { return word == "-R" || word == "-p" || word == "-l"; }),
         without.end());
-    if (without != shorter) EXPECT_FALSE(fresh(without) == answer) << "which does something";
+    EXPECT_TRUE(without == shorter || !(fresh(without) == answer)) << "the option does something";
     fresh(shorter);
     const Bytes image = readBytes(imagePath());
     EXPECT_EQ(fresh(longer), answer);
@@ -181,7 +181,8 @@ TEST_F(Options, FindLooksForTheKindsThatAreNamed) {
     Words words{"find", "*", "disk.hda", "--json"};
     words.insert(words.end(), options.begin(), options.end());
     std::set<std::string> found;
-    for (const nlohmann::json &match : jsonOf(fresh(words)).at("matches"))
+    const nlohmann::json answer = jsonOf(fresh(words));
+    for (const nlohmann::json &match : answer.at("matches"))
       found.insert(match.at("kind"));
     return found;
   };

@@ -285,7 +285,7 @@ TEST_F(Trees, DashAsTargetIsStandardOutputAndAllElseGoesToStandardError) {
 TEST_F(Trees, NothingButTheBytesGoesToStandardOutputWhateverGoesWrong) {
   ImageBuilder image;
   image.root().addFile("KICK", bytesOf("kick"));
-  image.root().addFile("CUT", {}, {.slot = 60000, .clusterCount = 1});
+  image.root().addFile("CUT", bytesOf("x"), {.slot = 60000, .storesContents = false});
   use(image);
   const std::string nowhere = hostPath("nowhere.hda");
   for (const char *command : {"export", "wav"}) {
