@@ -45,7 +45,8 @@ protected:
   /// The error of making the image in place of what is there; code 0 where it was made.
   static EMU3Error replace(const std::string &path) {
     EMU3Error error;
-    EXPECT_EQ(NewVolume::ofSize(kSize)->create(path, NewVolume::Earlier::replaced, &error), !error.isSet());
+    const bool isMade = NewVolume::ofSize(kSize)->create(path, NewVolume::Earlier::replaced, &error);
+    EXPECT_EQ(isMade, !error.isSet());
     return error;
   }
 
