@@ -44,8 +44,9 @@ protected:
 // ---- What there is
 
 TEST_F(Menus, HoldEveryCommand) {
-  EXPECT_EQ(textsOf("File"), (QStringList{"New Image…", "Mount Image…", "Open Recent", "Unmount", "Check Image…",
-                                          "Back Up Image…", "Import…", kExportCommand, "Export Samples…"}));
+  EXPECT_EQ(textsOf("File"),
+            (QStringList{"New Image…", "Mount Image…", "Open Recent", "Unmount", "Check Image…",
+                         "Back Up Image…", "Import…", kExportCommand, "Export Samples…"}));
   EXPECT_EQ(textsOf("Edit"), (QStringList{"Undo", "Redo", "Rename…", "Copy to…", "Move to…", "Delete",
                                           "Select All", "Find", "Find in All Folders"}));
   EXPECT_EQ(textsOf("Folder"),
@@ -86,8 +87,8 @@ TEST_F(Menus, WithoutAnImageOnlyWhatNeedsNoneIsOfUse) {
 
 TEST_F(Menus, ItemsFollowTheSelection) {
   mount(volume());
-  EXPECT_EQ(useful("File"),
-            (QStringList{"New Image…", "Mount Image…", "Unmount", "Check Image…", "Back Up Image…", "Import…"}));
+  EXPECT_EQ(useful("File"), (QStringList{"New Image…", "Mount Image…", "Unmount", "Check Image…",
+                                         "Back Up Image…", "Import…"}));
   chooseFiles({"FIRST"});
   EXPECT_EQ(useful("Edit"), (QStringList{"Rename…", "Copy to…", "Move to…", "Delete", "Select All", "Find",
                                          "Find in All Folders"}));
@@ -108,8 +109,8 @@ TEST_F(Menus, ItemsFollowTheFolder) {
 TEST_F(Menus, ReadOnlyImageLeavesWhatOnlyReads) {
   mountReadOnly(volume());
   chooseFiles({"FIRST"});
-  EXPECT_EQ(useful("File"), (QStringList{"New Image…", "Mount Image…", "Unmount", "Check Image…", "Back Up Image…",
-                                         kExportCommand, "Export Samples…"}));
+  EXPECT_EQ(useful("File"), (QStringList{"New Image…", "Mount Image…", "Unmount", "Check Image…",
+                                         "Back Up Image…", kExportCommand, "Export Samples…"}));
   EXPECT_EQ(useful("Edit"), (QStringList{"Select All", "Find", "Find in All Folders"}));
   EXPECT_EQ(useful("Folder"), (QStringList{"Show Root", "Show Parent"}));
 }
