@@ -53,6 +53,10 @@ private:
       throw CommandFailure{cliError(kCliRefused, "A folder is not renamed with --exact: " + item.address),
                            item.address};
     }
+    if (item.directory->parent() == nullptr) {
+      throw CommandFailure{cliError(kCliRefused, "The root folder has no name to change: " + item.address),
+                           item.address};
+    }
     return renamed(session, item.address, *item.directory, [&](const std::string &name, EMU3Error *error) {
       return session.volume->renameDirectory(item.directory, name, error);
     });

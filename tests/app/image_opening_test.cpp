@@ -385,7 +385,7 @@ TEST_F(ImageOpening, AlertShowsPathsAsPlainTextOnOneLine) {
   });
   look.start(1);
   openImage(folder_.path("<b>a</b>\nb.hda"));
-  EXPECT_TRUE(shown.endsWith(QStringLiteral("/<b>a</b>\\nb.hda")));
+  EXPECT_TRUE(shown.endsWith(QStringLiteral("/<b>a</b>\\nb.hda: No such file or directory")));
   EXPECT_EQ(format, Qt::PlainText);
   EXPECT_EQ(answers.shown().size(), 1U);
 }

@@ -113,7 +113,7 @@ TEST_F(Launch, WithAFolderReportsTheError) {
   launch({folder_.path()});
   ASSERT_TRUE(waitUntilIdle());
   ASSERT_EQ(answers.shown().size(), 1U);
-  EXPECT_TRUE(answers.shown()[0].informativeText.endsWith(QStringLiteral(": mmap failed")));
+  EXPECT_TRUE(answers.shown()[0].informativeText.endsWith(QStringLiteral(": mmap failed: Is a directory")));
 }
 
 TEST_F(Launch, RelativePathIsTakenFromTheCurrentFolder) {

@@ -127,6 +127,11 @@ TEST_F(Change, RenameGivesTheNameAsItIs) {
   EXPECT_EQ(volumeNames().front(), "a\\b");
 }
 
+TEST_F(Change, RootHasNoNameToChange) {
+  EXPECT_EQ(cli("rename", {"/", "X"}),
+            (Answer{1, "", "tessary-cli: The root folder has no name to change: /\n"}));
+}
+
 TEST_F(Change, RenameDoesNotCompareNames) {
   EXPECT_EQ(cli("rename", {"/KICK", "SNARE"}).status, 0);
   EXPECT_EQ(volumeNames(), (Names{"SNARE", "KNOCK", "SNARE", "Drums/", "Empty/", "Nest/"}));
