@@ -24,9 +24,12 @@ done
   exit 77
 }
 
+# The accessibility bus has its socket below these folders, so that tests which run side by side need their own.
 if [ -z "${TESSARY_ON_OWN_BUS:-}" ]; then
-  export TESSARY_ON_OWN_BUS=1
-  exec dbus-run-session -- "$0" "$@"
+  own=$(mktemp -d) status=0
+  TESSARY_ON_OWN_BUS=1 XDG_RUNTIME_DIR=$own HOME=$own XDG_CACHE_HOME=$own dbus-run-session -- "$0" "$@" || status=$?
+  rm -rf "$own"
+  exit $status
 fi
 
 # accessible WHAT [WORD]... asks about the window's program; see the script of that name.
