@@ -21,12 +21,13 @@ constexpr std::uint32_t wordOf(std::string_view text) {
   return word;
 }
 
-bool isEmulatorFour(const FileContents &contents, TocRange *table) {
+bool isEmulatorFour(const FileContents &contents, TocRange *table, bool *listsSamples) {
   std::array<std::uint8_t, kTocEntriesOffset> header{};
   if (contents.read(0, header.data(), header.size()) < header.size()) return false;
   const std::uint8_t *const formType = header.data() + kFormTypeOffset;
   if (!beginsWith(header.data(), "FORM") || (!beginsWith(formType, "E4B") && !beginsWith(formType, "E3B")))
     return false;
+  *listsSamples = beginsWith(formType, "E4B0");
   *table = tocRange(readBE32(header.data() + kTocSizeOffset), contents.size());
   return true;
 }
@@ -63,11 +64,15 @@ std::vector<std::optional<BankChunk>> ChunkPairing::chunksOf(const FileContents 
 std::vector<BankEntry> bankListing(const FileContents &contents) {
   std::vector<BankEntry> entries;
   TocRange table;
-  if (!isEmulatorFour(contents, &table)) return entries;
+  bool listsSamples = false;
+  if (!isEmulatorFour(contents, &table, &listsSamples)) return entries;
+  std::uint64_t samples = 0;
   forEachTocEntry(contents, table, [&](std::uint64_t index, const TocEntry &entry) {
     const TypeBytes type = typeOf(entry);
     const std::optional<BankEntryKind> kind = kindOfBankEntry(type);
-    if (kind) entries.push_back({index, *kind, type, nameOfBankEntry(entry), std::nullopt});
+    if (!kind) return;
+    entries.push_back({index, *kind, type, nameOfBankEntry(entry), std::nullopt, std::nullopt});
+    if (listsSamples && isListedSample(type)) entries.back().sample = samples++;
   });
   return entries;
 }
@@ -108,6 +113,17 @@ std::optional<BankEntryKind> kindOfBankEntry(const TypeBytes &type) {
   default:
     return BankEntryKind::other;
   }
+}
+
+bool isListedSample(const TypeBytes &type) {
+  if (!beginsWith(type, "E3S") && !beginsWith(type, "E4S") && !beginsWith(type, "ESND")) return false;
+  // A type that is no text cannot be listed.
+  return isValidUtf8(std::string(type.begin(), std::find(type.begin(), type.end(), 0)));
+}
+
+BankRange audioIn(const BankChunk &chunk) {
+  constexpr std::uint64_t bytesPerFrame = 2;
+  return {chunk.data.offset, chunk.data.size - chunk.data.size % bytesPerFrame};
 }
 
 std::string bankTypeText(const TypeBytes &type) {

@@ -38,6 +38,8 @@ struct BankEntry {
   /// The chunk that stands for it: of those of its type the one with as many before it as the table has
   /// entries of the type before this one. None when the bank has fewer.
   std::optional<BankChunk> chunk;
+  /// Its number among the bank's `listedSamples`; none for what is not among them.
+  std::optional<std::uint64_t> sample;
 
   bool operator==(const BankEntry &) const = default;
 };
@@ -50,6 +52,11 @@ struct BankEntry {
 
 /// What the type alone counts as in a bank's details. None for that of a deleted entry.
 [[nodiscard]] std::optional<BankEntryKind> kindOfBankEntry(const bank::TypeBytes &type);
+/// Whether samples of that type are listed, so that they can be written as WAV: in banks whose form type is
+/// exactly "E4B0".
+[[nodiscard]] bool isListedSample(const bank::TypeBytes &type);
+/// The audio of a listed sample that the chunk is of: its data in whole frames of two bytes.
+[[nodiscard]] BankRange audioIn(const BankChunk &chunk);
 /// A type as text: up to its first zero byte, what is no text as codes.
 [[nodiscard]] std::string bankTypeText(const bank::TypeBytes &type);
 /// The name field of an entry without the padding at its end; the entry's type where that leaves nothing but

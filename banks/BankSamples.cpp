@@ -1,7 +1,6 @@
 #include "banks/BankSamples.h"
 
 #include "banks/BankFormat.h"
-#include "filesystem/Text.h"
 
 #include <algorithm>
 #include <array>
@@ -12,10 +11,6 @@ namespace tessary {
 namespace {
 
 using namespace bank;
-
-bool isListedSample(const TypeBytes &type) {
-  return beginsWith(type, "E3S") || beginsWith(type, "E4S") || beginsWith(type, "ESND");
-}
 
 TypeBytes typeBytesOf(const std::string &type) {
   TypeBytes bytes{};
@@ -36,7 +31,6 @@ std::vector<BankSample> listedSamples(const FileContents &contents) {
     if (!isListedSample(typeOf(entry))) return;
     const std::uint8_t *const typeEnd = std::find(entry.begin(), entry.begin() + TypeBytes{}.size(), 0);
     std::string type(entry.data(), typeEnd);
-    if (!isValidUtf8(type)) return; // a type that is no text cannot be listed
     samples.push_back({std::move(type), nameOfBankEntry(entry)});
   });
   return samples;
@@ -80,14 +74,11 @@ SampleAudio audioOfOwnChunks(const FileContents &contents, const std::vector<Ban
   ChunkPairing pairing;
   for (const BankSample &sample : samples)
     pairing.add(typeBytesOf(sample.type));
-  constexpr std::uint64_t bytesPerFrame = 2;
   SampleAudio audio;
   audio.reserve(samples.size());
   for (const std::optional<BankChunk> &chunk : pairing.chunksOf(contents)) {
     audio.emplace_back();
-    if (!chunk) continue;
-    audio.back() = chunk->data;
-    audio.back()->size -= audio.back()->size % bytesPerFrame;
+    if (chunk) audio.back() = audioIn(*chunk);
   }
   return audio;
 }

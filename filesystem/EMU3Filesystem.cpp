@@ -22,6 +22,7 @@
 #include "filesystem/VolumeCheck.h"
 #include "filesystem/VolumeRules.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -248,6 +249,21 @@ std::vector<BankEntry> EMU3Filesystem::readBankEntries(const EMU3FilePtr &file,
                            return read(tessary::contentsOfFile(*volume_, *file));
                          })
       .value_or(std::vector<BankEntry>());
+}
+
+ByteBufferPtr EMU3Filesystem::pieceOfFile(const EMU3FilePtr &file, std::uint64_t offset, std::uint64_t length,
+                                          EMU3Error *error) {
+  return readUndisturbed(*volume_, file, error,
+                         [&] {
+                           volume_->lock.assertHeldShared();
+                           const FileContents contents = tessary::contentsOfFile(*volume_, *file);
+                           const std::uint64_t left = contents.size() - std::min(offset, contents.size());
+                           auto piece = std::make_shared<ByteBuffer>();
+                           piece->resize(std::min(length, left));
+                           piece->resize(contents.read(offset, piece->data(), piece->size()));
+                           return ByteBufferPtr(std::move(piece));
+                         })
+      .value_or(nullptr);
 }
 
 ByteBufferPtr EMU3Filesystem::wavOfSample(std::uint64_t index, const EMU3FilePtr &fromBankFile,

@@ -131,13 +131,17 @@ public:
   /// The entries of an Emulator IV bank's table of contents that are not deleted; none for other banks, none
   /// with code 6 for a file that is no bank.
   std::vector<BankEntry> contentsOfBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
+  /// `length` bytes of a file's contents from `offset` on, fewer where they end: for work that goes through
+  /// long contents piece by piece. Null, with code 5, when the file has left the tree.
+  ByteBufferPtr pieceOfFile(const EMU3FilePtr &file, std::uint64_t offset, std::uint64_t length,
+                            EMU3Error *error = nullptr);
   /// Writes sample `index` (from 0) as a WAV file: mono, 16 bits, 44100 Hz. Codes 6, 2, 3, else those of
   /// `contentsOfFile`; a file that is no bank has no samples.
+  bool exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile, const std::string &toURL,
+                           EMU3Error *error = nullptr);
   /// The same, as bytes, with a header that tells so many frames a second. Null when it fails.
   ByteBufferPtr wavOfSample(std::uint64_t index, const EMU3FilePtr &fromBankFile, std::uint32_t rate,
                             EMU3Error *error = nullptr);
-  bool exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile, const std::string &toURL,
-                           EMU3Error *error = nullptr);
 
   // Changes of files. All changes fail with code 3, "Image is read-only", first.
   bool deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory, EMU3Error *error = nullptr);
