@@ -50,7 +50,7 @@ void addDrums(FolderBuilder root) {
   addBank(drums, "Cymbals & Hats", {"Cymbals & Hats", "Chokes"},
           {{"Crash 16 in", noiseBurst(2.0, 0.8, 11)}, {"Splash", noiseBurst(0.8, 0.3, 12)}});
   addBank(drums, "Hand Drums", {"Hand Drums", "Slaps"},
-          {{"Open Tone", sineSweep(260, 180, 0.5)}, {"Slap", noiseBurst(0.15, 0.03, 13)}});
+          {{"Open Tone", struck(196, 0.5)}, {"Slap", noiseBurst(0.15, 0.03, 13)}});
   addBank(drums, "Big Room Toms", {"Big Room Toms"},
           {{"Tom High", sineSweep(220, 130, 0.8)}, {"Tom Floor", sineSweep(110, 60, 1.1)}});
 
@@ -65,27 +65,35 @@ void addMelodicBanks(FolderBuilder root) {
   addBank(
       basses, "Upright Bass", {"Upright Bass", "Upright Muted"},
       {{"Upright E1", pluck(41.2, 2.0)}, {"Upright A1", pluck(55, 2.0)}, {"Upright D2", pluck(73.4, 1.8)}});
-  addBank(basses, "Fretless Slide", {"Fretless Slide"}, {{"Slide G1", sineSweep(44, 49, 1.5)}});
-  addBank(basses, "Picked Bass", {"Picked Bass", "Picked + Amp"}, {{"Picked E1", pluck(41.2, 1.2)}});
+  addBank(basses, "Fretless Slide", {"Fretless Slide"},
+          {{"Slide G1", sineSweep(44, 49, 1.5)}, {"Slide D2", sineSweep(65, 73.4, 1.5)}});
+  addBank(basses, "Picked Bass", {"Picked Bass", "Picked + Amp"},
+          {{"Picked E1", pluck(41.2, 1.2)}, {"Picked A1", pluck(55, 1.2)}, {"Picked D2", pluck(73.4, 1.1)}});
   addBank(basses, "Sub Sine", {"Sub Sine"}, {{"Sub C1", sineSweep(32.7, 32.7, 1.5)}});
 
   auto pads = root.addFolder("Pads");
-  addBank(pads, "Glass Pad", {"Glass Pad", "Glass + Air"}, {{"Glass C4", swell(261.6, 3.0)}});
+  addBank(pads, "Glass Pad", {"Glass Pad", "Glass + Air"},
+          {{"Glass C4", swell(261.6, 3.0)}, {"Glass G4", swell(392, 2.6)}});
   addBank(pads, "Warm Sweep", {"Warm Sweep"}, {{"Warm C3", swell(130.8, 3.0)}, {"Warm G3", swell(196, 3.0)}});
-  addBank(pads, "Caf\xC3\xA9 Choir", {"Caf\xC3\xA9 Choir"}, {{"Ooh A3", swell(220, 2.5)}});
+  addBank(pads, "Caf\xC3\xA9 Choir", {"Caf\xC3\xA9 Choir"},
+          {{"Ooh A3", swell(220, 2.5)}, {"Ooh E4", swell(329.6, 2.5)}});
   addBank(pads, "Slow Dawn", {"Slow Dawn", "Slow Dusk", "Slow Night"}, {{"Dawn D3", swell(146.8, 4.0)}});
 
   auto strings = root.addFolder("Strings");
   addBank(strings, "Chamber Violins", {"Chamber Violins"},
-          {{"Vlns A4", swell(440, 2.0)}, {"Vlns E5", swell(659.3, 2.0)}});
-  addBank(strings, "Celli Legato", {"Celli Legato"}, {{"Celli C2", swell(65.4, 2.5)}});
+          {{"Vlns G3", bowed(196, 1.6)}, {"Vlns A4", bowed(440, 2.0)}, {"Vlns E5", bowed(659.3, 2.0)}});
+  addBank(strings, "Celli Legato", {"Celli Legato", "Celli Sordino"},
+          {{"Celli C2", bowed(65.4, 2.5)}, {"Celli G2", bowed(98, 1.6)}, {"Celli D3", bowed(146.8, 1.5)}});
   addBank(strings, "Pizz Section", {"Pizz Section", "Pizz Octaves"},
           {{"Pizz G3", pluck(196, 0.8)}, {"Pizz D4", pluck(293.7, 0.7)}, {"Pizz A4", pluck(440, 0.6)}});
 
   auto keys = root.addFolder("Keys");
-  addBank(keys, "Felt Piano", {"Felt Piano", "Felt Wide"},
-          {{"Felt C4", pluck(261.6, 2.0)}, {"Felt C5", pluck(523.3, 1.5)}});
-  addBank(keys, "Tonewheel", {"Tonewheel"}, {{"Wheel C4", swell(261.6, 1.5)}});
+  addBank(
+      keys, "Felt Piano", {"Felt Piano", "Felt Wide"},
+      {{"Felt C3", struck(130.8, 2.2)}, {"Felt C4", struck(261.6, 2.0)}, {"Felt C5", struck(523.3, 1.5)}});
+  addBank(
+      keys, "Tonewheel", {"Tonewheel", "Tonewheel Slow"},
+      {{"Wheel C3", swell(130.8, 1.5)}, {"Wheel C4", swell(261.6, 1.5)}, {"Wheel C5", swell(523.3, 1.5)}});
 }
 
 void addEffects(FolderBuilder root) {

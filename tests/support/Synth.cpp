@@ -71,6 +71,40 @@ Bytes pluck(double hz, double seconds) {
   return stored(samples);
 }
 
+Bytes struck(double hz, double seconds) {
+  struct Partial {
+    double ratio, level, decaySeconds;
+  };
+  constexpr Partial partials[] = {{1, 1, 0.45},       {2.01, 0.5, 0.3},  {3.03, 0.3, 0.2},
+                                  {4.08, 0.18, 0.14}, {5.4, 0.12, 0.09}, {8.9, 0.1, 0.03}};
+  std::vector<double> samples(frames(seconds));
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const double time = static_cast<double>(i) / kSampleRate;
+    for (const Partial &partial : partials)
+      samples[i] += partial.level * std::exp(-time / partial.decaySeconds) *
+                    std::sin(kTwoPi * hz * partial.ratio * time) / 1.7;
+  }
+  return stored(samples);
+}
+
+Bytes bowed(double hz, double seconds) {
+  constexpr int overtones = 12;
+  constexpr double attackSeconds = 0.12, releaseSeconds = 0.25, vibratoHz = 5.5;
+  std::vector<double> samples(frames(seconds));
+  double phase = 0;
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const double time = static_cast<double>(i) / kSampleRate;
+    const double vibrato = 0.006 * std::min(1.0, time / 0.8) * std::sin(kTwoPi * vibratoHz * time);
+    phase += kTwoPi * hz * (1 + vibrato) / kSampleRate;
+    double string = 0;
+    for (int overtone = 1; overtone <= overtones; ++overtone)
+      string += std::sin(phase * overtone) / overtone;
+    const double swelling = std::min({1.0, time / attackSeconds, (seconds - time) / releaseSeconds});
+    samples[i] = string / 2.2 * swelling * (1 + 0.08 * std::sin(kTwoPi * vibratoHz * time));
+  }
+  return stored(samples);
+}
+
 Bytes noiseBurst(double seconds, double decaySeconds, std::uint32_t seed) {
   std::vector<double> samples(frames(seconds));
   Noise noise(seed);
