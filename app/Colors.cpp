@@ -73,6 +73,17 @@ void makeSelectionsReadable() {
   QApplication::setPalette(palette);
 }
 
+QColor waveColor(const QPalette &palette) {
+  return readableBeside(palette.color(QPalette::Active, QPalette::Base),
+                        palette.color(QPalette::Active, QPalette::Highlight),
+                        palette.color(QPalette::Active, QPalette::Text));
+}
+
+QColor heardColor(const QPalette &palette) {
+  return readableBeside(palette.color(QPalette::Active, QPalette::Base), QColor(0xE5, 0x48, 0x2D),
+                        palette.color(QPalette::Active, QPalette::Text));
+}
+
 QColor linkColor(const QPalette &palette) {
   return readableBeside(palette.color(QPalette::Window), palette.color(QPalette::Link),
                         palette.color(QPalette::WindowText));

@@ -22,6 +22,10 @@ void makeSelectionsReadable();
 /// the background are, so it is derived from text and background.
 QColor separatorColor(const QPalette &palette);
 
+/// What a wave is drawn in on the palette's base, and the line that shows what of it is heard.
+QColor waveColor(const QPalette &palette);
+QColor heardColor(const QPalette &palette);
+
 /// The palette's link colour, brought nearer to the text's where it cannot be read on the window's
 /// background: many a dark palette keeps the dark blue of a light one.
 QColor linkColor(const QPalette &palette);

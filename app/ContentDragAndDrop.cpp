@@ -103,8 +103,8 @@ bool ContentController::canImport() const {
 
 bool ContentController::canDropMimeData(const QMimeData *data, Qt::DropAction action, int, int,
                                         const QModelIndex &) const {
-  return action == Qt::CopyAction && !incomingDrag_.comesFrom(tableView_) && canImport() &&
-         incomingDrag_.bringsFiles(*data);
+  return action == Qt::CopyAction && !incomingDrag_.comesFrom(tableView_) && !incomingDrag_.bringsSamples() &&
+         canImport() && incomingDrag_.bringsFiles(*data);
 }
 
 bool ContentController::dropMimeData(const QMimeData *data, Qt::DropAction, int, int, const QModelIndex &) {

@@ -44,6 +44,7 @@ ExportPlan::Result ExportPlan::run(EMU3Filesystem &filesystem, const std::string
   result.failures = failures_;
   std::vector<const ExportJob *> jobs; // of the operation's items
   const auto operation = filesystem.manyItems();
+  operation->setExportOptions(options_);
   for (Planned &planned : planned_) {
     if (planned.decision == OnConflict::skip) {
       ++result.skipped;

@@ -3,6 +3,7 @@
 #include "app/FailuresAlert.h"
 #include "filesystem/EMU3Filesystem.h"
 #include "filesystem/ExportTargets.h"
+#include "filesystem/ItemsWatcher.h"
 
 #include <cstddef>
 #include <functional>
@@ -43,6 +44,9 @@ public:
   /// Counts among what was asked for something that cannot be written at all.
   void addFailure(const std::string &item, const EMU3Error &error);
 
+  /// What the headers of samples tell, Hz.
+  void setSampleRate(std::uint32_t rate) { options_.sampleRate = rate; }
+
   const std::string &folder() const { return folder_; }
   /// Those not decided about, in the order of the jobs.
   const std::vector<Conflict> &conflicts() const { return conflicts_; }
@@ -63,6 +67,7 @@ private:
 
   const std::string folder_;
   ExportTargets targets_;
+  ExportOptions options_;
   std::vector<Planned> planned_;
   std::vector<Conflict> conflicts_;
   std::vector<ItemFailure> failures_;

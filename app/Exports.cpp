@@ -33,12 +33,13 @@ ExportJob jobFor(const EMU3FilePtr &file) {
   return {exportedFileName(name), name, writeAt};
 }
 
-ExportJob jobFor(const EMU3FilePtr &bank, std::uint64_t index, const BankSample &sample) {
+ExportJob jobFor(const EMU3FilePtr &bank, std::uint64_t index, const std::string &sampleName,
+                 const std::string &label) {
   const std::string name = bank->name();
   const auto writeAt = [bank, index](ItemsOperation &operation, const std::string &path) {
     operation.exportSample(bank, index, path);
   };
-  return {exportedSampleName(name, sample.name), name + "[" + sample.type + "]", writeAt};
+  return {exportedSampleName(name, sampleName), name + "[" + label + "]", writeAt};
 }
 
 void planSamples(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, ExportPlan *plan) {
@@ -50,7 +51,7 @@ void planSamples(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, ExportPlan
     systemLog("Sample export failed for " + name + ": " + missing.description());
   }
   for (std::size_t i = 0; i < samples.size(); ++i)
-    plan->add(jobFor(bank, i, samples[i]));
+    plan->add(jobFor(bank, i, samples[i].name, samples[i].type));
 }
 
 QString skippedText(std::size_t skipped) {
@@ -107,6 +108,22 @@ void Exports::exportSamples(const std::vector<EMU3FilePtr> &files) {
             [placed](EMU3Filesystem &filesystem, ExportPlan *plan) {
               for (const auto &[bank, holder] : placed)
                 if (holder->containsFile(bank)) planSamples(filesystem, bank, plan);
+            },
+            "Sample export", [this](const ExportPlan::Result &result) { samplesExported(result); });
+      });
+}
+
+void Exports::exportSamples(const EMU3FilePtr &bank, const std::vector<ListedSample> &samples,
+                            std::uint32_t rate) {
+  tools_.dialogs->chooseFolder(
+      QStringLiteral("Export %1 sample(s) to folder").arg(QString::number(samples.size())),
+      QStringLiteral("Export Here"), [this, bank, samples, rate](const std::string &folder) {
+        run(
+            folder,
+            [bank, samples, rate](EMU3Filesystem &, ExportPlan *plan) {
+              plan->setSampleRate(rate);
+              for (const ListedSample &sample : samples)
+                plan->add(jobFor(bank, sample.number, sample.name, sample.name));
             },
             "Sample export", [this](const ExportPlan::Result &result) { samplesExported(result); });
       });

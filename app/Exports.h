@@ -3,6 +3,7 @@
 #include "app/CommandTools.h"
 #include "app/DeletedFiles.h"
 #include "app/ExportPlan.h"
+#include "app/panel/SampleDrag.h"
 
 #include <QObject>
 #include <functional>
@@ -23,6 +24,8 @@ public:
   /// Asks where to. Beeps where there is no file.
   void exportFiles(const std::vector<EMU3FilePtr> &files);
   void exportSamples(const std::vector<EMU3FilePtr> &files);
+  /// These samples of one bank, with headers that tell that rate.
+  void exportSamples(const EMU3FilePtr &bank, const std::vector<ListedSample> &samples, std::uint32_t rate);
 
 private:
   using Plan = std::shared_ptr<ExportPlan>;

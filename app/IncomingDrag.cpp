@@ -1,6 +1,7 @@
 #include "app/IncomingDrag.h"
 
 #include "app/FileURLs.h"
+#include "app/panel/BankEntryTable.h"
 
 #include <QAbstractItemView>
 #include <QDropEvent>
@@ -17,6 +18,10 @@ bool IncomingDrag::bringsFiles(const QMimeData &data) {
   known_ = &data;
   bringsFiles_ = !filePaths(data).empty();
   return bringsFiles_;
+}
+
+bool IncomingDrag::bringsSamples() const {
+  return qobject_cast<const BankEntryTable *>(source_.data()) != nullptr;
 }
 
 bool IncomingDrag::eventFilter(QObject *watched, QEvent *event) {

@@ -13,8 +13,12 @@
 #include "app/StatusBar.h"
 #include "app/WindowPlace.h"
 #include "app/WorkQueue.h"
+#include "app/panel/BankContents.h"
+#include "app/panel/BankContentsPanel.h"
+#include "app/panel/BankEntryTable.h"
 #include "filesystem/Text.h"
 
+#include <QApplication>
 #include <QDesktopServices>
 #include <QFile>
 #include <QFileDialog>
@@ -78,6 +82,7 @@ void MainWindowController::bringToFront() {
 void MainWindowController::prepareToQuit() {
   if (!dialogs_->isQuitting()) rememberPlace(*window_);
   dialogs_->quit();
+  bankContents_->stop();
   window_->hide();
 }
 
@@ -145,6 +150,7 @@ void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
   browser_->showTitle();
   clickedDirectory_ = nullptr;
   check_->imageReplaced();
+  bankContents_->imageReplaced();
   // What is chosen from a menu is meant for the image that it came up over.
   for (const auto &menu : menuBarMenus_)
     menu->close();
@@ -205,6 +211,7 @@ void MainWindowController::_tableDoubleClick() {
 }
 
 void MainWindowController::_selectAll() {
+  if (panel_->table()->hasFocus()) return panel_->table()->selectAll();
   tableView()->selectAll();
   tableView()->setFocus();
 }
@@ -253,11 +260,18 @@ void MainWindowController::_deleteCurrentFolder() {
   folderCommands_->remove(currentDirectory());
 }
 
+/// What is chosen there is nothing that could be changed, and not what a key for the files is meant for.
+bool MainWindowController::_panelHasKeyboard() const {
+  return panel_->isAncestorOf(QApplication::focusWidget());
+}
+
 void MainWindowController::_rename() {
+  if (_panelHasKeyboard()) return beep();
   _foldersHaveKeyboard() ? _renameCurrentFolder() : _renameSelected();
 }
 
 void MainWindowController::_delete() {
+  if (_panelHasKeyboard()) return beep();
   _foldersHaveKeyboard() ? _deleteCurrentFolder() : _deleteSelected();
 }
 

@@ -33,8 +33,11 @@ class QWidget;
 
 namespace tessary {
 
+class BankContents;
+class BankContentsPanel;
 class ContentController;
 class MainWindow;
+class PanelPlace;
 class SidebarController;
 class Spinner;
 class StatusLabel;
@@ -78,6 +81,8 @@ public:
   ContentController *contentCtl() const { return browser_->content(); }
   QTreeView *outlineView() const;
   QTableView *tableView() const;
+  BankContents *bankContents() const { return bankContents_; }
+  BankContentsPanel *bankContentsPanel() const { return panel_; }
   StatusLabel *statusLabel() const;
   StatusLabel *diskSpaceLabel() const;
   Spinner *spinner() const;
@@ -119,6 +124,7 @@ public:
   void _deleteCurrentFolder();
   void _showRoot();
   void _showParent();
+  void _toggleBankContents();
   void _showUserGuide();
   void _showSurprises();
 
@@ -156,6 +162,7 @@ private:
   void _buildMenuBarMenus();
   void _addCommand(QMenu *menu, const MenuCommand &command);
   void _addSortMenu(QMenu *menu);
+  void _addBankContentsItems(QMenu *menu);
   void _showSortOrder();
   bool _isOfUse(Action action) const;
 
@@ -164,6 +171,7 @@ private:
   void _setFilesystem(EMU3FilesystemPtr filesystem);
   EMU3DirectoryPtr _targetFolder() const;
   bool _foldersHaveKeyboard() const;
+  bool _panelHasKeyboard() const;
 
   // Drops on the sidebar (SidebarDrops.cpp)
   bool _mayDrop(const EMU3DirectoryPtr &target, bool internal) const;
@@ -191,9 +199,13 @@ private:
   ImageCheck *check_ = nullptr;
   NewImages *newImages_ = nullptr;
   RecentImages *recentImages_ = nullptr;
+  BankContentsPanel *panel_ = nullptr;
+  PanelPlace *panelPlace_ = nullptr;
+  BankContents *bankContents_ = nullptr;
 
-  std::vector<Item> items_;                          ///< of toolbar and context menus
-  std::vector<Item> menuBarItems_;                   ///< greyed while their menu is shown
+  std::vector<Item> items_;        ///< of toolbar and context menus
+  std::vector<Item> menuBarItems_; ///< greyed while their menu is shown
+  QAction *bankContentsItem_ = nullptr;
   std::vector<QAction *> sortItems_;                 ///< by column, the folder's order first
   std::vector<QAction *> directionItems_;            ///< ascending, descending
   std::vector<std::unique_ptr<QMenu>> menuBarMenus_; ///< in the menu bar's order

@@ -8,7 +8,14 @@
 #include "app/MainWindowController.h"
 #include "app/SidebarController.h"
 #include "app/StatusBar.h"
+#include "app/ThinSplitter.h"
 #include "app/WindowPlace.h"
+#include "app/panel/BankContents.h"
+#include "app/panel/BankContentsPanel.h"
+#include "app/panel/BankEntryTable.h"
+#include "app/panel/PanelPlace.h"
+#include "app/panel/PanelSettings.h"
+#include "app/panel/WaveView.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
@@ -20,8 +27,6 @@
 #include <QPainter>
 #include <QScreen>
 #include <QShortcut>
-#include <QSplitter>
-#include <QSplitterHandle>
 #include <QVBoxLayout>
 
 namespace tessary {
@@ -32,28 +37,6 @@ constexpr QSize smallestWindow(800, 500);
 constexpr int sidebarWidth = 220;
 constexpr int narrowestSidebar = 140;
 constexpr int widestSidebar = 340;
-
-class ThinDivider final : public QSplitterHandle {
-public:
-  using QSplitterHandle::QSplitterHandle;
-
-protected:
-  // The handle is wider than the line, so that the mouse can get hold of it.
-  void paintEvent(QPaintEvent *) override {
-    QPainter(this).fillRect(contentsRect(), separatorColor(palette()));
-  }
-};
-
-class ThinSplitter final : public QSplitter {
-public:
-  ThinSplitter() : QSplitter(Qt::Horizontal) {
-    setChildrenCollapsible(false);
-    setHandleWidth(1);
-  }
-
-protected:
-  QSplitterHandle *createHandle() override { return new ThinDivider(orientation(), this); }
-};
 
 QVBoxLayout *makeColumn(QWidget *pane) {
   auto *layout = new QVBoxLayout(pane);
@@ -104,6 +87,13 @@ void MainWindowController::_buildUI() {
   check_ = new ImageCheck(tools, this);
   newImages_ = new NewImages(
       tools, [this](const std::string &path) { openImageAtURL(path); }, this);
+  bankContents_ = new BankContents(
+      tools, panel_,
+      [this](const EMU3FilePtr &bank, const std::vector<ListedSample> &samples, std::uint32_t rate) {
+        exports_->exportSamples(bank, samples, rate);
+      },
+      this);
+  connect(window_.get(), &MainWindow::textSizeChanged, panel_, &BankContentsPanel::followTextSize);
   recentImages_ = new RecentImages([this](const std::string &path) { openImageAtURL(path); }, this);
   _buildToolbar();
   _buildContextMenus();
@@ -113,6 +103,7 @@ void MainWindowController::_buildUI() {
   _resizeContent(contentSize);
   splitter_->setSizes({sidebarWidth, splitter_->width() - sidebarWidth - splitter_->handleWidth()});
   _placeWindow();
+  bankContents_->setShown(PanelSettings::isShown());
   outlineView()->setFocus();
 }
 
@@ -127,6 +118,9 @@ Browser::Views MainWindowController::_buildViews() {
   splitter_->setStretchFactor(1, 1);
   window_->setCentralWidget(splitter_);
   QWidget::setTabOrder(views.outline, views.table);
+  QWidget::setTabOrder(views.table, panel_->table());
+  QWidget::setTabOrder(panel_->table(), panel_->wave());
+  QWidget::setTabOrder(panel_->wave(), panel_->playButton());
   return views;
 }
 
@@ -148,15 +142,21 @@ QWidget *MainWindowController::_makeSidebar(Browser::Views *views) {
 
 QWidget *MainWindowController::_makeRightPane(Browser::Views *views) {
   auto *pane = new QWidget;
+  auto *files = new QWidget;
   views->table = new FileTable;
   views->table->setObjectName(QStringLiteral("TableView"));
   views->table->setAccessibleName(QStringLiteral("Files"));
   views->findBar = new FindBar;
   connect(views->findBar, &FindBar::left, views->table, &FileTable::takeKeyboard);
   views->statusBar = new StatusBar(pane);
+  QVBoxLayout *column = makeColumn(files);
+  column->addWidget(views->table, 1);
+  column->addWidget(views->findBar);
+  panel_ = new BankContentsPanel;
+  panelPlace_ = new PanelPlace(files, panel_);
+  panelPlace_->setBelow(PanelSettings::isBelow());
   QVBoxLayout *layout = makeColumn(pane);
-  layout->addWidget(views->table, 1);
-  layout->addWidget(views->findBar);
+  layout->addWidget(panelPlace_, 1);
   layout->addWidget(new SeparatorLine(pane));
   layout->addWidget(views->statusBar);
   return pane;

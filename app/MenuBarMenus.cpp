@@ -3,6 +3,9 @@
 #include "app/MainWindowController.h"
 #include "app/PlatformTexts.h"
 #include "app/SidebarController.h"
+#include "app/panel/BankContents.h"
+#include "app/panel/PanelPlace.h"
+#include "app/panel/PanelSettings.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -61,7 +64,8 @@ void MainWindowController::_buildMenuBarMenus() {
   _addCommand(file, {QStringLiteral("Unmount"), &Self::_unmountImage, key(Qt::CTRL | Qt::Key_E)});
   file->addSeparator();
   _addCommand(file, {QStringLiteral("Check Image…"), &Self::_checkImage, key(Qt::CTRL | Qt::Key_K)});
-  _addCommand(file, {QStringLiteral("Back Up Image…"), &Self::_backUpImage, key(Qt::CTRL | Qt::Key_B)});
+  _addCommand(file,
+              {QStringLiteral("Back Up Image…"), &Self::_backUpImage, key(Qt::CTRL | Qt::SHIFT | Qt::Key_B)});
   file->addSeparator();
   _addCommand(file, {QStringLiteral("Import…"), &Self::_importFile, key(Qt::CTRL | Qt::Key_I)});
   _addCommand(file, {exportCommandText(), &Self::_exportSelected, key(Qt::CTRL | Qt::SHIFT | Qt::Key_E)});
@@ -94,7 +98,10 @@ void MainWindowController::_buildMenuBarMenus() {
   _addCommand(folder, {QStringLiteral("Show Root"), &Self::_showRoot, key(Qt::ALT | Qt::Key_Home)});
   _addCommand(folder, {QStringLiteral("Show Parent"), &Self::_showParent, key(Qt::ALT | Qt::Key_Up)});
 
-  _addSortMenu(make("View"));
+  QMenu *view = make("View");
+  _addSortMenu(view);
+  view->addSeparator();
+  _addBankContentsItems(view);
 
   QMenu *help = make("Help");
   _addCommand(help, {QStringLiteral("User Guide"), &Self::_showUserGuide, key(Qt::Key_F1)});
@@ -108,6 +115,35 @@ void MainWindowController::_addCommand(QMenu *menu, const MenuCommand &command) 
   window_->addAction(item); // its keys work also where the menu bar is not the window's
   connect(item, &QAction::triggered, this, [this, action = command.action] { (this->*action)(); });
   menuBarItems_.push_back({item, command.action});
+}
+
+// ---- Bank contents
+
+void MainWindowController::_addBankContentsItems(QMenu *menu) {
+  _addCommand(menu, {QStringLiteral("Bank Contents"), &MainWindowController::_toggleBankContents,
+                     key(Qt::CTRL | Qt::Key_B)});
+  bankContentsItem_ = menuBarItems_.back().item;
+  bankContentsItem_->setCheckable(true);
+  bankContentsItem_->setChecked(PanelSettings::isShown());
+  QMenu *places = menu->addMenu(QStringLiteral("Bank Contents’ Place"));
+  auto *group = new QActionGroup(places);
+  for (const bool below : {false, true}) {
+    QAction *item =
+        places->addAction(below ? QStringLiteral("Below Table") : QStringLiteral("Right of Table"));
+    item->setCheckable(true);
+    item->setChecked(below == PanelSettings::isBelow());
+    group->addAction(item);
+    connect(item, &QAction::triggered, this, [this, below] {
+      PanelSettings::setBelow(below);
+      panelPlace_->setBelow(below);
+    });
+  }
+}
+
+void MainWindowController::_toggleBankContents() {
+  bankContents_->setShown(!bankContents_->isShown());
+  bankContentsItem_->setChecked(bankContents_->isShown());
+  PanelSettings::setShown(bankContents_->isShown());
 }
 
 // ---- Sort order
@@ -177,7 +213,7 @@ void MainWindowController::_showSortOrder() {
 bool MainWindowController::_isOfUse(Action action) const {
   using Self = MainWindowController;
   if (action == &Self::_newImage || action == &Self::_openImage || action == &Self::_showUserGuide ||
-      action == &Self::_showSurprises)
+      action == &Self::_showSurprises || action == &Self::_toggleBankContents)
     return true;
   if (!filesystem()) return false;
   if (action == &Self::_unmountImage || action == &Self::_backUpImage || action == &Self::_find ||

@@ -253,7 +253,7 @@ bool SidebarController::canDropMimeData(const QMimeData *data, Qt::DropAction ac
 }
 
 Qt::DropAction SidebarController::validateDrop(const QMimeData &data, const QModelIndex &item) const {
-  if (!root_ || !incomingDrag_.bringsFiles(data)) return Qt::IgnoreAction;
+  if (!root_ || incomingDrag_.bringsSamples() || !incomingDrag_.bringsFiles(data)) return Qt::IgnoreAction;
   const bool internal = isInternalDrag();
   if (validateDropBlock_)
     return validateDropBlock_(directoryAt(item), internal) ? Qt::CopyAction : Qt::IgnoreAction;

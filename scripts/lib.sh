@@ -52,7 +52,7 @@ wait_until() {
 
 debian_packages() {
   case $1 in
-    build) echo build-essential cmake ninja-build qt6-base-dev qt6-svg-dev libcli11-dev nlohmann-json3-dev ;;
+    build) echo build-essential cmake ninja-build qt6-base-dev qt6-svg-dev libcli11-dev nlohmann-json3-dev portaudio19-dev ;;
     tests) echo libgtest-dev libgmock-dev libfuse3-dev fuse3 pkg-config openbox dbus libglib2.0-bin at-spi2-core python3-pyatspi ;;
     lint) echo clang clang-format clang-tidy desktop-file-utils appstream ;;
     wayland) echo qt6-wayland ;;
@@ -115,7 +115,7 @@ missing_libraries() {
 
 # Names what is missing, and ends the script when anything is.
 name_missing() {
-  local set_name missing formulas="cmake ninja qt cli11 nlohmann-json"
+  local set_name missing formulas="cmake ninja qt cli11 nlohmann-json portaudio"
   missing=$(for set_name in "$@"; do missing_programs "$set_name"; done)
   [ -n "$missing" ] || missing=$(missing_libraries "$@")
   [ -n "$missing" ] || return 0

@@ -51,7 +51,8 @@ TEST_F(Menus, HoldEveryCommand) {
                                           "Select All", "Find", "Find in All Folders"}));
   EXPECT_EQ(textsOf("Folder"),
             (QStringList{"New Folder…", "Rename Folder", "Delete Folder", "Show Root", "Show Parent"}));
-  EXPECT_EQ(textsOf("View"), (QStringList{"Sort By", "Ascending", "Descending"}));
+  EXPECT_EQ(textsOf("View"),
+            (QStringList{"Sort By", "Ascending", "Descending", "Bank Contents", "Bank Contents’ Place"}));
   EXPECT_EQ(textsOf("Help"), (QStringList{"User Guide", "What May Surprise"}));
 }
 
