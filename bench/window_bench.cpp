@@ -1,6 +1,9 @@
 // window_bench import                imports 112 files of 2 MiB through the window's Import while files are
 //                                    sorted and filtered and folders are clicked, and tells how long the
 //                                    window stood still
+// window_bench panel                 goes through 112 banks with the Down key held while the panel of their
+// contents
+//                                    is shown, and draws the wave of a sample of 30 MiB
 // window_bench start IMAGE           tells where the time goes until the first folder's details are painted
 // window_bench start IMAGE TESSARY   times whole starts of the program TESSARY as well
 //
@@ -12,6 +15,8 @@
 #include "app/Settings.h"
 #include "app/Spinner.h"
 #include "app/StatusBar.h"
+#include "bench/PanelBench.h"
+#include "bench/WindowWatch.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/TemporaryFolder.h"
@@ -40,92 +45,6 @@
 
 namespace tessary::bench {
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double millisecondsSince(Clock::time_point begin) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
-}
-
-/// Times in milliseconds, and what is told of them.
-class Times {
-public:
-  void add(double milliseconds) { times_.push_back(milliseconds); }
-  std::size_t count() const { return times_.size(); }
-  void print(const char *what) {
-    if (times_.empty()) return;
-    std::sort(times_.begin(), times_.end());
-    const auto share = [this](double part) {
-      return times_[static_cast<std::size_t>(part * static_cast<double>(times_.size() - 1))];
-    };
-    const double sum = std::accumulate(times_.begin(), times_.end(), 0.0);
-    std::printf("%-34s %6zu   average %7.2f   median %7.2f   99 %% %7.2f   longest %7.2f ms\n", what,
-                times_.size(), sum / static_cast<double>(times_.size()), share(0.5), share(0.99),
-                times_.back());
-  }
-
-private:
-  std::vector<double> times_;
-};
-
-/// Of this thread on its processor: what other programs take is not in it.
-double processorMilliseconds() {
-  timespec time{};
-  ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
-}
-
-void runUntil(const std::function<bool()> &holds) {
-  constexpr double milliseconds = 120'000;
-  const auto begin = Clock::now();
-  QTimer wake; // what is waited for may come without an event
-  wake.start(1);
-  while (!holds()) {
-    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-    if (millisecondsSince(begin) > milliseconds) throw std::runtime_error("waited in vain");
-  }
-}
-
-/// Times from one turn of the event loop to the next, and from a click to the painted table.
-class Watch final : public QObject {
-public:
-  explicit Watch(QTableView *table) : table_(table->viewport()) {
-    table_->installEventFilter(this);
-    beat_.setTimerType(Qt::PreciseTimer);
-    beat_.callOnTimeout([this] { turn(); });
-    beat_.start(1);
-  }
-  void clicked() {
-    click_ = Clock::now();
-    awaitsPaint_ = true;
-  }
-
-  Times turns, work, paints;
-
-protected:
-  bool eventFilter(QObject *, QEvent *event) override {
-    if (event->type() != QEvent::Paint || !awaitsPaint_) return false;
-    awaitsPaint_ = false;
-    // The painting itself comes after this filter; the turn that follows has it behind it.
-    QMetaObject::invokeMethod(
-        this, [this] { paints.add(millisecondsSince(click_)); }, Qt::QueuedConnection);
-    return false;
-  }
-
-private:
-  void turn() {
-    turns.add(millisecondsSince(last_));
-    work.add(processorMilliseconds() - worked_);
-    last_ = Clock::now();
-    worked_ = processorMilliseconds();
-  }
-
-  QWidget *table_;
-  QTimer beat_;
-  Clock::time_point last_ = Clock::now(), click_;
-  double worked_ = processorMilliseconds();
-  bool awaitsPaint_ = false;
-};
 
 // ---- Import
 
@@ -300,8 +219,9 @@ int main(int argc, char **argv) {
   const QStringList arguments = QApplication::arguments();
   using namespace tessary::bench;
   if (arguments.size() == 2 && arguments[1] == QLatin1String("import")) return measureImport();
+  if (arguments.size() == 2 && arguments[1] == QLatin1String("panel")) return measurePanel();
   if ((arguments.size() != 3 && arguments.size() != 4) || arguments[1] != QLatin1String("start")) {
-    std::fputs("window_bench import\nwindow_bench start IMAGE [TESSARY]\n", stderr);
+    std::fputs("window_bench import\nwindow_bench panel\nwindow_bench start IMAGE [TESSARY]\n", stderr);
     return 2;
   }
   measureSteps(QFile::encodeName(arguments[2]).toStdString(), begin);
