@@ -2,7 +2,8 @@
 
 #include "filesystem/Text.h"
 
-#include <sys/stat.h>
+#include <optional>
+#include <utility>
 
 namespace tessary {
 namespace {
@@ -14,14 +15,7 @@ std::string joined(const std::string &folder, const std::string &name) {
 
 } // namespace
 
-bool ExportTargets::identify(const std::string &path, FileId *id) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) return false;
-  *id = {static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino)};
-  return true;
-}
-
-std::string ExportTargets::claim(const std::string &folder, const HostName &name) {
+ExportTargets::Claim ExportTargets::claim(const std::string &folder, const HostName &name) {
   const std::string base = joined(folder, name.stem);
   std::size_t &number = lastTried_[base + name.extension];
   while (true) {
@@ -29,8 +23,9 @@ std::string ExportTargets::claim(const std::string &folder, const HostName &name
     std::string path = base;
     if (number > 1) path.append(" (").append(std::to_string(number)).append(")");
     path += name.extension;
-    if (isWritten(path)) continue;
-    if (claimed_.insert(path).second) return path;
+    const bool isFree = isNothingAt(path);
+    if (!isFree && isWritten(path)) continue;
+    if (claimed_.insert(path).second) return {std::move(path), isFree};
   }
 }
 
@@ -38,21 +33,19 @@ std::string ExportTargets::freeBeside(const std::string &path) {
   const std::string whole = lastPathComponent(path);
   const std::string stem = withoutExtension(whole);
   const std::string folder = path.substr(0, path.size() - whole.size());
-  struct stat status {};
   while (true) {
-    std::string candidate = claim(folder, {stem, whole.substr(stem.size())});
-    if (candidate != path && ::lstat(candidate.c_str(), &status) != 0) return candidate;
+    Claim candidate = claim(folder, {stem, whole.substr(stem.size())});
+    if (candidate.isFree && candidate.path != path) return std::move(candidate.path);
   }
 }
 
 bool ExportTargets::isWritten(const std::string &path) const {
-  FileId existing;
-  return identify(path, &existing) && written_.contains(existing);
+  const std::optional<HostFileId> existing = fileAt(path);
+  return existing && written_.contains(*existing);
 }
 
 void ExportTargets::wrote(const std::string &path) {
-  FileId id;
-  if (identify(path, &id)) written_.insert(id);
+  if (const std::optional<HostFileId> made = fileAt(path)) written_.insert(*made);
 }
 
 } // namespace tessary

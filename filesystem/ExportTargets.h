@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/ExportNames.h"
+#include "filesystem/HostPath.h"
 #include "filesystem/ItemsWatcher.h"
 
 #include <cstddef>
@@ -9,7 +10,6 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
-#include <utility>
 
 namespace tessary {
 
@@ -21,23 +21,28 @@ public:
   void setOptions(const ExportOptions &options) { options_ = options; }
   [[nodiscard]] const ExportOptions &options() const { return options_; }
 
+  /// A path that a result may have.
+  struct Claim {
+    std::string path;
+    bool isFree = false; ///< nothing stood there when it was looked at
+  };
+
   /// The path, in a host folder, for a result of this name. An empty folder is the current one.
-  [[nodiscard]] std::string claim(const std::string &folder, const HostName &name);
+  [[nodiscard]] Claim claim(const std::string &folder, const HostName &name);
   /// A path in place of one that was asked for, with a number, where nothing is yet.
   [[nodiscard]] std::string freeBeside(const std::string &path);
-  /// Remembers what was written, or made, at `path`.
+  /// Remembers a folder that was made, or taken, at `path`.
   void wrote(const std::string &path);
+  /// Remembers a file that was written.
+  void wrote(const HostFileId &file) { written_.insert(file); }
   /// Whether what stands at `path` was written, or made, by the command.
   [[nodiscard]] bool isWritten(const std::string &path) const;
 
 private:
-  using FileId = std::pair<std::uint64_t, std::uint64_t>; ///< device and inode
-  static bool identify(const std::string &path, FileId *id);
-
   ExportOptions options_;
   std::unordered_set<std::string> claimed_;
   std::unordered_map<std::string, std::size_t> lastTried_; ///< the number, by the path without one
-  std::set<FileId> written_;
+  std::set<HostFileId> written_;
 };
 
 } // namespace tessary

@@ -1,5 +1,6 @@
 #include "filesystem/HostFileGroup.h"
 
+#include "filesystem/HostPath.h"
 #include "filesystem/VolumeRules.h"
 
 #include <cerrno>
@@ -17,15 +18,6 @@ bool isFolder(const std::string &path) {
   return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool isNothingAt(const std::string &path) {
-  struct stat status {};
-  return ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
-}
-
-std::string folderOf(const std::string &path) {
-  return path.substr(0, path.rfind('/') + 1);
-}
-
 // The engine's own words leave out the host's reason, which is kept beside them.
 EMU3Error reasonFor(const HostTarget &target, EMU3Error reason) {
   if (!target.failure) return reason;
@@ -36,8 +28,11 @@ EMU3Error reasonFor(const HostTarget &target, EMU3Error reason) {
 
 } // namespace
 
-void HostFileGroup::choosePath(HostTarget &target) {
-  if (target.name) target.path = targets_.claim(target.folder, *target.name);
+NewHostFile::Standing HostFileGroup::choosePath(HostTarget &target) {
+  if (!target.name) return NewHostFile::Standing::unknown;
+  ExportTargets::Claim claim = targets_.claim(target.folder, *target.name);
+  target.path = std::move(claim.path);
+  return claim.isFree ? NewHostFile::Standing::nothing : NewHostFile::Standing::unknown;
 }
 
 bool HostFileGroup::mayWrite(const std::string &path, EMU3Error *error) const {
@@ -46,10 +41,10 @@ bool HostFileGroup::mayWrite(const std::string &path, EMU3Error *error) const {
 }
 
 bool HostFileGroup::beginFile(HostTarget &target, const HostFileParts &parts, EMU3Error *error) {
-  choosePath(target);
+  const NewHostFile::Standing standing = choosePath(target);
   Begun begun{&target};
   EMU3Error reason;
-  if (!write(begun, parts, &reason)) return fail(error, reasonFor(target, std::move(reason)));
+  if (!write(begun, standing, parts, &reason)) return fail(error, reasonFor(target, std::move(reason)));
   begun_.push_back(std::move(begun));
   return true;
 }
@@ -75,14 +70,15 @@ bool HostFileGroup::makeFolder(const HostTarget &target, EMU3Error *error) const
          fail(error, hostError(errno, path));
 }
 
-bool HostFileGroup::write(Begun &begun, const HostFileParts &parts, EMU3Error *error) {
+bool HostFileGroup::write(Begun &begun, NewHostFile::Standing standing, const HostFileParts &parts,
+                          EMU3Error *error) {
   const std::string &path = begun.target->path;
   begun.target->bytes =
       std::accumulate(parts.begin(), parts.end(), std::uint64_t{0},
                       [](std::uint64_t sum, const auto &part) { return sum + part.size(); });
-  if (!mayWrite(path, error)) return false;
+  if (standing != NewHostFile::Standing::nothing && !mayWrite(path, error)) return false;
   if (mode_ == Mode::trial && isInFolderToBe(*begun.target)) return true;
-  if (!begun.file.create(path, earlier(), error)) return false;
+  if (!begun.file.create(path, earlier(), error, standing)) return false;
   if (mode_ == Mode::trial) begun.file = NewHostFile();
   if (mode_ == Mode::trial) return true;
   for (const std::span<const std::uint8_t> part : parts)
@@ -114,21 +110,25 @@ void HostFileGroup::complete() {
     if (begun.error) begun.error = reasonFor(*begun.target, *std::exchange(begun.error, std::nullopt));
 }
 
-// Where only now an earlier result of the command turns out to have that name too (the host passes over case,
-// say), this one gets the next.
+// Mostly nothing has the name, and the host gives it.
 void HostFileGroup::publish(Begun &begun) {
   EMU3Error error;
-  HostTarget &target = *begun.target;
-  bool isAimed = true;
-  if (targets_.isWritten(target.path)) {
-    target.path =
-        target.name ? targets_.claim(target.folder, *target.name) : targets_.freeBeside(target.path);
-    isAimed = begun.file.redirect(target.path, &error);
-  }
-  if (isAimed && mayWrite(target.path, &error) && begun.file.publish(&error))
-    targets_.wrote(target.path);
+  if ((begun.file.takeName() || mayTakeOver(begun, &error)) && begun.file.publish(&error))
+    targets_.wrote(begun.file.id());
   else
     begun.error = std::move(error);
+}
+
+// Where only now an earlier result of the command turns out to have that name too (the host passes over case,
+// say), this one gets the next.
+bool HostFileGroup::mayTakeOver(Begun &begun, EMU3Error *error) {
+  HostTarget &target = *begun.target;
+  if (targets_.isWritten(target.path)) {
+    target.path =
+        target.name ? targets_.claim(target.folder, *target.name).path : targets_.freeBeside(target.path);
+    if (!begun.file.redirect(target.path, error)) return false;
+  }
+  return mayWrite(target.path, error);
 }
 
 // Each once, those of new folders too.

@@ -68,14 +68,17 @@ private:
     std::optional<EMU3Error> error{};
   };
 
-  void choosePath(HostTarget &target);
+  /// What was seen to stand at the path that the target got.
+  NewHostFile::Standing choosePath(HostTarget &target);
   [[nodiscard]] bool mayWrite(const std::string &path, EMU3Error *error) const;
   [[nodiscard]] NewHostFile::Earlier earlier() const;
   /// Whether the folder of the target is one that a trial has only said to make.
   [[nodiscard]] bool isInFolderToBe(const HostTarget &target) const;
   [[nodiscard]] bool makeFolder(const HostTarget &target, EMU3Error *error) const;
-  [[nodiscard]] bool write(Begun &begun, const HostFileParts &parts, EMU3Error *error);
+  [[nodiscard]] bool write(Begun &begun, NewHostFile::Standing standing, const HostFileParts &parts,
+                           EMU3Error *error);
   void publish(Begun &begun);
+  [[nodiscard]] bool mayTakeOver(Begun &begun, EMU3Error *error);
   void flushFolders();
 
   const VolumeRules &rules_;

@@ -11,6 +11,9 @@
 namespace tessary {
 namespace {
 
+// A file up to this size is read before it is known whether there is room for it.
+constexpr std::uint64_t kReadAtOnce = std::uint64_t{1} << 20;
+
 // Gigabytes are not read for nothing.
 bool mayStore(Volume &volume, const std::string &imagePath, const NewFile &file,
               const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
@@ -26,7 +29,8 @@ std::optional<NewFile> withBytes(NewFile file, Volume &volume, const std::string
   const std::optional<HostFile> source = HostFile::open(hostPath, error);
   if (!source) return std::nullopt;
   file.size = source->size();
-  if (volume.rules().refusesBeforeReading() && !mayStore(volume, imagePath, file, toDirectory, error))
+  if (file.size > kReadAtOnce && volume.rules().refusesBeforeReading() &&
+      !mayStore(volume, imagePath, file, toDirectory, error))
     return std::nullopt;
   file.data = source->readWhole(error);
   if (!file.data) return std::nullopt;

@@ -15,11 +15,6 @@
 namespace tessary {
 namespace {
 
-std::string folderOf(const std::string &path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "" : path.substr(0, slash + 1);
-}
-
 // Only a regular file, or a link that does not lead to anything else, may be replaced: putting a file in
 // the place of a device or FIFO would break whoever uses it.
 bool mayReplace(mode_t mode, const std::string &path, EMU3Error *error) {
@@ -97,6 +92,8 @@ NewHostFile &NewHostFile::operator=(NewHostFile &&other) noexcept {
   std::swap(earlier_, other.earlier_);
   std::swap(permissions_, other.permissions_);
   std::swap(newPermissions_, other.newPermissions_);
+  std::swap(id_, other.id_);
+  std::swap(hasName_, other.hasName_);
   std::swap(fd_, other.fd_);
   return *this;
 }
@@ -108,14 +105,19 @@ void NewHostFile::giveUp() {
   fd_ = -1;
 }
 
-bool NewHostFile::create(const std::string &path, Earlier earlier, EMU3Error *error) {
+bool NewHostFile::create(const std::string &path, Earlier earlier, EMU3Error *error, Standing standing) {
   giveUp();
   earlier_ = earlier;
-  if (!aimAt(path, error)) return false;
+  hasName_ = false;
+  path_ = target_ = path;
+  permissions_.reset();
+  if (standing != Standing::nothing && !aimAt(path, error)) return false;
   fd_ = createWithoutName(target_);
   if (fd_ < 0 && !createNamed()) return fail(error, hostError(errno, path));
   struct stat status {};
-  if (::fstat(fd_, &status) == 0) newPermissions_ = status.st_mode & kPermissions;
+  if (::fstat(fd_, &status) != 0) return fail(error, hostError(errno, path));
+  newPermissions_ = status.st_mode & kPermissions;
+  id_ = {status.st_dev, status.st_ino};
   if (permissions_) takePermissions();
   return true;
 }
@@ -189,8 +191,13 @@ bool NewHostFile::flush(EMU3Error *error) {
   return isFlushed || errno == EINVAL || fail(error, hostError(errno, path_));
 }
 
+bool NewHostFile::takeName() {
+  hasName_ = giveName(target_);
+  return hasName_;
+}
+
 bool NewHostFile::publish(EMU3Error *error) {
-  if (!giveName(target_) && !(earlier_ == Earlier::refused ? takeFreeName() : replace()))
+  if (!hasName_ && !takeName() && !(earlier_ == Earlier::refused ? takeFreeName() : replace()))
     return fail(error, hostError(errno, path_));
   const int fd = std::exchange(fd_, -1);
   giveUp();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/EMU3Error.h"
+#include "filesystem/HostPath.h"
 
 #include <cstdint>
 #include <optional>
@@ -26,8 +27,12 @@ public:
   NewHostFile(NewHostFile &&other) noexcept;
   NewHostFile &operator=(NewHostFile &&other) noexcept;
 
+  /// What stands at the path, as far as the caller has just looked.
+  enum class Standing { unknown, nothing };
+
   /// Makes the file, empty and not there yet. False with the error.
-  [[nodiscard]] bool create(const std::string &path, Earlier earlier, EMU3Error *error);
+  [[nodiscard]] bool create(const std::string &path, Earlier earlier, EMU3Error *error,
+                            Standing standing = Standing::unknown);
   /// Gives it another path, in the same folder. False with the error.
   [[nodiscard]] bool redirect(const std::string &path, EMU3Error *error);
   /// Appends.
@@ -40,8 +45,13 @@ public:
   /// Gives the file its name. It must have been flushed: else a power cut could leave the name with other
   /// bytes.
   [[nodiscard]] bool publish(EMU3Error *error);
+  /// Whether nothing had the name, so that the file has it now and only its end is left to publish(). False
+  /// also where the host has no links.
+  [[nodiscard]] bool takeName();
 
   [[nodiscard]] const std::string &path() const { return path_; }
+  /// Of the file that was created last.
+  [[nodiscard]] const HostFileId &id() const { return id_; }
   /// Open for reading and writing; owned by the file.
   [[nodiscard]] int descriptor() const { return fd_; }
 
@@ -60,6 +70,8 @@ private:
   Earlier earlier_ = Earlier::replaced;
   std::optional<std::uint32_t> permissions_; ///< of the file that it replaces
   std::uint32_t newPermissions_ = 0;         ///< of a new one
+  HostFileId id_{};
+  bool hasName_ = false;
   int fd_ = -1;
 };
 

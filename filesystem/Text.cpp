@@ -167,6 +167,7 @@ std::string escapedForDisplay(std::string_view text) {
 }
 
 std::string escapedNameForDisplay(std::string_view name) {
+  if (name.find('\\') == std::string_view::npos) return escapedForDisplay(name);
   std::string doubled;
   doubled.reserve(name.size());
   for (const char character : name)
