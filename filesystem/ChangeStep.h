@@ -41,7 +41,7 @@ struct ArrivingFile {
 };
 
 /// What the steps of a group have in common, so that none of them undoes another.
-enum class StepKind { storing, moving, deleting };
+enum class StepKind { storing, moving, renaming, deleting };
 
 /// A step that is one change of a volume.
 class ChangeStep : public ItemStep {

@@ -310,7 +310,7 @@ bool EMU3Filesystem::moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &f
 
 bool EMU3Filesystem::renameFile(const EMU3FilePtr &file, const std::string &newName,
                                 const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  RenameFile change(file, newName, inDirectory);
+  RenameFile change(file, {.given = newName}, inDirectory);
   return perform(change, error);
 }
 
@@ -346,6 +346,16 @@ std::optional<EntryBytes> EMU3Filesystem::entryOfFile(const EMU3FilePtr &file, E
   return entry;
 }
 
+std::optional<EntryBytes> EMU3Filesystem::entryOfDirectory(const EMU3DirectoryPtr &directory,
+                                                           EMU3Error *error) {
+  const ReadLock lock(volume_->lock);
+  std::optional<EntryBytes> entry;
+  if (volume_->rules().mayUse(*volume_, directory->parent(), directory))
+    entry = volume_->entries.readEntry(directory->place());
+  if (!entry) fail(error, EngineError::entryNotFound);
+  return entry;
+}
+
 // ---- Changes of folders
 
 bool EMU3Filesystem::createDirectoryNamed(const std::string &name, const EMU3DirectoryPtr &inDirectory,
@@ -356,7 +366,7 @@ bool EMU3Filesystem::createDirectoryNamed(const std::string &name, const EMU3Dir
 
 bool EMU3Filesystem::renameDirectory(const EMU3DirectoryPtr &directory, const std::string &newName,
                                      EMU3Error *error) {
-  RenameFolder change(directory, newName);
+  RenameFolder change(directory, {.given = newName});
   return perform(change, error);
 }
 

@@ -153,6 +153,9 @@ public:
                        EMU3Error *error = nullptr);
   /// The entry of a file as it stands on the image: what `restoreFileAtURL` needs once the file is deleted.
   [[nodiscard]] std::optional<EntryBytes> entryOfFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
+  /// The same of a folder that is not the root: what `ItemsOperation::restoreFolder` needs.
+  [[nodiscard]] std::optional<EntryBytes> entryOfDirectory(const EMU3DirectoryPtr &directory,
+                                                           EMU3Error *error = nullptr);
   /// Brings a deleted file back from a host file with its contents and from the entry that it had: its whole
   /// name, and guarded its kind too. The new file; null when it fails.
   EMU3FilePtr restoreFileAtURL(const std::string &url, const EntryBytes &entry,

@@ -104,16 +104,31 @@ bool mayGiveName(const Volume &volume, const std::string &name, EMU3Error *error
   return fail(error, badName(name));
 }
 
+std::optional<std::string> nameOfEarlier(const Volume &volume, const Dentry &entry, EMU3Error *error) {
+  std::optional<std::string> name;
+  if (entry.front() != 0) name = volume.rules().nameOf(entry.data());
+  if (!name) fail(error, EngineError::badName);
+  return name;
+}
+
 bool RenamedEntry::mayWrite(const Volume &volume, EMU3Error *error) const {
-  if (!mayGiveName(volume, name_, error)) return false;
+  const bool mayGive = name_.earlier ? nameOfEarlier(volume, *name_.earlier, error).has_value()
+                                     : mayGiveName(volume, name_.given, error);
+  if (!mayGive) return false;
   return volume.entries.contains(place_.block) || fail(error, EngineError::entryNotFound);
 }
 
 std::optional<std::string> RenamedEntry::write(Volume &volume, EMU3Error *error) {
   if (const std::optional<Dentry> entry = volume.entries.readEntry(place_))
     std::copy_n(entry->begin(), kNameSize, fieldBefore_.begin());
-  const NameField field = nameFieldForRename(volume.rules().storedName(name_));
-  if (volume.entries.writeName(place_, field)) return volume.rules().nameAfterStoring(name_, field.data());
+  NameField field;
+  if (name_.earlier)
+    std::copy_n(name_.earlier->begin(), kNameSize, field.begin());
+  else
+    field = nameFieldForRename(volume.rules().storedName(name_.given));
+  if (volume.entries.writeName(place_, field))
+    return name_.earlier ? nameOfEarlier(volume, *name_.earlier, error)
+                         : volume.rules().nameAfterStoring(name_.given, field.data());
   fail(error, EngineError::blockWriteFailed);
   return std::nullopt;
 }

@@ -67,12 +67,23 @@ private:
 [[nodiscard]] EMU3Error badName(const std::string &name);
 /// Whether an entry may be given this name; false with code 6.
 [[nodiscard]] bool mayGiveName(const Volume &volume, const std::string &name, EMU3Error *error);
+/// What an entry is to be called.
+struct NewName {
+  std::string given{}; ///< by the user
+  /// Where it gets a name back that it had: an entry with all 16 bytes of that. Nothing is given then.
+  std::optional<format::Dentry> earlier{};
+};
+
+/// What an object is called by an entry that it had; none, with code 6, where that is no entry.
+[[nodiscard]] std::optional<std::string> nameOfEarlier(const Volume &volume, const format::Dentry &entry,
+                                                       EMU3Error *error);
+
 /// An entry that gets another name.
 class RenamedEntry final {
 public:
   RenamedEntry() = default;
   /// `shownName` is what the entry's object is called now.
-  RenamedEntry(EntryPlace place, std::string name, std::string shownName)
+  RenamedEntry(EntryPlace place, NewName name, std::string shownName)
       : place_(place), name_(std::move(name)), shownBefore_(std::move(shownName)) {}
 
   /// Whether it may be given this name; false with the error.
@@ -86,7 +97,7 @@ public:
 
 private:
   EntryPlace place_;
-  std::string name_;
+  NewName name_;
   std::string shownBefore_;
   format::NameField fieldBefore_{};
 };

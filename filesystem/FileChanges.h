@@ -145,7 +145,7 @@ private:
 
 class RenameFile final : public VolumeChange {
 public:
-  RenameFile(EMU3FilePtr file, std::string newName, EMU3DirectoryPtr inDirectory)
+  RenameFile(EMU3FilePtr file, NewName newName, EMU3DirectoryPtr inDirectory)
       : file_(std::move(file)), newName_(std::move(newName)), inDirectory_(std::move(inDirectory)) {}
 
   [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
@@ -155,7 +155,7 @@ public:
 
 private:
   const EMU3FilePtr file_;
-  const std::string newName_;
+  const NewName newName_;
   const EMU3DirectoryPtr inDirectory_;
   RenamedEntry name_;
 };

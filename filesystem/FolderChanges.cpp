@@ -165,8 +165,11 @@ bool RenameFolder::begin(Volume &volume, EMU3Error *error) {
 }
 
 bool RenameFolder::enter(Volume &volume, EMU3Error *error) {
-  std::optional<std::string> shown = newName_;
-  if (volume.rules().storesFolderNames()) shown = name_.write(volume, error);
+  std::optional<std::string> shown;
+  if (volume.rules().storesFolderNames())
+    shown = name_.write(volume, error);
+  else
+    shown = newName_.earlier ? nameOfEarlier(volume, *newName_.earlier, error) : newName_.given;
   if (shown) TreeEditor::setName(*directory_, *shown);
   return shown.has_value();
 }

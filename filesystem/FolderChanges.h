@@ -38,7 +38,7 @@ private:
 /// Bare, renames the folder in the tree alone; the image keeps the old name.
 class RenameFolder final : public VolumeChange {
 public:
-  RenameFolder(EMU3DirectoryPtr directory, std::string newName)
+  RenameFolder(EMU3DirectoryPtr directory, NewName newName)
       : directory_(std::move(directory)), newName_(std::move(newName)) {}
 
   [[nodiscard]] bool begin(Volume &volume, EMU3Error *error) TESSARY_REQUIRES(volume.lock) override;
@@ -48,7 +48,7 @@ public:
 
 private:
   const EMU3DirectoryPtr directory_;
-  const std::string newName_;
+  const NewName newName_;
   RenamedEntry name_;
 };
 

@@ -28,6 +28,7 @@ bool FolderStep::prepare(EMU3Error *error) {
 }
 
 bool FolderStep::readModel(EMU3Error *error) {
+  model_ = plan_.entry;
   if (!plan_.model) return true;
   if (plan_.moved && !mayDeleteFrom(plan_.modelAt, error)) return false;
   Volume &volume = *plan_.modelAt.volume;

@@ -17,11 +17,12 @@ namespace tessary {
 
 /// A folder to be made.
 struct FolderPlan {
-  std::string name;
+  std::string name{};
   /// What it is a copy of, and where that lies; null for a folder of the host.
   EMU3DirectoryPtr model{};
   VolumeAt modelAt{};
-  MovedFolderPtr moved{}; ///< the model, where it is moved
+  std::optional<format::Dentry> entry{}; ///< of one that comes back; it has no model then
+  MovedFolderPtr moved{};                ///< the model, where it is moved
   ExistingFolder existing = ExistingFolder::doubled;
   std::optional<EMU3Error> failure{}; ///< known already: it cannot be read
 };

@@ -1,5 +1,6 @@
 #include "filesystem/ItemTrees.h"
 
+#include "filesystem/EntrySpot.h"
 #include "filesystem/FileChanges.h"
 #include "filesystem/FolderChanges.h"
 #include "filesystem/HostImport.h"
@@ -151,6 +152,31 @@ void planImport(ItemsPlan *plan, const TreeDestination &destination, const std::
                 importStep(destination, {.hostPath = path}, made));
     for (; !listing.folders.empty(); listing.folders.pop_back())
       waiting.push_back({std::move(listing.folders.back()), {item, made}});
+  }
+}
+
+// The names are those of the entries; one that is none is refused when its turn comes.
+void planRestoration(ItemsPlan *plan, const VolumeAt &at, const StoredFolder &folder,
+                     const VolumeFolder &to) {
+  std::vector<std::pair<const StoredFolder *, InVolume>> waiting;
+  waiting.emplace_back(&folder, InVolume{std::nullopt, to});
+  while (!waiting.empty()) {
+    const auto [each, above] = std::move(waiting.back());
+    waiting.pop_back();
+    const VolumeFolder made = folderToBe();
+    FolderPlan making{.entry = each->entry};
+    EMU3Error error;
+    if (const auto name = nameOfEarlier(*at.volume, each->entry, &error))
+      making.name = *name;
+    else
+      making.failure = error;
+    const std::size_t item = plan->add({.parent = above.item},
+                                       std::make_unique<FolderStep>(at, std::move(making), above.into, made));
+    for (const StoredFile &file : each->files)
+      plan->add({.parent = item, .hostPath = file.hostPath, .bytes = sizeOfHostFile(file.hostPath)},
+                std::make_unique<RestoreStep>(at, file.hostPath, file.entry, made));
+    for (std::size_t i = each->folders.size(); i > 0; --i)
+      waiting.emplace_back(&each->folders[i - 1], InVolume{item, made});
   }
 }
 

@@ -65,6 +65,8 @@ struct ItemsOperation::Parts {
     return {at, existing, earlier};
   }
   void addImport(Item item, ImportSource source, const EMU3DirectoryPtr &to);
+  void addNewName(const EMU3FilePtr &file, const NewName &name, const EMU3DirectoryPtr &in);
+  void addNewName(const EMU3DirectoryPtr &folder, const NewName &name);
   void addSample(const EMU3FilePtr &bank, std::uint64_t index, HostTarget target);
   void tell(std::vector<ItemTurn> *group, const ItemsWatcher &watcher);
 
@@ -126,6 +128,10 @@ void ItemsOperation::restoreFile(const std::string &hostPath, const EntryBytes &
                    std::make_unique<RestoreStep>(parts_->at, hostPath, entry, folderThatIsThere(to)));
 }
 
+void ItemsOperation::restoreFolder(const StoredFolder &folder, const EMU3DirectoryPtr &to) {
+  planRestoration(&parts_->plan, parts_->at, folder, folderThatIsThere(to));
+}
+
 VolumeAt ItemsOperation::placeOf(const EMU3FilesystemPtr &source) const {
   return source ? source->at() : parts_->at;
 }
@@ -150,6 +156,37 @@ void ItemsOperation::moveFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &f
 void ItemsOperation::moveFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to,
                                 ExistingFolder existing, const EMU3FilesystemPtr &source) {
   planMove(&parts_->plan, parts_->destination(existing), placeOf(source), folder, to);
+}
+
+void ItemsOperation::Parts::addNewName(const EMU3FilePtr &file, const NewName &name,
+                                       const EMU3DirectoryPtr &in) {
+  plan.add({.file = file}, std::make_unique<SimpleStep>(StepKind::renaming, at, [=](EMU3Error *) {
+             return std::make_unique<RenameFile>(file, name, in);
+           }));
+}
+
+void ItemsOperation::Parts::addNewName(const EMU3DirectoryPtr &folder, const NewName &name) {
+  plan.add({.folder = folder}, std::make_unique<SimpleStep>(StepKind::renaming, at, [=](EMU3Error *) {
+             return std::make_unique<RenameFolder>(folder, name);
+           }));
+}
+
+void ItemsOperation::renameFile(const EMU3FilePtr &file, const std::string &name,
+                                const EMU3DirectoryPtr &in) {
+  parts_->addNewName(file, {.given = name}, in);
+}
+
+void ItemsOperation::renameFolder(const EMU3DirectoryPtr &folder, const std::string &name) {
+  parts_->addNewName(folder, {.given = name});
+}
+
+void ItemsOperation::restoreName(const EMU3FilePtr &file, const EntryBytes &earlier,
+                                 const EMU3DirectoryPtr &in) {
+  parts_->addNewName(file, {.earlier = earlier}, in);
+}
+
+void ItemsOperation::restoreName(const EMU3DirectoryPtr &folder, const EntryBytes &earlier) {
+  parts_->addNewName(folder, {.earlier = earlier});
 }
 
 void ItemsOperation::deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &from) {

@@ -3,6 +3,7 @@
 #include "filesystem/ByteBuffer.h"
 #include "filesystem/EntryPlace.h"
 #include "filesystem/ItemsWatcher.h"
+#include "filesystem/StoredTree.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -49,6 +50,8 @@ public:
   /// With its tree. Links to folders are not followed; names are cut as those of files are.
   void importFolder(const std::string &hostPath, const EMU3DirectoryPtr &to, ExistingFolder existing);
   void restoreFile(const std::string &hostPath, const EntryBytes &entry, const EMU3DirectoryPtr &to);
+  /// With its tree, beside what is there.
+  void restoreFolder(const StoredFolder &folder, const EMU3DirectoryPtr &to);
   void copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &to,
                 const EMU3FilesystemPtr &source = nullptr);
   /// With its tree; of a root all that is in it.
@@ -59,6 +62,12 @@ public:
   /// With its tree. Code 6 where `to` is the folder itself or lies below it.
   void moveFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to, ExistingFolder existing,
                   const EMU3FilesystemPtr &source = nullptr);
+
+  // Names. Those that an entry had before come back with all 16 bytes.
+  void renameFile(const EMU3FilePtr &file, const std::string &name, const EMU3DirectoryPtr &in);
+  void renameFolder(const EMU3DirectoryPtr &folder, const std::string &name);
+  void restoreName(const EMU3FilePtr &file, const EntryBytes &earlier, const EMU3DirectoryPtr &in);
+  void restoreName(const EMU3DirectoryPtr &folder, const EntryBytes &earlier);
 
   void deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &from);
   /// With its tree.
