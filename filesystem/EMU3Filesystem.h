@@ -153,7 +153,7 @@ public:
                        EMU3Error *error = nullptr);
   /// The entry of a file as it stands on the image: what `restoreFileAtURL` needs once the file is deleted.
   [[nodiscard]] std::optional<EntryBytes> entryOfFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
-  /// The same of a folder that is not the root: what `ItemsOperation::restoreFolder` needs.
+  /// The same of a folder that is not the root: what `ItemsOperation::restoreTree` needs.
   [[nodiscard]] std::optional<EntryBytes> entryOfDirectory(const EMU3DirectoryPtr &directory,
                                                            EMU3Error *error = nullptr);
   /// Brings a deleted file back from a host file with its contents and from the entry that it had: its whole

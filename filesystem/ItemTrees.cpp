@@ -81,6 +81,17 @@ void planDeletion(ItemsPlan *plan, const VolumeAt &at, const std::vector<Emptied
     plan->addStep(folder.item, std::make_unique<EmptiedFolderStep>(at, folder.folder, folder.made));
 }
 
+// One that has no name is refused when its turn comes.
+FolderPlan planOfStored(const Volume &volume, const EntryBytes &entry) {
+  FolderPlan plan{.entry = entry};
+  EMU3Error error;
+  if (const std::optional<std::string> name = nameOfEarlier(volume, entry, &error))
+    plan.name = *name;
+  else
+    plan.failure = error;
+  return plan;
+}
+
 } // namespace
 
 std::unique_ptr<ItemStep> importStep(const TreeDestination &destination, ImportSource source,
@@ -155,28 +166,22 @@ void planImport(ItemsPlan *plan, const TreeDestination &destination, const std::
   }
 }
 
-// The names are those of the entries; one that is none is refused when its turn comes.
-void planRestoration(ItemsPlan *plan, const VolumeAt &at, const StoredFolder &folder,
-                     const VolumeFolder &to) {
-  std::vector<std::pair<const StoredFolder *, InVolume>> waiting;
-  waiting.emplace_back(&folder, InVolume{std::nullopt, to});
-  while (!waiting.empty()) {
-    const auto [each, above] = std::move(waiting.back());
-    waiting.pop_back();
-    const VolumeFolder made = folderToBe();
-    FolderPlan making{.entry = each->entry};
-    EMU3Error error;
-    if (const auto name = nameOfEarlier(*at.volume, each->entry, &error))
-      making.name = *name;
-    else
-      making.failure = error;
-    const std::size_t item = plan->add({.parent = above.item},
-                                       std::make_unique<FolderStep>(at, std::move(making), above.into, made));
-    for (const StoredFile &file : each->files)
-      plan->add({.parent = item, .hostPath = file.hostPath, .bytes = sizeOfHostFile(file.hostPath)},
-                std::make_unique<RestoreStep>(at, file.hostPath, file.entry, made));
-    for (std::size_t i = each->folders.size(); i > 0; --i)
-      waiting.emplace_back(&each->folders[i - 1], InVolume{item, made});
+void planRestoration(ItemsPlan *plan, const VolumeAt &at, const StoredTree &tree, const VolumeFolder &to) {
+  const std::size_t first = plan->progress().items;
+  std::vector<VolumeFolder> folders(tree.size()); // null for a file
+  for (std::size_t i = 0; i < tree.size(); ++i) {
+    const StoredItem &stored = tree[i];
+    Item item{.hostPath = stored.contents};
+    if (stored.folder) item.parent = first + *stored.folder;
+    const VolumeFolder into = stored.folder ? folders[*stored.folder] : to;
+    if (stored.contents.empty()) {
+      folders[i] = folderToBe();
+      plan->add(std::move(item),
+                std::make_unique<FolderStep>(at, planOfStored(*at.volume, stored.entry), into, folders[i]));
+    } else {
+      item.bytes = sizeOfHostFile(stored.contents);
+      plan->add(std::move(item), std::make_unique<RestoreStep>(at, stored.contents, stored.entry, into));
+    }
   }
 }
 

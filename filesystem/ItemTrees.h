@@ -25,8 +25,8 @@ struct TreeDestination {
 /// A folder of the host.
 void planImport(ItemsPlan *plan, const TreeDestination &destination, const std::string &hostPath,
                 const VolumeFolder &to);
-/// A folder that comes back.
-void planRestoration(ItemsPlan *plan, const VolumeAt &at, const StoredFolder &folder, const VolumeFolder &to);
+/// A file or a folder that comes back.
+void planRestoration(ItemsPlan *plan, const VolumeAt &at, const StoredTree &tree, const VolumeFolder &to);
 /// A folder of a volume, the same or another; of a root all that is in it.
 void planCopy(ItemsPlan *plan, const TreeDestination &destination, const VolumeAt &source,
               const EMU3DirectoryPtr &folder, const VolumeFolder &to);

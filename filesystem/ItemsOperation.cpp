@@ -128,8 +128,8 @@ void ItemsOperation::restoreFile(const std::string &hostPath, const EntryBytes &
                    std::make_unique<RestoreStep>(parts_->at, hostPath, entry, folderThatIsThere(to)));
 }
 
-void ItemsOperation::restoreFolder(const StoredFolder &folder, const EMU3DirectoryPtr &to) {
-  planRestoration(&parts_->plan, parts_->at, folder, folderThatIsThere(to));
+void ItemsOperation::restoreTree(const StoredTree &tree, const EMU3DirectoryPtr &to) {
+  planRestoration(&parts_->plan, parts_->at, tree, folderThatIsThere(to));
 }
 
 VolumeAt ItemsOperation::placeOf(const EMU3FilesystemPtr &source) const {

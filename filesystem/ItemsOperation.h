@@ -50,8 +50,8 @@ public:
   /// With its tree. Links to folders are not followed; names are cut as those of files are.
   void importFolder(const std::string &hostPath, const EMU3DirectoryPtr &to, ExistingFolder existing);
   void restoreFile(const std::string &hostPath, const EntryBytes &entry, const EMU3DirectoryPtr &to);
-  /// With its tree, beside what is there.
-  void restoreFolder(const StoredFolder &folder, const EMU3DirectoryPtr &to);
+  /// A file or a folder, beside what is there; an item of the operation for each of the tree, in its order.
+  void restoreTree(const StoredTree &tree, const EMU3DirectoryPtr &to);
   void copyFile(const EMU3FilePtr &file, const EMU3DirectoryPtr &to,
                 const EMU3FilesystemPtr &source = nullptr);
   /// With its tree; of a root all that is in it.

@@ -2,23 +2,21 @@
 
 #include "filesystem/EntryPlace.h"
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
-/// What was kept of files and folders before they were deleted, so that they can come back as they were.
 namespace tessary {
 
-/// A file: its entry as it stood on the image, and the host file with its contents.
-struct StoredFile {
-  std::string hostPath;
-  EntryBytes entry{};
+/// What was kept of a file or a folder before it was deleted, so that it can come back as it was.
+struct StoredItem {
+  std::optional<std::size_t> folder; ///< that it is in: the item of this number, from 0, before it
+  EntryBytes entry{};                ///< as it stood on the image
+  std::string contents{};            ///< host file with those of a file; empty for a folder
 };
 
-/// A folder, its files and the folders in it, each in its order.
-struct StoredFolder {
-  EntryBytes entry{};
-  std::vector<StoredFile> files{};
-  std::vector<StoredFolder> folders{};
-};
+/// A file or a folder, and behind that what is in it: each folder before its members.
+using StoredTree = std::vector<StoredItem>;
 
 } // namespace tessary

@@ -29,23 +29,25 @@ protected:
   EMU3DirectoryPtr oddFolder() const { return volume_.root()->subdirectories().front(); }
   EMU3FilePtr oddFile() const { return oddFolder()->allFiles().front(); }
 
-  StoredFile stored(const EMU3FilePtr &file) {
-    const std::string path = host_.path(std::to_string(filesStored_++));
-    EXPECT_TRUE(volume_->exportFile(file, path));
-    return {path, volume_->entryOfFile(file).value()};
+  StoredTree stored(const EMU3DirectoryPtr &folder) {
+    StoredTree tree;
+    store(folder, std::nullopt, &tree);
+    return tree;
   }
-  StoredFolder stored(const EMU3DirectoryPtr &folder) {
-    StoredFolder all{volume_->entryOfDirectory(folder).value()};
-    for (const EMU3FilePtr &file : folder->allFiles())
-      all.files.push_back(stored(file));
+  void store(const EMU3DirectoryPtr &folder, std::optional<std::size_t> in, StoredTree *tree) {
+    const std::size_t item = tree->size();
+    tree->push_back({in, volume_->entryOfDirectory(folder).value()});
+    for (const EMU3FilePtr &file : folder->allFiles()) {
+      const std::string path = host_.path(std::to_string(tree->size()));
+      EXPECT_TRUE(volume_->exportFile(file, path));
+      tree->push_back({item, volume_->entryOfFile(file).value(), path});
+    }
     for (const EMU3DirectoryPtr &below : folder->subdirectories())
-      all.folders.push_back(stored(below));
-    return all;
+      store(below, item, tree);
   }
 
   const GuardedVolume volume_{volumeWithOddNames()};
   const TemporaryFolder host_;
-  int filesStored_ = 0;
 };
 
 std::string nameIn(const RawEntry &entry) {
@@ -56,12 +58,12 @@ TEST_F(Restoration, FolderComesBackWithItsTreeItsNamesAndItsKinds) {
   const Contents before = contentsBelow(volume_);
   const std::vector<std::string> order = namesOf(oddFolder()->subdirectories());
   const RawEntry fileBefore = entryOf(volume_, *oddFile());
-  const StoredFolder kept = stored(oddFolder());
+  const StoredTree kept = stored(oddFolder());
   ASSERT_TRUE(volume_->deleteDirectory(oddFolder(), volume_.root()));
   ASSERT_EQ(contentsBelow(volume_).size(), 1U);
 
   const auto operation = volume_->manyItems();
-  operation->restoreFolder(kept, volume_.root());
+  operation->restoreTree(kept, volume_.root());
   runWell(*operation);
   EXPECT_EQ(contentsBelow(volume_), before);
   EXPECT_EQ(namesOf(oddFolder()->subdirectories()), order);
@@ -75,11 +77,11 @@ TEST_F(Restoration, FolderComesBackWithItsTreeItsNamesAndItsKinds) {
 }
 
 TEST_F(Restoration, FolderFromWhatIsNoEntryIsRefusedWithAllThatIsInIt) {
-  StoredFolder kept = stored(oddFolder());
-  kept.entry = {};
+  StoredTree kept = stored(oddFolder());
+  kept.front().entry = {};
   const Bytes before = readBytes(volume_.imagePath());
   const auto operation = volume_->manyItems();
-  operation->restoreFolder(kept, volume_.root());
+  operation->restoreTree(kept, volume_.root());
   std::vector<std::int64_t> codes;
   ItemsWatcher watcher;
   watcher.ended = [&](const ItemEnd &end) { codes.push_back(end.error ? end.error->code : 0); };
