@@ -3,6 +3,7 @@
 namespace tessary {
 
 class Browser;
+class ChangeHistory;
 class Dialogs;
 class ImageChanges;
 class ImageWork;
@@ -13,6 +14,7 @@ struct CommandTools {
   Dialogs *dialogs = nullptr;
   Browser *browser = nullptr;
   ImageChanges *changes = nullptr;
+  ChangeHistory *history = nullptr;
 };
 
 } // namespace tessary

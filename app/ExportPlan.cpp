@@ -18,7 +18,7 @@ bool isThere(const std::string &path) {
 } // namespace
 
 void ExportPlan::add(ExportJob job) {
-  std::string path = targets_.claim(folder_, job.name);
+  std::string path = targets_.claim(folder_, job.name).path;
   if (isThere(path)) conflicts_.push_back({planned_.size(), path});
   planned_.push_back({std::move(job), std::move(path)});
 }
@@ -33,9 +33,9 @@ void ExportPlan::decide(OnConflict decision) {
 }
 
 std::string ExportPlan::freePath(const HostName &name) {
-  std::string path = targets_.claim(folder_, name);
+  std::string path = targets_.claim(folder_, name).path;
   while (isThere(path))
-    path = targets_.claim(folder_, name);
+    path = targets_.claim(folder_, name).path;
   return path;
 }
 

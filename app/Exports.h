@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/CommandTools.h"
-#include "app/DeletedFiles.h"
 #include "app/ExportPlan.h"
+#include "app/PlacedFiles.h"
 #include "app/panel/SampleDrag.h"
 
 #include <QObject>

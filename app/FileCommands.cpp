@@ -9,8 +9,11 @@
 #include "app/ImageChanges.h"
 #include "app/ImageWork.h"
 #include "app/NameAlert.h"
+#include "app/history/ChangeHistory.h"
+#include "app/history/NameStep.h"
 
 #include <QPointer>
+#include <optional>
 #include <utility>
 
 namespace tessary {
@@ -46,10 +49,18 @@ void FileCommands::askForNameOf(const PlacedFile &placed) {
     tools_.changes->run(
         [this, alert, placed, name = name.toStdString()](EMU3Filesystem &filesystem,
                                                          EMU3Error *error) -> ImageWork::Completion {
-          if (!keepsName(placed, name) && !filesystem.renameFile(placed.file, name, placed.folder, error))
+          const bool isRenamed = !keepsName(placed, name);
+          const std::optional<EntryBytes> before =
+              isRenamed ? filesystem.entryOfFile(placed.file, error) : std::nullopt;
+          if (isRenamed && (!before || !filesystem.renameFile(placed.file, name, placed.folder, error)))
             return {};
-          return [this, alert, renamed = placed.file->name()] {
+          return [this, alert, placed, before, renamed = placed.file->name()] {
             if (alert) alert->accept();
+            LastingItems &items = *tools_.history->items();
+            if (before)
+              tools_.history->did(
+                  QStringLiteral("Rename"),
+                  std::make_shared<NameStep>(items.of(placed.file), items.of(placed.folder), *before));
             tools_.browser->content()->refresh();
             tools_.browser->setStatus(QStringLiteral("Renamed to \"%1\".").arg(displayText(renamed)));
           };

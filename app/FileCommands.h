@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/CommandTools.h"
-#include "app/DeletedFiles.h"
+#include "app/PlacedFiles.h"
 
 #include <QObject>
 #include <functional>

@@ -7,10 +7,15 @@
 #include "app/ImageChanges.h"
 #include "app/ImageWork.h"
 #include "app/NameAlert.h"
+#include "app/PlatformTexts.h"
 #include "app/SidebarController.h"
+#include "app/history/ChangeHistory.h"
+#include "app/history/NameStep.h"
+#include "app/history/PresenceSteps.h"
 
 #include <QLabel>
 #include <QPointer>
+#include <optional>
 #include <utility>
 
 namespace tessary {
@@ -56,6 +61,7 @@ void FolderCommands::askForNew(const EMU3DirectoryPtr &parent) {
           if (!filesystem.createDirectoryNamed(name, parent, error, &made)) return {};
           return [this, alert, folder = made] {
             if (alert) alert->accept();
+            tools_.history->madeFolder(folder);
             tools_.browser->showChanges();
             tools_.browser->showFolder(folder);
             tools_.browser->setStatus(
@@ -84,10 +90,14 @@ void FolderCommands::askForNameOf(const EMU3DirectoryPtr &folder) {
         [this, alert, folder, name = name.toStdString()](EMU3Filesystem &filesystem,
                                                          EMU3Error *error) -> ImageWork::Completion {
           const bool keepsName = folder->name() == name;
-          if (!keepsName && !filesystem.renameDirectory(folder, name, error)) return {};
-          return [this, alert, folder, keepsName] {
+          const std::optional<EntryBytes> before =
+              keepsName ? std::nullopt : filesystem.entryOfDirectory(folder, error);
+          if (!keepsName && (!before || !filesystem.renameDirectory(folder, name, error))) return {};
+          return [this, alert, folder, before] {
             if (alert) alert->accept();
-            if (keepsName) return;
+            if (!before) return;
+            tools_.history->did(QStringLiteral("Rename Folder"),
+                                std::make_shared<NameStep>(tools_.history->items()->of(folder), *before));
             tools_.browser->folderRenamed(folder);
             tools_.browser->setStatus(QStringLiteral("Renamed to '%1'.").arg(displayText(folder->name())));
           };
@@ -106,16 +116,41 @@ void FolderCommands::remove(const EMU3DirectoryPtr &folder) {
 void FolderCommands::askToRemove(const EMU3DirectoryPtr &folder) {
   const EMU3DirectoryPtr above = folder->parent();
   const EMU3DirectoryPtr parent = above ? above : tools_.image->filesystem()->rootDirectory();
-  auto question =
-      std::make_unique<Alert>(QStringLiteral("Delete folder '%1'?").arg(displayText(folder->name())),
-                              deletionText(folder), tools_.dialogs->window());
+  auto question = std::make_unique<Alert>(
+      QStringLiteral("Delete folder '%1'?").arg(displayText(folder->name())),
+      deletionText(folder) + QLatin1Char('\n') + QStringLiteral("You can undo with %1.").arg(undoKeyText()),
+      tools_.dialogs->window());
   question->addChoice(QStringLiteral("Delete"), Alert::DestructiveRole);
   question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
-  question->addWarning(QStringLiteral("This cannot be undone."));
   tools_.dialogs->ask(std::move(question), [this, folder, parent] { removeNow(folder, parent); });
 }
 
 void FolderCommands::removeNow(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
+  tools_.history->run(QStringLiteral("Delete Folder"), TakeAwayStep::of(*tools_.history->items(), folder),
+                      [this, name = folder->name(), parent](const StepResult &result) {
+                        if (result.done > 0) return removed(name, parent);
+                        tools_.dialogs->tellFailures(result.failed, result.failures);
+                        if (result.incompleteFolder)
+                          return askWhetherForGood(result.incompleteFolder, parent);
+                        if (result.failures.empty()) // it was gone already
+                          tools_.dialogs->tell(engineError(EngineError::entryNotFound));
+                      });
+}
+
+// ---- Delete Folder for good
+
+void FolderCommands::askWhetherForGood(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
+  if (tools_.dialogs->thatIsUp() || tools_.dialogs->isQuitting()) return;
+  auto question = std::make_unique<Alert>(
+      QStringLiteral("Delete folder '%1' for good?").arg(displayText(folder->name())),
+      QStringLiteral("Contents of files in it are incomplete, so it cannot be brought back."),
+      tools_.dialogs->window());
+  question->addChoice(QStringLiteral("Delete"), Alert::DestructiveRole);
+  question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
+  tools_.dialogs->ask(std::move(question), [this, folder, parent] { removeForGood(folder, parent); });
+}
+
+void FolderCommands::removeForGood(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
   tools_.changes->run(
       [this, folder, parent](EMU3Filesystem &filesystem, EMU3Error *error) -> ImageWork::Completion {
         const std::string name = folder->name();

@@ -26,6 +26,8 @@ private:
   void askForNameOf(const EMU3DirectoryPtr &folder);
   void askToRemove(const EMU3DirectoryPtr &folder);
   void removeNow(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent);
+  void askWhetherForGood(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent);
+  void removeForGood(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent);
   void removed(const std::string &name, const EMU3DirectoryPtr &parent);
 
   const CommandTools tools_;

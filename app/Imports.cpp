@@ -6,6 +6,8 @@
 #include "app/DisplayText.h"
 #include "app/ImageChanges.h"
 #include "app/ImageWork.h"
+#include "app/PlacedFiles.h"
+#include "app/history/ChangeHistory.h"
 
 #include <QFileDialog>
 #include <memory>
@@ -96,7 +98,14 @@ void Imports::run(const std::vector<std::string> &urls, const EMU3DirectoryPtr &
                   Imported imported) {
   tools_.image->runOnImage(
       [urls, folder](EMU3Filesystem &filesystem) { return importFiles(filesystem, urls, folder); },
-      std::move(imported), spinning ? ImageWork::Spinning::yes : ImageWork::Spinning::no);
+      [this, folder, imported = std::move(imported)](const ImportResult &result) {
+        std::vector<PlacedFile> files;
+        for (const EMU3FilePtr &file : result.imported)
+          files.push_back({file, folder});
+        tools_.history->imported(QStringLiteral("Import"), files);
+        imported(result);
+      },
+      spinning ? ImageWork::Spinning::yes : ImageWork::Spinning::no);
 }
 
 /// In their folder, unless the user has gone to another one since.

@@ -45,6 +45,7 @@ MainWindowController::MainWindowController() : window_(std::make_unique<MainWind
 
 // What still runs there posts to the application, which must be there for it.
 MainWindowController::~MainWindowController() {
+  undoManager()->clear(); // the copies for undo go with it
   workQueue().waitForDone();
 }
 
@@ -151,6 +152,7 @@ void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
   clickedDirectory_ = nullptr;
   check_->imageReplaced();
   bankContents_->imageReplaced();
+  history_->imageReplaced();
   // What is chosen from a menu is meant for the image that it came up over.
   for (const auto &menu : menuBarMenus_)
     menu->close();
@@ -183,15 +185,15 @@ void MainWindowController::_importFile() {
 }
 
 void MainWindowController::_deleteSelected() {
-  deleteHistory_->deleteFiles(_selectedFiles());
+  deletions_->deleteFiles(_selectedFiles());
 }
 
 void MainWindowController::_undo() {
-  undoManager()->undo();
+  undoManager()->canUndo() ? undoManager()->undo() : beep();
 }
 
 void MainWindowController::_redo() {
-  undoManager()->redo();
+  undoManager()->canRedo() ? undoManager()->redo() : beep();
 }
 
 void MainWindowController::_renameSelected() {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/Browser.h"
-#include "app/DeleteHistory.h"
+#include "app/Deletions.h"
 #include "app/Dialogs.h"
 #include "app/Exports.h"
 #include "app/FileCommands.h"
@@ -14,6 +14,7 @@
 #include "app/NewImages.h"
 #include "app/RecentImages.h"
 #include "app/Transfers.h"
+#include "app/history/ChangeHistory.h"
 
 #include <QObject>
 #include <QString>
@@ -86,7 +87,7 @@ public:
   StatusLabel *statusLabel() const;
   StatusLabel *diskSpaceLabel() const;
   Spinner *spinner() const;
-  UndoManager *undoManager() { return deleteHistory_->undoManager(); }
+  UndoManager *undoManager() { return history_->undoManager(); }
   /// The folder whose row was clicked when the folder menu was last opened; null when it was the empty area
   /// or the keyboard.
   EMU3DirectoryPtr clickedDirectory() const { return clickedDirectory_; }
@@ -160,6 +161,7 @@ private:
   // Menu bar (MenuBarMenus.cpp)
   struct MenuCommand;
   void _buildMenuBarMenus();
+  void _nameUndo();
   void _addCommand(QMenu *menu, const MenuCommand &command);
   void _addSortMenu(QMenu *menu);
   void _addBankContentsItems(QMenu *menu);
@@ -190,7 +192,8 @@ private:
   Dialogs *dialogs_ = nullptr;
   ImageBackups *backups_ = nullptr;
   ImageChanges *changes_ = nullptr;
-  DeleteHistory *deleteHistory_ = nullptr;
+  ChangeHistory *history_ = nullptr;
+  Deletions *deletions_ = nullptr;
   Transfers *transfers_ = nullptr;
   Imports *imports_ = nullptr;
   Exports *exports_ = nullptr;

@@ -76,8 +76,10 @@ void MainWindowController::_buildUI() {
   dialogs_ = new Dialogs(window_.get(), image_, this);
   backups_ = new ImageBackups(image_, dialogs_, browser_, this);
   changes_ = new ImageChanges(image_, dialogs_, browser_, backups_, this);
-  const CommandTools tools{image_, dialogs_, browser_, changes_};
-  deleteHistory_ = new DeleteHistory(tools, this);
+  CommandTools tools{image_, dialogs_, browser_, changes_};
+  history_ = new ChangeHistory(tools, this);
+  tools.history = history_;
+  deletions_ = new Deletions(tools, this);
   transfers_ = new Transfers(tools, this);
   imports_ = new Imports(tools, this);
   exports_ = new Exports(tools, this);

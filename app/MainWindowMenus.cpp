@@ -155,8 +155,8 @@ bool MainWindowController::validateUserInterfaceItem(Action action) const {
   if (action == &Self::_unmountImage || action == &Self::_exportSelected || action == &Self::_importFile ||
       action == &Self::_deleteSelected)
     return filesystem() != nullptr;
-  if (action == &Self::_undo) return deleteHistory_->undoManager()->canUndo();
-  if (action == &Self::_redo) return deleteHistory_->undoManager()->canRedo();
+  if (action == &Self::_undo) return history_->undoManager()->canUndo();
+  if (action == &Self::_redo) return history_->undoManager()->canRedo();
   return true;
 }
 

@@ -47,6 +47,7 @@ void MainWindowController::_buildMenuBarMenus() {
     connect(menu, &QMenu::aboutToShow, this, [this] {
       for (const Item &item : menuBarItems_)
         item.item->setEnabled(_isOfUse(item.action));
+      _nameUndo();
     });
     connect(menu, &QMenu::aboutToHide, this, [this] {
       for (const Item &item : menuBarItems_)
@@ -106,6 +107,19 @@ void MainWindowController::_buildMenuBarMenus() {
   QMenu *help = make("Help");
   _addCommand(help, {QStringLiteral("User Guide"), &Self::_showUserGuide, key(Qt::Key_F1)});
   _addCommand(help, {QStringLiteral("What May Surprise"), &Self::_showSurprises, {}});
+}
+
+/// "Undo Import", as long as the menu is shown and there is something to undo.
+void MainWindowController::_nameUndo() {
+  const auto titled = [](const QString &command, const QString &name) {
+    return name.isEmpty() ? command : QStringLiteral("%1 %2").arg(command, name);
+  };
+  for (const Item &item : menuBarItems_) {
+    if (item.action == &MainWindowController::_undo)
+      item.item->setText(titled(QStringLiteral("Undo"), undoManager()->undoName()));
+    if (item.action == &MainWindowController::_redo)
+      item.item->setText(titled(QStringLiteral("Redo"), undoManager()->redoName()));
+  }
 }
 
 void MainWindowController::_addCommand(QMenu *menu, const MenuCommand &command) {
@@ -227,8 +241,8 @@ bool MainWindowController::_isOfUse(Action action) const {
   if (action == &Self::_exportSelected || action == &Self::_exportSamples) return selected > 0;
   // All others change the image.
   if (!mayBecomeChangeable(*filesystem())) return false;
-  if (action == &Self::_undo) return deleteHistory_->undoManager()->canUndo();
-  if (action == &Self::_redo) return deleteHistory_->undoManager()->canRedo();
+  if (action == &Self::_undo) return history_->undoManager()->canUndo();
+  if (action == &Self::_redo) return history_->undoManager()->canRedo();
   const bool inFolder = browser_->parentOfFolder() != nullptr;
   if (action == &Self::_renameCurrentFolder || action == &Self::_deleteCurrentFolder) return inFolder;
   if (action == &Self::_copyToDir || action == &Self::_moveToDir) return selected > 0;

@@ -46,7 +46,12 @@ std::optional<std::string> makePrivateFolder(const char *kind, EMU3Error *error)
     fail(error, hostError(problem.value(), "Temporary directory"));
     return std::nullopt;
   }
-  const std::filesystem::path ours = temporary / ("tessary-" + std::to_string(::geteuid()));
+  return makePrivateFolder(temporary.native(), kind, error);
+}
+
+std::optional<std::string> makePrivateFolder(const std::string &above, const char *kind, EMU3Error *error) {
+  const std::filesystem::path ours =
+      std::filesystem::path(above) / ("tessary-" + std::to_string(::geteuid()));
   const std::filesystem::path ofKind = ours / kind;
   if (!makeIntermediateFolder(ours, error) || !makeIntermediateFolder(ofKind, error)) return std::nullopt;
   const std::string folder = ofKind / freshUuid();

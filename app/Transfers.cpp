@@ -8,6 +8,8 @@
 #include "app/ImageChanges.h"
 #include "app/ImageWork.h"
 #include "app/TextSize.h"
+#include "app/history/ChangeHistory.h"
+#include "app/history/PlaceStep.h"
 #include "filesystem/ItemsOperation.h"
 #include "filesystem/SystemLog.h"
 
@@ -85,7 +87,10 @@ Transfers::Result Transfers::transferOn(EMU3Filesystem &filesystem, const std::v
   ItemsWatcher watcher;
   watcher.ended = [&](const ItemEnd &end) {
     const EMU3FilePtr &file = files[end.item].file;
-    if (!end.error) return result.arrived.push_back(end.file ? end.file : file);
+    if (!end.error) {
+      result.chosen.push_back(files[end.item]);
+      return result.arrived.push_back(end.file ? end.file : file);
+    }
     systemLog("Transfer failed: " + end.error->description());
     result.failures.push_back(ItemFailure::of(file->name(), *end.error));
   };
@@ -95,6 +100,7 @@ Transfers::Result Transfers::transferOn(EMU3Filesystem &filesystem, const std::v
 }
 
 void Transfers::transferred(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move) {
+  makeUndoable(result, toDirectory, move);
   tools_.browser->showArrivals(toDirectory, result.arrived);
   const std::size_t failed = result.failures.size();
   const QString failures =
@@ -107,6 +113,26 @@ void Transfers::transferred(const Result &result, const EMU3DirectoryPtr &toDire
                                         QString::number(failed),
                                         QString::number(failed + result.arrived.size())),
                                result.failures);
+}
+
+/// What was moved into the folder that it was in already stays there.
+void Transfers::makeUndoable(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move) {
+  ChangeHistory &history = *tools_.history;
+  if (!move) {
+    std::vector<PlacedFile> copies;
+    for (const EMU3FilePtr &file : result.arrived)
+      copies.push_back({file, toDirectory});
+    return history.imported(QStringLiteral("Copy"), copies);
+  }
+  std::vector<PlaceStep::Move> moves;
+  for (std::size_t i = 0; i < result.arrived.size(); ++i) {
+    const auto &[before, from] = result.chosen[i];
+    if (from == toDirectory) continue;
+    history.items()->became(before, result.arrived[i]);
+    moves.push_back({history.items()->of(result.arrived[i]), history.items()->of(toDirectory),
+                     history.items()->of(from)});
+  }
+  if (!moves.empty()) history.did(QStringLiteral("Move"), std::make_shared<PlaceStep>(std::move(moves)));
 }
 
 } // namespace tessary

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "app/CommandTools.h"
-#include "app/DeletedFiles.h"
 #include "app/FailuresAlert.h"
+#include "app/PlacedFiles.h"
+#include "filesystem/EMU3Filesystem.h"
 
 #include <QObject>
 #include <vector>
@@ -24,6 +25,7 @@ public:
 
 private:
   struct Result {
+    std::vector<PlacedFile> chosen; ///< those that arrived, and where they were before
     std::vector<EMU3FilePtr> arrived;
     std::vector<ItemFailure> failures;
   };
@@ -32,6 +34,7 @@ private:
                            const EMU3DirectoryPtr &toDirectory, bool move);
   void askForDestination(const std::vector<PlacedFile> &files, bool move);
   void transferred(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move);
+  void makeUndoable(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move);
 
   const CommandTools tools_;
 };

@@ -11,19 +11,30 @@ void UndoManager::setLevelsOfUndo(std::size_t levels) {
   emit changed();
 }
 
-void UndoManager::registerUndo(Call call) {
+void UndoManager::registerUndo(Call call, const QString &name) {
   redoCalls_.clear();
-  push(undoCalls_, std::move(call));
+  push(undoCalls_, {std::move(call), name});
 }
 
-void UndoManager::registerCounterpart(Side side, Call call) {
-  push(callsOf(side), std::move(call));
+void UndoManager::registerCounterpart(Side side, Call call, const QString &name) {
+  push(callsOf(side), {std::move(call), name});
 }
 
-void UndoManager::registerBelow(Side side, Call call) {
-  std::deque<Call> &calls = callsOf(side);
-  calls.push_front(std::move(call));
+void UndoManager::registerBelow(Side side, Call call, const QString &name) {
+  Calls &calls = callsOf(side);
+  calls.push_front({std::move(call), name});
   dropOldest(calls);
+  emit changed();
+}
+
+void UndoManager::clear() {
+  undoCalls_.clear();
+  redoCalls_.clear();
+  emit changed();
+}
+
+void UndoManager::setAvailable(bool available) {
+  available_ = available;
   emit changed();
 }
 
@@ -35,21 +46,21 @@ void UndoManager::redo() {
   runNewest(redoCalls_, Side::Undo);
 }
 
-void UndoManager::push(std::deque<Call> &calls, Call call) {
+void UndoManager::push(Calls &calls, Named call) {
   calls.push_back(std::move(call));
   dropOldest(calls);
   emit changed();
 }
 
-void UndoManager::runNewest(std::deque<Call> &calls, Side counterpart) {
-  if (calls.empty()) return;
-  const Call call = std::move(calls.back());
+void UndoManager::runNewest(Calls &calls, Side counterpart) {
+  if (calls.empty() || !available_) return;
+  const Call call = std::move(calls.back().call);
   calls.pop_back();
   emit changed();
   call(counterpart);
 }
 
-void UndoManager::dropOldest(std::deque<Call> &calls) const {
+void UndoManager::dropOldest(Calls &calls) const {
   while (levels_ != 0 && calls.size() > levels_)
     calls.pop_front();
 }

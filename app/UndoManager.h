@@ -7,7 +7,7 @@
 
 namespace tessary {
 
-/// The window's undo and redo: two stacks of calls, and the name of the action they undo.
+/// The window's undo and redo: two stacks of calls with the names of the actions that they undo or redo.
 ///
 /// The steps behind the calls run in the background, so a call's counterpart is registered long after
 /// `undo` or `redo` has returned. A call is therefore told the side its counterpart belongs to, and hands
@@ -26,18 +26,24 @@ public:
   void setLevelsOfUndo(std::size_t levels);
   std::size_t levelsOfUndo() const { return levels_; }
 
-  QString actionName() const { return actionName_; }
-  void setActionName(const QString &name) { actionName_ = name; }
+  static Side opposite(Side side) { return side == Side::Undo ? Side::Redo : Side::Undo; }
 
   /// Registers how to undo something the user has newly done. What could be redone no longer can.
-  void registerUndo(Call call);
+  void registerUndo(Call call, const QString &name = {});
   /// Registers how to take back an undo or redo step whose work has ended.
-  void registerCounterpart(Side side, Call call);
+  void registerCounterpart(Side side, Call call, const QString &name = {});
   /// Registers a call again that could do nothing, to come after all others of that side.
-  void registerBelow(Side side, Call call);
+  void registerBelow(Side side, Call call, const QString &name = {});
+  /// Drops all calls.
+  void clear();
+  /// Whether the calls can be run now; as long as not, there is nothing to undo or redo. True at first.
+  void setAvailable(bool available);
 
-  bool canUndo() const { return !undoCalls_.empty(); }
-  bool canRedo() const { return !redoCalls_.empty(); }
+  bool canUndo() const { return available_ && !undoCalls_.empty(); }
+  bool canRedo() const { return available_ && !redoCalls_.empty(); }
+  /// Of the action that would be undone, or redone; empty for none.
+  QString undoName() const { return canUndo() ? undoCalls_.back().name : QString(); }
+  QString redoName() const { return canRedo() ? redoCalls_.back().name : QString(); }
   /// Takes the newest call off its side and runs it. Does nothing when there is none.
   void undo();
   void redo();
@@ -47,15 +53,21 @@ signals:
   void changed();
 
 private:
-  std::deque<Call> &callsOf(Side side) { return side == Side::Undo ? undoCalls_ : redoCalls_; }
-  void push(std::deque<Call> &calls, Call call);
-  void runNewest(std::deque<Call> &calls, Side counterpart);
-  void dropOldest(std::deque<Call> &calls) const;
+  struct Named {
+    Call call;
+    QString name;
+  };
+  using Calls = std::deque<Named>;
 
-  std::deque<Call> undoCalls_;
-  std::deque<Call> redoCalls_;
+  Calls &callsOf(Side side) { return side == Side::Undo ? undoCalls_ : redoCalls_; }
+  void push(Calls &calls, Named call);
+  void runNewest(Calls &calls, Side counterpart);
+  void dropOldest(Calls &calls) const;
+
+  Calls undoCalls_;
+  Calls redoCalls_;
   std::size_t levels_ = 0;
-  QString actionName_;
+  bool available_ = true;
 };
 
 } // namespace tessary

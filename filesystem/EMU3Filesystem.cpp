@@ -356,6 +356,36 @@ std::optional<EntryBytes> EMU3Filesystem::entryOfDirectory(const EMU3DirectoryPt
   return entry;
 }
 
+std::vector<TreeEntry> EMU3Filesystem::entriesOfTree(const EMU3DirectoryPtr &directory, EMU3Error *error) {
+  const ReadLock lock(volume_->lock);
+  std::vector<TreeEntry> entries;
+  if (!volume_->rules().mayUse(*volume_, directory->parent(), directory)) {
+    fail(error, EngineError::entryNotFound);
+    return entries;
+  }
+  const auto add = [&](TreeEntry item, EntryPlace place) {
+    const std::optional<EntryBytes> entry = volume_->entries.readEntry(place);
+    if (!entry) return fail(error, EngineError::entryNotFound);
+    item.entry = *entry;
+    entries.push_back(std::move(item));
+    return true;
+  };
+  std::vector<TreeEntry> waiting{{.directory = directory}};
+  while (!waiting.empty()) {
+    const TreeEntry folder = std::move(waiting.back());
+    waiting.pop_back();
+    const std::size_t number = entries.size();
+    bool isRead = add(folder, folder.directory->place());
+    for (const EMU3FilePtr &file : folder.directory->allFiles())
+      isRead = isRead && add({.folder = number, .file = file}, file->place());
+    if (!isRead) return {};
+    std::vector<EMU3DirectoryPtr> below = folder.directory->subdirectories();
+    for (; !below.empty(); below.pop_back())
+      waiting.push_back({.folder = number, .directory = std::move(below.back())});
+  }
+  return entries;
+}
+
 // ---- Changes of folders
 
 bool EMU3Filesystem::createDirectoryNamed(const std::string &name, const EMU3DirectoryPtr &inDirectory,

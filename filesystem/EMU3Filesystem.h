@@ -8,6 +8,7 @@
 #include "filesystem/MountRules.h"
 #include "filesystem/ReadOnlyReason.h"
 #include "filesystem/SerialQueue.h"
+#include "filesystem/StoredTree.h"
 #include "filesystem/VolumeFindings.h"
 
 #include <array>
@@ -153,9 +154,13 @@ public:
                        EMU3Error *error = nullptr);
   /// The entry of a file as it stands on the image: what `restoreFileAtURL` needs once the file is deleted.
   [[nodiscard]] std::optional<EntryBytes> entryOfFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
-  /// The same of a folder that is not the root: what `ItemsOperation::restoreTree` needs.
+  /// The same of a folder that is not the root: what `ItemsOperation::restoreName` needs.
   [[nodiscard]] std::optional<EntryBytes> entryOfDirectory(const EMU3DirectoryPtr &directory,
                                                            EMU3Error *error = nullptr);
+  /// A folder that is not the root, and behind it what is in it: each folder before its members, all of one
+  /// moment. Empty with the error.
+  [[nodiscard]] std::vector<TreeEntry> entriesOfTree(const EMU3DirectoryPtr &directory,
+                                                     EMU3Error *error = nullptr);
   /// Brings a deleted file back from a host file with its contents and from the entry that it had: its whole
   /// name, and guarded its kind too. The new file; null when it fails.
   EMU3FilePtr restoreFileAtURL(const std::string &url, const EntryBytes &entry,

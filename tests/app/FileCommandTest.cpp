@@ -14,16 +14,17 @@
 
 namespace tessary::test {
 
-HostTemporaryDirectory::HostTemporaryDirectory(const std::string &path) : before_(qgetenv("TMPDIR")) {
+HostFolder::HostFolder(const char *variable, const std::string &path)
+    : variable_(variable), before_(qgetenv(variable)) {
   std::filesystem::create_directories(path);
-  qputenv("TMPDIR", QByteArray::fromStdString(path));
+  qputenv(variable, QByteArray::fromStdString(path));
 }
 
-HostTemporaryDirectory::~HostTemporaryDirectory() {
+HostFolder::~HostFolder() {
   if (before_.isNull())
-    qunsetenv("TMPDIR");
+    qunsetenv(variable_);
   else
-    qputenv("TMPDIR", before_);
+    qputenv(variable_, before_);
 }
 
 HeldQueue::HeldQueue(EMU3Filesystem &filesystem) {
@@ -61,7 +62,8 @@ void choosePaths(QFileDialog *panel, const std::vector<std::string> &paths) {
 }
 
 FileCommandTest::FileCommandTest()
-    : temporaryDirectory_(std::make_unique<HostTemporaryDirectory>(folder_.path("tmp"))) {}
+    : temporaryDirectory_(std::make_unique<HostTemporaryDirectory>(folder_.path("tmp"))),
+      cache_(std::make_unique<HostCache>(folder_.path("cache"))) {}
 
 void FileCommandTest::addIncompleteFile(const ImageBuilder &image, FolderBuilder &folder,
                                         const std::string &name, const Bytes &contents) {

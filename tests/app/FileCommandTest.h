@@ -14,16 +14,29 @@
 
 namespace tessary::test {
 
-/// Makes a folder the host's temporary directory as long as it lives.
-class HostTemporaryDirectory {
+/// Makes a folder the one that an environment variable names, as long as it lives.
+class HostFolder {
 public:
-  explicit HostTemporaryDirectory(const std::string &path);
-  ~HostTemporaryDirectory();
-  HostTemporaryDirectory(const HostTemporaryDirectory &) = delete;
-  HostTemporaryDirectory &operator=(const HostTemporaryDirectory &) = delete;
+  HostFolder(const char *variable, const std::string &path);
+  ~HostFolder();
+  HostFolder(const HostFolder &) = delete;
+  HostFolder &operator=(const HostFolder &) = delete;
 
 private:
+  const char *const variable_;
   QByteArray before_;
+};
+
+/// The host's temporary directory.
+class HostTemporaryDirectory : public HostFolder {
+public:
+  explicit HostTemporaryDirectory(const std::string &path) : HostFolder("TMPDIR", path) {}
+};
+
+/// The user's cache.
+class HostCache : public HostFolder {
+public:
+  explicit HostCache(const std::string &path) : HostFolder("XDG_CACHE_HOME", path) {}
 };
 
 /// Holds back what is queued on the image's I/O queue from now on, until it is let go.
@@ -50,8 +63,8 @@ std::vector<std::string> namesOnImage(const std::string &imagePath, const std::v
 /// Types the paths into the panel and presses its confirm button.
 void choosePaths(QFileDialog *panel, const std::vector<std::string> &paths);
 
-/// The window and what its commands on files leave on the image and on the host. Backups and drags go to
-/// the folder "tmp" of the test's own.
+/// The window and what its commands on files leave on the image and on the host. Copies for undo go to the
+/// folder "cache" of the test's own, drags to "tmp".
 class FileCommandTest : public WindowTest {
 protected:
   FileCommandTest();
@@ -75,6 +88,7 @@ protected:
 
 private:
   std::unique_ptr<HostTemporaryDirectory> temporaryDirectory_;
+  std::unique_ptr<HostCache> cache_;
 };
 
 } // namespace tessary::test

@@ -1,6 +1,7 @@
 #include "app/Alert.h"
 #include "app/ContentController.h"
 #include "app/Spinner.h"
+#include "app/WorkQueue.h"
 #include "tests/app/FileCommandTest.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/CapturedLog.h"
@@ -11,6 +12,7 @@
 #include <QPushButton>
 #include <QSet>
 #include <QTest>
+#include <QThreadPool>
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
@@ -62,7 +64,7 @@ protected:
   bool canRedo() const { return toolbarButton("RedoItem")->isEnabled(); }
 
   std::string backupFolder() const {
-    return folder_.path("tmp") + "/tessary-" + std::to_string(::geteuid()) + "/EMU3Delete";
+    return folder_.path("cache") + "/tessary-" + std::to_string(::geteuid()) + "/Undo";
   }
   /// Names of the backups, each as "step/NAME", steps in no particular order.
   std::vector<std::vector<std::string>> backups() const {
@@ -226,7 +228,7 @@ TEST_F(Delete, TakesTheFilesOffTheImageAndSaysHowMany) {
   EXPECT_EQ(drumsOnImage(), (StoredFiles{{"SNARE", patternBytes(1700, 1)}}));
   EXPECT_TRUE(canUndo());
   EXPECT_FALSE(canRedo());
-  EXPECT_EQ(controller_->undoManager()->actionName(), kDelete);
+  EXPECT_EQ(controller_->undoManager()->undoName(), kDelete);
 }
 
 TEST_F(Delete, IsConfirmedWithReturn) {
@@ -278,7 +280,8 @@ TEST_F(Delete, RunsOnTheQueueWithoutTheSpinner) {
 TEST_F(Delete, LeavesAFileThatCannotBeBackedUp) {
   const AlertAnswers alerts;
   mountDrums(drums());
-  writeText(folder_.path("tmp") + "/tessary-" + std::to_string(::geteuid()), "in the way");
+  std::filesystem::create_directories(folder_.path("cache"));
+  writeText(folder_.path("cache") + "/tessary-" + std::to_string(::geteuid()), "in the way");
   const Bytes before = readBytes(imagePath_);
   const CapturedLog log;
   deleteFiles({QStringLiteral("KICK"), QStringLiteral("HAT")});
@@ -380,8 +383,9 @@ TEST_F(Delete, UndoneAndRedoneAgainAndAgainKeepsNamesAndBytes) {
     EXPECT_EQ(drumsOnImage(), StoredFiles());
     EXPECT_EQ(outlineLabels().first(), QStringLiteral("Drums"));
   }
-  EXPECT_EQ(backups().size(), 4U) << "each delete and each redo makes backups of its own";
-  EXPECT_EQ(controller_->undoManager()->actionName(), kDelete);
+  EXPECT_TRUE(workQueue().waitForDone());
+  EXPECT_EQ(backups().size(), 1U) << "copies go when no step needs them";
+  EXPECT_EQ(controller_->undoManager()->undoName(), kDelete);
   EXPECT_EQ(beeps_.count(), 0);
 }
 
@@ -654,8 +658,8 @@ TEST_F(Delete, UndoThatRestoresNothingDoesNotStandInTheWayOfEarlierOnes) {
   deleteFiles({QStringLiteral("KICK")});
   chooseFolder({QStringLiteral("Gone")});
   deleteFiles({QStringLiteral("LOST")});
-  chooseFromFolderMenu({QStringLiteral("Gone")}, QStringLiteral("Delete Folder"));
-  answerSheet(kDelete);
+  const EMU3FilesystemPtr filesystem = controller_->filesystem();
+  ASSERT_TRUE(filesystem->deleteDirectory(controller_->currentDirectory(), filesystem->rootDirectory()));
   const CapturedLog log;
   undo();
   EXPECT_EQ(status(), QStringLiteral("Restored 0 file(s), 1 failed."));
@@ -861,42 +865,68 @@ TEST_F(DeleteForGood, NameStandsAsItIs) {
 
 // ---- Undo and the life of the image
 
-TEST_F(Delete, UndoWithoutAnImageBeeps) {
+TEST_F(Delete, UndoWithoutAnImageBeepsAndWaitsForTheImage) {
   mountDrums(drums());
   deleteFiles({QStringLiteral("KICK")});
   clickToolbar("UnmountItem");
-  EXPECT_TRUE(canUndo()) << "unmounting does not clear what can be undone";
-  undo();
-  EXPECT_EQ(beeps_.count(), 1);
   EXPECT_FALSE(canUndo());
-  EXPECT_FALSE(canRedo());
+  pressUndoKey();
+  EXPECT_EQ(beeps_.count(), 1);
   EXPECT_EQ(status(), QStringLiteral("No image loaded"));
   EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "SNARE"}));
+  openImage(imagePath_);
+  undo();
+  EXPECT_EQ(status(), QStringLiteral("Restored 1 file(s).")) << "the step was not used up";
+  EXPECT_EQ(drumNames().size(), 3U);
 }
 
-TEST_F(Delete, UndoAndRedoBeepWhenAnotherImageIsMounted) {
+TEST_F(Delete, UndoAndRedoWaitWhileAnotherImageIsMounted) {
   mountDrums(drums());
   deleteFiles({QStringLiteral("KICK")});
   deleteFiles({QStringLiteral("HAT")});
   undo();
   const std::string other = mount(drums(), "other.hda");
   const Bytes before = readBytes(other);
-  undo();
+  EXPECT_FALSE(canUndo());
+  EXPECT_FALSE(canRedo());
+  pressUndoKey();
   EXPECT_EQ(beeps_.count(), 1);
-  redo();
+  pressRedoKey();
   EXPECT_EQ(beeps_.count(), 2);
   EXPECT_EQ(status(), QStringLiteral("Drums — 3 file(s)"));
   EXPECT_EQ(readBytes(other), before);
   EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "SNARE"}));
+  openImage(imagePath_);
+  undo();
+  redo();
+  redo();
+  undo();
+  undo();
+  EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "KICK", "SNARE"}));
 }
 
-TEST_F(Delete, UndoBeepsWhenTheSameImageWasOpenedAgain) {
+TEST_F(Delete, FirstChangeOfAnotherImageEndsTheStepsOfTheFormer) {
+  mountDrums(drums());
+  deleteFiles({QStringLiteral("KICK")});
+  const std::string first = imagePath_;
+  imagePath_ = mount(drums(), "other.hda");
+  deleteFiles({QStringLiteral("HAT")});
+  EXPECT_TRUE(canUndo());
+  openImage(first);
+  EXPECT_FALSE(canUndo());
+  openImage(imagePath_);
+  undo();
+  EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "KICK", "SNARE"}));
+  EXPECT_FALSE(canUndo());
+}
+
+TEST_F(Delete, UndoWorksWhenTheSameImageWasOpenedAgain) {
   mountDrums(drums());
   deleteFiles({QStringLiteral("KICK")});
   openImage(imagePath_);
   undo();
-  EXPECT_EQ(beeps_.count(), 1);
-  EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "SNARE"}));
+  EXPECT_EQ(beeps_.count(), 0);
+  EXPECT_EQ(drumNames(), (std::vector<std::string>{"HAT", "KICK", "SNARE"}));
 }
 
 TEST_F(Delete, WhatCanBeUndoneDoesNotKeepAReplacedImageOpen) {

@@ -29,7 +29,8 @@ TEST_F(UndoManagerTest, HasNothingToUndoOrRedoAtFirst) {
   EXPECT_FALSE(manager_.canRedo());
   manager_.undo();
   manager_.redo();
-  EXPECT_EQ(manager_.actionName(), QString());
+  EXPECT_EQ(manager_.undoName(), QString());
+  EXPECT_EQ(manager_.redoName(), QString());
 }
 
 TEST_F(UndoManagerTest, UndoesTheNewestFirst) {
@@ -146,10 +147,37 @@ TEST_F(UndoManagerTest, TellsEveryChange) {
   EXPECT_EQ(changes.count(), 5);
 }
 
-TEST_F(UndoManagerTest, HasOneActionName) {
-  manager_.setActionName(QStringLiteral("Delete"));
+TEST_F(UndoManagerTest, NamesTheActionsThatComeNext) {
+  manager_.registerUndo(noting(1), QStringLiteral("Import"));
+  manager_.registerUndo(noting(2), QStringLiteral("Delete"));
+  manager_.registerCounterpart(Side::Redo, noting(3), QStringLiteral("Rename"));
+  EXPECT_EQ(manager_.undoName(), QStringLiteral("Delete"));
+  EXPECT_EQ(manager_.redoName(), QStringLiteral("Rename"));
+  manager_.undo();
+  EXPECT_EQ(manager_.undoName(), QStringLiteral("Import"));
+}
+
+TEST_F(UndoManagerTest, KeepsItsCallsWhileTheyAreNotAvailable) {
+  manager_.registerUndo(noting(1), QStringLiteral("Import"));
+  const QSignalSpy changed(&manager_, &UndoManager::changed);
+  manager_.setAvailable(false);
+  EXPECT_EQ(changed.count(), 1);
+  EXPECT_FALSE(manager_.canUndo());
+  EXPECT_EQ(manager_.undoName(), QString());
+  manager_.undo();
+  EXPECT_TRUE(ran_.empty());
+  manager_.setAvailable(true);
+  EXPECT_TRUE(manager_.canUndo());
+  manager_.undo();
+  EXPECT_EQ(ran_, std::vector{1});
+}
+
+TEST_F(UndoManagerTest, ClearedHasNothingLeft) {
   manager_.registerUndo(noting(1));
-  EXPECT_EQ(manager_.actionName(), QStringLiteral("Delete"));
+  manager_.registerCounterpart(Side::Redo, noting(2));
+  manager_.clear();
+  EXPECT_FALSE(manager_.canUndo());
+  EXPECT_FALSE(manager_.canRedo());
 }
 
 } // namespace

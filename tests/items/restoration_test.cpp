@@ -31,19 +31,15 @@ protected:
 
   StoredTree stored(const EMU3DirectoryPtr &folder) {
     StoredTree tree;
-    store(folder, std::nullopt, &tree);
-    return tree;
-  }
-  void store(const EMU3DirectoryPtr &folder, std::optional<std::size_t> in, StoredTree *tree) {
-    const std::size_t item = tree->size();
-    tree->push_back({in, volume_->entryOfDirectory(folder).value()});
-    for (const EMU3FilePtr &file : folder->allFiles()) {
-      const std::string path = host_.path(std::to_string(tree->size()));
-      EXPECT_TRUE(volume_->exportFile(file, path));
-      tree->push_back({item, volume_->entryOfFile(file).value(), path});
+    for (const TreeEntry &entry : volume_->entriesOfTree(folder)) {
+      StoredItem item{entry.folder, entry.entry};
+      if (entry.file) {
+        item.contents = host_.path(std::to_string(tree.size()));
+        EXPECT_TRUE(volume_->exportFile(entry.file, item.contents));
+      }
+      tree.push_back(item);
     }
-    for (const EMU3DirectoryPtr &below : folder->subdirectories())
-      store(below, item, tree);
+    return tree;
   }
 
   const GuardedVolume volume_{volumeWithOddNames()};
@@ -127,6 +123,35 @@ TEST_F(Restoration, NameOfWhatIsNoEntryIsRefused) {
   restoring->run(watcher);
   EXPECT_EQ(codes, (std::vector<std::int64_t>{6, 6}));
   EXPECT_EQ(readBytes(volume_.imagePath()), before);
+}
+
+TEST_F(Restoration, EntriesOfATreeAreThoseOnTheImageEachFolderBeforeItsMembers) {
+  const EMU3DirectoryPtr top = oddFolder();
+  const std::vector<EMU3DirectoryPtr> below = top->subdirectories();
+  const std::vector<TreeEntry> entries = volume_->entriesOfTree(top);
+  std::vector<std::optional<std::size_t>> folders;
+  for (const TreeEntry &entry : entries) {
+    folders.push_back(entry.folder);
+    EXPECT_EQ((entry.file ? entryOf(volume_, *entry.file) : entryOf(volume_, *entry.directory)), entry.entry);
+  }
+  EXPECT_EQ(folders, (std::vector<std::optional<std::size_t>>{std::nullopt, 0, 0, 0, 0, 4}));
+  EXPECT_EQ(entries[0].directory, top);
+  EXPECT_EQ(entries[1].file, top->allFiles()[0]);
+  EXPECT_EQ(entries[2].file, top->allFiles()[1]);
+  EXPECT_EQ(entries[3].directory, below[0]);
+  EXPECT_EQ(entries[4].directory, below[1]);
+  EXPECT_EQ(entries[5].file, below[1]->allFiles()[0]);
+}
+
+TEST_F(Restoration, EntriesOfTheRootAndOfAFolderThatHasLeftTheTreeAreNone) {
+  EMU3Error error;
+  EXPECT_TRUE(volume_->entriesOfTree(volume_.root(), &error).empty());
+  EXPECT_EQ(error.code, 5);
+  const EMU3DirectoryPtr folder = oddFolder();
+  ASSERT_TRUE(volume_->deleteDirectory(folder, volume_.root()));
+  error = {};
+  EXPECT_TRUE(volume_->entriesOfTree(folder, &error).empty());
+  EXPECT_EQ(error.code, 5);
 }
 
 TEST_F(Restoration, EntryOfAFolderThatHasLeftTheTreeIsNotThere) {

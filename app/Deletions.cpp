@@ -1,0 +1,104 @@
+#include "app/Deletions.h"
+
+#include "app/Alert.h"
+#include "app/Beeper.h"
+#include "app/Browser.h"
+#include "app/Dialogs.h"
+#include "app/DisplayText.h"
+#include "app/ImageChanges.h"
+#include "app/ImageWork.h"
+#include "app/PlatformTexts.h"
+#include "app/history/ChangeHistory.h"
+#include "app/history/PresenceSteps.h"
+#include "filesystem/SystemLog.h"
+
+#include <QPointer>
+#include <utility>
+
+namespace tessary {
+namespace {
+
+/// Deletes a file of which nothing is kept. Whether it is gone; logs why when that fails. Where only the
+/// marks of its blocks could not be cleared it is gone all the same.
+bool deleteForGood(EMU3Filesystem &filesystem, const PlacedFile &placed) {
+  EMU3Error error;
+  if (filesystem.deleteFile(placed.file, placed.folder, &error)) return true;
+  systemLog("Delete failed for " + placed.file->name() + ": " + error.description());
+  return error.code != kErrorEntryNotFound && !placed.file->folder();
+}
+
+} // namespace
+
+Deletions::Deletions(const CommandTools &tools, QObject *parent) : QObject(parent), tools_(tools) {}
+
+// ---- Delete
+
+void Deletions::deleteFiles(const std::vector<EMU3FilePtr> &files) {
+  if (files.empty() || tools_.dialogs->thatIsUp()) return beep();
+  tools_.changes->whenChangeable([this, placed = placedFiles(files)] { ask(placed); },
+                                 [this] { tools_.changes->tellReadOnly(); });
+}
+
+void Deletions::ask(const std::vector<PlacedFile> &files) {
+  auto question = std::make_unique<Alert>(
+      QStringLiteral("Delete %1 file(s)?").arg(QString::number(files.size())),
+      QStringLiteral("You can undo with %1.").arg(undoKeyText()), tools_.dialogs->window());
+  question->addChoice(QStringLiteral("Delete"), Alert::DestructiveRole);
+  question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
+  tools_.dialogs->ask(std::move(question), [this, files] { remove(files); });
+}
+
+void Deletions::remove(const std::vector<PlacedFile> &files) {
+  tools_.history->run(QStringLiteral("Delete"), TakeAwayStep::of(*tools_.history->items(), files),
+                      [this](const StepResult &result) {
+                        tools_.browser->showChanges();
+                        tools_.browser->setStatus(result.status);
+                        tools_.dialogs->tellFailures(result.failed, result.failures);
+                        askWhetherForGood({result.incompleteFiles, result.done});
+                      });
+}
+
+void Deletions::showDeleted(std::size_t count) {
+  tools_.browser->showChanges();
+  tools_.browser->setStatus(QStringLiteral("Deleted %1 file(s).").arg(QString::number(count)));
+}
+
+// ---- Delete for good
+
+/// Asks about the first of the files; when that is done with, about the next.
+void Deletions::askWhetherForGood(const IncompleteFiles &incomplete) {
+  if (incomplete.files.empty() || tools_.dialogs->isQuitting()) return;
+  if (const QDialog *dialog = tools_.dialogs->thatIsUp()) {
+    // What the user has turned to meanwhile comes first.
+    connect(
+        dialog, &QDialog::finished, this,
+        [this, incomplete, filesystem = tools_.image->filesystem()] {
+          if (filesystem == tools_.image->filesystem()) askWhetherForGood(incomplete);
+        },
+        Qt::QueuedConnection);
+    return;
+  }
+  const PlacedFile file = incomplete.files.front();
+  IncompleteFiles others = incomplete;
+  others.files.erase(others.files.begin());
+  auto question = std::make_unique<Alert>(
+      QStringLiteral("Delete “%1” for good?").arg(displayText(file.file->name())),
+      QStringLiteral("Its contents are incomplete, so it cannot be brought back."), tools_.dialogs->window());
+  question->addChoice(QStringLiteral("Delete"), Alert::DestructiveRole);
+  question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
+  tools_.dialogs->ask(
+      std::move(question), [this, file, others] { removeForGood(file, others); },
+      [this, others] { askWhetherForGood(others); });
+}
+
+void Deletions::removeForGood(const PlacedFile &file, const IncompleteFiles &others) {
+  tools_.image->runOnImage([file](EMU3Filesystem &filesystem) { return deleteForGood(filesystem, file); },
+                           [this, others](bool isGone) {
+                             IncompleteFiles left = others;
+                             if (isGone) ++left.deletedBefore;
+                             showDeleted(left.deletedBefore);
+                             askWhetherForGood(left);
+                           });
+}
+
+} // namespace tessary

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "filesystem/EMU3Directory.h"
+#include "filesystem/EMU3File.h"
+
+#include <vector>
+
+namespace tessary {
+
+/// A file, and the folder that held it when the user chose it.
+struct PlacedFile {
+  EMU3FilePtr file;
+  EMU3DirectoryPtr folder;
+};
+
+/// The files with the folders that hold them now.
+std::vector<PlacedFile> placedFiles(const std::vector<EMU3FilePtr> &files);
+
+} // namespace tessary

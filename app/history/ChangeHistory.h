@@ -1,0 +1,54 @@
+#pragma once
+
+#include "app/CommandTools.h"
+#include "app/UndoManager.h"
+#include "app/history/HistoryStep.h"
+#include "app/history/LastingItems.h"
+
+#include <QObject>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tessary {
+
+/// What the user has changed in the image, and can undo and redo: the ten newest steps. They outlast an
+/// unmount; they are those of another image from its first change on. Main thread only; the steps work on the
+/// image's I/O queue.
+class ChangeHistory final : public QObject {
+  Q_OBJECT
+
+public:
+  explicit ChangeHistory(const CommandTools &tools, QObject *parent = nullptr);
+
+  UndoManager *undoManager() { return &undoManager_; }
+  /// For steps. Any thread.
+  const std::shared_ptr<LastingItems> &items() const { return items_; }
+
+  // What the user has newly done in the mounted image; `name` is that of the command.
+  void imported(const QString &name, const std::vector<PlacedFile> &files);
+  void madeFolder(const EMU3DirectoryPtr &folder);
+  /// `undo` takes it back.
+  void did(const QString &name, HistoryStepPtr undo);
+  /// Does it, and then registers what takes it back. `done` hears how it went.
+  void run(const QString &name, const HistoryStepPtr &step, std::function<void(const StepResult &)> done);
+
+  /// Another image is mounted, or none, or the same one anew.
+  void imageReplaced();
+
+private:
+  UndoManager::Call callOf(const QString &name, HistoryStepPtr step);
+  void runAgain(const QString &name, const HistoryStepPtr &step, UndoManager::Side counterpart);
+  void ended(const QString &name, const StepResult &result, UndoManager::Side counterpart, int shownBefore);
+  void show(const StepResult &result, int shownBefore);
+  void takeImage();
+
+  const CommandTools tools_;
+  UndoManager undoManager_;
+  const std::shared_ptr<LastingItems> items_ = std::make_shared<LastingItems>();
+  std::string imagePath_; ///< of the image that the steps are about; empty before the first
+  std::weak_ptr<EMU3Filesystem> filesystem_; ///< that `items_` are objects of
+};
+
+} // namespace tessary

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "app/FailuresAlert.h"
+#include "app/PlacedFiles.h"
+#include "app/history/LastingItems.h"
+#include "filesystem/EMU3Filesystem.h"
+
+#include <QString>
+#include <memory>
+#include <vector>
+
+namespace tessary {
+
+class HistoryStep;
+using HistoryStepPtr = std::shared_ptr<const HistoryStep>;
+
+/// How a step went.
+struct StepResult {
+  HistoryStepPtr counterpart{}; ///< takes it back; null where nothing was done
+  HistoryStepPtr rest{};        ///< does what failed; null where nothing did
+  std::size_t done = 0;         ///< files, or folders, that it was done to
+  QString status{};             ///< what the status line says
+  QString failed{};             ///< title of the alert that lists the failures
+  std::vector<ItemFailure> failures{};
+
+  // What is to be seen: the files, or else nothing selected, in the folder; null for the one that is shown.
+  EMU3DirectoryPtr folder{};
+  std::vector<EMU3FilePtr> files{};
+
+  /// Not taken away: they could not be kept whole, so they would not come back.
+  std::vector<PlacedFile> incompleteFiles{};
+  EMU3DirectoryPtr incompleteFolder{};
+};
+
+/// What undo or redo does to the image. Steps do not change; they are run on the image's I/O queue.
+class HistoryStep {
+public:
+  HistoryStep() = default;
+  virtual ~HistoryStep() = default;
+  HistoryStep(const HistoryStep &) = delete;
+  HistoryStep &operator=(const HistoryStep &) = delete;
+
+  virtual StepResult run(EMU3Filesystem &filesystem, LastingItems &items) const = 0;
+};
+
+} // namespace tessary

@@ -1,0 +1,168 @@
+#include "app/history/KeptTrees.h"
+
+#include "app/DisplayText.h"
+#include "filesystem/ItemsOperation.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+namespace tessary {
+namespace {
+
+bool isIncomplete(const EMU3Error &error) {
+  return error.description() == engineError(EngineError::contentsIncomplete).description();
+}
+
+bool isLackOfRoom(const EMU3Error &error) {
+  return error.domain == kHostErrorDomain && (error.code == ENOSPC || error.code == EDQUOT);
+}
+
+std::uint64_t bytesOf(const Doomed &doomed) {
+  std::uint64_t bytes = 0;
+  for (const PlacedFile &placed : doomed.files)
+    bytes += placed.file->fileSize();
+  for (const EMU3DirectoryPtr &top : doomed.folders)
+    for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(top))
+      for (const EMU3FilePtr &file : folder->allFiles())
+        bytes += file->fileSize();
+  return bytes;
+}
+
+std::vector<ItemFailure> failuresOfAll(const Doomed &doomed, const EMU3Error &error) {
+  std::vector<ItemFailure> failures;
+  for (const PlacedFile &placed : doomed.files)
+    failures.push_back(ItemFailure::of(placed.file->name(), error));
+  for (const EMU3DirectoryPtr &folder : doomed.folders)
+    failures.push_back(ItemFailure::of(folder->name(), error));
+  return failures;
+}
+
+/// The copying of what is doomed: the contents of all files of its trees lie side by side.
+class Copying final {
+public:
+  Copying(EMU3Filesystem &filesystem, LastingItems &items, std::shared_ptr<const UndoCopies> copies)
+      : filesystem_(filesystem), items_(items), copies_(std::move(copies)),
+        operation_(filesystem.manyItems()) {}
+
+  void add(const PlacedFile &placed) {
+    Tree tree{.name = placed.file->name(), .in = placed.folder};
+    if (const std::optional<EntryBytes> entry = filesystem_.entryOfFile(placed.file, &tree.error))
+      tree.entries.push_back({.file = placed.file, .entry = *entry});
+    add(std::move(tree));
+  }
+  void add(const EMU3DirectoryPtr &folder) {
+    Tree tree{.name = folder->name(), .in = folder->parent()};
+    tree.entries = filesystem_.entriesOfTree(folder, &tree.error);
+    add(std::move(tree));
+  }
+  void run() {
+    ends_.resize(operation_->progress().items);
+    ItemsWatcher watcher;
+    watcher.ended = [this](const ItemEnd &end) { ends_[end.item] = {end.error, end.hostPath}; };
+    operation_->run(watcher);
+  }
+  [[nodiscard]] std::optional<EMU3Error> lackOfRoom() const {
+    for (const End &end : ends_)
+      if (end.error && isLackOfRoom(*end.error)) return end.error;
+    return std::nullopt;
+  }
+  /// What was added as the `number`-th; none with the error.
+  [[nodiscard]] std::optional<KeptTree> tree(std::size_t number, EMU3Error *error) const {
+    const Tree &tree = trees_[number];
+    if (tree.error.isSet()) {
+      fail(error, tree.error);
+      return std::nullopt;
+    }
+    KeptTree kept{.name = tree.name, .in = items_.of(tree.in), .copies = copies_};
+    std::size_t copy = tree.firstCopy;
+    for (const TreeEntry &entry : tree.entries) {
+      const End end = entry.file ? ends_[copy++] : End();
+      if (end.error) {
+        fail(error, *end.error);
+        return std::nullopt;
+      }
+      kept.items.push_back({entry.folder, entry.entry, end.hostPath});
+      kept.files.push_back(entry.file ? items_.of(entry.file) : nullptr);
+      kept.folders.push_back(entry.directory ? items_.of(entry.directory) : nullptr);
+    }
+    return kept;
+  }
+
+private:
+  struct End {
+    std::optional<EMU3Error> error{};
+    std::string hostPath{};
+  };
+  struct Tree {
+    std::string name{};
+    EMU3DirectoryPtr in{};
+    std::vector<TreeEntry> entries{};
+    std::size_t firstCopy = 0; ///< item of the operation
+    EMU3Error error{};         ///< of reading its entries
+  };
+
+  void add(Tree tree) {
+    tree.firstCopy = operation_->progress().items;
+    for (const TreeEntry &entry : tree.entries)
+      if (entry.file) operation_->exportFileInto(entry.file, copies_->folder());
+    trees_.push_back(std::move(tree));
+  }
+
+  EMU3Filesystem &filesystem_;
+  LastingItems &items_;
+  const std::shared_ptr<const UndoCopies> copies_;
+  const std::unique_ptr<ItemsOperation> operation_;
+  std::vector<Tree> trees_;
+  std::vector<End> ends_; ///< by item
+};
+
+} // namespace
+
+Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const Doomed &doomed) {
+  Keeping keeping;
+  if (doomed.count() == 0) return keeping;
+  EMU3Error error;
+  std::shared_ptr<const UndoCopies> copies = UndoCopies::make(bytesOf(doomed), &error);
+  if (!copies) {
+    keeping.failures = failuresOfAll(doomed, error);
+    return keeping;
+  }
+  Copying copying(filesystem, items, std::move(copies));
+  for (const PlacedFile &placed : doomed.files)
+    copying.add(placed);
+  for (const EMU3DirectoryPtr &folder : doomed.folders)
+    copying.add(folder);
+  copying.run();
+  if (const std::optional<EMU3Error> lack = copying.lackOfRoom()) {
+    keeping.failures = failuresOfAll(doomed, *lack);
+    return keeping;
+  }
+  std::size_t number = 0;
+  for (const PlacedFile &placed : doomed.files) {
+    const std::string name = placed.file->name();
+    if (std::optional<KeptTree> tree = copying.tree(number++, &error)) {
+      keeping.doomed.files.push_back(placed);
+      keeping.trees.push_back(*std::move(tree));
+    } else if (isIncomplete(error)) {
+      keeping.incompleteFiles.push_back(placed);
+    } else {
+      keeping.failures.push_back(ItemFailure::of(name, error));
+    }
+  }
+  for (const EMU3DirectoryPtr &folder : doomed.folders) {
+    const std::string name = folder->name();
+    if (std::optional<KeptTree> tree = copying.tree(number++, &error)) {
+      keeping.doomed.folders.push_back(folder);
+      keeping.trees.push_back(*std::move(tree));
+    } else if (isIncomplete(error)) {
+      keeping.incompleteFolder = folder;
+    } else {
+      keeping.failures.push_back(ItemFailure::of(name, error));
+    }
+  }
+  return keeping;
+}
+
+} // namespace tessary

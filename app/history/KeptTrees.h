@@ -1,0 +1,50 @@
+#pragma once
+
+#include "app/FailuresAlert.h"
+#include "app/PlacedFiles.h"
+#include "app/history/LastingItems.h"
+#include "app/history/UndoCopies.h"
+#include "filesystem/EMU3Filesystem.h"
+#include "filesystem/StoredTree.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tessary {
+
+/// A file, or a folder with all that is in it, as it was before it was deleted.
+struct KeptTree {
+  std::string name; ///< of the file or the folder
+  LastingFolder in; ///< that held it
+  StoredTree items{};
+  // What each of the items is to the steps of the history; null of the other kind.
+  std::vector<LastingFile> files{};
+  std::vector<LastingFolder> folders{};
+  std::shared_ptr<const UndoCopies> copies{}; ///< that `items` name
+
+  [[nodiscard]] bool isFolder() const { return items.front().contents.empty(); }
+};
+
+/// Files and folders of the tree that are about to be deleted.
+struct Doomed {
+  std::vector<PlacedFile> files;
+  std::vector<EMU3DirectoryPtr> folders;
+
+  [[nodiscard]] std::size_t count() const { return files.size() + folders.size(); }
+};
+
+/// What can be deleted, since it could be brought back, and what cannot.
+struct Keeping {
+  Doomed doomed;               ///< with a tree of `trees` for each, files first
+  std::vector<KeptTree> trees; ///< in the same order
+  std::vector<PlacedFile> incompleteFiles;
+  EMU3DirectoryPtr incompleteFolder; ///< the last of those that hold such a file
+  std::vector<ItemFailure> failures; ///< of the others
+};
+
+/// Copies the contents of files and folders to the host. Where there is no room for all of them, all fail. On
+/// the image's I/O queue.
+[[nodiscard]] Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const Doomed &doomed);
+
+} // namespace tessary

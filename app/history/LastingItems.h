@@ -1,0 +1,66 @@
+#pragma once
+
+#include "filesystem/EMU3Directory.h"
+#include "filesystem/EMU3File.h"
+#include "filesystem/Mutex.h"
+
+#include <memory>
+#include <unordered_map>
+#include <utility>
+
+namespace tessary {
+
+/// A file or a folder of the image as the steps of the history mean it, whatever object it is: one that was
+/// deleted and brought back, or moved, is another object then. Any thread.
+template <typename Pointer> class Lasting final {
+public:
+  explicit Lasting(Pointer object) : object_(std::move(object)) {}
+
+  [[nodiscard]] Pointer object() const {
+    const MutexLock lock(mutex_);
+    return object_;
+  }
+
+private:
+  friend class LastingItems;
+  void set(Pointer object) {
+    const MutexLock lock(mutex_);
+    object_ = std::move(object);
+  }
+
+  mutable Mutex mutex_;
+  Pointer object_ TESSARY_GUARDED_BY(mutex_);
+};
+using LastingFile = std::shared_ptr<Lasting<EMU3FilePtr>>;
+using LastingFolder = std::shared_ptr<Lasting<EMU3DirectoryPtr>>;
+
+/// Those that steps of the history mean. Any thread.
+class LastingItems final {
+public:
+  // The same for the same object, as long as a step has it.
+  [[nodiscard]] LastingFile of(const EMU3FilePtr &file);
+  [[nodiscard]] LastingFolder of(const EMU3DirectoryPtr &folder);
+
+  // The file, or folder, is another object from now on. Nothing where no step means it.
+  void became(const EMU3FilePtr &before, const EMU3FilePtr &now);
+  void became(const EMU3DirectoryPtr &before, const EMU3DirectoryPtr &now);
+
+  /// The image was mounted anew, with this root: each is looked for at the place of its entry.
+  void findIn(const EMU3DirectoryPtr &root);
+
+private:
+  template <typename Pointer>
+  using Known = std::unordered_map<const typename Pointer::element_type *, std::weak_ptr<Lasting<Pointer>>>;
+
+  template <typename Pointer>
+  static std::shared_ptr<Lasting<Pointer>> lastingOf(const Pointer &object, Known<Pointer> *known);
+  template <typename Pointer>
+  static void change(const Pointer &before, const Pointer &now, Known<Pointer> *known);
+
+  Mutex mutex_;
+  // By the object that it is now. What is in here holds its object, so that no other gets its address.
+  Known<EMU3FilePtr> files_ TESSARY_GUARDED_BY(mutex_);
+  Known<EMU3DirectoryPtr> folders_ TESSARY_GUARDED_BY(mutex_);
+};
+
+} // namespace tessary

@@ -1,0 +1,48 @@
+#include "app/history/NameStep.h"
+
+#include "app/DisplayText.h"
+#include "filesystem/ItemsOperation.h"
+
+#include <optional>
+#include <string>
+
+namespace tessary {
+
+StepResult NameStep::run(EMU3Filesystem &filesystem, LastingItems &) const {
+  const EMU3FilePtr file = file_ ? file_->object() : nullptr;
+  const EMU3DirectoryPtr folder = folder_->object();
+  const std::string nameNow = file ? file->name() : folder->name();
+  EMU3Error error;
+  const std::optional<EntryBytes> now =
+      file ? filesystem.entryOfFile(file, &error) : filesystem.entryOfDirectory(folder, &error);
+  if (now) {
+    const auto operation = filesystem.manyItems();
+    if (file)
+      operation->restoreName(file, entry_, folder);
+    else
+      operation->restoreName(folder, entry_);
+    ItemsWatcher watcher;
+    watcher.ended = [&](const ItemEnd &end) { error = end.error.value_or(EMU3Error()); };
+    operation->run(watcher);
+  }
+  StepResult result{.failed = QStringLiteral("Rename Failed")};
+  if (error.isSet()) {
+    result.status = result.failed + QLatin1Char('.');
+    result.failures.push_back(ItemFailure::of(nameNow, error));
+    result.rest = file_ ? std::make_shared<NameStep>(file_, folder_, entry_)
+                        : std::make_shared<NameStep>(folder_, entry_);
+    return result;
+  }
+  result.done = 1;
+  result.status = file ? QStringLiteral("Renamed to \"%1\".").arg(displayText(file->name()))
+                       : QStringLiteral("Renamed to '%1'.").arg(displayText(folder->name()));
+  result.counterpart =
+      file_ ? std::make_shared<NameStep>(file_, folder_, *now) : std::make_shared<NameStep>(folder_, *now);
+  if (file) {
+    result.folder = folder;
+    result.files = {file};
+  }
+  return result;
+}
+
+} // namespace tessary

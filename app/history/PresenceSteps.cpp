@@ -1,0 +1,209 @@
+#include "app/history/PresenceSteps.h"
+
+#include "app/Browser.h"
+#include "app/DisplayText.h"
+#include "filesystem/ItemsOperation.h"
+#include "filesystem/SystemLog.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tessary {
+namespace {
+
+QString failedText(const char *what, std::size_t failed, std::size_t all) {
+  return QStringLiteral("%1 Failed (%2 of %3)")
+      .arg(QLatin1String(what), QString::number(failed), QString::number(all));
+}
+
+/// "Deleted 3 file(s).", or of one folder "Deleted folder 'NAME'."
+QString doneText(const char *done, const std::vector<KeptTree> &trees) {
+  if (trees.size() == 1 && trees.front().isFolder())
+    return QStringLiteral("%1 folder '%2'.").arg(QLatin1String(done), displayText(trees.front().name));
+  return QStringLiteral("%1 %2 file(s).").arg(QLatin1String(done), QString::number(trees.size()));
+}
+
+bool isThere(const EMU3DirectoryPtr &folder) {
+  const EMU3DirectoryPtr parent = folder->parent();
+  return parent && parent->containsSubdirectory(folder);
+}
+
+/// Whether a deletion that ended so took the item away. Logs why when it failed. Where only the marks of its
+/// blocks could not be cleared the item is gone all the same.
+bool isGone(const Item &item, const std::string &name, const std::optional<EMU3Error> &error) {
+  if (!error) return true;
+  systemLog("Delete failed for " + name + ": " + error->description());
+  const bool isHeld = item.file ? item.file->folder() != nullptr : isThere(item.folder);
+  return error->code != kErrorEntryNotFound && !isHeld;
+}
+
+} // namespace
+
+// ---- Away
+
+HistoryStepPtr TakeAwayStep::of(LastingItems &items, const std::vector<PlacedFile> &files) {
+  std::vector<File> lasting;
+  lasting.reserve(files.size());
+  for (const PlacedFile &placed : files)
+    lasting.push_back({items.of(placed.file), items.of(placed.folder)});
+  return std::make_shared<TakeAwayStep>(std::move(lasting));
+}
+
+HistoryStepPtr TakeAwayStep::of(LastingItems &items, const EMU3DirectoryPtr &folder) {
+  return std::make_shared<TakeAwayStep>(std::vector<File>(), std::vector<LastingFolder>{items.of(folder)});
+}
+
+// What has gone meanwhile is passed over.
+Doomed TakeAwayStep::thoseThere() const {
+  Doomed doomed;
+  for (const File &each : files_) {
+    const PlacedFile placed{each.file->object(), each.folder->object()};
+    if (placed.folder->containsFile(placed.file)) doomed.files.push_back(placed);
+  }
+  for (const LastingFolder &folder : folders_)
+    if (isThere(folder->object())) doomed.folders.push_back(folder->object());
+  return doomed;
+}
+
+StepResult TakeAwayStep::run(EMU3Filesystem &filesystem, LastingItems &items) const {
+  const Doomed doomed = thoseThere();
+  Keeping keeping = keep(filesystem, items, doomed);
+  StepResult result{.failures = std::move(keeping.failures),
+                    .incompleteFiles = std::move(keeping.incompleteFiles),
+                    .incompleteFolder = std::move(keeping.incompleteFolder)};
+  const auto operation = filesystem.manyItems();
+  for (const PlacedFile &placed : keeping.doomed.files)
+    operation->deleteFile(placed.file, placed.folder);
+  for (const EMU3DirectoryPtr &folder : keeping.doomed.folders)
+    operation->deleteFolder(folder, folder->parent());
+  std::vector<KeptTree> gone;
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) {
+    KeptTree &tree = keeping.trees[end.item];
+    if (isGone(operation->item(end.item), tree.name, end.error))
+      gone.push_back(std::move(tree));
+    else
+      result.failures.push_back(ItemFailure::of(tree.name, *end.error));
+  };
+  operation->run(watcher);
+  result.done = gone.size();
+  result.status = doneText("Deleted", gone);
+  result.failed = failedText("Delete", result.failures.size(), files_.size() + folders_.size());
+  if (!result.failures.empty()) result.rest = std::make_shared<TakeAwayStep>(files_, folders_);
+  if (!gone.empty()) result.counterpart = std::make_shared<BringBackStep>(std::move(gone));
+  return result;
+}
+
+// ---- Back
+
+namespace {
+
+/// Trees that are brought back together.
+class Return final {
+public:
+  Return(EMU3Filesystem &filesystem, LastingItems &items, const std::vector<KeptTree> &trees)
+      : filesystem_(filesystem), items_(items), trees_(trees), operation_(filesystem.manyItems()) {
+    for (std::size_t tree = 0; tree < trees.size(); ++tree) {
+      operation_->restoreTree(trees[tree].items, trees[tree].in->object());
+      treeOfItem_.resize(operation_->progress().items, tree);
+    }
+    firstItem_.resize(trees.size());
+    for (std::size_t item = treeOfItem_.size(); item > 0; --item)
+      firstItem_[treeOfItem_[item - 1]] = item - 1;
+    errors_.resize(trees.size());
+    made_.resize(treeOfItem_.size());
+  }
+
+  void run() {
+    ItemsWatcher watcher;
+    watcher.ended = [this](const ItemEnd &end) {
+      std::optional<EMU3Error> &error = errors_[treeOfItem_[end.item]];
+      if (end.error && !error) error = end.error;
+      if (!end.error) made_[end.item] = {end.file, end.folder};
+    };
+    operation_->run(watcher);
+    removeParts();
+    for (std::size_t item = 0; item < made_.size(); ++item)
+      if (!errors_[treeOfItem_[item]]) tellSteps(item);
+  }
+  [[nodiscard]] const std::optional<EMU3Error> &errorOf(std::size_t tree) const { return errors_[tree]; }
+  [[nodiscard]] EMU3FilePtr fileOf(std::size_t tree) const { return made_[firstItem_[tree]].file; }
+  [[nodiscard]] EMU3DirectoryPtr folderOf(std::size_t tree) const { return made_[firstItem_[tree]].folder; }
+
+private:
+  struct Made {
+    EMU3FilePtr file;
+    EMU3DirectoryPtr folder;
+  };
+
+  // Of a folder that did not come back whole; the copies are still there.
+  void removeParts() {
+    const auto removal = filesystem_.manyItems();
+    for (std::size_t tree = 0; tree < trees_.size(); ++tree)
+      if (const EMU3DirectoryPtr folder = folderOf(tree); errors_[tree] && folder)
+        removal->deleteFolder(folder, folder->parent());
+    removal->run({});
+  }
+  void tellSteps(std::size_t item) {
+    const KeptTree &tree = trees_[treeOfItem_[item]];
+    const std::size_t inTree = item - firstItem_[treeOfItem_[item]];
+    if (const LastingFile &file = tree.files[inTree]) items_.became(file->object(), made_[item].file);
+    if (const LastingFolder &folder = tree.folders[inTree])
+      items_.became(folder->object(), made_[item].folder);
+  }
+
+  EMU3Filesystem &filesystem_;
+  LastingItems &items_;
+  const std::vector<KeptTree> &trees_;
+  const std::unique_ptr<ItemsOperation> operation_;
+  std::vector<std::size_t> treeOfItem_;
+  std::vector<std::size_t> firstItem_; ///< of each tree
+  std::vector<std::optional<EMU3Error>> errors_;
+  std::vector<Made> made_; ///< by item
+};
+
+} // namespace
+
+StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items) const {
+  Return back(filesystem, items, trees_);
+  back.run();
+  StepResult result;
+  std::vector<KeptTree> failed;
+  std::vector<KeptTree> restored;
+  std::vector<TakeAwayStep::File> files;
+  std::vector<LastingFolder> folders;
+  for (std::size_t i = 0; i < trees_.size(); ++i) {
+    const KeptTree &tree = trees_[i];
+    if (const std::optional<EMU3Error> &error = back.errorOf(i)) {
+      systemLog("Restore import failed: " + error->description());
+      result.failures.push_back(ItemFailure::of(tree.name, *error));
+      failed.push_back(tree);
+      continue;
+    }
+    restored.push_back(tree);
+    if (tree.isFolder()) {
+      folders.push_back(tree.folders.front());
+      result.folder = back.folderOf(i);
+      continue;
+    }
+    files.push_back({tree.files.front(), tree.in});
+    // Where they came from several folders, those of the first one are shown.
+    if (!result.folder) result.folder = tree.in->object();
+    if (result.folder == tree.in->object()) result.files.push_back(back.fileOf(i));
+  }
+  for (const TakeAwayStep::File &file : files)
+    filesystem.populateBankMetadata(file.file->object());
+  result.done = restored.size();
+  result.status = doneText("Restored", restored);
+  if (!failed.empty())
+    result.status = QStringLiteral("Restored %1 file(s), %2 failed.")
+                        .arg(QString::number(restored.size()), QString::number(failed.size()));
+  result.failed = failedText("Restore", failed.size(), trees_.size());
+  if (!failed.empty()) result.rest = std::make_shared<BringBackStep>(std::move(failed));
+  if (!restored.empty())
+    result.counterpart = std::make_shared<TakeAwayStep>(std::move(files), std::move(folders));
+  return result;
+}
+
+} // namespace tessary

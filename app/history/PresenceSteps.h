@@ -1,0 +1,45 @@
+#pragma once
+
+#include "app/history/HistoryStep.h"
+#include "app/history/KeptTrees.h"
+
+#include <utility>
+#include <vector>
+
+namespace tessary {
+
+/// Deletes files and folders, of which it keeps what brings them back.
+class TakeAwayStep final : public HistoryStep {
+public:
+  struct File {
+    LastingFile file;
+    LastingFolder folder; ///< that holds it
+  };
+
+  explicit TakeAwayStep(std::vector<File> files, std::vector<LastingFolder> folders = {})
+      : files_(std::move(files)), folders_(std::move(folders)) {}
+  /// Of files that lie in the folders that are named with them.
+  [[nodiscard]] static HistoryStepPtr of(LastingItems &items, const std::vector<PlacedFile> &files);
+  [[nodiscard]] static HistoryStepPtr of(LastingItems &items, const EMU3DirectoryPtr &folder);
+
+  StepResult run(EMU3Filesystem &filesystem, LastingItems &items) const override;
+
+private:
+  [[nodiscard]] Doomed thoseThere() const;
+
+  const std::vector<File> files_;
+  const std::vector<LastingFolder> folders_;
+};
+
+/// Brings back what was deleted. A folder comes with all that was in it or not at all.
+class BringBackStep final : public HistoryStep {
+public:
+  explicit BringBackStep(std::vector<KeptTree> trees) : trees_(std::move(trees)) {}
+
+  StepResult run(EMU3Filesystem &filesystem, LastingItems &items) const override;
+
+private:
+  const std::vector<KeptTree> trees_;
+};
+
+} // namespace tessary

@@ -1,0 +1,78 @@
+#include "app/history/UndoCopies.h"
+
+#include "app/PrivateFolder.h"
+#include "app/WorkQueue.h"
+
+#include <QFile>
+#include <QStandardPaths>
+#include <QThreadPool>
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+namespace tessary {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char *kKind = "Undo";
+
+// What the host needs besides the bytes themselves, and should keep.
+constexpr std::uint64_t kSpare = std::uint64_t{16} << 20;
+
+std::optional<std::string> userCache() {
+  const std::string path =
+      QFile::encodeName(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation)).toStdString();
+  std::error_code problem;
+  if (!path.empty()) fs::create_directories(path, problem);
+  if (path.empty() || problem) return std::nullopt;
+  return path;
+}
+
+bool hasRoom(const std::string &folder, std::uint64_t bytes) {
+  std::error_code problem;
+  const fs::space_info space = fs::space(folder, problem);
+  return !problem && space.available >= bytes + kSpare;
+}
+
+// Copies that a program left that was killed: they may be somebody's only ones, so they stay for a month.
+void removeForgotten(const std::string &folders) {
+  constexpr std::chrono::hours month(24 * 30);
+  std::error_code problem;
+  for (const fs::directory_entry &entry : fs::directory_iterator(folders, problem)) {
+    const auto age = fs::file_time_type::clock::now() - entry.last_write_time(problem);
+    if (!problem && age > month) fs::remove_all(entry.path(), problem);
+  }
+}
+
+} // namespace
+
+std::shared_ptr<const UndoCopies> UndoCopies::make(std::uint64_t bytes, EMU3Error *error) {
+  const std::optional<std::string> cache = userCache();
+  std::error_code problem;
+  const fs::path temporary = fs::temp_directory_path(problem);
+  std::optional<std::string> above;
+  if (cache && hasRoom(*cache, bytes))
+    above = cache;
+  else if (!problem && hasRoom(temporary, bytes))
+    above = temporary.native();
+  if (!above) {
+    fail(error, hostError(ENOSPC, cache ? *cache : temporary.native()));
+    return nullptr;
+  }
+  const std::optional<std::string> folder = makePrivateFolder(*above, kKind, error);
+  if (!folder) return nullptr;
+  removeForgotten(fs::path(*folder).parent_path());
+  return std::shared_ptr<const UndoCopies>(new UndoCopies(*folder));
+}
+
+UndoCopies::~UndoCopies() {
+  workQueue().start([folder = folder_] {
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
+  });
+}
+
+} // namespace tessary

@@ -1,0 +1,337 @@
+// Undo and redo of every kind of change.
+
+#include "app/Alert.h"
+#include "app/NameAlert.h"
+#include "filesystem/ItemsOperation.h"
+#include "tests/app/SheetTest.h"
+#include "tests/support/MountedVolume.h"
+
+#include <QAction>
+#include <QMenu>
+#include <functional>
+#include <map>
+
+namespace tessary {
+namespace {
+
+using test::AlertAnswers;
+using test::patternBytes;
+
+/// What a volume holds: of each file its kind, all 16 bytes of its name and its contents, of each folder all
+/// 16 bytes of its name, by their paths.
+using Holdings = std::multimap<std::string, std::string>;
+
+std::string nameIn(const EntryBytes &entry) {
+  constexpr std::size_t length = 16;
+  return {entry.begin(), entry.begin() + length};
+}
+
+Holdings holdingsOf(const std::string &imagePath) {
+  const EMU3FilesystemPtr volume = test::readAnew(imagePath);
+  Holdings holdings;
+  const std::function<void(const EMU3DirectoryPtr &, const std::string &)> add =
+      [&](const EMU3DirectoryPtr &folder, const std::string &path) {
+        for (const EMU3FilePtr &file : folder->allFiles()) {
+          const test::Bytes contents = test::contentsOf(*volume, file);
+          holdings.emplace(path + file->name(), std::to_string(file->rawType()) + " " +
+                                                    nameIn(volume->entryOfFile(file).value()) +
+                                                    std::string(contents.begin(), contents.end()));
+        }
+        for (const EMU3DirectoryPtr &below : folder->subdirectories()) {
+          holdings.emplace(path + below->name() + "/", nameIn(volume->entryOfDirectory(below).value()));
+          add(below, path + below->name() + "/");
+        }
+      };
+  add(volume->rootDirectory(), "/");
+  return holdings;
+}
+
+class History : public test::SheetTest {
+protected:
+  /// A, with names that no rename could give, in it A1 with a file, and B.
+  static test::ImageBuilder images() {
+    test::ImageBuilder image;
+    test::FolderBuilder a = image.root().addFolder("A", {.blockCount = 2});
+    a.addFile("FIRST", patternBytes(600, 1));
+    a.addFile("SECOND", patternBytes(700, 2), {.type = 0x80});
+    a.addFile("Sixteen of \xE9\xE8\xE7!!", patternBytes(5000, 3));
+    test::FolderBuilder deep = a.addFolder("Deep of \xE9\xE8\xE7 name");
+    deep.addFile("BELOW", patternBytes(20, 4));
+    a.addFolder("Empty");
+    image.root().addFolder("B", {.blockCount = 2}).addFile("OTHER", patternBytes(900, 5));
+    return image;
+  }
+  void mountImages() {
+    path_ = mount(images());
+    chooseFolder({"A"});
+  }
+
+  void undo() const { clickToolbar("UndoItem"), waitAndCheck(); }
+  void redo() const { clickToolbar("RedoItem"), waitAndCheck(); }
+  void waitAndCheck() const { EXPECT_TRUE(test::waitUntilIdle()); }
+
+  void rename(const QString &file, const QString &name) {
+    chooseFiles({file});
+    chooseFromFileMenu(file, QStringLiteral("Rename…"));
+    answerWithName(name);
+  }
+  void renameFolder(const QStringList &folder, const QString &name) {
+    chooseFromFolderMenu(folder, QStringLiteral("Rename Folder"));
+    answerWithName(name);
+  }
+  void newFolder(const QString &name) {
+    controller_->_newFolder();
+    answerWithName(name);
+  }
+  void deleteFile(const QString &file) {
+    chooseFiles({file});
+    clickToolbar("DeleteItem");
+    answerSheet(QStringLiteral("Delete"));
+  }
+  void deleteFolder(const QStringList &folder) {
+    chooseFromFolderMenu(folder, QStringLiteral("Delete Folder"));
+    answerSheet(QStringLiteral("Delete"));
+  }
+  /// To the folder at this position of the list of all folders.
+  void transfer(const QString &file, int position, bool moves) {
+    chooseFiles({file});
+    moves ? controller_->_moveToDir() : controller_->_copyToDir();
+    answerWithFolder(position, moves ? QStringLiteral("Move") : QStringLiteral("Copy"));
+  }
+  void import(const std::string &name) {
+    const std::string host = writeHostFile(name, patternBytes(1234, 6));
+    clickToolbar("ImportItem");
+    confirmPanel({host});
+    waitAndCheck();
+  }
+  int positionOf(const QString &folder) const {
+    int position = 0;
+    for (const EMU3DirectoryPtr &each : directoriesInPreOrder(controller_->filesystem()->rootDirectory())) {
+      if (QString::fromStdString(each->name()) == folder) return position;
+      ++position;
+    }
+    return -1;
+  }
+
+  /// Does it, undoes it, redoes it, undoes it: the volume holds what it held each time.
+  void expectUndoable(const QString &name, const std::function<void()> &change) {
+    const Holdings before = holdingsOf(path_);
+    change();
+    const Holdings after = holdingsOf(path_);
+    ASSERT_NE(after, before);
+    EXPECT_EQ(controller_->undoManager()->undoName(), name);
+    for (int times = 0; times < 2; ++times) {
+      undo();
+      EXPECT_EQ(holdingsOf(path_), before);
+      EXPECT_EQ(controller_->undoManager()->redoName(), name);
+      redo();
+      EXPECT_EQ(holdingsOf(path_), after);
+      EXPECT_EQ(controller_->undoManager()->undoName(), name);
+    }
+    undo();
+    EXPECT_EQ(holdingsOf(path_), before);
+    EXPECT_EQ(beeps_.count(), 0);
+    for (const VolumeFinding &finding : controller_->filesystem()->check())
+      EXPECT_TRUE(!finding.isHarm() || finding.kind.starts_with("harm-bare-")) << finding.message;
+  }
+
+  std::string path_;
+};
+
+TEST_F(History, TakesTheRenamingOfAFileBackWithAll16Bytes) {
+  mountImages();
+  const QString odd = fileNames().back();
+  expectUndoable("Rename", [&] { rename(odd, "SHORT"); });
+  EXPECT_EQ(status(), QStringLiteral("Renamed to \"%1\".").arg(odd));
+  EXPECT_EQ(selectedFileNames(), QStringList{odd});
+}
+
+TEST_F(History, TakesTheRenamingOfAFolderBackWithAll16Bytes) {
+  mountImages();
+  outline()->expand(folderItem({"A"}));
+  const QString odd = QString::fromStdString(controller_->currentDirectory()->subdirectories()[0]->name());
+  expectUndoable("Rename Folder", [&] {
+    chooseFromMenu(outline(),
+                   outline()->visualRect(folderItem({"A"}).model()->index(0, 0, folderItem({"A"}))).center(),
+                   "Rename Folder");
+    answerWithName("Short");
+  });
+  EXPECT_EQ(status(), QStringLiteral("Renamed to '%1'.").arg(odd));
+}
+
+TEST_F(History, TakesAMoveBack) {
+  mountImages();
+  expectUndoable("Move", [&] { transfer("SECOND", positionOf("B"), true); });
+  EXPECT_EQ(status(), "Moved 1 file(s).");
+  EXPECT_EQ(controller_->currentDirectory()->name(), "A");
+  EXPECT_EQ(selectedFileNames(), QStringList{"SECOND"});
+}
+
+TEST_F(History, TakesACopyBack) {
+  mountImages();
+  expectUndoable("Copy", [&] { transfer("SECOND", positionOf("B"), false); });
+  EXPECT_EQ(status(), "Deleted 1 file(s).");
+}
+
+TEST_F(History, TakesAnImportBackAndImportsTheSameBytesAgain) {
+  mountImages();
+  expectUndoable("Import", [&] {
+    import("NEW.E4B");
+    test::writeBytes(folder_.path("import/NEW.E4B"), patternBytes(10, 9)); // changed on the host since
+  });
+}
+
+TEST_F(History, TakesANewFolderBack) {
+  mountImages();
+  expectUndoable("New Folder", [&] { newFolder("Fresh"); });
+  EXPECT_EQ(status(), "Deleted folder 'Fresh'.");
+}
+
+TEST_F(History, TakesTheDeletionOfAFolderBackWithAllThatWasInIt) {
+  mountImages();
+  expectUndoable("Delete Folder", [&] { deleteFolder({"A"}); });
+  EXPECT_EQ(status(), "Restored folder 'A'.");
+  EXPECT_EQ(controller_->currentDirectory()->name(), "A");
+  EXPECT_EQ(fileNames().size(), 3);
+}
+
+TEST_F(History, TakesMixedStepsBackAndForthAcrossDeletionsOfWhatTheyMean) {
+  mountImages();
+  std::vector<Holdings> states{holdingsOf(path_)};
+  const std::vector<std::function<void()>> changes{
+      [&] { rename("FIRST", "KICK"); },
+      [&] { transfer("KICK", positionOf("B"), true); },
+      [&] { renameFolder({"B"}, "Bass"); },
+      [&] { chooseFolder({"Bass"}), deleteFile("KICK"); },
+      [&] { transfer("OTHER", positionOf("A"), false); },
+      [&] { chooseFolder({"A"}), import("SNARE.E4B"); },
+      [&] { rename("SNARE", "TOM"); },
+      [&] { deleteFolder({"A"}); },
+      [&] { newFolder("A"); },
+      [&] { chooseFolder({"Bass"}), rename("OTHER", "LAST"); },
+  };
+  for (const auto &change : changes) {
+    change();
+    states.push_back(holdingsOf(path_));
+    ASSERT_NE(states.back(), states[states.size() - 2]) << states.size();
+  }
+  for (int times = 0; times < 2; ++times) {
+    for (std::size_t step = changes.size(); step > 0; --step) {
+      undo();
+      EXPECT_EQ(holdingsOf(path_), states[step - 1]) << "before step " << step;
+    }
+    EXPECT_FALSE(toolbarButton("UndoItem")->isEnabled());
+    for (std::size_t step = 0; step < changes.size(); ++step) {
+      redo();
+      EXPECT_EQ(holdingsOf(path_), states[step + 1]) << "after step " << step + 1;
+    }
+    EXPECT_FALSE(toolbarButton("RedoItem")->isEnabled());
+  }
+}
+
+TEST_F(History, OutlivesTheImageBeingMountedAnew) {
+  mountImages();
+  const Holdings before = holdingsOf(path_);
+  rename("FIRST", "KICK");
+  transfer("KICK", positionOf("B"), true);
+  clickToolbar("UnmountItem");
+  EXPECT_FALSE(toolbarButton("UndoItem")->isEnabled());
+  openImage(path_);
+  undo();
+  undo();
+  EXPECT_EQ(holdingsOf(path_), before);
+}
+
+TEST_F(History, NamesWhatItWouldDoInTheMenu) {
+  mountImages();
+  rename("FIRST", "KICK");
+  deleteFile("KICK");
+  undo();
+  QMenu *edit = controller_->menus()[1];
+  edit->popup(QPoint());
+  EXPECT_EQ(edit->actions()[0]->text(), "Undo Rename");
+  EXPECT_EQ(edit->actions()[1]->text(), "Redo Delete");
+  edit->close();
+}
+
+TEST_F(History, SaysWhyAnUndoIsImpossibleAndChangesNothing) {
+  mountImages();
+  rename("FIRST", "KICK");
+  const EMU3FilesystemPtr filesystem = controller_->filesystem();
+  const EMU3DirectoryPtr folder = controller_->currentDirectory();
+  ASSERT_TRUE(filesystem->deleteFile(test::fileNamed(folder, "KICK"), folder));
+  const Holdings before = holdingsOf(path_);
+  const AlertAnswers alerts;
+  undo();
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Rename Failed");
+  EXPECT_EQ(holdingsOf(path_), before);
+  EXPECT_TRUE(controller_->undoManager()->canUndo());
+}
+
+TEST_F(History, FolderWithoutRoomComesBackWholeOrNotAtAll) {
+  mountImages();
+  deleteFolder({"A"});
+  const EMU3FilesystemPtr filesystem = controller_->filesystem();
+  const auto filling = filesystem->manyItems();
+  const std::uint64_t left = 4 * filesystem->slotSizeBlocks(); // too little for the files of A
+  filling->importBytes("FILLER",
+                       std::make_shared<ByteBuffer>((filesystem->freeBlocks() - left) * 512, std::uint8_t{1}),
+                       filesystem->rootDirectory());
+  filling->run({});
+  const EMU3FilePtr filler = test::fileNamed(filesystem->rootDirectory(), "FILLER");
+  const auto more = filesystem->manyItems();
+  while (filesystem->largestFreeBlocks() > 1) {
+    const auto one = filesystem->manyItems();
+    one->importBytes("MORE",
+                     std::make_shared<ByteBuffer>(filesystem->largestFreeBlocks() * 512, std::uint8_t{1}),
+                     filesystem->rootDirectory());
+    const std::uint64_t before = filesystem->freeBlocks();
+    one->run({});
+    ASSERT_LT(filesystem->freeBlocks(), before);
+  }
+  const Holdings before = holdingsOf(path_);
+  {
+    const AlertAnswers alerts;
+    undo();
+    ASSERT_EQ(alerts.shown().size(), 1U);
+    EXPECT_EQ(alerts.shown()[0].message, "Restore Failed (1 of 1)");
+  }
+  EXPECT_EQ(holdingsOf(path_), before);
+  EXPECT_EQ(status(), "Restored 0 file(s), 1 failed.");
+  ASSERT_TRUE(filesystem->deleteFile(filler, filesystem->rootDirectory()));
+  undo();
+  EXPECT_EQ(status(), "Restored folder 'A'.");
+  EXPECT_EQ(holdingsOf(path_).count("/A/FIRST"), 1U);
+}
+
+TEST_F(History, FolderWithIncompleteContentsIsDeletedOnlyForGood) {
+  test::ImageBuilder image = images();
+  test::FolderBuilder c = image.root().addFolder("C");
+  addIncompleteFile(image, c, "CUT");
+  path_ = mount(image);
+  const Holdings before = holdingsOf(path_);
+  deleteFolder({"C"});
+  EXPECT_EQ(holdingsOf(path_), before);
+  ASSERT_NE(sheet<Alert>(), nullptr);
+  EXPECT_EQ(sheet<Alert>()->text(), "Delete folder 'C' for good?");
+  answerSheet("Cancel");
+  EXPECT_EQ(holdingsOf(path_), before);
+  deleteFolder({"C"});
+  answerSheet("Delete");
+  EXPECT_EQ(status(), "Deleted folder 'C'.");
+  EXPECT_EQ(holdingsOf(path_).count("/C/"), 0U);
+  EXPECT_FALSE(controller_->undoManager()->canUndo());
+}
+
+TEST_F(History, CopiesOfWhatWasDeletedAreOfThisUserAloneAndGoWithTheWindow) {
+  mountImages();
+  deleteFolder({"A"});
+  const std::string copies = folder_.path("cache") + "/tessary-" + std::to_string(::geteuid()) + "/Undo";
+  ASSERT_EQ(test::namesIn(copies).size(), 1U);
+  controller_.reset();
+  EXPECT_TRUE(test::namesIn(copies).empty());
+}
+
+} // namespace
+} // namespace tessary
