@@ -1,7 +1,7 @@
 #include "app/FileFacts.h"
 
 #include "app/DisplayText.h"
-#include "banks/BankAnalysis.h"
+#include "tessary/BankEntry.h"
 
 #include <QStringList>
 #include <algorithm>

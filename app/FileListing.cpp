@@ -1,7 +1,7 @@
 #include "app/FileListing.h"
 
 #include "app/DisplayText.h"
-#include "banks/BankAnalysis.h"
+#include "tessary/BankEntry.h"
 
 #include <QCollator>
 #include <QLocale>

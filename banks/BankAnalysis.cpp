@@ -18,14 +18,6 @@ namespace {
 
 using namespace bank;
 
-enum BankFormatCode : std::int64_t {
-  kUnknown = 0,
-  kEmulatorThree = 1,
-  kEmulator3X = 2,
-  kEsi32 = 3,
-  kEmulatorFour = 4
-};
-
 /// What a bank begins with, as far as it could be read.
 struct Header {
   std::array<std::uint8_t, kLegacyHeaderSize> bytes{};
@@ -217,21 +209,6 @@ void readLegacyBank(const FileContents &contents, const Header &header, const st
 }
 
 } // namespace
-
-const char *bankFormatName(std::int64_t bankFormat) {
-  switch (bankFormat) {
-  case kEmulatorThree:
-    return "Emulator III";
-  case kEmulator3X:
-    return "Emulator 3X";
-  case kEsi32:
-    return "ESI-32 v3";
-  case kEmulatorFour:
-    return "Emulator IV";
-  default:
-    return nullptr;
-  }
-}
 
 bool analyseBank(const FileContents &contents, const std::string &fileName, BankDetails *details) {
   Header header;

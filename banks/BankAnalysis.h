@@ -3,14 +3,10 @@
 #include "filesystem/EMU3File.h"
 #include "filesystem/FileContents.h"
 
-#include <cstdint>
 #include <string>
 
 /// What a bank's header and table of contents say about it. Functions over a file's contents.
 namespace tessary {
-
-/// Display name of a bank format code; null for 0 and any other value.
-[[nodiscard]] const char *bankFormatName(std::int64_t bankFormat);
 
 /// Recognises a bank and reads its format, name and counts. `details` begins as what was known before, since
 /// what a damaged bank does not tell stays as it was. False, with nothing changed, for contents of fewer than

@@ -121,15 +121,6 @@ bool isListedSample(const TypeBytes &type) {
   return isValidUtf8(std::string(type.begin(), std::find(type.begin(), type.end(), 0)));
 }
 
-BankRange audioIn(const BankChunk &chunk) {
-  constexpr std::uint64_t bytesPerFrame = 2;
-  return {chunk.data.offset, chunk.data.size - chunk.data.size % bytesPerFrame};
-}
-
-std::string bankTypeText(const TypeBytes &type) {
-  return withInvalidBytesAsCodes(std::string(type.begin(), std::find(type.begin(), type.end(), 0)));
-}
-
 std::string nameOfBankEntry(const TocEntry &entry) {
   std::string name = paddedField(entry.data() + kTocEntryNameOffset, kBankNameSize);
   if (name.find_first_not_of(' ') == std::string::npos || !isValidUtf8(name))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/FileContents.h"
+#include "tessary/BankEntry.h"
 
 #include <algorithm>
 #include <array>
@@ -27,7 +28,16 @@ inline constexpr std::size_t kLegacyFormatSize = 15;
 inline constexpr std::size_t kLegacyNameOffset = 16;
 inline constexpr std::size_t kLegacyCountsOffset = 32;
 
-using TypeBytes = std::array<std::uint8_t, 4>;
+/// What `BankDetails::bankFormat` holds.
+enum BankFormatCode : std::int64_t {
+  kUnknown = 0,
+  kEmulatorThree = 1,
+  kEmulator3X = 2,
+  kEsi32 = 3,
+  kEmulatorFour = 4
+};
+
+using TypeBytes = BankTypeBytes;
 using TocEntry = std::array<std::uint8_t, kTocEntrySize>;
 
 inline std::uint32_t readBE32(const std::uint8_t *bytes) {

@@ -1,24 +1,14 @@
 #pragma once
 
-#include "banks/BankContents.h"
 #include "filesystem/ByteBuffer.h"
 #include "filesystem/FileContents.h"
+#include "tessary/BankEntry.h"
 
-#include <cstdint>
 #include <optional>
-#include <string>
 #include <vector>
 
 /// The samples of an Emulator IV bank. Functions over a file's contents.
 namespace tessary {
-
-/// A sample as a bank's table of contents lists it.
-struct BankSample {
-  std::string type; ///< the entry's four type bytes, up to the first zero byte; samples may share one
-  std::string name; ///< see `nameOfBankEntry`
-
-  bool operator==(const BankSample &) const = default;
-};
 
 /// Where the audio of samples lies, in their order; none where its chunk is missing.
 using SampleAudio = std::vector<std::optional<BankRange>>;

@@ -1,6 +1,6 @@
 #include "cli/FileFacts.h"
 
-#include "banks/BankAnalysis.h"
+#include "tessary/BankEntry.h"
 
 namespace tessary::cli {
 namespace {

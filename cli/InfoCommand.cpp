@@ -1,6 +1,5 @@
 #include "cli/Command.h"
 #include "cli/JsonWriter.h"
-#include "filesystem/DiskFormat.h"
 #include "filesystem/Text.h"
 
 #include <cstdint>
@@ -69,16 +68,18 @@ void printText(const EMU3Filesystem &volume, const EntryCounts &counts, std::ost
   line("Volume label:          ", escapedNameForDisplay(volume.volumeLabel()));
   line("Image size:            ", sized(volume.imageSize(), " bytes", volume.imageSize()));
   line("Blocks:                ", std::to_string(volume.totalBlocks()));
-  line("Used blocks:           ", sized(volume.usedBlocks(), "", volume.usedBlocks() * format::kBlockSize));
-  line("Free blocks:           ", sized(volume.freeBlocks(), "", volume.freeBlocks() * format::kBlockSize));
+  line("Used blocks:           ",
+       sized(volume.usedBlocks(), "", volume.usedBlocks() * EMU3Filesystem::kBlockSize));
+  line("Free blocks:           ",
+       sized(volume.freeBlocks(), "", volume.freeBlocks() * EMU3Filesystem::kBlockSize));
   const std::uint64_t largest = volume.largestFreeBlocks();
-  line("Largest new file:      ", sized(largest, " blocks", largest * format::kBlockSize));
+  line("Largest new file:      ", sized(largest, " blocks", largest * EMU3Filesystem::kBlockSize));
   line("Table entries scanned: ", std::to_string(volume.totalClusters()));
   line("Table begins at block: ", std::to_string(volume.fatStartBlock()));
   line("Root folder's block:   ", std::to_string(volume.rootDirBlock()));
   line("Data area's block:     ", std::to_string(volume.dataAreaBlock()));
   line("Slot size:             ",
-       sized(volume.slotSizeBlocks(), " blocks", volume.slotSizeBlocks() * format::kBlockSize));
+       sized(volume.slotSizeBlocks(), " blocks", volume.slotSizeBlocks() * EMU3Filesystem::kBlockSize));
   line("Read-only:             ",
        volume.isReadOnly() ? std::string("yes, ") + readOnlyReasonText(volume.readOnlyReason()) : "no");
   line("Folders:               ", std::to_string(counts.folders));

@@ -1,10 +1,10 @@
 #include "cli/Listing.h"
 
-#include "banks/BankAnalysis.h"
 #include "cli/AddressSyntax.h"
 #include "cli/FileFacts.h"
 #include "cli/TextTable.h"
 #include "filesystem/Text.h"
+#include "tessary/BankEntry.h"
 
 #include <cstddef>
 #include <iterator>

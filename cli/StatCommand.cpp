@@ -1,10 +1,10 @@
-#include "banks/BankAnalysis.h"
 #include "cli/AddressSyntax.h"
 #include "cli/Addresses.h"
 #include "cli/Command.h"
 #include "cli/FileFacts.h"
 #include "cli/JsonWriter.h"
 #include "filesystem/Text.h"
+#include "tessary/BankEntry.h"
 
 #include <string>
 

@@ -10,7 +10,7 @@
 namespace tessary {
 
 /// One folder of the tree: its files and subfolders, which it owns, and a weak link to its parent.
-/// Plain values, which only the engine changes (TreeEditor.h).
+/// Plain values, which only the engine changes.
 ///
 /// Every accessor may be called from any thread; lists come as copies. Releasing a folder releases its
 /// subtree without recursion, so a chain of any depth needs no deep stack.

@@ -43,7 +43,7 @@ struct EMU3FileFields {
   std::int64_t dentryOffset = 0;          ///< index of the entry in that block, 0–15
 };
 
-/// One file entry of the tree. Plain values, which only the engine changes (TreeEditor.h).
+/// One file entry of the tree. Plain values, which only the engine changes.
 ///
 /// Every accessor may be called from any thread; each returns a copy taken under the file's own lock.
 class EMU3File final {

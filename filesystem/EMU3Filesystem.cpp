@@ -31,6 +31,8 @@
 namespace tessary {
 namespace {
 
+static_assert(EMU3Filesystem::kBlockSize == format::kBlockSize);
+
 // So that it leads to the image whatever folder the program turns to.
 std::string absolutePath(const std::string &path) {
   std::error_code ignored;

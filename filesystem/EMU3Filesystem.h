@@ -1,6 +1,5 @@
 #pragma once
 
-#include "banks/BankSamples.h"
 #include "filesystem/ByteBuffer.h"
 #include "filesystem/EMU3Directory.h"
 #include "filesystem/EMU3Error.h"
@@ -10,6 +9,7 @@
 #include "filesystem/SerialQueue.h"
 #include "filesystem/StoredTree.h"
 #include "filesystem/VolumeFindings.h"
+#include "tessary/BankEntry.h"
 
 #include <array>
 #include <atomic>
@@ -23,6 +23,7 @@ namespace tessary {
 
 class EMU3Filesystem;
 struct BackupWatcher;
+class FileContents;
 class ItemsOperation;
 class Volume;
 class VolumeChange;
@@ -49,6 +50,8 @@ using EMU3FilesystemPtr = std::shared_ptr<EMU3Filesystem>;
 /// operation on a file or folder that has left the tree changes nothing and fails with code 5.
 class EMU3Filesystem final {
 public:
+  static constexpr std::uint64_t kBlockSize = 512; ///< bytes
+
   /// Opens, maps and reads the image at a path of the host. Null with code 1 or 2. Where it is to be claimed
   /// when it is mounted and another program has it, it is mounted all the same, read-only.
   [[nodiscard]] static EMU3FilesystemPtr initWithURL(const std::string &imageURL, MountRules rules,
@@ -100,7 +103,7 @@ public:
   /// How many blocks, from block 0 on, the table has entries for. Those from that number on cannot be marked.
   [[nodiscard]] std::uint64_t describedBlocks() const;
   /// Block 0 as it stands on the image.
-  [[nodiscard]] std::array<std::uint8_t, 512> header() const;
+  [[nodiscard]] std::array<std::uint8_t, kBlockSize> header() const;
   /// Root of the tree.
   [[nodiscard]] EMU3DirectoryPtr rootDirectory() const;
   /// The serial queue, "com.tessary.io", on which a user interface runs work on this image.
@@ -140,7 +143,7 @@ public:
   /// `contentsOfFile`; a file that is no bank has no samples.
   bool exportSampleAtIndex(std::uint64_t index, const EMU3FilePtr &fromBankFile, const std::string &toURL,
                            EMU3Error *error = nullptr);
-  /// The same, as bytes, with a header that tells so many frames a second. Null when it fails.
+  /// The same WAV file as bytes, with a header that tells `rate` frames a second. Null when it fails.
   ByteBufferPtr wavOfSample(std::uint64_t index, const EMU3FilePtr &fromBankFile, std::uint32_t rate,
                             EMU3Error *error = nullptr);
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/DiskFormat.h"
 #include "filesystem/EMU3Error.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -57,7 +57,7 @@ public:
 private:
   NewVolume() = default;
 
-  format::Block header_{};
+  std::array<std::uint8_t, 512> header_{}; ///< block 0
   std::uint64_t imageSize_ = 0;
   std::uint64_t fatStartBlock_ = 0;
   std::uint64_t dataAreaBlock_ = 0; ///< blocks below it are marked as used

@@ -2,7 +2,7 @@
 #include "app/DisplayText.h"
 #include "app/FolderOutline.h"
 #include "app/SidebarController.h"
-#include "banks/BankAnalysis.h"
+#include "tessary/BankEntry.h"
 #include "tests/app/WindowTest.h"
 #include "tests/support/MountedVolume.h"
 #include "tests/support/SampleVolumes.h"
