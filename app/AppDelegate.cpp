@@ -5,7 +5,7 @@
 #include "app/DisplayText.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
-#include "filesystem/SerialQueue.h"
+#include "tessary/SerialQueue.h"
 
 #include <QApplication>
 #include <QFile>

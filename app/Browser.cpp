@@ -10,7 +10,7 @@
 #include "app/ReadyFile.h"
 #include "app/SidebarController.h"
 #include "app/StatusBar.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <utility>

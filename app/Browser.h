@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/ImageWork.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include <QObject>
 #include <QString>

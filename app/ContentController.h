@@ -2,7 +2,7 @@
 
 #include "app/FileListing.h"
 #include "app/IncomingDrag.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include <QAbstractTableModel>
 #include <QPointer>

@@ -10,7 +10,7 @@
 #include "app/PlatformTexts.h"
 #include "app/history/ChangeHistory.h"
 #include "app/history/PresenceSteps.h"
-#include "filesystem/SystemLog.h"
+#include "tessary/SystemLog.h"
 
 #include <QPointer>
 #include <utility>

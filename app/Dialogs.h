@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/ImageWork.h"
-#include "filesystem/EMU3Error.h"
+#include "tessary/EMU3Error.h"
 
 #include <QDialog>
 #include <QObject>

@@ -1,6 +1,6 @@
 #include "app/DisplayText.h"
 
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 namespace tessary {
 namespace {

@@ -1,7 +1,7 @@
 #include "app/ExportPlan.h"
 
-#include "filesystem/ItemsOperation.h"
-#include "filesystem/SystemLog.h"
+#include "tessary/ItemsOperation.h"
+#include "tessary/SystemLog.h"
 
 #include <filesystem>
 #include <system_error>

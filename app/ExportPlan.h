@@ -1,9 +1,9 @@
 #pragma once
 
 #include "app/FailuresAlert.h"
-#include "filesystem/EMU3Filesystem.h"
-#include "filesystem/ExportTargets.h"
-#include "filesystem/ItemsWatcher.h"
+#include "tessary/EMU3Filesystem.h"
+#include "tessary/ExportTargets.h"
+#include "tessary/ItemsWatcher.h"
 
 #include <cstddef>
 #include <functional>

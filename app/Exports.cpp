@@ -6,9 +6,9 @@
 #include "app/Dialogs.h"
 #include "app/DisplayText.h"
 #include "app/ImageWork.h"
-#include "filesystem/ItemsOperation.h"
-#include "filesystem/SystemLog.h"
-#include "filesystem/Text.h"
+#include "tessary/ItemsOperation.h"
+#include "tessary/SystemLog.h"
+#include "tessary/Text.h"
 
 #include <QCheckBox>
 #include <algorithm>

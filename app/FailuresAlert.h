@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/Alert.h"
-#include "filesystem/EMU3Error.h"
+#include "tessary/EMU3Error.h"
 
 #include <QString>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
+#include "tessary/EMU3Directory.h"
 
 #include <QString>
 #include <array>

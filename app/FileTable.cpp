@@ -6,7 +6,7 @@
 #include "app/FileListing.h"
 #include "app/FileURLs.h"
 #include "app/TextSize.h"
-#include "filesystem/ExportNames.h"
+#include "tessary/ExportNames.h"
 
 #include <QDrag>
 #include <QHeaderView>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/CommandTools.h"
-#include "filesystem/EMU3Directory.h"
+#include "tessary/EMU3Directory.h"
 
 #include <QObject>
 #include <string>

@@ -1,8 +1,8 @@
 #include "app/ImageBackups.h"
 
 #include "app/DisplayText.h"
-#include "filesystem/ImageBackup.h"
-#include "filesystem/Text.h"
+#include "tessary/ImageBackup.h"
+#include "tessary/Text.h"
 
 #include <QFile>
 #include <QFileDialog>

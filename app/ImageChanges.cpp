@@ -4,7 +4,7 @@
 #include "app/Beeper.h"
 #include "app/DisplayText.h"
 #include "app/Settings.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <QCheckBox>
 #include <utility>

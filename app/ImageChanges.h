@@ -4,7 +4,7 @@
 #include "app/Dialogs.h"
 #include "app/ImageBackups.h"
 #include "app/ImageWork.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include <QObject>
 #include <functional>

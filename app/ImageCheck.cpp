@@ -11,7 +11,7 @@
 #include "app/ImageWork.h"
 #include "app/MainWindow.h"
 #include "app/SidebarController.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <utility>

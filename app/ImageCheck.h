@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/CommandTools.h"
-#include "filesystem/VolumeFindings.h"
+#include "tessary/VolumeFindings.h"
 
 #include <QObject>
 #include <QPointer>

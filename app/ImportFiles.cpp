@@ -1,7 +1,7 @@
 #include "app/ImportFiles.h"
 
-#include "filesystem/ItemsOperation.h"
-#include "filesystem/Text.h"
+#include "tessary/ItemsOperation.h"
+#include "tessary/Text.h"
 
 #include <QFile>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/FailuresAlert.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include <QStringList>
 #include <string>

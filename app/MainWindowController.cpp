@@ -16,7 +16,7 @@
 #include "app/panel/BankContents.h"
 #include "app/panel/BankContentsPanel.h"
 #include "app/panel/BankEntryTable.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <QApplication>
 #include <QDesktopServices>

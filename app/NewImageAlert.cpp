@@ -4,8 +4,8 @@
 #include "app/DisplayText.h"
 #include "app/TextSize.h"
 #include "filesystem/DiskFormat.h"
-#include "filesystem/NewVolume.h"
-#include "filesystem/Text.h"
+#include "tessary/NewVolume.h"
+#include "tessary/Text.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>

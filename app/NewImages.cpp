@@ -9,9 +9,9 @@
 #include "app/Spinner.h"
 #include "app/StatusBar.h"
 #include "app/WorkQueue.h"
-#include "filesystem/EMU3Filesystem.h"
-#include "filesystem/NewVolume.h"
-#include "filesystem/Text.h"
+#include "tessary/EMU3Filesystem.h"
+#include "tessary/NewVolume.h"
+#include "tessary/Text.h"
 
 #include <QFile>
 #include <QFileDialog>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/CommandTools.h"
-#include "filesystem/EMU3Error.h"
+#include "tessary/EMU3Error.h"
 
 #include <QObject>
 #include <cstdint>

@@ -2,7 +2,7 @@
 
 #include "app/DisplayText.h"
 #include "app/Settings.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <QMenu>
 #include <algorithm>

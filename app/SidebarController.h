@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/IncomingDrag.h"
-#include "filesystem/EMU3Directory.h"
+#include "tessary/EMU3Directory.h"
 
 #include <QAbstractItemModel>
 #include <QIcon>

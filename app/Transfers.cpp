@@ -10,8 +10,8 @@
 #include "app/TextSize.h"
 #include "app/history/ChangeHistory.h"
 #include "app/history/PlaceStep.h"
-#include "filesystem/ItemsOperation.h"
-#include "filesystem/SystemLog.h"
+#include "tessary/ItemsOperation.h"
+#include "tessary/SystemLog.h"
 
 #include <QComboBox>
 #include <algorithm>

@@ -3,7 +3,7 @@
 #include "app/CommandTools.h"
 #include "app/FailuresAlert.h"
 #include "app/PlacedFiles.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include <QObject>
 #include <vector>

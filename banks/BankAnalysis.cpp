@@ -4,7 +4,7 @@
 #include "banks/BankFormat.h"
 #include "banks/DetectionLog.h"
 #include "filesystem/DiskFormat.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EMU3File.h"
 #include "filesystem/FileContents.h"
+#include "tessary/EMU3File.h"
 
 #include <string>
 

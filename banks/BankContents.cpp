@@ -1,6 +1,6 @@
 #include "banks/BankContents.h"
 
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <map>

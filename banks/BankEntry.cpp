@@ -1,7 +1,7 @@
 #include "tessary/BankEntry.h"
 
 #include "banks/BankFormat.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/ByteBuffer.h"
 #include "filesystem/FileContents.h"
 #include "tessary/BankEntry.h"
+#include "tessary/ByteBuffer.h"
 
 #include <optional>
 #include <vector>

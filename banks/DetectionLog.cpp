@@ -1,6 +1,6 @@
 #include "banks/DetectionLog.h"
 
-#include "filesystem/SystemLog.h"
+#include "tessary/SystemLog.h"
 
 #include <array>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "banks/SamplePeaks.h"
+#include "tessary/SamplePeaks.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "banks/WavFile.h"
+#include "tessary/WavFile.h"
 
 #include "filesystem/DiskFormat.h"
 

@@ -1,7 +1,7 @@
 #include "bench/Processes.h"
 #include "bench/SpeedVolumes.h"
 #include "bench/Workplace.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "bench/PairedTimes.h"
 #include "bench/PlainMapping.h"
-#include "filesystem/EMU3Filesystem.h"
 #include "filesystem/ImageMapping.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/SampleVolumes.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,5 +1,5 @@
 #include "bench/PairedTimes.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/TemporaryFolder.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/EntryPlace.h"
+#include "tessary/EntryPlace.h"
 
 #include <cstddef>
 #include <cstdint>

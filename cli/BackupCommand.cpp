@@ -1,7 +1,7 @@
 #include "cli/Command.h"
 #include "cli/ItemReport.h"
-#include "filesystem/ImageBackup.h"
-#include "filesystem/Text.h"
+#include "tessary/ImageBackup.h"
+#include "tessary/Text.h"
 
 #include <string>
 

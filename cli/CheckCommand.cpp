@@ -2,7 +2,7 @@
 #include "cli/Addresses.h"
 #include "cli/Command.h"
 #include "cli/JsonWriter.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <string>

@@ -5,7 +5,7 @@
 #include "cli/CliError.h"
 #include "cli/MountedImages.h"
 #include "cli/ShellWords.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <optional>
 #include <string_view>

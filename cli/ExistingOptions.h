@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/CommandWords.h"
-#include "filesystem/ItemsOperation.h"
+#include "tessary/ItemsOperation.h"
 
 namespace tessary::cli {
 

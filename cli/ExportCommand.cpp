@@ -5,8 +5,8 @@
 #include "cli/ItemReport.h"
 #include "cli/StandardOutput.h"
 #include "cli/TreeAddresses.h"
-#include "filesystem/ItemsOperation.h"
-#include "filesystem/Text.h"
+#include "tessary/ItemsOperation.h"
+#include "tessary/Text.h"
 
 #include <optional>
 #include <string>

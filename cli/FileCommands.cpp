@@ -2,7 +2,7 @@
 #include "cli/CliError.h"
 #include "cli/Command.h"
 #include "cli/ItemReport.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/JsonWriter.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include <string>
 

@@ -5,8 +5,8 @@
 #include "cli/JsonWriter.h"
 #include "cli/NameSearch.h"
 #include "cli/ProgressLine.h"
-#include "filesystem/HostTree.h"
-#include "filesystem/Text.h"
+#include "tessary/HostTree.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <atomic>

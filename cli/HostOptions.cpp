@@ -2,7 +2,7 @@
 
 #include "cli/CliError.h"
 #include "cli/HostFolders.h"
-#include "filesystem/ExportTargets.h"
+#include "tessary/ExportTargets.h"
 
 namespace tessary::cli {
 

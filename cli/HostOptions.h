@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/CommandWords.h"
-#include "filesystem/ItemsWatcher.h"
+#include "tessary/ItemsWatcher.h"
 
 #include <optional>
 #include <string>

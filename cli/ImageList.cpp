@@ -1,7 +1,7 @@
 #include "cli/ImageList.h"
 
 #include "cli/CaseFolding.h"
-#include "filesystem/HostTree.h"
+#include "tessary/HostTree.h"
 
 #include <filesystem>
 #include <system_error>

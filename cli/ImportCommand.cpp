@@ -3,7 +3,7 @@
 #include "cli/Command.h"
 #include "cli/ExistingOptions.h"
 #include "cli/ItemReport.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <cerrno>

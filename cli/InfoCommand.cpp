@@ -1,6 +1,6 @@
 #include "cli/Command.h"
 #include "cli/JsonWriter.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <cstdint>
 #include <optional>

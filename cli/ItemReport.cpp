@@ -4,7 +4,7 @@
 #include "cli/Addresses.h"
 #include "cli/CliError.h"
 #include "cli/JsonWriter.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <exception>
 #include <utility>

@@ -3,8 +3,8 @@
 #include "cli/ExitStatus.h"
 #include "cli/ProgressLine.h"
 #include "cli/Session.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/ItemsOperation.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/ItemsOperation.h"
 
 #include <cstddef>
 #include <cstdint>

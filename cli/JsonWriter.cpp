@@ -1,6 +1,6 @@
 #include "cli/JsonWriter.h"
 
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <array>
 #include <cstdint>

@@ -3,8 +3,8 @@
 #include "cli/AddressSyntax.h"
 #include "cli/FileFacts.h"
 #include "cli/TextTable.h"
-#include "filesystem/Text.h"
 #include "tessary/BankEntry.h"
+#include "tessary/Text.h"
 
 #include <cstddef>
 #include <iterator>

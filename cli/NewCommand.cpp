@@ -2,8 +2,8 @@
 #include "cli/Command.h"
 #include "cli/ItemReport.h"
 #include "cli/MountedImages.h"
-#include "filesystem/NewVolume.h"
-#include "filesystem/Text.h"
+#include "tessary/NewVolume.h"
+#include "tessary/Text.h"
 
 #include <optional>
 #include <string>

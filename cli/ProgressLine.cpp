@@ -1,7 +1,7 @@
 #include "cli/ProgressLine.h"
 
-#include "filesystem/EMU3File.h"
-#include "filesystem/Text.h"
+#include "tessary/EMU3File.h"
+#include "tessary/Text.h"
 
 namespace tessary::cli {
 namespace {

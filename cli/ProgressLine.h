@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/Session.h"
-#include "filesystem/ItemsWatcher.h"
+#include "tessary/ItemsWatcher.h"
 
 #include <chrono>
 #include <cstddef>

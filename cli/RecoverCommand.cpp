@@ -3,7 +3,7 @@
 #include "cli/Command.h"
 #include "cli/ItemReport.h"
 #include "cli/JsonWriter.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <string>

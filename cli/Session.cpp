@@ -1,7 +1,7 @@
 #include "cli/Session.h"
 
 #include "cli/JsonWriter.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 namespace tessary::cli {
 

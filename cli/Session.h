@@ -1,8 +1,8 @@
 #pragma once
 
 #include "cli/TessaryCli.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include <istream>
 #include <ostream>

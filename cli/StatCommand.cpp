@@ -3,8 +3,8 @@
 #include "cli/Command.h"
 #include "cli/FileFacts.h"
 #include "cli/JsonWriter.h"
-#include "filesystem/Text.h"
 #include "tessary/BankEntry.h"
+#include "tessary/Text.h"
 
 #include <string>
 

@@ -5,7 +5,7 @@
 #include "cli/CommandRunner.h"
 #include "cli/Completion.h"
 #include "cli/Session.h"
-#include "filesystem/SystemLog.h"
+#include "tessary/SystemLog.h"
 
 #include <algorithm>
 #include <ostream>

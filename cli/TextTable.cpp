@@ -1,6 +1,6 @@
 #include "cli/TextTable.h"
 
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 

@@ -5,7 +5,7 @@
 #include "cli/ItemReport.h"
 #include "cli/MountedImages.h"
 #include "cli/TreeAddresses.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <filesystem>
 #include <optional>

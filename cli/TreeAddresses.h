@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/ItemsOperation.h"
+#include "tessary/ItemsOperation.h"
 
 #include <string>
 #include <vector>

@@ -4,8 +4,8 @@
 #include "cli/HostOptions.h"
 #include "cli/ItemReport.h"
 #include "cli/StandardOutput.h"
-#include "filesystem/ItemsOperation.h"
-#include "filesystem/Text.h"
+#include "tessary/ItemsOperation.h"
+#include "tessary/Text.h"
 
 #include <cstddef>
 #include <limits>

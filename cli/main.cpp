@@ -1,7 +1,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/Interruption.h"
 #include "cli/TessaryCli.h"
-#include "filesystem/FreedMemory.h"
+#include "tessary/FreedMemory.h"
 
 #include <cerrno>
 #include <csignal>

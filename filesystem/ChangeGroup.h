@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/EMU3Error.h"
 #include "filesystem/ItemStep.h"
 #include "filesystem/VolumeChange.h"
+#include "tessary/EMU3Error.h"
 
 #include <cstddef>
 #include <optional>

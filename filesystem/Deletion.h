@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/EMU3File.h"
 #include "filesystem/VolumeChange.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/EMU3File.h"
 
 #include <vector>
 

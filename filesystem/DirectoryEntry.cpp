@@ -1,6 +1,6 @@
 #include "filesystem/DirectoryEntry.h"
 
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <utility>

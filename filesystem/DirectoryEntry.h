@@ -1,8 +1,8 @@
 #pragma once
 
 #include "filesystem/DiskFormat.h"
-#include "filesystem/EMU3File.h"
-#include "filesystem/EntryPlace.h"
+#include "tessary/EMU3File.h"
+#include "tessary/EntryPlace.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filesystem/DiskFormat.h"
-#include "filesystem/EntryPlace.h"
+#include "tessary/EntryPlace.h"
 
 #include <cstdint>
 #include <optional>

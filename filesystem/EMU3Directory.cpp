@@ -1,4 +1,4 @@
-#include "filesystem/EMU3Directory.h"
+#include "tessary/EMU3Directory.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,4 +1,4 @@
-#include "filesystem/EMU3Error.h"
+#include "tessary/EMU3Error.h"
 
 #include <iterator>
 #include <system_error>

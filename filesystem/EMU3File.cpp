@@ -1,4 +1,4 @@
-#include "filesystem/EMU3File.h"
+#include "tessary/EMU3File.h"
 
 #include "filesystem/DiskFormat.h"
 

@@ -1,4 +1,4 @@
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include "banks/BankAnalysis.h"
 #include "banks/BankSamples.h"
@@ -12,15 +12,15 @@
 #include "filesystem/FolderRecovery.h"
 #include "filesystem/HostFileGroup.h"
 #include "filesystem/HostImport.h"
-#include "filesystem/ImageBackup.h"
-#include "filesystem/ItemsOperation.h"
 #include "filesystem/NewHostFile.h"
-#include "filesystem/Text.h"
 #include "filesystem/TreeEditor.h"
 #include "filesystem/UndisturbedReading.h"
 #include "filesystem/Volume.h"
 #include "filesystem/VolumeCheck.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/ImageBackup.h"
+#include "tessary/ItemsOperation.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3File.h"
-#include "filesystem/ItemsWatcher.h"
 #include "filesystem/VolumeChange.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3File.h"
+#include "tessary/ItemsWatcher.h"
 
 #include <string>
 #include <unordered_map>

@@ -1,7 +1,7 @@
 #include "filesystem/EntrySpot.h"
 
 #include "filesystem/DirectoryEntry.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <vector>

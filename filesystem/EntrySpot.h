@@ -1,9 +1,9 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/EntryPlace.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/EntryPlace.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,7 +1,7 @@
-#include "filesystem/ExportNames.h"
+#include "tessary/ExportNames.h"
 
 #include "filesystem/HostFileName.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 namespace tessary {
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "banks/BankSamples.h"
-#include "filesystem/EMU3File.h"
 #include "filesystem/HostFileGroup.h"
 #include "filesystem/ItemStep.h"
 #include "filesystem/Volume.h"
+#include "tessary/EMU3File.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,6 @@
-#include "filesystem/ExportTargets.h"
+#include "tessary/ExportTargets.h"
 
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <optional>
 #include <utility>

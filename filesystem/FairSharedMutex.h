@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/Mutex.h"
+#include "tessary/Mutex.h"
 
 #include <condition_variable>
 #include <cstdint>

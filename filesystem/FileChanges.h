@@ -1,11 +1,11 @@
 #pragma once
 
 #include "filesystem/Deletion.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/EMU3File.h"
 #include "filesystem/EntrySpot.h"
 #include "filesystem/NewEntryChange.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/EMU3File.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/ByteBuffer.h"
+#include "tessary/ByteBuffer.h"
 
 #include <cstdint>
 

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "banks/BankSamples.h"
-#include "banks/WavFile.h"
-#include "filesystem/ByteBuffer.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/EMU3File.h"
 #include "filesystem/HostFileGroup.h"
 #include "filesystem/Volume.h"
+#include "tessary/ByteBuffer.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/EMU3File.h"
+#include "tessary/WavFile.h"
 
 #include <array>
 #include <cstdint>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "filesystem/ByteBuffer.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/EMU3File.h"
 #include "filesystem/FileContents.h"
 #include "filesystem/Volume.h"
+#include "tessary/ByteBuffer.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/EMU3File.h"
 
 /// Reading the contents of files.
 namespace tessary {

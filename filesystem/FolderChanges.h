@@ -1,10 +1,10 @@
 #pragma once
 
 #include "filesystem/Deletion.h"
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3Error.h"
 #include "filesystem/EntrySpot.h"
 #include "filesystem/NewEntryChange.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3Error.h"
 
 #include <optional>
 #include <string>

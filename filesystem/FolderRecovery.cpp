@@ -2,8 +2,8 @@
 
 #include "filesystem/DirectoryEntry.h"
 #include "filesystem/EntrySpot.h"
-#include "filesystem/Text.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <map>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/EMU3Error.h"
 #include "filesystem/NewEntryChange.h"
-#include "filesystem/VolumeFindings.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/VolumeFindings.h"
 
 #include <cstdint>
 #include <string>

@@ -2,7 +2,7 @@
 
 #include "filesystem/ChangeStep.h"
 #include "filesystem/DiskFormat.h"
-#include "filesystem/EMU3Directory.h"
+#include "tessary/EMU3Directory.h"
 
 #include <memory>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "filesystem/FreedMemory.h"
+#include "tessary/FreedMemory.h"
 
 #include <cstdlib> // tells whether the library is glibc
 #ifdef __GLIBC__

@@ -2,7 +2,7 @@
 
 #include "filesystem/DirectoryEntry.h"
 #include "filesystem/FileReading.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <algorithm>
 #include <set>

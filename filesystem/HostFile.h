@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/ByteBuffer.h"
-#include "filesystem/EMU3Error.h"
+#include "tessary/ByteBuffer.h"
+#include "tessary/EMU3Error.h"
 
 #include <cstdint>
 #include <optional>

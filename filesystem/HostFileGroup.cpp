@@ -1,7 +1,7 @@
 #include "filesystem/HostFileGroup.h"
 
-#include "filesystem/HostPath.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/HostPath.h"
 
 #include <cerrno>
 #include <map>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "filesystem/EMU3Error.h"
-#include "filesystem/ExportNames.h"
-#include "filesystem/ExportTargets.h"
 #include "filesystem/ItemStep.h"
 #include "filesystem/NewHostFile.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/ExportNames.h"
+#include "tessary/ExportTargets.h"
 
 #include <cstddef>
 #include <cstdint>

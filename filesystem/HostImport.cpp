@@ -4,7 +4,7 @@
 #include "filesystem/EntrySpot.h"
 #include "filesystem/FileChanges.h"
 #include "filesystem/HostFile.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <utility>
 

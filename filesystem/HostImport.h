@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3Error.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3Error.h"
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "filesystem/HostPath.h"
+#include "tessary/HostPath.h"
 
 #include <cerrno>
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-#include "filesystem/HostTree.h"
+#include "tessary/HostTree.h"
 
 #include <algorithm>
 #include <filesystem>

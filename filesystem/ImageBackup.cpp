@@ -1,4 +1,4 @@
-#include "filesystem/ImageBackup.h"
+#include "tessary/ImageBackup.h"
 
 #include "filesystem/ImageMapping.h"
 #include "filesystem/NewHostFile.h"

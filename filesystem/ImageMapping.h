@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filesystem/DiskFormat.h"
-#include "filesystem/EMU3Error.h"
+#include "tessary/EMU3Error.h"
 
 #include <atomic>
 #include <cstdint>

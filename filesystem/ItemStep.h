@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EMU3Error.h"
-#include "filesystem/ItemsWatcher.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/ItemsWatcher.h"
 
 #include <cstddef>
 #include <memory>

@@ -4,10 +4,10 @@
 #include "filesystem/FileChanges.h"
 #include "filesystem/FolderChanges.h"
 #include "filesystem/HostImport.h"
-#include "filesystem/HostTree.h"
 #include "filesystem/StoreSteps.h"
-#include "filesystem/Text.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/HostTree.h"
+#include "tessary/Text.h"
 
 #include <cstddef>
 #include <optional>

@@ -5,7 +5,7 @@
 #include "filesystem/FolderSteps.h"
 #include "filesystem/ItemsPlan.h"
 #include "filesystem/StoreSteps.h"
-#include "filesystem/StoredTree.h"
+#include "tessary/StoredTree.h"
 
 #include <cstddef>
 #include <memory>

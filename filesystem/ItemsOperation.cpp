@@ -1,13 +1,13 @@
-#include "filesystem/ItemsOperation.h"
+#include "tessary/ItemsOperation.h"
 
-#include "filesystem/EMU3Filesystem.h"
 #include "filesystem/FileChanges.h"
 #include "filesystem/FolderChanges.h"
-#include "filesystem/HostTree.h"
 #include "filesystem/ItemTrees.h"
 #include "filesystem/ItemsWork.h"
 #include "filesystem/StoreSteps.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/EMU3Filesystem.h"
+#include "tessary/HostTree.h"
 
 #include <chrono>
 #include <utility>

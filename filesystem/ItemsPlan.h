@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filesystem/ItemStep.h"
-#include "filesystem/ItemsWatcher.h"
+#include "tessary/ItemsWatcher.h"
 
 #include <cstddef>
 #include <cstdint>

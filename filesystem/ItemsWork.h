@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filesystem/ItemsPlan.h"
-#include "filesystem/ItemsWatcher.h"
+#include "tessary/ItemsWatcher.h"
 
 #include <vector>
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "filesystem/DirectorySnapshot.h"
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3File.h"
-#include "filesystem/EntryPlace.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3File.h"
+#include "tessary/EntryPlace.h"
 
 #include <cstdint>
 #include <map>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "filesystem/FairSharedMutex.h"
-#include "filesystem/MountRules.h"
-#include "filesystem/Mutex.h"
+#include "tessary/MountRules.h"
+#include "tessary/Mutex.h"
 
 #include <cstdint>
 #include <memory>

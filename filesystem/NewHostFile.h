@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EMU3Error.h"
-#include "filesystem/HostPath.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/HostPath.h"
 
 #include <cstdint>
 #include <optional>

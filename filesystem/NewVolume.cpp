@@ -1,10 +1,10 @@
-#include "filesystem/NewVolume.h"
+#include "tessary/NewVolume.h"
 
-#include "filesystem/EMU3Filesystem.h"
 #include "filesystem/ImageMapping.h"
 #include "filesystem/MountedImage.h"
 #include "filesystem/NewHostFile.h"
 #include "filesystem/VolumeGeometry.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include <algorithm>
 #include <cerrno>

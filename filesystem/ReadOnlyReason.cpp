@@ -1,4 +1,4 @@
-#include "filesystem/ReadOnlyReason.h"
+#include "tessary/ReadOnlyReason.h"
 
 namespace tessary {
 

@@ -1,6 +1,6 @@
-#include "filesystem/SerialQueue.h"
+#include "tessary/SerialQueue.h"
 
-#include "filesystem/Mutex.h"
+#include "tessary/Mutex.h"
 
 #include <atomic>
 #include <condition_variable>

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "filesystem/AllocationTable.h"
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3File.h"
 #include "filesystem/RunCover.h"
 #include "filesystem/VolumeGeometry.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3File.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "filesystem/ChangeStep.h"
-#include "filesystem/EMU3File.h"
 #include "filesystem/HostImport.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/EMU3File.h"
 
 #include <memory>
 #include <optional>

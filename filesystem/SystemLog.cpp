@@ -1,6 +1,6 @@
-#include "filesystem/SystemLog.h"
+#include "tessary/SystemLog.h"
 
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <cstdio>
 #include <mutex>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3File.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3File.h"
 
 #include <cstdint>
 #include <string>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "filesystem/ByteBuffer.h"
-#include "filesystem/EMU3Error.h"
 #include "filesystem/FileReading.h"
 #include "filesystem/Volume.h"
+#include "tessary/ByteBuffer.h"
+#include "tessary/EMU3Error.h"
 
 #include <chrono>
 #include <optional>

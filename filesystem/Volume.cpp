@@ -1,8 +1,8 @@
 #include "filesystem/Volume.h"
 
 #include "filesystem/DiskFormat.h"
-#include "filesystem/Text.h"
 #include "filesystem/VolumeRules.h"
+#include "tessary/Text.h"
 
 #include <utility>
 

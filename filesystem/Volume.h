@@ -3,15 +3,15 @@
 #include "filesystem/AllocationTable.h"
 #include "filesystem/DirectoryBlocks.h"
 #include "filesystem/DirectorySnapshot.h"
-#include "filesystem/EMU3Error.h"
 #include "filesystem/ImageMapping.h"
-#include "filesystem/MountRules.h"
 #include "filesystem/MountedImage.h"
-#include "filesystem/Mutex.h"
-#include "filesystem/ReadOnlyReason.h"
 #include "filesystem/VolumeGeometry.h"
 #include "filesystem/VolumeIndex.h"
 #include "filesystem/VolumeTree.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/MountRules.h"
+#include "tessary/Mutex.h"
+#include "tessary/ReadOnlyReason.h"
 
 #include <atomic>
 #include <memory>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EMU3Error.h"
 #include "filesystem/Volume.h"
+#include "tessary/EMU3Error.h"
 
 namespace tessary {
 

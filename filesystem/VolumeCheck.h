@@ -1,7 +1,7 @@
 #pragma once
 
 #include "filesystem/Volume.h"
-#include "filesystem/VolumeFindings.h"
+#include "tessary/VolumeFindings.h"
 
 #include <vector>
 

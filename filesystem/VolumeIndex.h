@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EntryPlace.h"
 #include "filesystem/SlotMap.h"
+#include "tessary/EntryPlace.h"
 
 #include <cstddef>
 #include <cstdint>

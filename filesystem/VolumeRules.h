@@ -1,14 +1,14 @@
 #pragma once
 
 #include "banks/BankSamples.h"
-#include "filesystem/ByteBuffer.h"
 #include "filesystem/DiskFormat.h"
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/EMU3File.h"
-#include "filesystem/EntryPlace.h"
-#include "filesystem/MountRules.h"
 #include "filesystem/Volume.h"
+#include "tessary/ByteBuffer.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/EMU3File.h"
+#include "tessary/EntryPlace.h"
+#include "tessary/MountRules.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
 #include "filesystem/FolderRecovery.h"
 #include "filesystem/Volume.h"
+#include "tessary/EMU3Directory.h"
 
 #include <cstdint>
 #include <span>

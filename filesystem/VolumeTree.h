@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/Mutex.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/Mutex.h"
 
 #include <cstdint>
 #include <string>

@@ -3,7 +3,7 @@
 #include "app/FailuresAlert.h"
 #include "app/PlacedFiles.h"
 #include "app/history/LastingItems.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include <QString>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "app/history/KeptTrees.h"
 
 #include "app/DisplayText.h"
-#include "filesystem/ItemsOperation.h"
+#include "tessary/ItemsOperation.h"
 
 #include <cerrno>
 #include <cstdint>

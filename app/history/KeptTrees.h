@@ -4,8 +4,8 @@
 #include "app/PlacedFiles.h"
 #include "app/history/LastingItems.h"
 #include "app/history/UndoCopies.h"
-#include "filesystem/EMU3Filesystem.h"
-#include "filesystem/StoredTree.h"
+#include "tessary/EMU3Filesystem.h"
+#include "tessary/StoredTree.h"
 
 #include <memory>
 #include <string>

@@ -1,6 +1,6 @@
 #include "app/history/LastingItems.h"
 
-#include "filesystem/EntryPlace.h"
+#include "tessary/EntryPlace.h"
 
 #include <map>
 #include <utility>

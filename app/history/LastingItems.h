@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3File.h"
-#include "filesystem/Mutex.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3File.h"
+#include "tessary/Mutex.h"
 
 #include <memory>
 #include <unordered_map>

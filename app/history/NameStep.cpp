@@ -1,7 +1,7 @@
 #include "app/history/NameStep.h"
 
 #include "app/DisplayText.h"
-#include "filesystem/ItemsOperation.h"
+#include "tessary/ItemsOperation.h"
 
 #include <optional>
 #include <string>

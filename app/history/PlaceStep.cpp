@@ -1,7 +1,7 @@
 #include "app/history/PlaceStep.h"
 
-#include "filesystem/ItemsOperation.h"
-#include "filesystem/SystemLog.h"
+#include "tessary/ItemsOperation.h"
+#include "tessary/SystemLog.h"
 
 namespace tessary {
 

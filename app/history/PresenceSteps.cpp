@@ -2,8 +2,8 @@
 
 #include "app/Browser.h"
 #include "app/DisplayText.h"
-#include "filesystem/ItemsOperation.h"
-#include "filesystem/SystemLog.h"
+#include "tessary/ItemsOperation.h"
+#include "tessary/SystemLog.h"
 
 #include <memory>
 #include <optional>

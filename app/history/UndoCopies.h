@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/EMU3Error.h"
+#include "tessary/EMU3Error.h"
 
 #include <cstdint>
 #include <memory>

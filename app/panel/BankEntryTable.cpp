@@ -6,7 +6,7 @@
 #include "app/FileURLs.h"
 #include "app/TextSize.h"
 #include "app/panel/BankContentsModel.h"
-#include "filesystem/Text.h"
+#include "tessary/Text.h"
 
 #include <QDrag>
 #include <QHeaderView>

@@ -2,8 +2,8 @@
 
 #include "app/FileURLs.h"
 #include "app/PrivateFolder.h"
-#include "filesystem/ItemsOperation.h"
-#include "filesystem/SystemLog.h"
+#include "tessary/ItemsOperation.h"
+#include "tessary/SystemLog.h"
 
 #include <QEventLoop>
 #include <QMetaObject>

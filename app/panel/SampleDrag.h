@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EMU3Filesystem.h"
-#include "filesystem/SerialQueue.h"
+#include "tessary/EMU3Filesystem.h"
+#include "tessary/SerialQueue.h"
 
 #include <cstdint>
 #include <memory>

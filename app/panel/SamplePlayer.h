@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/panel/AudioOutput.h"
-#include "filesystem/SerialQueue.h"
+#include "tessary/SerialQueue.h"
 
 #include <QObject>
 #include <QString>

@@ -1,6 +1,6 @@
 #include "app/panel/SampleReader.h"
 
-#include "banks/WavFile.h"
+#include "tessary/WavFile.h"
 
 #include <algorithm>
 #include <utility>

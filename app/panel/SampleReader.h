@@ -2,7 +2,7 @@
 
 #include "app/panel/AudioOutput.h"
 #include "app/panel/LatestReading.h"
-#include "banks/SamplePeaks.h"
+#include "tessary/SamplePeaks.h"
 
 #include <functional>
 #include <memory>

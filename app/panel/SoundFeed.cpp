@@ -1,6 +1,6 @@
 #include "app/panel/SoundFeed.h"
 
-#include "banks/SamplePeaks.h"
+#include "tessary/SamplePeaks.h"
 
 #include <algorithm>
 #include <cmath>

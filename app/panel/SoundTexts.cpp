@@ -1,6 +1,6 @@
 #include "app/panel/SoundTexts.h"
 
-#include "filesystem/EMU3File.h"
+#include "tessary/EMU3File.h"
 
 #include <QLocale>
 #include <string>

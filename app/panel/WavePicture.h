@@ -1,7 +1,7 @@
 #pragma once
 
-#include "banks/SamplePeaks.h"
-#include "filesystem/ByteBuffer.h"
+#include "tessary/ByteBuffer.h"
+#include "tessary/SamplePeaks.h"
 
 #include <QPainter>
 #include <QPalette>

@@ -7,7 +7,7 @@
 #include "app/Spinner.h"
 #include "app/StatusBar.h"
 #include "app/WorkQueue.h"
-#include "filesystem/SerialQueue.h"
+#include "tessary/SerialQueue.h"
 
 #include <QApplication>
 #include <QMenuBar>

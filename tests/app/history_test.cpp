@@ -2,7 +2,7 @@
 
 #include "app/Alert.h"
 #include "app/NameAlert.h"
-#include "filesystem/ItemsOperation.h"
+#include "tessary/ItemsOperation.h"
 #include "tests/app/SheetTest.h"
 #include "tests/support/MountedVolume.h"
 

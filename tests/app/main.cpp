@@ -1,4 +1,4 @@
-#include "filesystem/SystemLog.h"
+#include "tessary/SystemLog.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <QApplication>

@@ -1,5 +1,5 @@
 #include "app/Spinner.h"
-#include "filesystem/SerialQueue.h"
+#include "tessary/SerialQueue.h"
 #include "tests/app/SheetTest.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/MountedVolume.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EMU3Filesystem.h"
 #include "filesystem/TreeEditor.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/MountedVolume.h"

@@ -2,7 +2,7 @@
 
 #include "banks/BankContents.h"
 #include "banks/BankSamples.h"
-#include "banks/SamplePeaks.h"
+#include "tessary/SamplePeaks.h"
 #include "tests/support/BankBuilder.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/TessaryCli.h"
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,7 +1,7 @@
 // The dumps in the descriptions of the formats, and the values stated below them, against the builder's
 // demo image and against what the engine reads and writes.
 
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/docs/HexDump.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/MountedVolume.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EMU3Filesystem.h"
-#include "filesystem/ItemsOperation.h"
+#include "tessary/EMU3Filesystem.h"
+#include "tessary/ItemsOperation.h"
 #include "tests/durability/Asked.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/TemporaryFolder.h"

@@ -1,7 +1,7 @@
 // Sizes and contents of files.
 
-#include "filesystem/EMU3Filesystem.h"
 #include "filesystem/TreeEditor.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/MountedVolume.h"
 

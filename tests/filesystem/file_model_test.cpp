@@ -1,9 +1,9 @@
 // The in-memory tree: files and folders as plain values.
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/EMU3File.h"
 #include "filesystem/TreeEditor.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/EMU3File.h"
 #include "tests/support/MountedVolume.h"
 
 #include <clocale>

@@ -1,6 +1,6 @@
 // Any bytes may be mounted: hostile volumes are read in little time, memory and stack.
 
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/MountedVolume.h"
 #include "tests/support/SampleVolumes.h"

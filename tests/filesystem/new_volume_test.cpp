@@ -1,9 +1,9 @@
 // Empty volumes in new files: how their size is written, and what they may replace. What is in them is seen
 // by the command that makes them, tests/cli/new_test.cpp.
 
-#include "filesystem/NewVolume.h"
+#include "tessary/NewVolume.h"
 
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/TemporaryFolder.h"

@@ -1,6 +1,6 @@
 // The builder and its ready-made volumes, seen through the engine.
 
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/MountedVolume.h"
 #include "tests/support/SampleVolumes.h"

@@ -1,4 +1,4 @@
-#include "filesystem/SerialQueue.h"
+#include "tessary/SerialQueue.h"
 
 #include <algorithm>
 #include <array>

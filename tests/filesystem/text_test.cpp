@@ -1,5 +1,5 @@
-#include "filesystem/SystemLog.h"
-#include "filesystem/Text.h"
+#include "tessary/SystemLog.h"
+#include "tessary/Text.h"
 #include "tests/support/CapturedLog.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Facts of a mounted volume: the header, the count of the allocation table, the label, reading anew.
 
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/MountedVolume.h"
 

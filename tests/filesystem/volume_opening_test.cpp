@@ -1,7 +1,7 @@
 // What opens, what does not, and with which words.
 
-#include "filesystem/EMU3Filesystem.h"
 #include "filesystem/ImageMapping.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/Mappings.h"
 #include "tests/support/MountedVolume.h"

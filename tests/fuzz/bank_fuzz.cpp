@@ -1,7 +1,7 @@
 // Bank details of any contents; every diagnostic line is made too.
 
-#include "filesystem/SystemLog.h"
 #include "filesystem/TreeEditor.h"
+#include "tessary/SystemLog.h"
 #include "tests/fuzz/MemoryImage.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {

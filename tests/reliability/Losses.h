@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/VolumeFindings.h"
+#include "tessary/VolumeFindings.h"
 #include "tests/support/ImageReading.h"
 #include "tests/writing/Operation.h"
 

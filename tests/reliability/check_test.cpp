@@ -1,4 +1,4 @@
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/SampleVolumes.h"
 #include "tests/support/TemporaryFolder.h"

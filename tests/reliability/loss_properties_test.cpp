@@ -1,4 +1,4 @@
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/compare/RandomImage.h"
 #include "tests/reliability/Losses.h"
 #include "tests/support/AskedNumber.h"

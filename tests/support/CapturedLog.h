@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/SystemLog.h"
+#include "tessary/SystemLog.h"
 
 #include <memory>
 #include <mutex>

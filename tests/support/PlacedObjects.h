@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/EMU3Filesystem.h"
+#include "tessary/EMU3Filesystem.h"
 #include "tests/support/ImageReading.h"
 
 #include <stdexcept>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/MountRules.h"
+#include "tessary/MountRules.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/writing/Random.h"
 

@@ -1,6 +1,6 @@
 // What a change writes is handed to the host at once: seen where the engine asks the host to write back.
 
-#include "filesystem/ItemsOperation.h"
+#include "tessary/ItemsOperation.h"
 #include "tests/support/FlushRecorder.h"
 #include "tests/writing/WritableVolume.h"
 

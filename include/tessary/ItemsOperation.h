@@ -1,9 +1,9 @@
 #pragma once
 
-#include "filesystem/ByteBuffer.h"
-#include "filesystem/EntryPlace.h"
-#include "filesystem/ItemsWatcher.h"
-#include "filesystem/StoredTree.h"
+#include "tessary/ByteBuffer.h"
+#include "tessary/EntryPlace.h"
+#include "tessary/ItemsWatcher.h"
+#include "tessary/StoredTree.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/ByteBuffer.h"
-#include "filesystem/EntryPlace.h"
-#include "filesystem/Mutex.h"
+#include "tessary/ByteBuffer.h"
+#include "tessary/EntryPlace.h"
+#include "tessary/Mutex.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/EMU3File.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/EMU3File.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/ExportNames.h"
-#include "filesystem/HostPath.h"
-#include "filesystem/ItemsWatcher.h"
+#include "tessary/ExportNames.h"
+#include "tessary/HostPath.h"
+#include "tessary/ItemsWatcher.h"
 
 #include <cstddef>
 #include <cstdint>

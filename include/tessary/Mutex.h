@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/ThreadAnnotations.h"
+#include "tessary/ThreadAnnotations.h"
 
 #include <condition_variable>
 #include <mutex>

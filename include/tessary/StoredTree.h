@@ -1,8 +1,8 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3File.h"
-#include "filesystem/EntryPlace.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3File.h"
+#include "tessary/EntryPlace.h"
 
 #include <cstddef>
 #include <optional>

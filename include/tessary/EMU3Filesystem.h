@@ -1,15 +1,15 @@
 #pragma once
 
-#include "filesystem/ByteBuffer.h"
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EMU3Error.h"
-#include "filesystem/EMU3File.h"
-#include "filesystem/MountRules.h"
-#include "filesystem/ReadOnlyReason.h"
-#include "filesystem/SerialQueue.h"
-#include "filesystem/StoredTree.h"
-#include "filesystem/VolumeFindings.h"
 #include "tessary/BankEntry.h"
+#include "tessary/ByteBuffer.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3Error.h"
+#include "tessary/EMU3File.h"
+#include "tessary/MountRules.h"
+#include "tessary/ReadOnlyReason.h"
+#include "tessary/SerialQueue.h"
+#include "tessary/StoredTree.h"
+#include "tessary/VolumeFindings.h"
 
 #include <array>
 #include <atomic>

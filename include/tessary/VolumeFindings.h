@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filesystem/EMU3Directory.h"
-#include "filesystem/EntryPlace.h"
+#include "tessary/EMU3Directory.h"
+#include "tessary/EntryPlace.h"
 
 #include <array>
 #include <cstddef>

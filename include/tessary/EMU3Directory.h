@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filesystem/EMU3File.h"
+#include "tessary/EMU3File.h"
 
 #include <cstdint>
 #include <memory>
