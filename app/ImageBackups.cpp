@@ -1,7 +1,7 @@
 #include "app/ImageBackups.h"
 
 #include "app/DisplayText.h"
-#include "tessary/ImageBackup.h"
+#include "tessary/BackupWatcher.h"
 #include "tessary/Text.h"
 
 #include <QFile>

@@ -1,5 +1,6 @@
 #include "banks/BankSamples.h"
 
+#include "banks/BankContents.h"
 #include "banks/BankFormat.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "cli/Command.h"
 #include "cli/ItemReport.h"
-#include "tessary/ImageBackup.h"
+#include "tessary/BackupWatcher.h"
 #include "tessary/Text.h"
 
 #include <string>

@@ -138,7 +138,7 @@ bool BareRules::takesEntries(const Volume &, std::int64_t) const {
   return true;
 }
 
-bool BareRules::mayChangeEntry(const Volume &, EntryPlace, const std::vector<EMU3FilePtr> &) const {
+bool BareRules::mayChangeEntry(const Volume &, EntryPlace, const OwnFiles &) const {
   return true;
 }
 

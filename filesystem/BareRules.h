@@ -74,8 +74,7 @@ public:
       TESSARY_REQUIRES_SHARED(volume.lock) override;
   [[nodiscard]] bool takesEntries(const Volume &volume, std::int64_t block) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
-  [[nodiscard]] bool mayChangeEntry(const Volume &volume, EntryPlace place,
-                                    const std::vector<EMU3FilePtr> &own) const
+  [[nodiscard]] bool mayChangeEntry(const Volume &volume, EntryPlace place, const OwnFiles &own) const
       TESSARY_REQUIRES_SHARED(volume.lock) override;
   void entryWasTaken(Volume &, const EMU3DirectoryPtr &, EntryPlace) const override {}
   [[nodiscard]] std::optional<std::int64_t> findDirectoryBlock(const Volume &volume,

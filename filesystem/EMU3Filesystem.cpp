@@ -1,6 +1,7 @@
 #include "tessary/EMU3Filesystem.h"
 
 #include "banks/BankAnalysis.h"
+#include "banks/BankContents.h"
 #include "banks/BankSamples.h"
 #include "filesystem/ChangeGroup.h"
 #include "filesystem/ChangeStep.h"
@@ -12,13 +13,13 @@
 #include "filesystem/FolderRecovery.h"
 #include "filesystem/HostFileGroup.h"
 #include "filesystem/HostImport.h"
+#include "filesystem/ImageBackup.h"
 #include "filesystem/NewHostFile.h"
 #include "filesystem/TreeEditor.h"
 #include "filesystem/UndisturbedReading.h"
 #include "filesystem/Volume.h"
 #include "filesystem/VolumeCheck.h"
 #include "filesystem/VolumeRules.h"
-#include "tessary/ImageBackup.h"
 #include "tessary/ItemsOperation.h"
 #include "tessary/Text.h"
 
@@ -440,14 +441,6 @@ bool EMU3Filesystem::recoverFolder(std::uint64_t block, const std::string &name,
                                    EMU3DirectoryPtr *made) {
   RecoverFolder change(block, name, inDirectory);
   return perform(change, error, made);
-}
-
-bool EMU3Filesystem::canRecoverFolder(std::uint64_t block, const std::string &name,
-                                      const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  const ReadLock changing(volume_->changing);
-  const ReadLock lock(volume_->lock);
-  if (volume_->isReadOnly()) return fail(error, volume_->rules().readOnlyError(volume_->readOnlyReason()));
-  return tessary::canRecoverFolder(*volume_, block, name, inDirectory, error);
 }
 
 } // namespace tessary

@@ -88,8 +88,7 @@ void NewEntry::erase(Volume &volume) {
   volume.entries.zeroEntry(spot_.place);
 }
 
-bool mayChangeEntry(const Volume &volume, EntryPlace place, const std::vector<EMU3FilePtr> &own,
-                    EMU3Error *error) {
+bool mayChangeEntry(const Volume &volume, EntryPlace place, const OwnFiles &own, EMU3Error *error) {
   return volume.rules().mayChangeEntry(volume, place, own) || fail(error, EngineError::entryInContents);
 }
 

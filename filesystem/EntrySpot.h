@@ -60,7 +60,7 @@ private:
 
 /// Whether the entry at this place may be changed; false with code 3 where it lies in the contents of a file
 /// that the change is not about. `own` are those that it is about.
-[[nodiscard]] bool mayChangeEntry(const Volume &volume, EntryPlace place, const std::vector<EMU3FilePtr> &own,
+[[nodiscard]] bool mayChangeEntry(const Volume &volume, EntryPlace place, const OwnFiles &own,
                                   EMU3Error *error) TESSARY_REQUIRES_SHARED(volume.lock);
 
 /// What a name is refused with that no entry may be given.

@@ -118,7 +118,7 @@ bool MoveFile::begin(Volume &volume, EMU3Error *error) {
   }
   std::optional<Dentry> entry = volume.entries.readEntry(file_->place());
   if (!entry) return fail(error, EngineError::entryNotFound);
-  if (!mayChangeEntry(volume, file_->place(), {file_}, error)) return false;
+  if (!mayChangeEntry(volume, file_->place(), {.file = file_}, error)) return false;
   const std::optional<EntrySpot> spot = findSpot(volume, toDirectory_);
   if (!spot) return fail(error, EngineError::destinationFull);
   setFileEntryId(*entry, nextEntryId(*toDirectory_));
@@ -154,7 +154,7 @@ void MoveFile::leaveTree(Volume &volume) {
 
 bool DeleteFile::begin(Volume &volume, EMU3Error *error) {
   if (!volume.rules().mayUse(volume, inDirectory_, file_)) return fail(error, EngineError::entryNotFound);
-  return mayChangeEntry(volume, file_->place(), {file_}, error);
+  return mayChangeEntry(volume, file_->place(), {.file = file_}, error);
 }
 
 // An earlier change of the group may have deleted it with its folder.
@@ -166,7 +166,7 @@ bool DeleteFile::clearOld(Volume &volume, EMU3Error *error) {
 bool DeleteReplaced::clearOld(Volume &volume, EMU3Error *error) {
   for (const EMU3FilePtr &file : files_) {
     if (!volume.rules().mayUse(volume, inDirectory_, file)) continue;
-    if (!mayChangeEntry(volume, file->place(), {file}, error)) return false;
+    if (!mayChangeEntry(volume, file->place(), {.file = file}, error)) return false;
     if (!eraseEntryOf(volume, file, inDirectory_, erased(), error)) return false;
   }
   return true;
@@ -202,7 +202,7 @@ std::unique_ptr<VolumeChange> moveOf(const Volume &volume, const EMU3FilePtr &fi
 bool RenameFile::begin(Volume &volume, EMU3Error *error) {
   if (!volume.rules().mayUse(volume, inDirectory_, file_)) return fail(error, EngineError::entryNotFound);
   name_ = RenamedEntry(file_->place(), newName_, file_->name());
-  return name_.mayWrite(volume, error) && mayChangeEntry(volume, file_->place(), {file_}, error);
+  return name_.mayWrite(volume, error) && mayChangeEntry(volume, file_->place(), {.file = file_}, error);
 }
 
 bool RenameFile::enter(Volume &volume, EMU3Error *error) {

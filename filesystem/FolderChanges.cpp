@@ -97,15 +97,6 @@ void detachTree(Volume &volume, const EMU3DirectoryPtr &top, const EMU3Directory
   }
 }
 
-std::vector<EMU3FilePtr> filesBelow(const EMU3DirectoryPtr &top) {
-  std::vector<EMU3FilePtr> found;
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(top)) {
-    const std::vector<EMU3FilePtr> files = folder->files();
-    found.insert(found.end(), files.begin(), files.end());
-  }
-  return found;
-}
-
 bool holdsNoFile(const EMU3DirectoryPtr &top) {
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(top))
     if (folder->totalFileCount() > 0) return false;
@@ -223,7 +214,7 @@ bool MoveFolder::clearOld(Volume &volume, EMU3Error *error) {
 
 bool DeleteFolder::begin(Volume &volume, EMU3Error *error) {
   if (!volume.rules().mayUse(volume, fromParent_, directory_)) return fail(error, EngineError::entryNotFound);
-  return mayChangeEntry(volume, directory_->place(), filesBelow(directory_), error);
+  return mayChangeEntry(volume, directory_->place(), {.below = directory_}, error);
 }
 
 bool DeleteFolder::clearOld(Volume &volume, EMU3Error *error) {

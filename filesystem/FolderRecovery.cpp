@@ -261,11 +261,6 @@ LostGround lostGround(const Volume &volume) {
   return ground;
 }
 
-bool canRecoverFolder(const Volume &volume, std::uint64_t block, const std::string &name,
-                      const EMU3DirectoryPtr &inDirectory, EMU3Error *error) {
-  return spotForLostFolder(volume, block, name, inDirectory, error).has_value();
-}
-
 bool RecoverFolder::begin(Volume &volume, EMU3Error *error) {
   const std::optional<EntrySpot> spot = spotForLostFolder(volume, block_, name_, inDirectory_, error);
   if (!spot) return false;

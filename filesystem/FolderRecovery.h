@@ -32,11 +32,6 @@ struct LostGround {
 /// once, in memory in proportion to what is lost.
 [[nodiscard]] LostGround lostGround(const Volume &volume) TESSARY_REQUIRES_SHARED(volume.lock);
 
-/// Whether `recoverFolder` would write the entry; false with the error it would give.
-[[nodiscard]] bool canRecoverFolder(const Volume &volume, std::uint64_t block, const std::string &name,
-                                    const EMU3DirectoryPtr &inDirectory, EMU3Error *error)
-    TESSARY_REQUIRES_SHARED(volume.lock);
-
 /// Writes an entry for one of `lostGround`'s folders into a place of the folder that is really free; guarded,
 /// a full folder grows. Codes 5 (the block holds no lost folder), 6 and 7.
 class RecoverFolder final : public NewEntryChange {

@@ -1,6 +1,7 @@
 #include "filesystem/GuardedRules.h"
 
 #include "filesystem/DirectoryEntry.h"
+#include "filesystem/FileExtents.h"
 #include "filesystem/FileReading.h"
 #include "tessary/Text.h"
 
@@ -51,54 +52,6 @@ std::optional<std::size_t> firstEmptyPosition(const Dentry &dentry) {
     if (folderBlockAt(dentry, position) < 1) return position;
   }
   return std::nullopt;
-}
-
-// The blocks of live files' contents.
-class FileExtents final {
-public:
-  void add(const EMU3File &file, const VolumeGeometry &geometry) {
-    file.lookAtFields([&](const EMU3FileFields &fields) {
-      if (fields.rawType == kRawTypeDeleted || fields.blocksInLastCluster == 0) return;
-      const std::uint64_t first = geometry.slotStartBlock(std::max<std::uint16_t>(fields.startCluster, 1));
-      extents_.emplace_back(first, first + fields.blocksInLastCluster);
-    });
-  }
-
-  /// Those of the blocks that lie in a file's contents. In one pass over both, however the files overlap.
-  [[nodiscard]] std::vector<std::int64_t> thoseOf(const std::set<std::int64_t> &blocks) {
-    std::sort(extents_.begin(), extents_.end());
-    std::vector<std::int64_t> found;
-    auto extent = extents_.begin();
-    std::uint64_t furthestEnd = 0;
-    for (const std::int64_t block : blocks) {
-      const auto number = static_cast<std::uint64_t>(block);
-      for (; extent != extents_.end() && extent->first <= number; ++extent)
-        furthestEnd = std::max(furthestEnd, extent->second);
-      if (number < furthestEnd) found.push_back(block);
-    }
-    return found;
-  }
-
-private:
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> extents_; ///< first block, and that behind the last
-};
-
-// Whether the block of entries lies in the contents of a live file that is none of `own`. Few do, all of them
-// in the data area. The root's block is the header's word: no file has it.
-bool isInContents(const Volume &volume, std::int64_t block, const std::vector<EMU3FilePtr> &own)
-    TESSARY_REQUIRES_SHARED(volume.lock) {
-  const VolumeGeometry geometry = volume.geometry();
-  const auto number = static_cast<std::uint64_t>(block);
-  if (number < geometry.dataAreaBlock || number == geometry.rootDirBlock) return false;
-  std::unordered_set<const EMU3File *> passedOver;
-  for (const EMU3FilePtr &file : own)
-    passedOver.insert(file.get());
-  FileExtents files;
-  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root()))
-    folder->lookAtFiles([&](const EMU3File &file) {
-      if (!passedOver.contains(&file)) files.add(file, geometry);
-    });
-  return !files.thoseOf({block}).empty();
 }
 
 } // namespace
@@ -261,8 +214,7 @@ bool GuardedRules::takesEntries(const Volume &volume, std::int64_t block) const 
   return !isOnlyTable && !isInContents(volume, block, {});
 }
 
-bool GuardedRules::mayChangeEntry(const Volume &volume, EntryPlace place,
-                                  const std::vector<EMU3FilePtr> &own) const {
+bool GuardedRules::mayChangeEntry(const Volume &volume, EntryPlace place, const OwnFiles &own) const {
   return !isInContents(volume, place.block, own);
 }
 

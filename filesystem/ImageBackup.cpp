@@ -1,4 +1,4 @@
-#include "tessary/ImageBackup.h"
+#include "filesystem/ImageBackup.h"
 
 #include "filesystem/ImageMapping.h"
 #include "filesystem/NewHostFile.h"

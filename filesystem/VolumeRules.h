@@ -57,6 +57,13 @@ struct DirectoryBlockWish {
   std::function<bool(std::int64_t)> suits;
 };
 
+/// The live files that a change itself is about: one file, or all below a folder. What they hold protects no
+/// entry from that change. Null where it is about none.
+struct OwnFiles {
+  EMU3FilePtr file = nullptr;
+  EMU3DirectoryPtr below = nullptr;
+};
+
 /// Directory blocks of folders that are being deleted, of which not all is to go.
 struct BlocksToKeep {
   std::unordered_set<std::int64_t> uncleared; ///< the entries in them go, the blocks stay
@@ -176,8 +183,7 @@ public:
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// Whether the entry at this place may be changed: not where it is part of the contents of a live file that
   /// is none of `own`.
-  [[nodiscard]] virtual bool mayChangeEntry(const Volume &volume, EntryPlace place,
-                                            const std::vector<EMU3FilePtr> &own) const
+  [[nodiscard]] virtual bool mayChangeEntry(const Volume &volume, EntryPlace place, const OwnFiles &own) const
       TESSARY_REQUIRES_SHARED(volume.lock) = 0;
   /// Something new has taken this entry of the folder.
   virtual void entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const

@@ -191,7 +191,9 @@ public:
   bool deleteDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &fromParent,
                        EMU3Error *error = nullptr);
 
-  /// Copies the image to a host file that is not there yet (ImageBackup.h). Claims the image, so that nothing
+  /// Copies the image to a host file that is not there yet; whole, compared and on the medium before it has
+  /// its name. With the host's error, ECANCELED when the watcher stopped it, and then nothing is left behind.
+  /// Claims the image, so that nothing
   /// changes it meanwhile: code 3 when another program has it open for changes. Works on a read-only image.
   bool backUpTo(const std::string &target, const BackupWatcher &watcher, EMU3Error *error = nullptr);
 
@@ -205,9 +207,6 @@ public:
   /// full folder grows. Codes 3, 5 (the block holds no lost folder), 6 and 7.
   bool recoverFolder(std::uint64_t block, const std::string &name, const EMU3DirectoryPtr &inDirectory,
                      EMU3Error *error = nullptr, EMU3DirectoryPtr *made = nullptr);
-  /// Whether `recoverFolder` would write the entry; false with the error it would give. Changes nothing.
-  [[nodiscard]] bool canRecoverFolder(std::uint64_t block, const std::string &name,
-                                      const EMU3DirectoryPtr &inDirectory, EMU3Error *error = nullptr);
 
 private:
   EMU3Filesystem(std::string imageURL, std::shared_ptr<Volume> volume);

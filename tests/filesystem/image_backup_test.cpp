@@ -1,6 +1,6 @@
 // A copy of the image file that is known to be whole.
 
-#include "tessary/ImageBackup.h"
+#include "filesystem/ImageBackup.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/MountedVolume.h"

@@ -1,20 +1,13 @@
 #pragma once
 
+#include "tessary/BackupWatcher.h"
 #include "tessary/EMU3Error.h"
 
-#include <cstdint>
-#include <functional>
 #include <string>
 
 namespace tessary {
 
 class ImageMapping;
-
-/// Who watches a backup; called on the thread that makes it. Empty functions are not called.
-struct BackupWatcher {
-  std::function<void(std::uint64_t bytesDone, std::uint64_t bytes)> progressed;
-  std::function<bool()> isToStop;
-};
 
 /// Copies the image file to `target`, where no file may be yet: holes are kept, or blocks shared where the
 /// host can; then compares the two byte for byte and brings the copy to the medium before it gets its name.
