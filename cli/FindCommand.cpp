@@ -4,83 +4,20 @@
 #include "cli/ImageList.h"
 #include "cli/JsonWriter.h"
 #include "cli/NameSearch.h"
+#include "cli/ParallelSearch.h"
 #include "cli/ProgressLine.h"
 #include "tessary/HostTree.h"
 #include "tessary/Text.h"
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <cstddef>
-#include <exception>
-#include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
 namespace tessary::cli {
 namespace {
-
-/// Looks through images side by side, one thread a processor. The results are waited for in the order of the
-/// images.
-class ParallelSearch final {
-public:
-  using Search = std::function<ImageMatches(std::size_t)>;
-
-  /// `isToStop` outlives the search: images that have not begun are not looked at any more once it is set.
-  ParallelSearch(std::size_t images, Search search, std::atomic<bool> &isToStop)
-      : search_(std::move(search)), isToStop_(isToStop), results_(images) {
-    const std::size_t threads =
-        std::min<std::size_t>(images, std::max(1U, std::thread::hardware_concurrency()));
-    for (std::size_t i = 0; i < threads; ++i)
-      threads_.emplace_back([this] { work(); });
-  }
-  ~ParallelSearch() {
-    isToStop_ = true;
-    for (std::thread &thread : threads_)
-      thread.join();
-  }
-  ParallelSearch(const ParallelSearch &) = delete;
-  ParallelSearch &operator=(const ParallelSearch &) = delete;
-
-  /// What was found in an image; none where it has not been found yet after a while.
-  [[nodiscard]] std::optional<ImageMatches> takeIfFound(std::size_t image) {
-    constexpr std::chrono::milliseconds aWhile{100};
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (!found_.wait_for(lock, aWhile, [&] { return results_[image].has_value(); })) return std::nullopt;
-    return std::exchange(results_[image], std::nullopt);
-  }
-
-private:
-  void work() {
-    for (std::size_t image = next_++; image < results_.size() && !isToStop_; image = next_++) {
-      ImageMatches found = searchOne(image);
-      const std::lock_guard<std::mutex> lock(mutex_);
-      results_[image] = std::move(found);
-      found_.notify_all();
-    }
-  }
-
-  ImageMatches searchOne(std::size_t image) const {
-    try {
-      return search_(image);
-    } catch (const std::exception &problem) { // out of memory, above all
-      return {{}, errorOf(problem, "find")};
-    }
-  }
-
-  const Search search_;
-  std::atomic<bool> &isToStop_;
-  std::atomic<std::size_t> next_ = 0;
-  std::mutex mutex_;
-  std::condition_variable found_;
-  std::vector<std::optional<ImageMatches>> results_;
-  std::vector<std::thread> threads_;
-};
 
 // "disk.hda: /Drums/KICK: preset 3: Big Kick", so that image and path stand at one place in each line.
 std::string lineFor(const std::string &image, const NameMatch &match) {
