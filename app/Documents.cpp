@@ -1,20 +1,22 @@
 #include "app/Documents.h"
 
-#include "app/Links.h"
-
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 
 namespace tessary {
 
-QUrl documentUrl(const QString &fileName) {
-  const QDir programs(QCoreApplication::applicationDirPath());
-  for (const char *folder : {"../share/doc/tessary", "../Resources/docs", "../../../docs"}) {
-    const QFileInfo document(programs.filePath(QLatin1String(folder)), fileName);
+QUrl documentUrl(const QString &fileName, const QString &programFolder) {
+  const QDir programs(programFolder);
+  for (const char *folder : {TESSARY_DOCUMENTS_FROM_PROGRAM, "../Resources/docs", "../../../docs"}) {
+    const QFileInfo document(programs.filePath(QString::fromUtf8(folder)), fileName);
     if (document.isFile()) return QUrl::fromLocalFile(document.canonicalFilePath());
   }
-  return QUrl(QLatin1String(links::documentsSite) + fileName);
+  return {};
+}
+
+QUrl documentUrl(const QString &fileName) {
+  return documentUrl(fileName, QCoreApplication::applicationDirPath());
 }
 
 } // namespace tessary

@@ -6,7 +6,10 @@
 namespace tessary {
 
 /// Where a document of this project is read: beside the installed program, in the application bundle or in
-/// the source tree, and on the project's site when it is in none of them.
+/// the source tree. `programFolder` is the one that the program lies in. Empty when the document is in none
+/// of them.
+QUrl documentUrl(const QString &fileName, const QString &programFolder);
+/// The same for this program.
 QUrl documentUrl(const QString &fileName);
 
 } // namespace tessary

@@ -8,14 +8,11 @@ struct Link {
   const char *target; ///< a web address, or the file name of one of this project's documents
 };
 
-inline constexpr Link maker = {"Quorvane", "https://quorvane.example"};
-inline constexpr Link credit = {"by the Tessary developers", "https://tessary.example"};
-inline constexpr Link imageCreation = {"Disk image creator", "https://disk-image-creator.example"};
+inline constexpr Link maker = {"Quorvane", "about.md"};
+inline constexpr Link credit = {"by the Tessary developers", "about.md"};
+inline constexpr Link imageCreation = {"tessary-cli new", "user-guide.md"};
 inline constexpr Link blueScsi = {"https://bluescsi.com", "https://bluescsi.com"};
 inline constexpr Link diskFormat = {"disk format", "disk-format.md"};
 inline constexpr Link bankFormat = {"bank format", "bank-format.md"};
-
-/// Where the project's documents are read when they are not on this machine; a document's file name follows.
-inline constexpr char documentsSite[] = "https://tessary.example/docs/";
 
 } // namespace tessary::links

@@ -288,11 +288,19 @@ void MainWindowController::_showParent() {
 // ---- Help
 
 void MainWindowController::_showUserGuide() {
-  QDesktopServices::openUrl(documentUrl(QStringLiteral("user-guide.md")));
+  showDocument(QStringLiteral("user-guide.md"));
 }
 
 void MainWindowController::_showSurprises() {
-  QDesktopServices::openUrl(documentUrl(QStringLiteral("what-may-surprise.md")));
+  showDocument(QStringLiteral("what-may-surprise.md"));
+}
+
+void MainWindowController::showDocument(const QString &fileName) {
+  const QUrl document = documentUrl(fileName);
+  if (document.isEmpty())
+    dialogs_->tell(tr("Cannot Open Guide"), tr("%1 is not installed.").arg(fileName));
+  else if (!QDesktopServices::openUrl(document))
+    dialogs_->tell(tr("Cannot Open Guide"), tr("No program opens %1.").arg(document.toLocalFile()));
 }
 
 } // namespace tessary

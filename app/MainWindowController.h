@@ -137,6 +137,8 @@ signals:
   void windowClosed();
 
 private:
+  /// Has the desktop open one of this project's documents.
+  void showDocument(const QString &fileName);
   // Window (MainWindowLayout.cpp)
   void _buildUI();
   Browser::Views _buildViews();

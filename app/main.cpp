@@ -1,12 +1,18 @@
 #include "app/AppDelegate.h"
 #include "app/Icons.h"
+#include "app/StartWords.h"
 #ifdef TESSARY_DBUS
 #include "app/DesktopOpenRequests.h"
 #endif
 
 #include <QApplication>
+#include <iostream>
 
 int main(int argc, char **argv) {
+  if (const auto answer = tessary::answerWithoutWindow(std::vector<std::string>(argv, argv + argc))) {
+    std::cout << *answer << std::flush;
+    return std::cout ? 0 : 1;
+  }
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Tessary"));
   QApplication::setApplicationVersion(QStringLiteral(TESSARY_VERSION));
