@@ -59,6 +59,7 @@ debian_packages() {
     display) echo xvfb fonts-dejavu-core ;;
     picture) echo imagemagick xdotool ;;
     package) echo git dpkg-dev debhelper lintian ;;
+    bare) echo debootstrap util-linux ;;
   esac
 }
 
