@@ -11,7 +11,7 @@ struct EntryPlace {
   std::int64_t block = 0;
   std::int64_t index = 0;
 
-  auto operator<=>(const EntryPlace &) const = default;
+  auto operator<=>(const EntryPlace &) const = default; // NOLINT(modernize-use-nullptr): it means the 0 in it
 };
 
 /// The 32 bytes of a directory entry, as they stand on the image.
