@@ -43,7 +43,8 @@ MainWindowController::MainWindowController() : window_(std::make_unique<MainWind
   _setupKeyboardShortcuts();
 }
 
-// What still runs there posts to the application, which must be there for it.
+// Waits for openings of images that still run: each hands its result to the main thread when it ends, and the
+// application that takes it is destroyed soon after this.
 MainWindowController::~MainWindowController() {
   undoManager()->clear(); // the copies for undo go with it
   workQueue().waitForDone();

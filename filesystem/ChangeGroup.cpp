@@ -61,8 +61,9 @@ void ChangeGroup::lookForSharedBlocks() {
   metSharedBlocks_ = metSharedBlocks_ || (volume_.index && volume_.index->hasSharedBlocks());
 }
 
-// On a damaged volume two folders can have the same block. What was written into it for one is in the other,
-// or in that one alone once the first is gone: which of them shows it, the image says.
+// On a damaged volume two folders can have the same block, and what was written into it for one of them
+// stands in the other too. The tree is then read anew from the image, which shows each entry in the folder
+// that reaches the block first.
 void ChangeGroup::followSharedBlocks() {
   const WriteLock lock(volume_.lock);
   lookForSharedBlocks();

@@ -73,7 +73,7 @@ bool EMU3Filesystem::reload(EMU3Error *error) {
 }
 
 bool EMU3Filesystem::claimForChanges(EMU3Error *error) {
-  if (!volume_->isShared() && !volume_->isReadOnly()) return true; // waits for nobody
+  if (!volume_->isShared() && !volume_->isReadOnly()) return true; // claimed already
   const WriteLock changing(volume_->changing);
   const WriteLock lock(volume_->lock);
   return volume_->claim(error);
@@ -157,7 +157,8 @@ ByteBufferPtr EMU3Filesystem::dataForFile(const EMU3FilePtr &file, EMU3Error *er
     volume_->lock.assertHeldShared();
     return bytesOfFile(*volume_, *file);
   });
-  if (!data || volume_->mayChangeBeside()) return data.value_or(nullptr); // other bytes may be there tomorrow
+  if (!data || volume_->mayChangeBeside())
+    return data.value_or(nullptr); // not kept: another program may change them
   return TreeEditor::cacheDataIfUnset(*file, *data);
 }
 
@@ -200,8 +201,9 @@ bool EMU3Filesystem::analyse(const EMU3FilePtr &file, BankDetails details, EMU3E
   return analysis->done;
 }
 
-// Of folders that were browsed before. Between two files of one folder it would cost the pages that are about
-// to be read again.
+// Gives back the pages that reading bank details brought into memory, when the user goes on to another
+// folder: between two files of one folder it would give back what the next file needs (the folder's own
+// entries).
 void EMU3Filesystem::giveBackPagesAfter(const EMU3File &analysed) {
   constexpr unsigned worthIt = 512; // banks: some megabytes, and little time for each
   const EMU3Directory *const folder = analysed.folder().get();

@@ -56,7 +56,8 @@ std::optional<std::size_t> firstEmptyPosition(const Dentry &dentry) {
 
 } // namespace
 
-// A change of a file that no longer has a name would be gone with the program.
+// Where the path leads to another file by now, the mapped one has no name any more: what is changed in it is
+// gone when the program ends.
 bool GuardedRules::mayChangeImageAt(const Volume &volume, const std::string &path, EMU3Error *error) const {
   return volume.image.isFileAt(path) || fail(error, EngineError::imageReplaced);
 }
@@ -81,7 +82,7 @@ bool GuardedRules::mayUse(const Volume &volume, const EMU3DirectoryPtr &parent,
   return parent && parent->containsSubdirectory(folder) && volume.tree.contains(parent);
 }
 
-// The entry of a deleted file, and what it led to, may be another's by now.
+// The entry of a file that is deleted already may be another file's by now, and so may its slots.
 bool GuardedRules::mayErase(const EMU3File &file) const {
   return !file.isDeleted();
 }
@@ -113,7 +114,8 @@ std::string GuardedRules::nameAfterStoring(const std::string &, const std::uint8
   return *nameOf(field);
 }
 
-// Whole, or not at all: what lies outside the image or cannot be read would be missing without a word.
+// Contents are passed on whole or not at all: nobody would notice that what lies outside the image, or cannot
+// be read, is missing in a copy.
 ByteBufferPtr GuardedRules::contentsForExport(const Volume &volume, const EMU3File &file,
                                               EMU3Error *error) const {
   ByteBufferPtr data = wholeBytesOfFile(volume, file);
@@ -147,7 +149,8 @@ std::optional<std::uint16_t> GuardedRules::slotForNewFile(const Volume &volume, 
   return volume.index->slots().placeFor(blocks);
 }
 
-// A copy is what its source is: only an import makes an entry anew.
+// A copy gets the entry of its source, so that its kind and its whole name stay. An import has no such entry
+// and gets a new one.
 Dentry GuardedRules::entryOfNewFile(const NewFile &file, const NewFilePlace &place) const {
   Dentry dentry = dentryForFile(storedName(file.name), place.slot, file.size, place.entryId);
   if (!file.model) return dentry;
@@ -168,7 +171,7 @@ void GuardedRules::markNewFile(Volume &volume, std::uint16_t slot, std::uint64_t
   setMarks(volume, volume.geometry().slotStartBlock(slot), blocksFilled(size), kFatUsed);
 }
 
-// The slots were free, and none of their blocks was marked.
+// The slots were free before the file was stored, so every mark in them is its own.
 void GuardedRules::unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uint64_t size) const {
   setMarks(volume, volume.geometry().slotStartBlock(slot), blocksFilled(size), kFatFree);
 }
@@ -262,8 +265,9 @@ std::optional<FolderGrowth> GuardedRules::growthOf(const Volume &volume, const E
   return FolderGrowth{*block, *position};
 }
 
-// What is not the deleted folders' alone: the table, other folders' blocks, the contents of files outside.
-// What stood in a folder of its own there were no entries, but marks or contents.
+// On a damaged volume a deleted folder can list blocks that something else uses too: the table, another
+// folder, a file outside. Those blocks stay. In a block of another folder the entries are cleared; in the
+// table and in contents nothing is, since what reads there as entries is marks or sound.
 BlocksToKeep GuardedRules::blocksToKeep(const Volume &volume,
                                         const std::vector<EMU3DirectoryPtr> &deleted) const {
   const VolumeGeometry geometry = volume.geometry();
@@ -284,7 +288,8 @@ BlocksToKeep GuardedRules::blocksToKeep(const Volume &volume,
   }
   const std::vector<std::int64_t> inFiles = files.thoseOf(listed);
   kept.untouched.insert(inFiles.begin(), inFiles.end());
-  kept.untouched.erase(static_cast<std::int64_t>(geometry.rootDirBlock)); // the header's word
+  kept.untouched.erase(
+      static_cast<std::int64_t>(geometry.rootDirBlock)); // the header says that it holds entries
   for (const std::int64_t block : listed) {
     const bool isMarks = block == 0 || geometry.isInTable(static_cast<std::uint64_t>(block));
     if (isMarks && !kept.uncleared.contains(block)) kept.untouched.insert(block);

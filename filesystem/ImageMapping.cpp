@@ -140,8 +140,8 @@ std::uint64_t ImageMapping::readBytes(std::uint64_t first, std::uint64_t offset,
   if (length == 0 || !containsBlock(first) || offset >= wholeBytes - first * kBlockSize) return 0;
   const std::uint8_t *const from = address(first) + offset;
   const std::uint64_t available = std::min(length, wholeBytes - first * kBlockSize - offset);
-  // Past the mapping where it is much: two thirds of the time that the pages take on their way into the
-  // process.
+  // Long contents are read from the file rather than from its mapping: that takes two thirds of the time,
+  // since the host need not map each page into the process first.
   std::uint64_t done = available >= kMuch && !isPrivate_ ? readPassing(first, offset, to, available) : 0;
   const std::uint64_t left = available - done;
   if (guarded(from + done, left, [&] { std::memcpy(to + done, from + done, left); })) return available;

@@ -119,7 +119,8 @@ std::unique_ptr<ItemStep> copyStep(const TreeDestination &destination, const Vol
   return step;
 }
 
-// Inside the volume the folder that it goes into is there.
+// From another volume the file is brought, into a folder that an earlier item may still have to make. Inside
+// the volume it is moved, into a folder that is there already.
 void planMove(ItemsPlan *plan, const TreeDestination &destination, const ForeignFile &file,
               const VolumeFolder &to, const std::optional<std::size_t> &parent) {
   const VolumeAt &at = destination.at;

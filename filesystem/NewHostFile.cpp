@@ -29,8 +29,8 @@ std::string withoutLink(const std::string &link) {
   return resolved ? resolved.get() : link;
 }
 
-// No other of this process, and hardly one of another's. Asking the host for each name took longer than
-// writing a small file.
+// A name that no other file of this process has, and hardly one of another process: a random number for the
+// process and a count. Asking the host for each name (mkstemp) took longer than writing a small file.
 std::string temporaryPathBeside(const std::string &path) {
   static const unsigned ofProcess = std::random_device()();
   static std::atomic<unsigned> count = 0;

@@ -166,7 +166,8 @@ std::optional<std::uint16_t> SlotMap::lowestPlace(std::uint64_t from, std::uint6
     if (inRow < needed) continue;
     const std::uint64_t first = slot - needed + 1;
     const std::uint64_t firstBlock = geometry_.dataAreaBlock + geometry_.slotSizeBlocks * (first - 1);
-    if (geometry_.totalBlocks - firstBlock < blocks) return std::nullopt; // those above end behind it too
+    if (geometry_.totalBlocks - firstBlock < blocks)
+      return std::nullopt; // it would end behind the image, as all places above it would
     return static_cast<std::uint16_t>(first);
   }
   return std::nullopt;
