@@ -13,7 +13,9 @@
 namespace tessary {
 namespace {
 
+/// The columns in the order of `kFileColumns`.
 enum Column { kName, kType, kFormat, kPresets, kSamples, kSize, kFolder };
+static_assert(kFolder == kFolderColumn, "a column is in one of the two lists alone");
 
 QString countText(std::uint64_t count) {
   return count == 0 ? QStringLiteral("—") : QString::number(count);
