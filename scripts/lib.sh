@@ -55,7 +55,7 @@ debian_packages() {
     build) echo build-essential cmake ninja-build qt6-base-dev qt6-svg-dev libcli11-dev nlohmann-json3-dev portaudio19-dev ;;
     tests) echo libgtest-dev libgmock-dev libfuse3-dev fuse3 pkg-config openbox dbus libglib2.0-bin at-spi2-core \
       python3-pyatspi shared-mime-info desktop-file-utils ;;
-    lint) echo clang clang-format clang-tidy desktop-file-utils appstream ;;
+    lint) echo clang clang-format clang-tidy desktop-file-utils appstream git ;;
     wayland) echo qt6-wayland ;;
     display) echo xvfb fonts-dejavu-core ;;
     picture) echo imagemagick xdotool ;;
