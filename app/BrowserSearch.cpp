@@ -31,7 +31,7 @@ void Browser::goToFound() {
   if (content_->rowCount() == 0) return;
   const QModelIndex current = views_.table->currentIndex();
   const std::vector<EMU3FilePtr> shown = content_->displayedFiles();
-  const EMU3FilePtr file = shown[static_cast<std::size_t>(current.isValid() ? current.row() : 0)];
+  const EMU3FilePtr &file = shown[static_cast<std::size_t>(current.isValid() ? current.row() : 0)];
   if (content_->search().everywhere) return goTo(file);
   content_->selectRowsOf({file});
   views_.table->setFocus();

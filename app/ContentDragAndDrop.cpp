@@ -58,6 +58,7 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
   for (const QModelIndex &index : indexes)
     if (index.isValid()) rows.insert(static_cast<std::size_t>(index.row()));
   std::vector<EMU3FilePtr> files;
+  files.reserve(rows.size());
   for (const std::size_t row : rows)
     files.push_back(rows_[row].file);
   QList<QUrl> urls;

@@ -176,7 +176,7 @@ void Exports::askAboutConflicts(const Plan &plan, std::function<void()> decided)
   QCheckBox *forAll =
       question->addCheckBox(QStringLiteral("Do the same with the other %1").arg(QString::number(others)));
   forAll->setVisible(others > 0);
-  tools_.dialogs->choose(std::move(question), [this, plan, forAll, decided](int button) {
+  tools_.dialogs->choose(std::move(question), [this, plan, forAll, decided = std::move(decided)](int button) {
     if (button < 0 || button > 2) return tools_.browser->setStatus(QStringLiteral("Nothing was exported."));
     constexpr OnConflict decisions[] = {OnConflict::keepBoth, OnConflict::replace, OnConflict::skip};
     do

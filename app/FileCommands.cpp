@@ -13,6 +13,7 @@
 #include "app/history/NameStep.h"
 
 #include <QPointer>
+#include <QPushButton>
 #include <optional>
 #include <utility>
 
