@@ -26,7 +26,7 @@ void ImageChanges::whenChangeable(std::function<void()> change, std::function<vo
   if (!image_->filesystem()->isReadOnly()) return offerBackup(std::move(change));
   if (!mayBecomeChangeable(*image_->filesystem())) return refused();
   image_->runBesideChanges([](EMU3Filesystem &filesystem) { return filesystem.claimForChanges(); },
-                           [this, change, refused](bool isClaimed) {
+                           [this, change = std::move(change), refused = std::move(refused)](bool isClaimed) {
                              browser_->showTitle();
                              if (!isClaimed) {
                                browser_->setStatus(browser_->readOnlyText());
@@ -50,7 +50,7 @@ void ImageChanges::offerBackup(std::function<void()> change) {
   offer->addChoice(QStringLiteral("Not Now"), Alert::NoRole);
   const QCheckBox *notAgain = offer->addCheckBox(QStringLiteral("Don’t ask again for this image"));
   offer->makeEscapable();
-  dialogs_->choose(std::move(offer), [this, filesystem, notAgain, change](int button) {
+  dialogs_->choose(std::move(offer), [this, filesystem, notAgain, change = std::move(change)](int button) {
     if (button < 0) return; // Escape takes the change back
     if (notAgain->isChecked()) BackupOffers::endFor(filesystem->imageURL(), filesystem->imageSize());
     const auto goOn = [this, filesystem, change] {

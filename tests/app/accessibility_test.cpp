@@ -143,8 +143,8 @@ TEST_F(Accessibility, AboutPanelTellsItsLinks) {
   AboutPanel panel(window());
   panel.show();
   expectNames(&panel);
-  for (const char *link : {"Quorvane", "by the Tessary developers", "Disk image creator",
-                           "https://bluescsi.com", "disk format", "bank format"})
+  for (const char *link : {"Quorvane", "by the Tessary developers", "tessary-cli new", "https://bluescsi.com",
+                           "disk format", "bank format"})
     EXPECT_NE(nodeOf(&panel, QAccessible::Link, link), nullptr) << link;
 }
 

@@ -1,6 +1,6 @@
 #include "app/Documents.h"
 #include "app/StartWords.h"
-#include "tests/app/WindowTest.h"
+#include "tests/app/SheetTest.h"
 #include "tests/support/HostFiles.h"
 
 #include <QDesktopServices>
@@ -48,7 +48,10 @@ TEST_F(InstalledDocuments, ThatAreMissingLeadNowhereElse) {
   EXPECT_TRUE(found(QStringLiteral("user-guide.md")).isEmpty());
 }
 
-class HelpMenu : public WindowTest {};
+class HelpMenu : public SheetTest {
+protected:
+  HelpMenu() { putMenuBar(); }
+};
 
 TEST_F(HelpMenu, OpensTheGuideAndWhatMaySurprise) {
   const Opener desktop;

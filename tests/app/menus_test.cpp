@@ -4,7 +4,6 @@
 #include "app/StatusBar.h"
 #include "tests/app/SheetTest.h"
 
-#include <QDesktopServices>
 #include <QMenuBar>
 #include <QTest>
 
