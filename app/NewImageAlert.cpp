@@ -3,7 +3,6 @@
 #include "app/Colors.h"
 #include "app/DisplayText.h"
 #include "app/TextSize.h"
-#include "filesystem/DiskFormat.h"
 #include "tessary/NewVolume.h"
 #include "tessary/Text.h"
 
@@ -130,11 +129,11 @@ void NewImageAlert::showModel() {
 }
 
 void NewImageAlert::showSize() {
+  constexpr std::uint64_t blockBytes = 512;
   const std::optional<std::uint64_t> bytes = NewVolume::sizeFromText(size().toStdString());
   const bool isPossible = bytes && NewVolume::ofSize(*bytes);
-  blocks_->setText(isPossible
-                       ? QStringLiteral("%1 blocks").arg(QLocale::c().toString(*bytes / format::kBlockSize))
-                       : QStringLiteral("From 64 KB to 32 GB"));
+  blocks_->setText(isPossible ? QStringLiteral("%1 blocks").arg(QLocale::c().toString(*bytes / blockBytes))
+                              : QStringLiteral("From 64 KB to 32 GB"));
   QPalette colors = palette();
   if (isPossible) colors.setColor(QPalette::WindowText, secondaryLabelColor(palette()));
   blocks_->setPalette(colors);

@@ -11,7 +11,7 @@
 #include "app/panel/PanelSettings.h"
 #include "app/panel/SoundTexts.h"
 #include "app/panel/WaveView.h"
-#include "banks/BankAnalysis.h"
+#include "tessary/BankEntry.h"
 
 #include <utility>
 
