@@ -369,6 +369,7 @@ std::vector<TreeEntry> EMU3Filesystem::entriesOfTree(const EMU3DirectoryPtr &dir
     return entries;
   }
   const auto add = [&](TreeEntry item, EntryPlace place) {
+    volume_->lock.assertHeldShared();
     const std::optional<EntryBytes> entry = volume_->entries.readEntry(place);
     if (!entry) return fail(error, EngineError::entryNotFound);
     item.entry = *entry;
