@@ -3,6 +3,7 @@
 #include "tessary/Text.h"
 
 #include <optional>
+#include <sys/stat.h>
 #include <utility>
 
 namespace tessary {
@@ -33,9 +34,11 @@ std::string ExportTargets::freeBeside(const std::string &path) {
   const std::string whole = lastPathComponent(path);
   const std::string stem = withoutExtension(whole);
   const std::string folder = path.substr(0, path.size() - whole.size());
-  while (true) {
+  struct stat status {};
+  while (true) { // a name that the host refuses ends it too: writing there tells why
     Claim candidate = claim(folder, {stem, whole.substr(stem.size())});
-    if (candidate.isFree && candidate.path != path) return std::move(candidate.path);
+    if (candidate.path != path && ::lstat(candidate.path.c_str(), &status) != 0)
+      return std::move(candidate.path);
   }
 }
 

@@ -62,6 +62,19 @@ TEST_F(HostFilesTogether, MountedImageThatCameMeanwhileIsNotReplaced) {
   EXPECT_EQ(readBytes(folder_.path("KICK.E4B")), readBytes(volume.imagePath()));
 }
 
+TEST_F(HostFilesTogether, SecondResultOfALongestNameIsRefusedSinceNoNumberFits) {
+  const std::string path = folder_.path(std::string(255, 'n'));
+  HostTarget first{.folder = "", .path = path};
+  HostTarget second = first;
+  ASSERT_TRUE(begin(first, "first"));
+  ASSERT_TRUE(begin(second, "second"));
+  group_.complete();
+  EXPECT_FALSE(group_.failure(0));
+  ASSERT_TRUE(group_.failure(1));
+  EXPECT_EQ(group_.failure(1)->code, ENAMETOOLONG);
+  EXPECT_EQ(readText(path), "first");
+}
+
 // Two paths of one folder stand for a host that takes two names for one.
 TEST_F(HostFilesTogether, ResultsThatTheHostTakesForOneNameBothStay) {
   std::filesystem::create_directory(folder_.path("banks"));
