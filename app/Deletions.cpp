@@ -12,7 +12,6 @@
 #include "app/history/PresenceSteps.h"
 #include "tessary/SystemLog.h"
 
-#include <QPointer>
 #include <utility>
 
 namespace tessary {

@@ -140,28 +140,23 @@ Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const Doomed &doom
     return keeping;
   }
   std::size_t number = 0;
-  for (const PlacedFile &placed : doomed.files) {
-    const std::string name = placed.file->name();
-    if (std::optional<KeptTree> tree = copying.tree(number++, &error)) {
+  /// Whether the next of the doomed can be deleted.
+  const auto isKept = [&](const std::string &name, const auto &onIncomplete) {
+    std::optional<KeptTree> tree = copying.tree(number++, &error);
+    if (tree)
+      keeping.trees.push_back(*std::move(tree));
+    else if (isIncomplete(error))
+      onIncomplete();
+    else
+      keeping.failures.push_back(ItemFailure::of(name, error));
+    return tree.has_value();
+  };
+  for (const PlacedFile &placed : doomed.files)
+    if (isKept(placed.file->name(), [&] { keeping.incompleteFiles.push_back(placed); }))
       keeping.doomed.files.push_back(placed);
-      keeping.trees.push_back(*std::move(tree));
-    } else if (isIncomplete(error)) {
-      keeping.incompleteFiles.push_back(placed);
-    } else {
-      keeping.failures.push_back(ItemFailure::of(name, error));
-    }
-  }
-  for (const EMU3DirectoryPtr &folder : doomed.folders) {
-    const std::string name = folder->name();
-    if (std::optional<KeptTree> tree = copying.tree(number++, &error)) {
+  for (const EMU3DirectoryPtr &folder : doomed.folders)
+    if (isKept(folder->name(), [&] { keeping.incompleteFolder = folder; }))
       keeping.doomed.folders.push_back(folder);
-      keeping.trees.push_back(*std::move(tree));
-    } else if (isIncomplete(error)) {
-      keeping.incompleteFolder = folder;
-    } else {
-      keeping.failures.push_back(ItemFailure::of(name, error));
-    }
-  }
   return keeping;
 }
 
