@@ -143,13 +143,14 @@ Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const Doomed &doom
   /// Whether the next of the doomed can be deleted.
   const auto isKept = [&](const std::string &name, const auto &onIncomplete) {
     std::optional<KeptTree> tree = copying.tree(number++, &error);
-    if (tree)
+    const bool isThere = tree.has_value();
+    if (isThere)
       keeping.trees.push_back(*std::move(tree));
     else if (isIncomplete(error))
       onIncomplete();
     else
       keeping.failures.push_back(ItemFailure::of(name, error));
-    return tree.has_value();
+    return isThere;
   };
   for (const PlacedFile &placed : doomed.files)
     if (isKept(placed.file->name(), [&] { keeping.incompleteFiles.push_back(placed); }))
