@@ -26,7 +26,7 @@ namespace {
 
 /// Beside the mounted image, or where file panels begin.
 QString proposedFile(const EMU3FilesystemPtr &mounted) {
-  const QString name = QStringLiteral("New Image.hda");
+  QString name = QStringLiteral("New Image.hda");
   if (!mounted) return name;
   const QFileInfo image(QFile::decodeName(QByteArray::fromStdString(mounted->imageURL())));
   return image.absolutePath() + QLatin1Char('/') + name;

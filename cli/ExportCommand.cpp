@@ -46,6 +46,7 @@ public:
     const auto operation = session.volume->manyItems();
     operation->setExportOptions(host_.exportOptions(recursive));
     std::vector<std::string> tops;
+    tops.reserve(entries.size());
     for (const EntryItem &entry : entries)
       tops.push_back(std::visit([&](const auto &item) { return add(*operation, item); }, entry));
     return exportAll(session, *operation, addressesOf(*operation, tops));

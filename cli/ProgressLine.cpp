@@ -3,6 +3,8 @@
 #include "tessary/EMU3File.h"
 #include "tessary/Text.h"
 
+#include <cmath>
+
 namespace tessary::cli {
 namespace {
 
@@ -30,7 +32,7 @@ std::string progressFigures(const ItemsProgress &progress, std::chrono::millisec
   const std::uint64_t bytesLeft = progress.bytes - progress.bytesDone;
   const auto secondsLeft = static_cast<double>(bytesLeft) * static_cast<double>(milliseconds) /
                            (static_cast<double>(progress.bytesDone) * 1000.0);
-  return text + ", " + timeLeft(static_cast<std::uint64_t>(secondsLeft + 0.5));
+  return text + ", " + timeLeft(static_cast<std::uint64_t>(std::llround(secondsLeft)));
 }
 
 void ProgressLine::show(const std::string &item, const ItemsProgress &progress) {

@@ -26,6 +26,7 @@ std::string csvCell(const std::string &cell) {
 
 std::vector<std::string> titlesOf(const std::vector<TextTable::Column> &columns) {
   std::vector<std::string> titles;
+  titles.reserve(columns.size());
   for (const TextTable::Column &column : columns)
     titles.push_back(column.title);
   return titles;

@@ -119,6 +119,7 @@ void BareRules::unmarkFailedFile(Volume &volume, std::uint16_t, std::uint64_t si
 std::vector<BlockRun> BareRules::freedBlocks(const Volume &volume,
                                              const std::vector<EMU3FileFields> &deleted) const {
   std::vector<BlockRun> freed;
+  freed.reserve(deleted.size());
   for (const EMU3FileFields &file : deleted)
     freed.push_back({volume.geometry().slotStartBlock(file.startCluster), file.blocksInLastCluster});
   return freed;

@@ -41,7 +41,7 @@ std::shared_ptr<Volume> Volume::open(const std::string &path, MountRules rules, 
 std::shared_ptr<Volume> Volume::openTrial(const std::string &path,
                                           const std::shared_ptr<MountedImage> &mounted,
                                           std::unique_ptr<ImageMapping> mapping, EMU3Error *error) {
-  const auto volume = std::make_shared<Volume>(mounted, std::move(mapping));
+  auto volume = std::make_shared<Volume>(mounted, std::move(mapping));
   const WriteLock changing(volume->changing);
   const WriteLock lock(volume->lock);
   volume->isTrial_ = true;

@@ -76,7 +76,6 @@ QVariant BankContentsModel::data(const QModelIndex &index, int role) const {
   const bool isTitle = !rows_[static_cast<std::size_t>(index.row())].entry;
   switch (role) {
   case Qt::DisplayRole:
-    return text(index.row(), index.column());
   case Qt::AccessibleTextRole:
     return text(index.row(), index.column());
   case Qt::FontRole: {

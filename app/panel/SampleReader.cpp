@@ -9,7 +9,7 @@ namespace tessary {
 namespace {
 
 // Between two pieces others get at the volume, and a reading that nobody waits for any more ends.
-constexpr std::uint64_t kPieceSize = 1024 * 1024;
+constexpr std::uint64_t kPieceSize = std::uint64_t{1} << 20;
 
 std::shared_ptr<const SamplePeaks> peaksOf(EMU3Filesystem &filesystem, const EMU3FilePtr &bank,
                                            const BankRange &audio, const LatestReading::Ticket &ticket) {

@@ -193,7 +193,7 @@ void WaveView::keyPressEvent(QKeyEvent *event) {
   case Qt::Key_PageDown:
     return showSection({section_.first + 0.9 * visible, section_.framesPerPixel});
   default:
-    QWidget::keyPressEvent(event); // the scroll area's own keys are those above
+    event->ignore(); // the scroll area's own keys are those above
   }
 }
 
