@@ -17,8 +17,12 @@ bool isSame(const EMU3File &one, const EMU3File &other) {
          a.fileSize == b.fileSize;
 }
 
+// Other programs may have renamed it, or made it grow: its first block stays.
 bool isSame(const EMU3Directory &one, const EMU3Directory &other) {
-  return one.name() == other.name() && one.blockList() == other.blockList();
+  const auto before = one.blockList();
+  const auto now = other.blockList();
+  if (before.empty() || now.empty()) return before.empty() && now.empty() && one.name() == other.name();
+  return before.front() == now.front();
 }
 
 template <typename Pointer> using ByPlace = std::map<EntryPlace, Pointer>;

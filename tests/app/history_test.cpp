@@ -242,6 +242,27 @@ TEST_F(History, OutlivesTheImageBeingMountedAnew) {
   EXPECT_EQ(holdingsOf(path_), before);
 }
 
+TEST_F(History, FindsAFolderAgainThatAnotherProgramMadeGrowAndRenamed) {
+  mountImages();
+  deleteFile("SECOND");
+  clickToolbar("UnmountItem");
+  {
+    const EMU3FilesystemPtr theirs = test::mounted(path_, MountRules::guarded);
+    const EMU3DirectoryPtr a = test::folderNamed(theirs->rootDirectory(), "A");
+    const std::size_t blocks = a->blockList().size();
+    const auto filling = theirs->manyItems();
+    for (int i = 0; i < 40; ++i)
+      filling->importBytes("T" + std::to_string(i), std::make_shared<ByteBuffer>(10, std::uint8_t{1}), a);
+    filling->run({});
+    ASSERT_GT(a->blockList().size(), blocks);
+    ASSERT_TRUE(theirs->renameDirectory(a, "Theirs"));
+  }
+  openImage(path_);
+  undo();
+  EXPECT_EQ(status(), "Restored 1 file(s).");
+  EXPECT_EQ(holdingsOf(path_).count("/Theirs/SECOND"), 1U);
+}
+
 TEST_F(History, NamesWhatItWouldDoInTheMenu) {
   mountImages();
   rename("FIRST", "KICK");
