@@ -2,23 +2,16 @@
 
 #include "tests/items/ItemsTest.h"
 #include "tests/support/AskedNumber.h"
-#include "tests/support/FlushWatch.h"
+#include "tests/support/KilledWork.h"
 #include "tests/writing/Random.h"
 
-#include <chrono>
-#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <iostream>
-
-#include <sys/time.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <memory>
 
 namespace tessary::test {
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr const char *kTree = "Tree";
 
@@ -60,70 +53,31 @@ protected:
     volumeWithTree().writeTo(from());
     ImageBuilder({.sizeBytes = 4 * kMiB, .slotSizeBlocks = 8}).writeTo(to());
   }
-  void doWork(const Work &work) const {
+  std::function<void()> prepare(const Work &work) const {
     const EMU3FilesystemPtr source = mounted(from(), MountRules::guarded);
     const EMU3FilesystemPtr volume = mounted(to(), MountRules::guarded);
-    const auto items = volume->manyItems();
+    const std::shared_ptr<ItemsOperation> items = volume->manyItems();
     work(*items, source, volume->rootDirectory());
-    items->run({});
-  }
-  /// How long the work takes, and how often it asks for a flush.
-  struct Course {
-    std::chrono::microseconds time{0};
-    std::size_t flushes = 0;
-  };
-  Course courseOf(const Work &work) const {
-    layOut();
-    Course course;
-    const auto begin = Clock::now();
-    const FlushWatch watch([&](const FlushRequest &) {
-      ++course.flushes;
-      return 0;
-    });
-    doWork(work);
-    course.time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
-    return course;
-  }
-
-  /// Does the work in another process, which ends in one of its flushes or some time after it began. Whether
-  /// it was killed.
-  bool workAndDie(const Work &work, const Course &course, Random &random) const {
-    layOut();
-    const bool byFlush = random.chance(50);
-    const std::size_t last = random.below(course.flushes);
-    const auto delay = static_cast<long>(random.below(static_cast<std::size_t>(course.time.count()) + 1)) + 1;
-    const pid_t child = ::fork();
-    if (child == 0) {
-      std::size_t flushes = 0;
-      const FlushWatch watch([&](const FlushRequest &) {
-        if (byFlush && flushes++ == last) ::kill(::getpid(), SIGKILL);
-        return 0; // whether anything reaches the medium makes no difference to who is killed
-      });
-      ::signal(SIGALRM, SIG_DFL);
-      const itimerval timer{{}, {delay / 1000000, delay % 1000000}};
-      if (!byFlush) ::setitimer(ITIMER_REAL, &timer, nullptr);
-      doWork(work);
-      ::_exit(0);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return WIFSIGNALED(status);
+    return [source, volume, items] { items->run({}); };
   }
 
   /// `judge` looks at what is on both after each kill.
   void killOften(const Work &work,
                  const std::function<void(const Contents &from, const Contents &to)> &judge) const {
-    const Course course = courseOf(work);
+    KilledWork killed([this] { layOut(); }, [&] { return prepare(work); });
+    killed.measure();
     const std::uint32_t rounds = askedNumber("TESSARY_KILLS", 30);
-    std::size_t killed = 0;
+    std::size_t kills = 0;
     for (std::uint32_t round = 0; round < rounds && !HasFailure(); ++round) {
       const testing::ScopedTrace trace(__FILE__, __LINE__, "round " + std::to_string(round));
       Random random(round * 7919 + 1);
-      if (workAndDie(work, course, random)) ++killed;
+      const bool byFlush = random.chance(50);
+      const std::size_t moment = random.below(1000);
+      if (byFlush ? killed.killAtFlush(moment) : killed.killAtTime(moment)) ++kills;
       judge(contentsOfImage(from()), contentsOfImage(to()));
     }
-    std::cout << rounds << " rounds, " << killed << " killed in the work\n";
-    EXPECT_GE(killed * 2, rounds);
+    std::cout << rounds << " rounds, " << kills << " killed in the work\n";
+    EXPECT_GE(kills * 3, rounds); // of those by time some come when all is done
   }
 
   static void expectNothingElse(const Contents &found, const Contents &all) {

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+
+namespace tessary::test {
+
+/// Work that another process does, which is killed in it. Stands in programs that are linked with
+/// `tessary_flush_recorder` and have one thread when they call it.
+class KilledWork final {
+public:
+  /// Prepares the work, and gives what does it.
+  using Prepare = std::function<std::function<void()>()>;
+
+  /// `layOut` puts everything where the work finds it, before each time.
+  KilledWork(std::function<void()> layOut, Prepare prepare);
+
+  /// Does all of the work once, to learn its course.
+  void measure();
+  /// Kills it as soon as it asks for a flush with that many thousandths of them behind it. Whether it was
+  /// killed.
+  bool killAtFlush(std::size_t thousandths) const;
+  /// Kills it when that many thousandths of its time have passed.
+  bool killAtTime(std::size_t thousandths) const;
+
+private:
+  /// How long all of it takes, and how often it asks for a flush.
+  struct Course {
+    std::chrono::microseconds time{0};
+    std::size_t flushes = 0;
+  };
+
+  [[nodiscard]] Course doAll() const;
+
+  const std::function<void()> layOut_;
+  const Prepare prepare_;
+  Course course_;
+};
+
+} // namespace tessary::test
