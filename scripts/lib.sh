@@ -190,7 +190,8 @@ has_display() {
 # start_virtual_display [WIDTHxHEIGHT [OPTION...]] starts an X server that nobody sees, on a display number that is free,
 # and makes it this script's display.
 start_virtual_display() {
-  local size=${1:-1280x960} number=$scratch/display log=$scratch/xvfb.log
+  local size=${1:-1280x960} log=$scratch/xvfb.log number
+  number=$(mktemp "$scratch/display.XXXXXX")
   # -noreset: otherwise the server starts afresh whenever its last client leaves, and refuses the next one meanwhile.
   in_background "$log" Xvfb "${@:2}" -noreset -displayfd 3 -screen 0 "${size}x24" -nolisten tcp 3>"$number"
   wait_until 60 test -s "$number" || die "The virtual X server did not start: $(tail -n 20 "$log")"
