@@ -7,6 +7,7 @@
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTableWidget>
 #include <algorithm>
 
@@ -41,11 +42,15 @@ std::unique_ptr<QTableWidget> makeList(const std::vector<ItemFailure> &failures)
   QHeaderView *header = list->horizontalHeader();
   header->setHighlightSections(false);
   header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-  header->resizeSection(0, scaled(nameWidth));
-  header->setSectionResizeMode(1, QHeaderView::Stretch);
   list->setFixedWidth(scaled(width));
   list->ensurePolished();
-  list->resizeRowsToContents(); // a reason may take several lines
+  header->resizeSection(0, scaled(nameWidth));
+  // A reason may take several lines: of the width that it will have.
+  const bool scrolls = list->rowCount() > mostRowsInSight;
+  header->resizeSection(1, scaled(width) - scaled(nameWidth) - 2 * list->frameWidth() -
+                               (scrolls ? list->verticalScrollBar()->sizeHint().width() : 0));
+  list->resizeRowsToContents();
+  header->setSectionResizeMode(1, QHeaderView::Stretch);
   int height = header->sizeHint().height() + 2 * list->frameWidth();
   for (int row = 0; row < std::min(list->rowCount(), mostRowsInSight); ++row)
     height += list->rowHeight(row);

@@ -60,7 +60,10 @@ public:
   void run() {
     ends_.resize(operation_->progress().items);
     ItemsWatcher watcher;
-    watcher.ended = [this](const ItemEnd &end) { ends_[end.item] = {end.error, end.hostPath}; };
+    watcher.ended = [this](const ItemEnd &end) {
+      ends_[end.item].hostPath = end.hostPath;
+      if (end.error) ends_[end.item].error = copies_->copyingFailed(*end.error);
+    };
     operation_->run(watcher);
   }
   [[nodiscard]] std::optional<EMU3Error> lackOfRoom() const {

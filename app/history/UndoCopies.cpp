@@ -47,6 +47,10 @@ void removeForgotten(const std::string &folders) {
   }
 }
 
+EMU3Error failedIn(const std::string &above, int errnum) {
+  return hostError(errnum, "Copy for undo in " + above);
+}
+
 } // namespace
 
 std::shared_ptr<const UndoCopies> UndoCopies::make(std::uint64_t bytes, EMU3Error *error) {
@@ -59,13 +63,17 @@ std::shared_ptr<const UndoCopies> UndoCopies::make(std::uint64_t bytes, EMU3Erro
   else if (!problem && hasRoom(temporary, bytes))
     above = temporary.native();
   if (!above) {
-    fail(error, hostError(ENOSPC, cache ? *cache : temporary.native()));
+    fail(error, failedIn(cache ? *cache : temporary.native(), ENOSPC));
     return nullptr;
   }
   const std::optional<std::string> folder = makePrivateFolder(*above, kKind, error);
   if (!folder) return nullptr;
   removeForgotten(fs::path(*folder).parent_path());
-  return std::shared_ptr<const UndoCopies>(new UndoCopies(*folder));
+  return std::shared_ptr<const UndoCopies>(new UndoCopies(*folder, *above));
+}
+
+EMU3Error UndoCopies::copyingFailed(const EMU3Error &error) const {
+  return error.domain == kHostErrorDomain ? failedIn(above_, static_cast<int>(error.code)) : error;
 }
 
 UndoCopies::~UndoCopies() {

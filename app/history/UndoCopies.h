@@ -22,11 +22,15 @@ public:
   UndoCopies &operator=(const UndoCopies &) = delete;
 
   [[nodiscard]] const std::string &folder() const { return folder_; }
+  /// Of copying into it, in the user's words: the folder's own name says nothing to anybody.
+  [[nodiscard]] EMU3Error copyingFailed(const EMU3Error &error) const;
 
 private:
-  explicit UndoCopies(std::string folder) : folder_(std::move(folder)) {}
+  UndoCopies(std::string folder, std::string above)
+      : folder_(std::move(folder)), above_(std::move(above)) {}
 
   const std::string folder_;
+  const std::string above_; ///< the cache, or the temporary directory
 };
 
 } // namespace tessary
