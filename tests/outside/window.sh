@@ -113,8 +113,10 @@ start_display() {
 is_managed() { xdotool get_num_desktops >/dev/null 2>&1; }
 
 # start_tessary [VARIABLE=VALUE]...
-start_tessary() {
-  in_background "$scratch/tessary.log" env TESSARY_READY_FILE="$scratch/ready" "$@" "$tessary"
+start_tessary() { start_by env "$@" "$tessary"; }
+# start_by COMMAND... the program, by a command that becomes it.
+start_by() {
+  in_background "$scratch/tessary.log" env TESSARY_READY_FILE="$scratch/ready" "$@"
   app=$!
   wait_for "the window" has_window "$app"
   main_window=$(windows_of "$app" | head -n 1)
