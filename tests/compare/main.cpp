@@ -50,7 +50,7 @@ Job jobFrom(const std::vector<std::string> &words) {
   job.count = static_cast<std::uint32_t>(std::stoul(words[2]));
   job.seed = static_cast<std::uint32_t>(std::stoul(words[3]));
   job.bareOnly = words[4] == "bare";
-  if (!words[5].empty()) job.ignored = test::Pattern(words[5]);
+  if (!words[5].empty()) job.ignored = tessary::test::Pattern(words[5]);
   return job;
 }
 
