@@ -1,10 +1,10 @@
 #include "app/FileTable.h"
 
-#include "app/CellDelegate.h"
 #include "app/DisplayText.h"
 #include "app/DragPicture.h"
 #include "app/FileListing.h"
 #include "app/FileURLs.h"
+#include "app/TableRows.h"
 #include "app/TextSize.h"
 #include "tessary/ExportNames.h"
 
@@ -31,23 +31,9 @@ QStringList exportedNames(const QMimeData &files) {
 } // namespace
 
 FileTable::FileTable(QWidget *parent) : FileDropView(parent) {
-  setItemDelegate(new CellDelegate(this));
-  setAlternatingRowColors(true);
-  setEditTriggers(NoEditTriggers);
-  setSelectionBehavior(SelectRows);
-  setSelectionMode(ExtendedSelection);
-  setShowGrid(false);
-  setWordWrap(false);
-  setTabKeyNavigation(false);
-  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  setVerticalScrollMode(ScrollPerPixel);
-  setFrameShape(NoFrame);
-  verticalHeader()->hide();
-  verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+  setUpRows(this);
   QHeaderView *header = horizontalHeader();
-  header->setHighlightSections(false);
   header->setSectionsClickable(true);
-  header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
   header->setTextElideMode(Qt::ElideRight);
   connect(header, &QHeaderView::sectionResized, this,
           [this](int column, int, int width) { columnResizedByUser(column, width); });
@@ -62,10 +48,7 @@ void FileTable::setModel(QAbstractItemModel *model) {
 }
 
 void FileTable::followTextSize() {
-  setTextSize(this, kRowTextSize);
-  setTextSize(horizontalHeader(), kRowTextSize);
-  verticalHeader()->setMinimumSectionSize(scaled(kRowHeight));
-  verticalHeader()->setDefaultSectionSize(scaled(kRowHeight));
+  setRowTextSize(this);
   if (!widths_.empty()) columnsChanged();
 }
 

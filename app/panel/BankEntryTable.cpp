@@ -1,9 +1,9 @@
 #include "app/panel/BankEntryTable.h"
 
-#include "app/CellDelegate.h"
 #include "app/DisplayText.h"
 #include "app/DragPicture.h"
 #include "app/FileURLs.h"
+#include "app/TableRows.h"
 #include "app/TextSize.h"
 #include "app/panel/BankContentsModel.h"
 #include "tessary/Text.h"
@@ -21,24 +21,10 @@ constexpr int kSizeColumn = 72, kLengthColumn = 58;
 } // namespace
 
 BankEntryTable::BankEntryTable(QWidget *parent) : FileDropView(parent) {
-  setItemDelegate(new CellDelegate(this));
-  setAlternatingRowColors(true);
-  setEditTriggers(NoEditTriggers);
-  setSelectionBehavior(SelectRows);
-  setSelectionMode(ExtendedSelection);
-  setShowGrid(false);
-  setWordWrap(false);
-  setTabKeyNavigation(false);
-  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  setVerticalScrollMode(ScrollPerPixel);
-  setFrameShape(NoFrame);
+  setUpRows(this);
   setDragEnabled(true);
   setDragDropMode(DragOnly);
-  verticalHeader()->hide();
-  verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-  horizontalHeader()->setHighlightSections(false);
   horizontalHeader()->setSectionsClickable(false);
-  horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
   followTextSize();
 }
 
@@ -50,10 +36,7 @@ void BankEntryTable::setModel(QAbstractItemModel *model) {
 }
 
 void BankEntryTable::followTextSize() {
-  setTextSize(this, kRowTextSize);
-  setTextSize(horizontalHeader(), kRowTextSize);
-  verticalHeader()->setMinimumSectionSize(scaled(kRowHeight));
-  verticalHeader()->setDefaultSectionSize(scaled(kRowHeight));
+  setRowTextSize(this);
   if (!model()) return;
   horizontalHeader()->resizeSection(BankContentsModel::kSize, scaled(kSizeColumn));
   horizontalHeader()->resizeSection(BankContentsModel::kLength, scaled(kLengthColumn));
