@@ -33,7 +33,7 @@ struct BankChunk {
   bool operator==(const BankChunk &) const = default;
 };
 
-/// The audio of a listed sample that the chunk is of: its data in whole frames of two bytes.
+/// The audio in the chunk of a sample: its data, cut to whole frames of two bytes.
 [[nodiscard]] BankRange audioIn(const BankChunk &chunk);
 
 enum class BankEntryKind { preset, sample, other };
@@ -43,10 +43,10 @@ struct BankEntry {
   std::uint64_t index = 0; ///< its place in the table, counted from 0
   BankEntryKind kind = BankEntryKind::other;
   BankTypeBytes type{};
-  /// UTF-8, without the padding at its end. The type where the entry has no name, or one that is no text.
+  /// UTF-8, without the padding at its end. Where the entry has no name, or one that is no text, its type.
   std::string name;
-  /// The chunk that stands for it: of those of its type the one with as many before it as the table has
-  /// entries of the type before this one. None when the bank has fewer.
+  /// Its chunk: where the table has k entries of its type before this one, the (k + 1)-th chunk of the type.
+  /// None when the bank has fewer.
   std::optional<BankChunk> chunk;
   /// Its number among the bank's samples that can be written as WAV; none for what is not among them.
   std::optional<std::uint64_t> sample;

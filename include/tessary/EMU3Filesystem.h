@@ -59,7 +59,7 @@ public:
   /// The same, claimed at its first change.
   [[nodiscard]] static EMU3FilesystemPtr initWithURL(const std::string &imageURL, MountRules rules,
                                                      EMU3Error *error = nullptr);
-  /// The same by the bare rules, claimed when it is mounted.
+  /// By the bare rules, claimed when it is mounted.
   [[nodiscard]] static EMU3FilesystemPtr initWithURL(const std::string &imageURL, EMU3Error *error = nullptr);
   ~EMU3Filesystem();
   EMU3Filesystem(const EMU3Filesystem &) = delete;
@@ -130,13 +130,13 @@ public:
   std::vector<std::string> samplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
   /// The same samples with what they are called; bare, that is their types.
   std::vector<BankSample> namedSamplesFromBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
-  /// The same entries as `contentsOfBankFile` without their chunks: reads the table of contents alone.
+  /// The entries that `contentsOfBankFile` gives, without their chunks: reads the table of contents alone.
   std::vector<BankEntry> listingOfBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
   /// The entries of an Emulator IV bank's table of contents that are not deleted; none for other banks, none
   /// with code 6 for a file that is no bank.
   std::vector<BankEntry> contentsOfBankFile(const EMU3FilePtr &file, EMU3Error *error = nullptr);
-  /// `length` bytes of a file's contents from `offset` on, fewer where they end: for work that goes through
-  /// long contents piece by piece. Null, with code 5, when the file has left the tree.
+  /// `length` bytes of a file's contents from `offset` on, fewer where the contents end: for work that goes
+  /// through long contents piece by piece. Null, with code 5, when the file has left the tree.
   ByteBufferPtr pieceOfFile(const EMU3FilePtr &file, std::uint64_t offset, std::uint64_t length,
                             EMU3Error *error = nullptr);
   /// Writes sample `index` (from 0) as a WAV file: mono, 16 bits, 44100 Hz. Codes 6, 2, 3, else those of
@@ -191,10 +191,10 @@ public:
   bool deleteDirectory(const EMU3DirectoryPtr &directory, const EMU3DirectoryPtr &fromParent,
                        EMU3Error *error = nullptr);
 
-  /// Copies the image to a host file that is not there yet; whole, compared and on the medium before it has
-  /// its name. With the host's error, ECANCELED when the watcher stopped it, and then nothing is left behind.
-  /// Claims the image, so that nothing
-  /// changes it meanwhile: code 3 when another program has it open for changes. Works on a read-only image.
+  /// Copies the image to a host file that is not there yet; the copy is compared with the image and on the
+  /// medium before it has its name. Claims the image, so that nothing changes it meanwhile: code 3 when
+  /// another program has it open for changes. Works on a read-only image. Other errors are the host's,
+  /// ECANCELED when the watcher stopped it; a backup that fails leaves nothing behind.
   bool backUpTo(const std::string &target, const BackupWatcher &watcher, EMU3Error *error = nullptr);
 
   // Damage
@@ -223,11 +223,12 @@ private:
   [[nodiscard]] VolumeAt at() const;
 
   const std::string imageURL_;
-  const std::string imagePath_; ///< the same, from the host's root on
+  const std::string imagePath_; ///< `imageURL_` as an absolute path
   const std::unique_ptr<SerialQueue> ioQueue_;
   const std::shared_ptr<Volume> volume_;
-  std::atomic<const EMU3Directory *> detailsFolder_ = nullptr; ///< of the bank analysed last; compared alone
-  std::atomic<unsigned> detailsRead_ = 0;                      ///< since pages were given back
+  std::atomic<const EMU3Directory *> detailsFolder_ =
+      nullptr;                            ///< of the bank analysed last; never read through
+  std::atomic<unsigned> detailsRead_ = 0; ///< banks, since pages were given back
 };
 
 } // namespace tessary

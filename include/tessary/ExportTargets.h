@@ -13,9 +13,9 @@
 
 namespace tessary {
 
-/// The host files that one command writes its results to. Several results that would bear one name get "
-/// (2)", " (3)" … before the extension, also where only the host takes their names for one (letter case, a
-/// link).
+/// The host files that one command writes its results to. Of several results that would bear one name the
+/// later ones get " (2)", " (3)" … before the extension, also where only the host takes two names for one
+/// (letter case, a link).
 class ExportTargets final {
 public:
   void setOptions(const ExportOptions &options) { options_ = options; }
@@ -29,7 +29,8 @@ public:
 
   /// The path, in a host folder, for a result of this name. An empty folder is the current one.
   [[nodiscard]] Claim claim(const std::string &folder, const HostName &name);
-  /// A path in place of one that was asked for, with a number, where nothing is yet.
+  /// `path` with the first number before its extension with which nothing stands there: for a result that
+  /// cannot have the path that was asked for.
   [[nodiscard]] std::string freeBeside(const std::string &path);
   /// Remembers a folder that was made, or taken, at `path`.
   void wrote(const std::string &path);
@@ -41,7 +42,7 @@ public:
 private:
   ExportOptions options_;
   std::unordered_set<std::string> claimed_;
-  std::unordered_map<std::string, std::size_t> lastTried_; ///< the number, by the path without one
+  std::unordered_map<std::string, std::size_t> lastTried_; ///< highest number, by the path without it
   std::set<HostFileId> written_;
 };
 

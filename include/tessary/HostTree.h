@@ -10,15 +10,15 @@
 /// Looking at the host's files before they are read.
 namespace tessary {
 
-/// What is in a folder of the host, by paths, in the order of their bytes.
+/// The paths of what is in a folder of the host, sorted by their bytes.
 struct HostListing {
-  std::vector<std::string> files; ///< whatever is no folder, links to folders too
+  std::vector<std::string> files; ///< all that are no folders; links to folders are among them
   std::vector<std::string> folders;
   std::optional<EMU3Error> failure; ///< why not all of it could be listed
 };
 [[nodiscard]] HostListing listHostFolder(const std::string &path);
 
-/// Bytes; 0 where nothing can be said.
+/// Size in bytes; 0 where the host does not tell it.
 [[nodiscard]] std::uint64_t sizeOfHostFile(const std::string &path);
 
 } // namespace tessary

@@ -27,8 +27,8 @@ using EMU3FilesystemPtr = std::shared_ptr<EMU3Filesystem>;
 ///
 /// Each item is planned when it is added. A tree is taken as it is then: each folder, its files, then its
 /// subfolders are items of their own. A tree that is moved inside the volume by its folder's entry, or
-/// deleted, is one item. A group is 8 MiB of contents, up to 32 where the medium is quick, or 64 items;
-/// so long do other changes of the image wait.
+/// deleted, is one item. A group is 64 items, or 8 MiB of contents, up to 32 where the medium is quick;
+/// other changes of the image wait until the group is done.
 class ItemsOperation final {
 public:
   explicit ItemsOperation(const VolumeAt &at);
@@ -36,8 +36,8 @@ public:
   ItemsOperation(const ItemsOperation &) = delete;
   ItemsOperation &operator=(const ItemsOperation &) = delete;
 
-  // What is asked for besides, before the first item is added.
-  /// Of files; where this is left out they are kept.
+  // Options, set before the first item is added.
+  /// What becomes of a file where the destination has one of its name; unless set, both stay.
   void setExisting(ExistingFile existing);
   void setExportOptions(const ExportOptions &options);
 
@@ -74,8 +74,8 @@ public:
   void deleteFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &from);
 
   // Out of the volume, never over a mounted image. Into a host folder under the item's own name
-  // (ExportNames.h); of several results of the operation that would bear one name the later get " (2)", "
-  // (3)" …, where a path was given the first of these that is free.
+  // (ExportNames.h). Of several results of the operation that would bear one name the later ones get " (2)",
+  // " (3)" …; a result that was given a path gets the first of these numbers that is free.
   void exportFile(const EMU3FilePtr &file, const std::string &hostPath);
   void exportFileInto(const EMU3FilePtr &file, const std::string &hostFolder);
   /// With its tree, into a folder of its name; one that is there already is used.
@@ -86,11 +86,11 @@ public:
   void exportSampleInto(const EMU3FilePtr &bank, std::uint64_t index, const std::string &name,
                         const std::string &hostFolder);
 
-  /// What was planned as the `number`-th, from 0.
+  /// The item that was planned as the `number`-th, from 0.
   [[nodiscard]] const Item &item(std::size_t number) const;
   [[nodiscard]] const ItemsProgress &progress() const;
 
-  /// Does all of it, once.
+  /// Does all that was planned. Called once.
   void run(const ItemsWatcher &watcher);
 
 private:

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-/// What is said and told of the work on many items (ItemsOperation.h).
+/// The options of work on many items, and what its watcher is told (ItemsOperation.h).
 namespace tessary {
 
 /// What becomes of a folder where the destination has one of its name.
@@ -32,7 +32,7 @@ struct ExportOptions {
   /// Whether a file that a link leads to is replaced, rather than the link. Links to folders are never
   /// followed.
   bool followsLinks = true;
-  std::uint32_t sampleRate = 44100; ///< that headers of samples tell, Hz
+  std::uint32_t sampleRate = 44100; ///< in the headers of WAV files, Hz
 };
 
 /// An item as it was planned: a file or a folder, of the host or of a volume.
@@ -59,9 +59,9 @@ struct ItemEnd {
   std::optional<EMU3Error> error;
   EMU3FilePtr file;        ///< what came to be in the volume; null where nothing did
   EMU3DirectoryPtr folder; ///< the same of folders; the one that was there already where that is used
-  std::string hostPath;    ///< what came to be on the host; empty where nothing did
+  std::string hostPath;    ///< of the host file that was written; empty where none was
   std::optional<std::uint64_t> bytes{}; ///< of the file that came to be, in the volume or on the host
-  bool isLeftOut = false;               ///< since one of its name was there
+  bool isLeftOut = false;               ///< not stored, since a file of its name was there
 };
 
 /// Who watches the work; called on the thread that does it, between two items. Empty functions are not

@@ -11,8 +11,8 @@ enum class MountRules {
 
 /// When an image is claimed for changes, which keeps other programs from changing it.
 enum class ImageClaim {
-  whenMounted,   ///< or read-only, as long as another program has it
-  atFirstChange, ///< one that is only read claims nothing
+  whenMounted,   ///< where another program has it, the mount is read-only until that lets go
+  atFirstChange, ///< a mount that only reads claims nothing
   never,         ///< changes stay in this mount, as a trial: nobody else sees them, the image does not change
 };
 

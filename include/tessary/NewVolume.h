@@ -30,7 +30,7 @@ public:
     replaced, ///< unless it is an image that somebody has open
   };
 
-  /// The bytes that a text like "512M", "2 GB" or "65536" means: a number of them, or of KiB, MiB or GiB.
+  /// The number of bytes that a text like "512M", "2 GB" or "65536" means; K, M and G are KiB, MiB and GiB.
   /// None where it is no such text, or the number is too large to count. `ofSize` tells whether a volume can
   /// have it.
   [[nodiscard]] static std::optional<std::uint64_t> sizeFromText(std::string_view text);
@@ -47,7 +47,7 @@ public:
   /// on the host where it can leave them out. False with the host's error; then nothing is left behind, and
   /// an earlier file is as it was.
   [[nodiscard]] bool create(const std::string &path, Earlier earlier, EMU3Error *error = nullptr) const;
-  /// Refuses an earlier file.
+  /// The same where no file may have the name yet.
   [[nodiscard]] bool create(const std::string &path, EMU3Error *error = nullptr) const {
     return create(path, Earlier::refused, error);
   }

@@ -7,7 +7,7 @@
 
 namespace tessary {
 
-/// The lowest and the highest of some frames.
+/// The lowest and the highest value among some frames.
 struct Peak {
   std::int16_t lowest = 0;
   std::int16_t highest = 0;
@@ -21,13 +21,13 @@ class SamplePeaks final {
 public:
   static constexpr std::uint64_t kFramesPerPeak = 256;
 
-  /// The audio goes on with these bytes. They may end anywhere, inside a frame too.
+  /// Takes the next bytes of the audio. They may end anywhere, inside a frame too.
   void add(std::span<const std::uint8_t> audio);
 
   [[nodiscard]] std::uint64_t frames() const { return frames_; }
   [[nodiscard]] const std::vector<Peak> &peaks() const { return peaks_; }
-  /// Of the frames from `first` to before `last`, both rounded away from each other to multiples of 256. Of
-  /// none: zeros.
+  /// The peak of the frames from `first` up to `last`; `first` is rounded down and `last` up to a multiple of
+  /// 256. Zeros where there are none.
   [[nodiscard]] Peak across(std::uint64_t first, std::uint64_t last) const;
 
 private:
@@ -35,8 +35,8 @@ private:
 
   std::vector<Peak> peaks_;
   std::uint64_t frames_ = 0;
-  bool hasHalf_ = false; ///< of a frame that the next bytes end
-  std::uint8_t half_ = 0;
+  bool hasHalf_ = false;  ///< the bytes so far end inside a frame
+  std::uint8_t half_ = 0; ///< its first byte
 };
 
 /// A frame as it is stored.

@@ -13,20 +13,20 @@ namespace tessary {
 
 /// What was kept of a file or a folder before it was deleted, so that it can come back as it was.
 struct StoredItem {
-  std::optional<std::size_t> folder{}; ///< that it is in: the item of this number, from 0, before it
+  std::optional<std::size_t> folder{}; ///< number, from 0, of the item of the folder that it was in
   EntryBytes entry{};                  ///< as it stood on the image
-  std::string contents{};              ///< host file with those of a file; empty for a folder
+  std::string contents{};              ///< path of the host file with its contents; empty for a folder
 };
 
-/// A file or a folder of the volume with its entry; the other is null.
+/// A file or a folder of the volume with its entry: of `file` and `directory` one is null.
 struct TreeEntry {
-  std::optional<std::size_t> folder{}; ///< that it is in: the entry of this number, from 0, before it
+  std::optional<std::size_t> folder{}; ///< number, from 0, of the entry of the folder that it is in
   EMU3FilePtr file{};
   EMU3DirectoryPtr directory{};
   EntryBytes entry{}; ///< as it stands on the image
 };
 
-/// A file or a folder, and behind that what is in it: each folder before its members.
+/// One file; or a folder and behind it all that was in it, each folder before its members.
 using StoredTree = std::vector<StoredItem>;
 
 } // namespace tessary

@@ -27,8 +27,8 @@
 #define TESSARY_RELEASE(...) TESSARY_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 #define TESSARY_RELEASE_SHARED(...) TESSARY_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))
 #define TESSARY_RELEASE_GENERIC(...) TESSARY_THREAD_ANNOTATION(release_generic_capability(__VA_ARGS__))
-/// A function whose locking the analysis cannot follow; a comment there says why it is right.
-/// What tells the analysis that a lock is held where it cannot see that itself.
+/// A function that tells the analysis that a lock is held where it cannot see that itself.
 #define TESSARY_ASSERT_SHARED_CAPABILITY(...) TESSARY_THREAD_ANNOTATION(assert_shared_capability(__VA_ARGS__))
 #define TESSARY_ASSERT_CAPABILITY(...) TESSARY_THREAD_ANNOTATION(assert_capability(__VA_ARGS__))
+/// A function whose locking the analysis cannot follow; a comment there says why it is right.
 #define TESSARY_NO_THREAD_SAFETY_ANALYSIS TESSARY_THREAD_ANNOTATION(no_thread_safety_analysis)

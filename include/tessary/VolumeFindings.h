@@ -92,7 +92,7 @@ struct LostFolder {
   // What the block itself holds; lost folders below it come back with it.
   std::uint64_t fileCount = 0;
   std::uint64_t folderCount = 0;
-  std::vector<std::string> names; ///< of its live entries, in order, codes for what is no text
+  std::vector<std::string> names; ///< of its live entries, in order; what is no text as codes
 };
 
 } // namespace tessary
