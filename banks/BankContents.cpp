@@ -39,7 +39,7 @@ void ChunkPairing::add(const TypeBytes &type) {
 }
 
 std::vector<std::optional<BankChunk>> ChunkPairing::chunksOf(const FileContents &contents) const {
-  // Entries of each type that have no chunk yet, the first of them last.
+  // By type, the entries that have no chunk yet; the first of them stands last, where it is taken off.
   std::map<TypeBytes, std::vector<std::size_t>> waiting;
   for (std::size_t entry = types_.size(); entry-- > 0;)
     waiting[types_[entry]].push_back(entry);

@@ -18,7 +18,7 @@ namespace tessary {
 /// The same with their chunks. Goes once through the table and once through the chunks.
 [[nodiscard]] std::vector<BankEntry> bankContents(const FileContents &contents);
 
-/// What the type alone counts as in a bank's details. None for that of a deleted entry.
+/// What an entry of this type counts as in a bank's details. None for the type of a deleted entry.
 [[nodiscard]] std::optional<BankEntryKind> kindOfBankEntry(const bank::TypeBytes &type);
 /// Whether samples of that type are listed, so that they can be written as WAV: in banks whose form type is
 /// exactly "E4B0".

@@ -23,13 +23,13 @@ struct SampleBank {
 /// The samples in the bank's table of contents, in its order; none for other banks.
 [[nodiscard]] std::vector<BankSample> listedSamples(const FileContents &contents);
 
-/// For each sample everything behind the header of the first chunk of its type, up to the bank's end. None
+/// For each sample, everything behind the header of the first chunk of its type, up to the bank's end. None
 /// when the bank has no such chunk.
 [[nodiscard]] SampleAudio audioBehindFirstChunks(const FileContents &contents,
                                                  const std::vector<BankSample> &samples);
 
-/// For each of the bank's samples the data of the chunk that is its own, as far as the contents go, in whole
-/// frames of two bytes. None when the bank has fewer chunks of its type than samples.
+/// For each of the bank's samples, the data of its own chunk, as far as the contents go, cut to whole frames
+/// of two bytes. None where the bank has fewer chunks of the type than samples.
 [[nodiscard]] SampleAudio audioOfOwnChunks(const FileContents &contents,
                                            const std::vector<BankSample> &samples);
 

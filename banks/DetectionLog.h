@@ -6,7 +6,7 @@
 
 namespace tessary {
 
-/// The diagnostic lines of a bank's detection, which are written for the one file of a certain name only.
+/// The diagnostic lines of a bank's detection. They are written only for a file with the name "Acid".
 class DetectionLog final {
 public:
   /// The name outlives the log.

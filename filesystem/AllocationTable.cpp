@@ -48,14 +48,15 @@ public:
   }
   /// The first free one.
   [[nodiscard]] std::uint64_t nextFree(std::uint64_t i) const {
-    // Not 0 where one of the four is 0: only there can the subtraction set a highest bit that was not set.
+    // Not 0 exactly where one of the four is 0: only there, or above it by a borrow, does the subtraction set
+    // the highest bit of an entry in which it was not set before.
     return next(i, false,
                 [](std::uint64_t four) { return (four - 0x0001000100010001) & ~four & 0x8000800080008000; });
   }
 
 private:
-  // A table is zeros or marks by the hundred, so it looks at many entries at a time, four of them to a word,
-  // and at single ones only in the many that have what is looked for.
+  // Free and marked entries come by the hundred. So many entries are looked at together, four to a word, and
+  // single ones only where one of them is what is looked for.
   template <typename AnyOfFour>
   [[nodiscard]] std::uint64_t next(std::uint64_t i, bool isMarked, const AnyOfFour &anyOfFour) const {
     constexpr std::size_t words = 8;

@@ -49,7 +49,8 @@ void BareDangers::addEntries() {
     addEntriesOf(folder);
 }
 
-// An entry counts as free when its first byte or its type byte is 0, and a folder's entry has no type byte.
+// An entry counts as free when its first byte or its type byte is 0. In a folder's entry the fifth block
+// number begins where the type byte would be: 0 in a folder of up to four blocks.
 void BareDangers::addEntriesOf(const EMU3DirectoryPtr &parent) {
   const std::vector<EMU3DirectoryPtr> below = parent->subdirectories();
   if (below.empty()) return;

@@ -23,7 +23,7 @@ std::uint16_t slotAboveAll(const Volume &volume) TESSARY_REQUIRES_SHARED(volume.
   return static_cast<std::uint16_t>(highest + 1);
 }
 
-// Wherever the marks come to lie.
+// Writes marks wherever they come to lie, behind the table too.
 void setMarks(Volume &volume, std::uint64_t first, std::uint64_t count, std::uint16_t value)
     TESSARY_REQUIRES(volume.lock) {
   volume.table.setMarks(first, count, value, [](std::uint64_t) { return true; });
@@ -57,7 +57,7 @@ ByteBufferPtr BareRules::contentsForCopy(const Volume &volume, const EMU3File &f
   return nullptr;
 }
 
-// That of the first chunk of a sample's type, whichever of them the sample is.
+// Each sample gets the audio of the first chunk of its type, whichever chunk is its own.
 SampleAudio BareRules::audioOfSamples(const FileContents &bank,
                                       const std::vector<BankSample> &samples) const {
   return audioBehindFirstChunks(bank, samples);
@@ -69,7 +69,7 @@ std::uint64_t BareRules::mostBlocksOfAFile() const {
 
 std::optional<std::uint16_t> BareRules::slotForNewFile(const Volume &volume, std::uint64_t blocks) const {
   const std::uint16_t slot = slotAboveAll(volume);
-  // The end wraps where the slot is 0; the comparison is one of bytes, and wraps with it.
+  // Slot 0 can begin below block 0: start, sum and bytes then wrap at 2^64, as the bare rules have it.
   const std::uint64_t end = volume.geometry().slotStartBlock(slot) + blocks;
   if (volume.image.size() < end * kBlockSize) return std::nullopt;
   return slot;
@@ -88,7 +88,7 @@ Dentry BareRules::entryOfNewFile(const NewFile &file, const NewFilePlace &place)
   return dentry;
 }
 
-// For an empty file they say 1 block, its entry 0.
+// For an empty file the fields in memory say 1 block, its entry 0.
 EMU3FileFields BareRules::fieldsOfNewFile(const NewFile &file, const NewFilePlace &place,
                                           const Dentry &) const {
   EMU3FileFields fields;
@@ -130,7 +130,8 @@ void BareRules::clearMarks(Volume &volume, const BlockRun &freed) const {
   volume.counters.giveBack(freed.count);
 }
 
-// A folder's entry has no type byte, so it counts as free too.
+// In a folder's entry the fifth block number begins where the type byte would be, so the entry of a folder of
+// up to four blocks counts as free too.
 bool BareRules::isFree(const Volume &, const std::uint8_t *dentry, EntryPlace) const {
   return dentry[0] == 0 || dentry[kDentryRawType] == kRawTypeDeleted;
 }

@@ -36,7 +36,7 @@ bool ChangeGroup::runAtOnce(VolumeChange &change, EMU3Error *error) {
   return done;
 }
 
-// The order on the medium, which the waiting between the steps makes.
+// Waits for the medium between two steps, so that they reach it in this order.
 void ChangeGroup::complete() {
   ended_.assign(changes_.size(), std::nullopt);
   if (changes_.empty()) return;
@@ -83,7 +83,7 @@ void ChangeGroup::runStep(Step step) {
   }
 }
 
-// What the medium did not take is not written again: nobody knows what it has of it.
+// What the medium did not take is not written again: nobody knows how much of it is there.
 bool ChangeGroup::waitForMedium(TakingBack takeBack) {
   if (volume_.image.barrier()) return true;
   const WriteLock lock(volume_.lock);

@@ -26,7 +26,7 @@ struct VolumeAt {
 struct MovedFolder {
   EMU3DirectoryPtr folder;
   std::shared_ptr<MovedFolder> above{}; ///< the one that it is in, if that is moved too
-  /// Since something in it was not moved: it failed, or was left out.
+  /// Whether the folder itself stays, since something in it was not moved: that was left out, or failed.
   enum class Kept { no, forLeftOut, forFailure } kept = Kept::no;
 };
 using MovedFolderPtr = std::shared_ptr<MovedFolder>;
@@ -40,7 +40,7 @@ struct ArrivingFile {
   std::string name{}; ///< once stored
 };
 
-/// What the steps of a group have in common, so that none of them undoes another.
+/// Only steps of one kind go into a group together, so that none of them undoes another.
 enum class StepKind { storing, moving, renaming, deleting };
 
 /// A step that is one change of a volume.
@@ -48,7 +48,7 @@ class ChangeStep : public ItemStep {
 public:
   ChangeStep(StepKind kind, VolumeAt at) : kind_(kind), at_(std::move(at)) {}
 
-  /// What the step stores; before it begins.
+  /// Says what the step stores; before it begins.
   void setArriving(ArrivingFile arriving) { arriving_ = std::move(arriving); }
 
   [[nodiscard]] bool joins(const ItemStep &other) const final;
@@ -61,9 +61,9 @@ public:
 
 protected:
   [[nodiscard]] const VolumeAt &at() const { return at_; }
-  /// Whether a file that was there before stands for what the step would store.
+  /// Whether the step stores nothing, since a file of the name was there before.
   [[nodiscard]] bool isLeftOut() const { return isLeftOut_; }
-  /// Finds that out, as soon as the folder is there.
+  /// Finds that out; to be called as soon as the folder is there.
   void lookForEarlier();
 
 private:
@@ -87,7 +87,7 @@ public:
   SimpleStep(StepKind kind, VolumeAt at, Maker make, MovedFolderPtr tree = nullptr)
       : ChangeStep(kind, std::move(at)), make_(std::move(make)), tree_(std::move(tree)) {}
 
-  /// Done behind it; before it begins. Null for nothing.
+  /// Sets the step that is done after this one; null for none. Before this one begins.
   void setNext(std::unique_ptr<ItemStep> next) { next_ = std::move(next); }
   void ended(const std::optional<EMU3Error> &error, ItemEnd *end) override;
   [[nodiscard]] std::unique_ptr<ItemStep> rest() override;

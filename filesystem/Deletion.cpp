@@ -2,7 +2,8 @@
 
 namespace tessary {
 
-// Which blocks are free then is looked at when all files are gone, so that it does not depend on their order.
+// Looks for the blocks that became free once all files are gone, so that the order of the files plays no
+// part.
 bool Deletion::freeOld(Volume &volume, EMU3Error *error) {
   const std::uint64_t faults = volume.image.writeFaults();
   for (const BlockRun &run : volume.rules().freedBlocks(volume, erased_))

@@ -18,7 +18,7 @@ public:
 protected:
   /// The files whose entries were cleared.
   [[nodiscard]] std::vector<EMU3FileFields> *erased() { return &erased_; }
-  /// Not all entries could be cleared: the deletion fails once the marks of the others are.
+  /// Not all entries could be cleared: the deletion fails, after the marks of the cleared ones were.
   void isIncomplete() { isComplete_ = false; }
 
 private:

@@ -26,7 +26,7 @@ namespace tessary {
 /// The directory blocks that an entry of the folder form names, in order; places of 0 or less are empty.
 [[nodiscard]] std::vector<std::int64_t> folderBlocks(const std::uint8_t *dentry);
 
-/// One of an entry's seven block numbers.
+/// One of the seven block numbers of an entry of the folder form; `position` from 0 to 6.
 [[nodiscard]] std::int64_t folderBlockAt(const format::Dentry &dentry, std::size_t position);
 void setFolderBlockAt(format::Dentry &dentry, std::size_t position, std::int64_t block);
 

@@ -28,13 +28,14 @@
 #include <system_error>
 #include <utility>
 
-// Each operation takes the volume's locks and calls; work on host files is done before or after.
+// Each operation takes the volume's locks and calls one function; host files are read before and written
+// after, without a lock.
 namespace tessary {
 namespace {
 
 static_assert(EMU3Filesystem::kBlockSize == format::kBlockSize);
 
-// So that it leads to the image whatever folder the program turns to.
+// An absolute path leads to the image also when the program changes its current folder.
 std::string absolutePath(const std::string &path) {
   std::error_code ignored;
   const std::filesystem::path absolute = std::filesystem::absolute(path, ignored);

@@ -20,8 +20,8 @@ struct EntrySpot {
   std::optional<FolderGrowth> growth;
 };
 
-/// The first entry of the folder that a new one may be written over, or that of a block that the folder can
-/// get: one that suits the wish. None when the folder is full. Changes nothing.
+/// The first entry of the folder that a new one may be written over; in a full folder, the first of another
+/// block that the folder can get and that suits the wish. None when there is neither. Changes nothing.
 [[nodiscard]] std::optional<EntrySpot> findSpot(const Volume &volume, const EMU3DirectoryPtr &folder,
                                                 const DirectoryBlockWish &wish = {})
     TESSARY_REQUIRES_SHARED(volume.lock);
@@ -55,7 +55,7 @@ private:
   EMU3DirectoryPtr folder_;
   EntrySpot spot_;
   format::Dentry dentry_{};
-  std::int64_t numberBefore_ = 0; ///< where the folder's new block is named
+  std::int64_t numberBefore_ = 0; ///< what stood where the folder's entry names its new block
 };
 
 /// Whether the entry at this place may be changed; false with code 3 where it lies in the contents of a file
@@ -63,18 +63,18 @@ private:
 [[nodiscard]] bool mayChangeEntry(const Volume &volume, EntryPlace place, const OwnFiles &own,
                                   EMU3Error *error) TESSARY_REQUIRES_SHARED(volume.lock);
 
-/// What a name is refused with that no entry may be given.
+/// The error for a name that no entry may be given.
 [[nodiscard]] EMU3Error badName(const std::string &name);
 /// Whether an entry may be given this name; false with code 6.
 [[nodiscard]] bool mayGiveName(const Volume &volume, const std::string &name, EMU3Error *error);
 /// What an entry is to be called.
 struct NewName {
-  std::string given{}; ///< by the user
-  /// Where it gets a name back that it had: an entry with all 16 bytes of that. Nothing is given then.
+  std::string given{}; ///< the name that the user gave
+  /// Where it gets a name back that it had: an entry with all 16 bytes of that name. `given` is empty then.
   std::optional<format::Dentry> earlier{};
 };
 
-/// What an object is called by an entry that it had; none, with code 6, where that is no entry.
+/// The name of an object by an entry that it had; none, with code 6, where the bytes are no entry.
 [[nodiscard]] std::optional<std::string> nameOfEarlier(const Volume &volume, const format::Dentry &entry,
                                                        EMU3Error *error);
 

@@ -46,7 +46,7 @@ bool ExportSampleStep::write(HostFileGroup &group, HostTarget &target, EMU3Error
   return wav && group.beginFile(target, wav->parts(), error);
 }
 
-// What goes into it may be begun before this has ended.
+// Says at once that the folder was not made: what goes into it may begin before this step has ended.
 bool ExportFolderStep::begin(StepGroup &group, EMU3Error *error) {
   if (ExportStep::begin(group, error)) return true;
   made_->failure = *error;

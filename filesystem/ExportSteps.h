@@ -87,7 +87,7 @@ private:
 /// Makes a folder of the host.
 class ExportFolderStep final : public ExportStep {
 public:
-  /// It comes to `made`.
+  /// `made` gets the folder's path, or the failure.
   ExportFolderStep(ExportFrom from, HostTarget target, HostFolder into, HostFolder made)
       : ExportStep(std::move(from), std::move(target), std::move(into)), made_(std::move(made)) {}
 

@@ -130,8 +130,8 @@ bool MoveFile::begin(Volume &volume, EMU3Error *error) {
   return true;
 }
 
-// Where the old entry cannot be cleared the file stays at its old place. An earlier change of the group may
-// have taken it from there.
+// Where the old entry cannot be cleared, the file stays at its old place. An earlier change of the group may
+// have moved it elsewhere.
 bool MoveFile::clearOld(Volume &volume, EMU3Error *error) {
   if (!entry()) return true;
   if (!volume.rules().mayUse(volume, fromDirectory_, file_)) {

@@ -21,8 +21,8 @@ namespace tessary {
 [[nodiscard]] bool mayStoreFile(const Volume &volume, const NewFile &file,
                                 const EMU3DirectoryPtr &toDirectory, EMU3Error *error)
     TESSARY_REQUIRES_SHARED(volume.lock);
-/// What a copy of the file is made of for a volume whose copies keep their entry, or not: its own bytes, read
-/// whole. None, with the error, where they may not be passed on.
+/// What a copy of the file is made of: its contents, read whole, and with `keepsEntry` its entry. None, with
+/// the error, where the contents may not be passed on.
 [[nodiscard]] std::optional<NewFile> copyOf(const Volume &volume, const EMU3FilePtr &file, bool keepsEntry,
                                             EMU3Error *error) TESSARY_REQUIRES_SHARED(volume.lock);
 /// Whether a file of that many bytes would be refused for its size by the rules of the mount.
@@ -160,8 +160,8 @@ private:
   RenamedEntry name_;
 };
 
-/// Takes a file of which it is known that the folder holds it out of its folder. What its entry said comes
-/// to `erased`. False, with the error, when its entry could not be cleared.
+/// Clears a file's entry and takes the file out of its folder, which is known to hold it; appends the fields
+/// of the entry to `erased`. False, with the error, when the entry could not be cleared.
 [[nodiscard]] bool eraseEntryOf(Volume &volume, const EMU3FilePtr &file, const EMU3DirectoryPtr &inDirectory,
                                 std::vector<EMU3FileFields> *erased, EMU3Error *error)
     TESSARY_REQUIRES(volume.lock);

@@ -193,8 +193,9 @@ bool MoveFolder::begin(Volume &volume, EMU3Error *error) {
   return planEntry(volume, NewEntry(toDirectory_, *spot, *entry), error);
 }
 
-// What is in the folder stays where it is. Where the old entry cannot be cleared the folder does too. An
-// earlier change of the group may have moved one of the two folders, even this one's new place into it.
+// What is in the folder stays in its blocks. Where the old entry cannot be cleared, the folder stays at its
+// old place. So it does where an earlier change of the group has made the move impossible: has moved one of
+// the two folders elsewhere, or the destination into the folder itself.
 bool MoveFolder::clearOld(Volume &volume, EMU3Error *error) {
   if (!entry()) return true;
   if (!mayMove(volume, error)) {

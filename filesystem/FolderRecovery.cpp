@@ -18,7 +18,7 @@ namespace {
 
 using namespace format;
 
-// A recovery looks at what it might destroy, however the image is mounted.
+// A recovery goes by the guarded rules, so that it destroys nothing, however the image is mounted.
 const VolumeRules &recoveryRules() {
   return rulesFor(MountRules::guarded);
 }
@@ -54,7 +54,8 @@ bool listsFolderBlocksAlone(const std::uint8_t *dentry, const VolumeGeometry &ge
   });
 }
 
-// Few folders have all seven blocks: the places of the others hold 0, and seven blocks all differ.
+// The block numbers of a real folder's entry: some of the seven are 0, or, in the few folders that have seven
+// blocks, all differ.
 bool hasRoomOrSevenBlocks(const std::uint8_t *dentry, const VolumeGeometry &geometry) {
   std::set<std::uint16_t> numbers;
   for (std::size_t position = 0; position < kFolderBlockCount; ++position)
@@ -68,10 +69,9 @@ bool isLive(const std::uint8_t *dentry) {
   return dentry[0] != 0 && (!isFileDentry(dentry) || dentry[kDentryRawType] != kRawTypeDeleted);
 }
 
-// An entry has three marks of being one: a file its type, its numbers and its name, a folder its blocks, the
-// places for more of them, and its name. Whoever has two of them is taken for an entry, so that one damaged
-// field hides nothing. Random bytes hardly ever have one; text has the name alone, a pattern at most the
-// numbers.
+// Three signs tell an entry: of a file its type, its numbers and its name; of a folder its blocks, the room
+// for more of them, and its name. Two of the three are enough, so that one damaged field hides nothing.
+// Random bytes hardly ever show one; text shows the name alone, a regular pattern at most the numbers.
 bool isPlausible(const std::uint8_t *dentry, const VolumeGeometry &geometry) {
   const bool isFile = isFileDentry(dentry);
   const bool first = isFile ? hasKnownType(dentry) : listsFolderBlocksAlone(dentry, geometry);
@@ -199,8 +199,8 @@ std::optional<EntrySpot> firstEmptyEntry(const Volume &volume, const EMU3Directo
   return std::nullopt;
 }
 
-// By the bare rules an entry counts as free that is not. A folder that grows for this must not do so into a
-// block that what is brought back has.
+// By the bare rules a folder's entry can count as free, so a bare mount takes an empty entry alone. A guarded
+// folder may grow, but not into a block of what is brought back.
 std::optional<EntrySpot> reallyFreeSpot(const Volume &volume, const EMU3DirectoryPtr &folder,
                                         const LostGround &lost) TESSARY_REQUIRES_SHARED(volume.lock) {
   if (volume.rules().kind() == MountRules::bare) return firstEmptyEntry(volume, folder);
@@ -268,7 +268,7 @@ bool RecoverFolder::begin(Volume &volume, EMU3Error *error) {
   return planEntry(volume, NewEntry(inDirectory_, *spot, entry), error);
 }
 
-// Bare, what the tree has and the image does not goes with it.
+// Bare, the tree may hold what the image does not, such as a new folder name; that is lost here.
 bool RecoverFolder::clearOld(Volume &volume, EMU3Error *) {
   volume.countMarks();
   if (!volume.index || !volume.tree.adoptFolder(volume.entries, entry()->place(), inDirectory_))

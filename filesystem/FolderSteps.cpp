@@ -16,7 +16,7 @@ EMU3DirectoryPtr subfolderNamed(const EMU3Directory &folder, const std::string &
 
 // ---- Making
 
-// What goes into it may be begun before this has ended.
+// Says at once that the folder was not made: what goes into it may begin before this step has ended.
 bool FolderStep::notMade(const EMU3Error *error) {
   made_->failure = *error;
   return false;
@@ -60,7 +60,7 @@ std::unique_ptr<VolumeChange> FolderStep::makeChange(EMU3Error *) {
   return change;
 }
 
-// A name can be shorter in its entry than it is given.
+// An entry can hold less of a name than was given.
 std::string FolderStep::nameInEntry() const {
   return model_ ? plan_.name : nameOnceStored(*at().volume, plan_.name);
 }
@@ -73,7 +73,7 @@ void FolderStep::ended(const std::optional<EMU3Error> &error, ItemEnd *end) {
 
 // ---- Deleting what was moved
 
-// What was left out stays in it, which is no failure.
+// A folder in which something was left out stays, which is no failure.
 bool EmptiedFolderStep::begin(StepGroup &group, EMU3Error *error) {
   return folder_->kept == MovedFolder::Kept::forLeftOut || ChangeStep::begin(group, error);
 }

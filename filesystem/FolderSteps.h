@@ -30,7 +30,7 @@ struct FolderPlan {
 /// Makes a folder, or finds the one that is used.
 class FolderStep final : public ChangeStep {
 public:
-  /// It comes to `made`.
+  /// `made` gets the folder, or the failure.
   FolderStep(VolumeAt at, FolderPlan plan, VolumeFolder to, VolumeFolder made)
       : ChangeStep(StepKind::storing, std::move(at)), plan_(std::move(plan)), to_(std::move(to)),
         made_(std::move(made)) {}

@@ -176,7 +176,7 @@ void GuardedRules::unmarkFailedFile(Volume &volume, std::uint16_t slot, std::uin
   setMarks(volume, volume.geometry().slotStartBlock(slot), blocksFilled(size), kFatFree);
 }
 
-// Whole slots, but none that another live file reaches.
+// Frees whole slots, but none that another live file reaches.
 std::vector<BlockRun> GuardedRules::freedBlocks(const Volume &volume,
                                                 const std::vector<EMU3FileFields> &deleted) const {
   const SlotMap &slots = volume.index->slots();
@@ -228,7 +228,7 @@ void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder,
   }
 }
 
-// A block that is all zero, else one without entries: any other may be a folder that lost its entry.
+// Takes a block that is all zero, else one without entries: any other may be of a folder that lost its entry.
 std::optional<std::int64_t> GuardedRules::findDirectoryBlock(const Volume &volume,
                                                              const DirectoryBlockWish &wish) const {
   const VolumeGeometry geometry = volume.geometry();

@@ -12,7 +12,7 @@
 namespace tessary {
 namespace {
 
-// A link to a folder is none: what it leads to is not the command's to write into.
+// A link to a folder is not taken for one: what it leads to is not the command's to write into.
 bool isFolder(const std::string &path) {
   struct stat status {};
   return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -110,7 +110,7 @@ void HostFileGroup::complete() {
     if (begun.error) begun.error = reasonFor(*begun.target, *std::exchange(begun.error, std::nullopt));
 }
 
-// Mostly nothing has the name, and the host gives it.
+// In most cases no file has the name yet, and one call of the host gives it.
 void HostFileGroup::publish(Begun &begun) {
   EMU3Error error;
   if ((begun.file.takeName() || mayTakeOver(begun, &error)) && begun.file.publish(&error))
@@ -119,8 +119,8 @@ void HostFileGroup::publish(Begun &begun) {
     begun.error = std::move(error);
 }
 
-// Where only now an earlier result of the command turns out to have that name too (the host passes over case,
-// say), this one gets the next.
+// Whether what stands at the path may be replaced. Where that is an earlier result of the same command, since
+// the host takes two names for one (letter case, say), this result gets the next number instead.
 bool HostFileGroup::mayTakeOver(Begun &begun, EMU3Error *error) {
   HostTarget &target = *begun.target;
   if (targets_.isWritten(target.path)) {
@@ -131,7 +131,7 @@ bool HostFileGroup::mayTakeOver(Begun &begun, EMU3Error *error) {
   return mayWrite(target.path, error);
 }
 
-// Each once, those of new folders too.
+// Flushes each folder in which a new file or folder has got its name, once.
 void HostFileGroup::flushFolders() {
   std::map<std::string, std::optional<EMU3Error>> folders;
   for (Begun &begun : ended_) {

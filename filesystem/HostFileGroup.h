@@ -24,9 +24,9 @@ using HostFileParts = std::vector<std::span<const std::uint8_t>>;
 struct HostTarget {
   std::string folder;                   ///< empty for the current one
   std::optional<HostName> name{};       ///< in that folder; none where the path was asked for
-  std::string path{};                   ///< that it gets
+  std::string path{};                   ///< the path that the result gets
   std::optional<std::uint64_t> bytes{}; ///< of a file, once it has begun
-  /// What is said where it cannot be written; none: what the host says.
+  /// The error where it cannot be written; none for the host's own.
   std::optional<EngineError> failure{};
 };
 
@@ -68,11 +68,11 @@ private:
     std::optional<EMU3Error> error{};
   };
 
-  /// What was seen to stand at the path that the target got.
+  /// Gives the target its path; returns what was seen to stand there.
   NewHostFile::Standing choosePath(HostTarget &target);
   [[nodiscard]] bool mayWrite(const std::string &path, EMU3Error *error) const;
   [[nodiscard]] NewHostFile::Earlier earlier() const;
-  /// Whether the folder of the target is one that a trial has only said to make.
+  /// Whether the target's folder is one that this trial would have made.
   [[nodiscard]] bool isInFolderToBe(const HostTarget &target) const;
   [[nodiscard]] bool makeFolder(const HostTarget &target, EMU3Error *error) const;
   [[nodiscard]] bool write(Begun &begun, NewHostFile::Standing standing, const HostFileParts &parts,

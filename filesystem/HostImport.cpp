@@ -14,7 +14,7 @@ namespace {
 // A file up to this size is read before it is known whether there is room for it.
 constexpr std::uint64_t kReadAtOnce = std::uint64_t{1} << 20;
 
-// Gigabytes are not read for nothing.
+// Asked before a large host file is read, so that gigabytes are not read for nothing.
 bool mayStore(Volume &volume, const std::string &imagePath, const NewFile &file,
               const EMU3DirectoryPtr &toDirectory, EMU3Error *error) {
   const WriteLock changing(volume.changing);

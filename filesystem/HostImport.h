@@ -14,15 +14,15 @@ namespace tessary {
 
 /// What is imported, and as what.
 struct ImportSource {
-  std::string hostPath{};            ///< of a host file; empty where the bytes are there already
-  std::optional<std::string> name{}; ///< asked for; the host file's own without extension otherwise
+  std::string hostPath{};            ///< of a host file; empty where `bytes` are given
+  std::optional<std::string> name{}; ///< that was asked for; none for the host file's own without extension
   ByteBufferPtr bytes{};
 };
 
 /// What an import calls a host file or folder: `name`, cut to 15 UTF-16 code units.
 [[nodiscard]] std::string nameForImport(const std::string &name);
 
-/// What the file is called that comes of a source: a name that was asked for as it is.
+/// The name of the file that comes of a source; a name that was asked for is taken as it is.
 [[nodiscard]] std::string nameForImport(const ImportSource &source);
 
 /// A source's bytes, under its name.

@@ -45,8 +45,7 @@ public:
   void flushAtBarriers() { flushesAtBarriers_ = true; }
   /// Brings to the medium all that was written since the last barrier, and waits for it: what is written
   /// afterwards reaches the medium later. False when the medium did not take it; then nobody knows what of it
-  /// is there. True at once when nothing was written. Writes nothing itself; one thread at a time, which
-  /// no other writes beside.
+  /// is there. True at once when nothing was written. Called by one thread at a time, while no other writes.
   [[nodiscard]] bool barrier();
   /// Has the host begin to bring these blocks to the medium, so that the barrier finds much of it done. Not
   /// waited for, and nothing is said of the order.
@@ -74,8 +73,8 @@ public:
   /// be read: it ends at the last whole block of the image, or at the first block that cannot be read.
   std::uint64_t readBytes(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
                           std::uint64_t length) const;
-  /// The same, for going once through much of the image: the bytes are read past the mapping, so that none of
-  /// its pages become part of this process.
+  /// The same, for going once through much of the image: the bytes are read from the file, not through the
+  /// mapping, so that none of its pages become part of this process.
   std::uint64_t readPassing(std::uint64_t first, std::uint64_t offset, std::uint8_t *to,
                             std::uint64_t length) const;
   /// Gives back the memory of the pages that were read through the mapping. Nothing of the image changes; any
@@ -134,7 +133,7 @@ private:
   bool readOnly_ = false;
   bool isPrivate_ = false;
   bool flushesAtBarriers_ = false;
-  bool writesPassing_ = false; ///< whether the file may be written past the mapping
+  bool writesPassing_ = false; ///< whether the file may be written without the mapping
   /// Bytes from the first to behind the last that wait for a barrier; none where they are equal.
   std::uint64_t unflushedBegin_ = 0;
   std::uint64_t unflushedEnd_ = 0;

@@ -16,7 +16,8 @@ namespace {
 using faults::guarded;
 using format::kBlockSize;
 
-// Stores in an order that a kill cannot undo.
+// Stores bytes in an order that a kill cannot change.
+//
 // The kernel keeps what was stored before a process is killed, in the order it was stored. Volatile
 // keeps the compiler to that order.
 
@@ -28,7 +29,7 @@ void fence() {
   std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
-// An entry exists when its first byte is not 0: that byte goes first and comes last.
+// An entry exists when its first byte is not 0: that byte is cleared first and written last.
 void replaceDentry(std::uint8_t *to, const std::uint8_t *from) {
   storeByte(to, 0);
   fence();
@@ -106,9 +107,9 @@ bool ImageMapping::writeData(std::uint64_t first, const std::uint8_t *data, std:
   return write(first + whole, 0, last.data(), kBlockSize);
 }
 
-// Past the mapping as far as that goes: the host then neither clears nor reads the pages that it is about to
-// fill, which halves the time, and they do not become part of this process. `isAllThere`: the file has just
-// been seen to reach so far.
+// Writes to the file rather than through the mapping, as far as that goes: the host then neither clears nor
+// reads the pages that are filled next, which halves the time, and they do not become part of this process.
+// `isAllThere`: the file has just been seen to reach so far.
 bool ImageMapping::writeRun(std::uint64_t first, const std::uint8_t *from, std::uint64_t blocks,
                             bool isAllThere) {
   const std::uint64_t length = blocks * kBlockSize;
@@ -201,7 +202,7 @@ bool ImageMapping::barrier() {
   unflushedBegin_ = unflushedEnd_ = 0;
   if (::msync(bytes_ + begin, end - begin, MS_SYNC) != 0) return false;
 #ifdef F_FULLFSYNC
-  // Here the request above leaves it in the medium's own cache.
+  // On this host msync leaves the bytes in the medium's own cache; this request empties that too.
   if (::fcntl(fd_, F_FULLFSYNC) != 0 && ((errno != ENOTSUP && errno != EINVAL) || ::fsync(fd_) != 0))
     return false;
 #endif

@@ -21,8 +21,7 @@ public:
 
   /// Brings all that has begun to the medium. The group can be used again afterwards.
   virtual void complete() = 0;
-  /// How what was begun as the `index`-th, from 0, of those completed last ended; none when it is on the
-  /// medium.
+  /// How the `index`-th step, from 0, of those completed last has failed; none when it is on the medium.
   [[nodiscard]] virtual const std::optional<EMU3Error> &failure(std::size_t index) const = 0;
   /// How many have begun and are not complete.
   [[nodiscard]] virtual std::size_t size() const = 0;
@@ -46,9 +45,10 @@ public:
   /// Begins, in a group that it started or joined. False, with the error, where it is refused; it may be
   /// begun again then.
   [[nodiscard]] virtual bool begin(StepGroup &group, EMU3Error *error) = 0;
-  /// It is over, with this error or on the medium. `end` is that of its item.
+  /// Says that the step is over: it failed with `error`, or is on the medium. `end` is its item's, to be
+  /// filled.
   virtual void ended(const std::optional<EMU3Error> &error, ItemEnd *end) = 0;
-  /// What is to be done for the item once this is on the medium; null when nothing is.
+  /// The item's next step, to be done once this one is on the medium; null when there is none.
   [[nodiscard]] virtual std::unique_ptr<ItemStep> rest() { return nullptr; }
 };
 

@@ -18,14 +18,15 @@
 namespace tessary {
 namespace {
 
-/// What the members of a planned folder are planned with.
+/// A planned folder, as the planning of its members needs it.
 template <typename Folder> struct Above {
   std::optional<std::size_t> item; ///< of the folder
   Folder into;
   MovedFolderPtr moved{}; ///< the folder, where it is moved
 };
 
-// `onFolder` plans a folder and gives what its members are planned with; none where these are not.
+// `onFolder` plans a folder and gives what the planning of its members needs; none where they are not
+// planned.
 template <typename Inside, typename OnFolder, typename OnFile>
 void walkTree(const EMU3DirectoryPtr &top, Inside above, const OnFolder &onFolder, const OnFile &onFile) {
   std::vector<std::pair<EMU3DirectoryPtr, Inside>> waiting;
@@ -75,13 +76,13 @@ std::string nameOfCopy(const TreeDestination &destination, const EMU3File &file)
   return volume.rules().copiesKeepTheirEntry() ? file.name() : nameOnceStored(volume, file.name());
 }
 
-// From the top: the first that nothing was left in takes all below it along.
+// From the top down: the first folder in which nothing was left is deleted with all below it.
 void planDeletion(ItemsPlan *plan, const VolumeAt &at, const std::vector<Emptied> &folders) {
   for (const Emptied &folder : folders)
     plan->addStep(folder.item, std::make_unique<EmptiedFolderStep>(at, folder.folder, folder.made));
 }
 
-// One that has no name is refused when its turn comes.
+// An entry that has no name is refused when its turn comes.
 FolderPlan planOfStored(const Volume &volume, const EntryBytes &entry) {
   FolderPlan plan{.entry = entry};
   EMU3Error error;
@@ -208,7 +209,7 @@ void planCopy(ItemsPlan *plan, const TreeDestination &destination, const VolumeA
 
 namespace {
 
-// From another volume.
+// Moves a folder from another volume.
 void planMoveBetween(ItemsPlan *plan, const TreeDestination &destination, const VolumeAt &source,
                      const EMU3DirectoryPtr &folder, const VolumeFolder &to) {
   std::vector<Emptied> emptied;
@@ -234,14 +235,14 @@ void planMoveBetween(ItemsPlan *plan, const TreeDestination &destination, const 
   planDeletion(plan, source, emptied);
 }
 
-// The folder whose place the moved one's contents go to; null where it is moved as it is.
+// The folder that the contents of the moved one go into; null where the moved one goes as it is.
 EMU3DirectoryPtr usedFor(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &into,
                          ExistingFolder existing) {
   if (existing != ExistingFolder::used || folder->parent() == into || isInside(into, folder)) return nullptr;
   return subfolderNamed(*into, folder->name());
 }
 
-// Inside the volume.
+// Moves a folder inside the volume.
 void planMoveInside(ItemsPlan *plan, const TreeDestination &destination, const EMU3DirectoryPtr &folder,
                     const EMU3DirectoryPtr &to) {
   const VolumeAt &at = destination.at;

@@ -22,30 +22,30 @@ struct TreeDestination {
   std::shared_ptr<EarlierFiles> earlier{}; ///< null where files that are there do not matter
 };
 
-/// A folder of the host.
+/// Plans the import of a folder of the host.
 void planImport(ItemsPlan *plan, const TreeDestination &destination, const std::string &hostPath,
                 const VolumeFolder &to);
-/// A file or a folder that comes back.
+/// Plans the return of a file or a folder that was deleted.
 void planRestoration(ItemsPlan *plan, const VolumeAt &at, const StoredTree &tree, const VolumeFolder &to);
-/// A folder of a volume, the same or another; of a root all that is in it.
+/// Plans the copy of a folder of this volume or another; of a root, of all that is in it.
 void planCopy(ItemsPlan *plan, const TreeDestination &destination, const VolumeAt &source,
               const EMU3DirectoryPtr &folder, const VolumeFolder &to);
-/// A folder of a volume. From another one: what is on the medium is deleted there, and each folder once
-/// nothing is left in it. Inside the volume: the folder's entry alone, but for a folder that is there already
-/// and used.
+/// Plans the move of a folder of this volume or another. From another one each file is deleted there once it
+/// is on the medium here, and each folder once nothing is left in it. Inside the volume the folder's entry
+/// alone moves, unless its contents go into a folder of its name that is there already.
 void planMove(ItemsPlan *plan, const TreeDestination &destination, const VolumeAt &source,
               const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &to);
-/// A file, with the item of the folder that it is in, where that is moved too.
+/// Plans the move of a file. `parent` is the item of the folder that it is in, where that is moved too.
 void planMove(ItemsPlan *plan, const TreeDestination &destination, const ForeignFile &file,
               const VolumeFolder &to, const std::optional<std::size_t> &parent);
-/// To a folder of the host.
+/// Plans the export of a folder into a folder of the host.
 void planExport(ItemsPlan *plan, const ExportFrom &from, const EMU3DirectoryPtr &folder,
                 const HostFolder &into);
 
-/// Imports one file.
+/// The step that imports one file.
 [[nodiscard]] std::unique_ptr<ItemStep> importStep(const TreeDestination &destination, ImportSource source,
                                                    const VolumeFolder &to);
-/// Copies a file of a volume, the same or another.
+/// The step that copies a file of this volume or another.
 [[nodiscard]] std::unique_ptr<ItemStep> copyStep(const TreeDestination &destination, const VolumeAt &source,
                                                  const EMU3FilePtr &file, const VolumeFolder &to);
 

@@ -17,8 +17,9 @@ namespace {
 
 constexpr std::size_t kMostItems = 64; // of a group
 
-/// How many bytes a group may have, unless one file alone has more: as much as the medium takes in less than
-/// a second, since other changes of the image wait so long. What a slow card does at first.
+/// How many bytes a group may have, unless one file alone has more. Other changes of the image wait for a
+/// group, so it is to reach the medium in less than a second: begins with what a slow card takes, doubles
+/// after a quick group and halves after a slow one.
 class GroupSize final {
 public:
   [[nodiscard]] std::uint64_t mostBytes() const { return mostBytes_; }
@@ -231,7 +232,7 @@ void ItemsOperation::exportSampleInto(const EMU3FilePtr &bank, std::uint64_t ind
   parts_->addSample(bank, index, targetIn(hostFolder, exportedSampleName(bank->name(), name)));
 }
 
-// The bytes of a bank count with its first sample, with which it is read.
+// A bank is read with the first of its samples, so its bytes count as those of that sample's item.
 void ItemsOperation::Parts::addSample(const EMU3FilePtr &bank, std::uint64_t index, HostTarget target) {
   Item item{.file = bank};
   std::shared_ptr<BankToExport> toExport = lastBank.lock();

@@ -23,21 +23,21 @@ struct ItemTurn {
 /// The items of an operation, and the steps that they take, in order.
 class ItemsPlan final {
 public:
-  /// Its number. A step of it must follow.
+  /// Adds an item and returns its number; a step of it must be added next.
   std::size_t addItem(Item item);
   /// `bytes` are those that the step reads or writes.
   void addStep(std::size_t item, std::unique_ptr<ItemStep> step, std::uint64_t bytes = 0);
-  /// An item of one step, which has all its bytes.
+  /// Adds an item that takes one step, which reads or writes all its bytes.
   std::size_t add(Item item, std::unique_ptr<ItemStep> step);
 
   [[nodiscard]] const Item &item(std::size_t number) const { return items_[number].item; }
   [[nodiscard]] const ItemsProgress &progress() const { return progress_; }
   [[nodiscard]] bool isDone() const { return steps_.empty(); }
 
-  /// The next steps that go to the medium together, in all so many and with so many bytes at most; one at
-  /// least, unless all is done. Those of items that have ended are left out.
+  /// The next steps that go to the medium together: at most `mostSteps` with at most `mostBytes` in all; at
+  /// least one, unless all is done. Steps of items that have ended are left out.
   [[nodiscard]] std::vector<ItemTurn> takeGroup(std::size_t mostSteps, std::uint64_t mostBytes);
-  /// A step is over. Whether its item is too: since it failed, or has no step left.
+  /// Says that a step is over. Returns whether its item is too: it failed, or has no step left.
   [[nodiscard]] bool isItemOver(const ItemTurn &turn);
 
 private:

@@ -19,7 +19,7 @@ public:
   /// For a step and those that join it.
   explicit GroupInHand(const ItemStep &first) : group_(first.startGroup()) {}
 
-  // What there is no room for may have it when the others of the group are done: these may make some.
+  // A step that finds no room is tried again once the others of the group are done: they may have made some.
   void begin(ItemTurn *turn) {
     EMU3Error error;
     bool isBegun = turn->step->begin(*group_, &error);
@@ -82,7 +82,7 @@ std::vector<ItemTurn *> takeRest(const std::vector<ItemTurn *> &turns) {
   return rest;
 }
 
-// Belongs to items that are in progress, so nobody stops it.
+// These steps belong to items that are in progress, so a stop does not reach them.
 void doRest(const std::vector<ItemTurn *> &rest) {
   std::unique_ptr<GroupInHand> group;
   const ItemStep *first = nullptr;

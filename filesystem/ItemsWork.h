@@ -7,8 +7,8 @@
 
 namespace tessary {
 
-/// Does steps that go to the medium together, and then what is left to do for their items. False when it was
-/// stopped; what was not begun has left the list then.
+/// Does steps that go to the medium together, and then what is left to do for their items. False when the
+/// watcher stopped it; turns that were not begun are taken off the list then.
 [[nodiscard]] bool doTogether(std::vector<ItemTurn> *turns, const ItemsWatcher &watcher);
 
 } // namespace tessary

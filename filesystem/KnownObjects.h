@@ -30,12 +30,14 @@ private:
   [[nodiscard]] virtual bool isStillFile(const EMU3File &known, const std::uint8_t *dentry) const = 0;
   [[nodiscard]] virtual bool isStillFolder(const EMU3Directory &known, const std::uint8_t *dentry) const = 0;
 
-  /// Bare, a folder can still list a deleted file whose entry another one has taken.
+  /// Several files can have one place: bare, a folder still lists a deleted file whose entry another one has
+  /// taken.
   std::multimap<EntryPlace, EMU3FilePtr> files_;
   std::map<EntryPlace, EMU3DirectoryPtr> folders_;
 };
 
-/// For an image that another program may have changed: no bit of the entry may be another.
+/// For an image that another program may have changed: an object is kept only where all 32 bytes of its entry
+/// are as they were.
 class UnchangedObjects final : public KnownObjects {
 public:
   /// `asRead` has the directory blocks as they were when the tree was read.
@@ -49,8 +51,9 @@ private:
   const DirectorySnapshot asRead_;
 };
 
-/// For an image that this mount alone has changed: the entry leads where the object does. Bare, an object can
-/// have another name than its entry.
+/// For an image that this mount alone has changed: an object is kept where its entry still has the same slot,
+/// size, id and type, or the same blocks. The name is not compared: bare, an object's can differ from its
+/// entry's.
 class FollowedObjects final : public KnownObjects {
 public:
   using KnownObjects::KnownObjects;

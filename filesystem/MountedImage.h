@@ -17,8 +17,8 @@ class Volume;
 /// guarded mount.
 class MountedImage final {
 public:
-  /// The record of the image file with this device and inode; made with these rules when the process has not
-  /// mounted it yet. Null when it is mounted by the other rules.
+  /// What the process holds for the image file with this device and inode; made, with these rules, when the
+  /// process has not mounted it yet. Null when it is mounted by the other rules.
   static std::shared_ptr<MountedImage> of(std::uint64_t device, std::uint64_t inode, MountRules rules);
 
   /// Whether the file at this path of the host is an image that this process has mounted.

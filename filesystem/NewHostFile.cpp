@@ -39,11 +39,11 @@ std::string temporaryPathBeside(const std::string &path) {
   return folderOf(path) + name.data();
 }
 
-// The permissions of a new file are the host's.
+// What a new file asks for; the host's umask takes from it.
 constexpr mode_t kNewFile = 0666;
 constexpr mode_t kPermissions = 07777;
 
-// What a file without a name is called as long as it is open.
+// The path by which an open file without a name can be reached.
 std::string pathOfDescriptor(int fd) {
   return "/proc/self/fd/" + std::to_string(fd);
 }
@@ -51,14 +51,14 @@ std::string pathOfDescriptor(int fd) {
 // Names a file that has none. False with errno.
 bool nameFile(int fd, const std::string &path) {
 #ifdef AT_EMPTY_PATH
-  // Older hosts do not let everybody; there it goes by way of /proc.
+  // Older hosts allow this to privileged programs alone; others go by way of /proc.
   if (::linkat(fd, "", AT_FDCWD, path.c_str(), AT_EMPTY_PATH) == 0) return true;
   if (errno == EEXIST) return false;
 #endif
   return ::linkat(AT_FDCWD, pathOfDescriptor(fd).c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
-// Negative where the host cannot make one, or could not give it a name later.
+// Makes a file without a name. Negative where the host cannot, or could not give it a name later.
 int createWithoutName(const std::string &target) {
 #ifdef O_TMPFILE
   const std::string folder = folderOf(target);
@@ -204,7 +204,7 @@ bool NewHostFile::publish(EMU3Error *error) {
   return ::close(fd) == 0 || fail(error, hostError(errno, path_));
 }
 
-// A link cannot replace a file, a rename can; so what replaces one has a name of its own for a moment.
+// link(2) cannot replace a file, rename(2) can: so a file that replaces another gets a temporary name first.
 bool NewHostFile::replace() {
   if (temporaryPath_.empty()) {
     const std::string path = temporaryPathBeside(target_);
@@ -229,7 +229,7 @@ bool NewHostFile::takeFreeName() {
   return false;
 }
 
-// A name that no file has.
+// Names the file; fails where the name is taken.
 bool NewHostFile::giveName(const std::string &path) {
   if (!temporaryPath_.empty()) return ::link(temporaryPath_.c_str(), path.c_str()) == 0;
   return nameFile(fd_, path);

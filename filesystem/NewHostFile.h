@@ -45,8 +45,8 @@ public:
   /// Gives the file its name. It must have been flushed: else a power cut could leave the name with other
   /// bytes.
   [[nodiscard]] bool publish(EMU3Error *error);
-  /// Whether nothing had the name, so that the file has it now and only its end is left to publish(). False
-  /// also where the host has no links.
+  /// Gives the file its name where nothing has that yet; publish() then only closes it. False where something
+  /// has the name, or the host has no links.
   [[nodiscard]] bool takeName();
 
   [[nodiscard]] const std::string &path() const { return path_; }

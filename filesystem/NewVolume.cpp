@@ -20,14 +20,14 @@ using namespace format;
 
 namespace {
 
-/// Where the first part behind the header lies: as in volumes whose header says nothing.
+/// Block of the first part behind the header: the one where the table begins by default.
 constexpr std::uint64_t kFirstPart = kDefaultFatStartBlock;
-/// Of the root, and of the blocks that folders can have.
+/// How many blocks the directory area has, the root's among them.
 constexpr std::uint64_t kFewestDirectoryBlocks = 16;
 constexpr std::uint64_t kMostDirectoryBlocks = 4096;
 constexpr std::uint64_t kBlocksForADirectoryBlock = 512;
 constexpr std::uint64_t kSmallestSlot = 64;
-/// So that slot numbers stay below half of what an entry can hold, with room to be made larger later.
+/// Half of the slots that an entry can number, so that an image has room to be made larger later.
 constexpr std::uint64_t kMostSlots = 32767;
 
 std::uint64_t dividedUp(std::uint64_t value, std::uint64_t by) {
@@ -70,7 +70,7 @@ Block headerOf(const VolumeGeometry &geometry) {
   return header;
 }
 
-// What a volume of its own needs: all parts inside the image, none over another.
+// Whether all parts of a volume lie inside the image, and none over another.
 bool isSound(const VolumeGeometry &geometry) {
   const std::uint64_t tableEnd = geometry.tableEndBlock();
   const bool rootIsOutsideTable =

@@ -31,7 +31,7 @@ void RunCover::updateFrom(std::size_t node) {
     update(node);
 }
 
-// The node of one place sums up that place, others the two below.
+// The lowest nodes stand for one place each; every other node sums up the two below it.
 void RunCover::update(std::size_t node) {
   Node &own = nodes_[node];
   if (own.runs > 0) {
@@ -47,8 +47,8 @@ void RunCover::update(std::size_t node) {
   }
 }
 
-// The run is made of the fewest nodes: at each level at most one at its left end and one at its right. All
-// that these are summed up in lies above the two ends.
+// Takes the fewest nodes that make up the run: at each level at most one at its left end and one at its
+// right. All nodes that sum these up lie above the two ends of the run.
 void RunCover::change(std::uint64_t first, std::uint64_t last, int runs) {
   if (first > last || first > size_) return;
   const std::size_t firstNode = size_ + first - 1;

@@ -6,9 +6,9 @@
 
 namespace tessary {
 
-/// Which places of a row are covered by runs, where any number of runs may cover the same places and each of
-/// them all: what is asked or changed costs the logarithm of the row's length. Places count from 1, and are
-/// fewer than 2^32.
+/// Which places of a row are covered by runs. Any number of runs may cover a place, and a run may be as long
+/// as the row: each question and each change costs the logarithm of the row's length. Places count from 1,
+/// and are fewer than 2^32.
 ///
 /// Places have weights, and those that no run covers are summed up.
 class RunCover final {
@@ -16,13 +16,13 @@ public:
   /// Forgets everything: so many places, without runs and without weight.
   void reset(std::uint64_t count);
 
-  // A run from `first` to `last`; what lies behind the row plays no part. It goes with the same two that it
-  // came with.
+  // A run from `first` to `last`; what lies behind the row plays no part. A run is removed with the same two
+  // numbers with which it was added.
   void add(std::uint64_t first, std::uint64_t last) { change(first, last, 1); }
   void remove(std::uint64_t first, std::uint64_t last) { change(first, last, -1); }
   void setWeight(std::uint64_t place, std::uint64_t weight);
 
-  // For many changes at once: between the two nothing is to be asked, and only the second sums up.
+  // Around many changes at once: between the two nothing may be asked, and endMany() sums up once for all.
   void beginMany() { isSummedUp_ = false; }
   void endMany();
 
@@ -33,7 +33,8 @@ public:
   [[nodiscard]] std::uint64_t uncoveredWeight() const { return nodes_[1].weight; }
 
 private:
-  /// A part of the row, halved by the two nodes below. What a node says holds whatever those above say.
+  /// A part of the row, halved by the two nodes below it. Its figures leave out the runs counted at nodes
+  /// above.
   struct Node {
     std::uint32_t runs = 0;   ///< that cover all of it, and not all of the node above
     std::uint32_t open = 0;   ///< places that no run covers

@@ -178,7 +178,8 @@ SlotMap::Run SlotMap::reachOf(const EMU3FileFields &file) const {
           std::max<std::uint64_t>({1, file.clusterCount, slotsFor(file.blocksInLastCluster)})};
 }
 
-// Counted from the first block of the table that lies in the data area, which is 1.
+// The blocks of the table that lie in the file's contents; 1 is the first block of the table in the data
+// area.
 SlotMap::Run SlotMap::tablePartOf(const EMU3FileFields &file) const {
   const std::uint64_t first = geometry_.slotStartBlock(std::max<std::uint16_t>(file.startCluster, 1));
   const std::uint64_t tableEnd = firstTableBlock_ + tableBlocks_;

@@ -26,7 +26,8 @@ public:
   /// Forgets everything and looks at the geometry, the tree and the table's marks.
   void build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root);
 
-  // What has changed since. What goes is told with the very values that it came with, or the counts go wrong.
+  // What has changed since. A file or a folder that goes is told with the very values with which it came, or
+  // the counts go wrong.
   void fileCame(const EMU3FileFields &file);
   void fileWent(const EMU3FileFields &file);
   void folderBlocksCame(const std::vector<std::int64_t> &blocks) { countFixed(blocks, 1); }

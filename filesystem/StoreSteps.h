@@ -60,8 +60,8 @@ private:
 struct ForeignFile {
   VolumeAt at;
   EMU3FilePtr file;
-  EMU3DirectoryPtr directory; ///< where it is deleted when it is on the medium here; null for a copy
-  MovedFolderPtr tree{};      ///< with which it is moved
+  EMU3DirectoryPtr directory; ///< that holds it and from which a move deletes it; null for a copy
+  MovedFolderPtr tree{};      ///< the folder that it is moved with, if any
 };
 
 /// Copies or moves a file from another volume.

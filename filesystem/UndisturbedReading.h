@@ -21,8 +21,8 @@ inline bool readTheSame(const ByteBufferPtr &first, const ByteBufferPtr &second)
 
 /// What `read` gives, which it reads from the file's contents, under the volume's lock. As long as the image
 /// is not claimed another program may delete the file and put another in its place, even one with the same
-/// entry: so it is read until twice in a row the same comes of it, and the file's entry stands as it stood.
-/// None, with code 5, when the file has left the tree, or does not come to rest.
+/// entry: so it is read until two readings give the same while the file's entry stands as it stood. None,
+/// with code 5, when the file has left the tree, or goes on changing.
 template <typename Read>
 [[nodiscard]] auto readUndisturbed(Volume &volume, const EMU3FilePtr &file, EMU3Error *error,
                                    const Read &read) -> std::optional<decltype(read())> {

@@ -37,7 +37,7 @@ std::shared_ptr<Volume> Volume::open(const std::string &path, MountRules rules, 
   return volume;
 }
 
-// Shares the locks with the image's other volume and nothing else.
+// A trial shares the locks with the image's other volume and nothing else.
 std::shared_ptr<Volume> Volume::openTrial(const std::string &path,
                                           const std::shared_ptr<MountedImage> &mounted,
                                           std::unique_ptr<ImageMapping> mapping, EMU3Error *error) {

@@ -23,8 +23,8 @@ std::string number(std::uint64_t value) {
 /// the owners.
 class MarkComparison final {
 public:
-  /// `owners` are sorted by their beginnings; marks of other blocks count from `dataArea` on. About so many
-  /// spans will be asked for.
+  /// `owners` are sorted by their beginnings. Marks of blocks below `dataArea` need no owner. `questions` is
+  /// about how many spans will be asked for.
   MarkComparison(std::vector<BlockSpan> owners, std::uint64_t dataArea, std::size_t questions)
       : owners_(std::move(owners)), unowned_(dataArea) {
     positions_.reserve(2 * questions);
@@ -69,7 +69,7 @@ private:
   };
   static bool isBelow(const Position &a, const Position &b) { return a.block < b.block; }
 
-  /// Of a block that was asked for.
+  /// How many blocks below a block that was asked for are marked.
   std::uint64_t markedBelow(std::uint64_t block) const {
     return std::lower_bound(positions_.begin(), positions_.end(), Position{block, 0}, isBelow)->marked;
   }
@@ -313,7 +313,7 @@ void VolumeCheck::checkEntriesOf(const EMU3DirectoryPtr &folder, std::uint64_t b
   }
 }
 
-// An entry whose name is no text.
+// Names an entry whose name is no text.
 void VolumeCheck::checkName(const EMU3DirectoryPtr &folder, const std::uint8_t *dentry, EntryPlace place) {
   const bool isFile = isFileDentry(dentry);
   const bool isShown = volume_.rules().nameOf(dentry).has_value();

@@ -21,7 +21,8 @@ struct VolumeGeometry {
   std::uint64_t firstScannedBlock = 0;
 
   /// First block of a slot. The data area is slots of `slotSizeBlocks` blocks, numbered from 1. Slot 0 lies
-  /// one slot below it, where that wraps at 2^64 too; whoever reads a file takes a stored slot 0 for 1.
+  /// one slot below the data area, also where that wraps at 2^64; readers of files take a stored slot 0
+  /// for 1.
   [[nodiscard]] std::uint64_t slotStartBlock(std::uint16_t slot) const;
   /// First block behind the allocation table: where the root block or the data area begins, whichever comes
   /// first from the table's start on, or where entries for all blocks of the image end.

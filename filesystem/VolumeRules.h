@@ -51,7 +51,8 @@ struct FolderGrowth {
   std::size_t position = 0;
 };
 
-/// A directory block to be found: `except` is spoken for already, `suits` says whether a number will do.
+/// What a directory block to be found must be like: not `except`, which has another use already, and one
+/// whose number `suits`.
 struct DirectoryBlockWish {
   std::optional<std::int64_t> except;
   std::function<bool(std::int64_t)> suits;
@@ -90,7 +91,7 @@ public:
   /// error.
   [[nodiscard]] virtual bool mayChangeImageAt(const Volume &volume, const std::string &path,
                                               EMU3Error *error) const = 0;
-  /// What a change of an image is refused with that is read-only.
+  /// The error of a change that is refused since the image is read-only.
   [[nodiscard]] virtual EMU3Error readOnlyError(ReadOnlyReason reason) const = 0;
 
   // Whether an object may still be used: one that has left the tree no longer owns its entry and its
@@ -139,7 +140,7 @@ public:
   [[nodiscard]] virtual bool mayWriteHostFile(const std::string &path) const = 0;
 
   // New files
-  /// Whether an import is refused before its host file is read, where its contents do not matter.
+  /// Whether an import that would be refused whatever its contents is refused before its host file is read.
   [[nodiscard]] virtual bool refusesBeforeReading() const = 0;
   /// The most blocks that a file may have.
   [[nodiscard]] virtual std::uint64_t mostBlocksOfAFile() const = 0;

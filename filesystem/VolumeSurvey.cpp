@@ -17,7 +17,7 @@ VolumeSurvey::VolumeSurvey(const Volume &volume)
       if (number < geometry.totalBlocks) folderBlocks.push_back({number, folder});
     }
   }
-  // Sorted where they are, without a second row of as many files.
+  // Sorted in place, so that no second list of as many files is needed.
   std::sort(files.begin(), files.end(), [](const FileExtent &a, const FileExtent &b) {
     if (a.blocks.begin != b.blocks.begin) return a.blocks.begin < b.blocks.begin;
     return a.file->place() < b.file->place();

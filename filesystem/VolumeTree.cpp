@@ -69,9 +69,9 @@ public:
   TreeReader(const DirectoryBlocks &blocks, const VolumeRules &rules, BlockSet readBefore = {})
       : blocks_(blocks), rules_(rules), blocksRead_(std::move(readBefore)) {}
 
-  /// What is read comes to the snapshot too.
+  /// Directory blocks that are read are added to this snapshot too.
   void recordIn(DirectorySnapshot *snapshot) { snapshot_ = snapshot; }
-  /// Entries that are known give the object that is known.
+  /// An entry that is known gives the object that is known, not a new one.
   void reuse(const KnownObjects *known) { known_ = known; }
 
   /// Fills the folder, whose block list is known, with all below it.
@@ -167,7 +167,7 @@ bool VolumeTree::read(const DirectoryBlocks &blocks, std::int64_t rootBlock, std
   return !reader.metUnreadableBlock();
 }
 
-// The contents of a file can be others though its entry is the same.
+// Cached contents and bank details are forgotten: a file can hold other bytes though its entry is the same.
 bool VolumeTree::readAgain(const DirectoryBlocks &blocks, std::int64_t rootBlock,
                            DirectorySnapshot *snapshot) {
   const EMU3DirectoryPtr top = root();

@@ -30,12 +30,13 @@ public:
   /// that is null. False when a directory block inside the image cannot be read.
   bool read(const DirectoryBlocks &blocks, std::int64_t rootBlock, std::string label,
             DirectorySnapshot *snapshot = nullptr);
-  /// The same after another program may have changed the image: files and folders whose entries stand where
-  /// they stood, with the bytes that are in the snapshot, stay the objects they are. The snapshot is renewed.
+  /// Reads the tree after another program may have changed the image: files and folders whose entries stand
+  /// where they stood, with the bytes that are in the snapshot, stay the objects they are. The snapshot is
+  /// renewed.
   bool readAgain(const DirectoryBlocks &blocks, std::int64_t rootBlock, DirectorySnapshot *snapshot);
 
-  /// The same after changes of this mount that the tree was not told of one by one: a file or folder whose
-  /// entry still leads where the object does stays that object, in its order; what is new comes behind.
+  /// Reads the tree after changes of this mount that the tree was not told of one by one: a file or folder
+  /// whose entry still leads where the object does stays that object, in its order; what is new comes behind.
   bool follow(const DirectoryBlocks &blocks);
 
   /// Any thread.
@@ -51,7 +52,7 @@ public:
   /// The blocks of all folders, from `top` down.
   [[nodiscard]] static std::unordered_set<std::int64_t> folderBlocks(const EMU3DirectoryPtr &top);
 
-  // Changes. What is removed from a folder that does not hold it stays as it is.
+  // Changes. Removing something from a folder that does not hold it does nothing.
   void addFile(const EMU3DirectoryPtr &folder, const EMU3FilePtr &file);
   void removeFile(const EMU3DirectoryPtr &folder, const EMU3FilePtr &file);
   /// With all that is in it.
