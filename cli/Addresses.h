@@ -27,7 +27,7 @@ using EntryItem = std::variant<FileItem, FolderItem>;
 /// Where something new is to be made.
 struct NewEntry {
   EMU3DirectoryPtr parent;
-  std::string parentAddress; ///< as it stands in the word
+  std::string parentAddress; ///< the part of the word that names the parent
   std::string name;          ///< what stands behind the last "/", unescaped; may be empty
 };
 
@@ -50,25 +50,25 @@ struct FolderPath {
   struct Part {
     std::string parentAddress;
     std::string name;    ///< unescaped
-    std::string address; ///< as far as the word goes to this part
+    std::string address; ///< the word up to the end of this part
   };
   EMU3DirectoryPtr folder;   ///< the last that is there
   std::vector<Part> missing; ///< those behind it
 };
 FolderPath resolveFolderPath(const EMU3Filesystem &volume, const std::string &word);
-/// The entries, and in place of the root what is in it.
+/// The same entries, but in place of the root all that is in it.
 std::vector<EntryItem> rootAsItsContents(const EMU3Filesystem &volume, std::vector<EntryItem> entries);
 NewEntry resolveNewEntry(const EMU3Filesystem &volume, const std::string &word);
 
-/// The path of what stands in a volume, by names alone: of two files of one name both have it. The place
-/// where it would be long.
+/// The path of a file or folder, made of names alone, so that two files of one name have the same one. In
+/// place of a long path, its place ("@7:3").
 [[nodiscard]] std::string pathOf(const EMU3File &file);
 [[nodiscard]] std::string pathOf(const EMU3Directory &folder);
 
-/// What else an address could be taken for where a folder's is shown.
+/// Which entries an address could mean where a folder's address is shown.
 enum class Beside {
-  folders,  ///< only folders are meant there
-  anyEntry, ///< files too: a path that a file has as well is none for the folder
+  folders,  ///< folders alone
+  anyEntry, ///< files too: a path that a file has as well cannot stand for the folder
 };
 
 /// A folder's files that are not deleted, and its subfolders, each with an address made from the folder's

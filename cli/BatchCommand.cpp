@@ -45,7 +45,7 @@ public:
   }
 
 private:
-  // In JSON every object stands for a line that was run.
+  // Says nothing in JSON: there every object answers for a line that was run.
   static ExitStatus answerInterrupted(const Session &session) {
     if (!session.json)
       printProblem(session.streams.err, session.problemPrefix, "", cliError(kCliInterrupted, "Interrupted"));

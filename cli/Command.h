@@ -10,7 +10,7 @@
 
 namespace tessary::cli {
 
-/// What a command may want to know of its run before the image is opened.
+/// What a command can know of its run before the image is opened.
 struct RunKind {
   bool json = false;
   bool isBatchLine = false;
@@ -28,8 +28,8 @@ public:
   virtual void declare(CommandWords &words) = 0;
   /// Looks at the words together, before the image is opened. May throw WrongWords.
   virtual void check([[maybe_unused]] const RunKind &kind) {}
-  /// Whether the image is to be changed, and so claimed when it is mounted; `byTraits` is what holds for the
-  /// command whatever its words are. Asked after `check`.
+  /// Whether the image is to be changed, and so claimed when it is mounted. `byTraits` is the answer for the
+  /// command as such (`CommandTraits::claims`), which its words may change. Asked after `check`.
   [[nodiscard]] virtual bool changesImage(bool byTraits) const { return byTraits; }
   /// Whether standard output is the target of what the command writes: its answers go to standard error
   /// then. Asked after `check`.

@@ -166,8 +166,8 @@ private:
     CommandWords words(std::string(entry.summary), usageOf(entry, line_ == nullptr),
                        std::string(entry.details));
     const CommonWords common = declareAll(words, entry.traits, *command);
-    // Where the words turn out wrong, nothing is to stand where the file's bytes are waited for. The lines of
-    // a batch that answers in JSON have no such place.
+    // With "-o -" a reader waits for the file's bytes on standard output, so even the complaint about wrong
+    // words goes to standard error. In a batch that answers in JSON standard output has the answers.
     if (!linesAreJson() && words.hasOption("--output") && asksForStandardOutput(given))
       answers_ = &streams_.err;
     const bool asksForHelp = !words.read(given);
@@ -202,7 +202,7 @@ private:
     return isGiven(common.exact) ? MountRules::bare : MountRules::guarded;
   }
 
-  // A trial in a line of a batch is made on the image as the lines before have left it.
+  // For a trial in a line of a batch the image is mounted once more, as the lines before have left it.
   EMU3FilesystemPtr volumeFor(const CommonWords &common, MountRules rules, ImageClaim claim) const {
     if (line_ == nullptr) return mountImage(CommandWords::text(common.image), rules, claim);
     if (claim != ImageClaim::never || line_->volume->isTrial()) return line_->volume;
@@ -214,7 +214,7 @@ private:
     return changes ? ImageClaim::whenMounted : ImageClaim::atFirstChange;
   }
 
-  // A batch that promises JSON keeps its output free of other text.
+  // In a batch that answers in JSON the help is an object too, so that its output holds no other text.
   ExitStatus showHelp(const CommandWords &words) const {
     if (json_) {
       streams_.err << words.help();

@@ -9,7 +9,7 @@
 
 namespace tessary::cli {
 
-/// The words one command takes: declared once, for reading and for the help text, then read.
+/// The words that one command takes: declared once, for reading them and for the help text, then read.
 ///
 /// Words are handed on exactly as they were given. What the parser would do to them (lists in brackets,
 /// octal numbers, …) is kept from happening here.

@@ -30,7 +30,7 @@ std::string onOneLine(const std::string &address, EntryPlace place) {
   return escapedForDisplay(address) == address ? address : placeAddress(place);
 }
 
-// An escape that is only half typed means nothing yet.
+// A "\" at the end of the word, an escape of which the rest is still to come, stands for itself.
 std::vector<std::string> addressesFrom(const std::string &image, const std::string &word) {
   if (word.empty()) return {"/"};
   const std::size_t part = lastPartOf(word);
@@ -53,7 +53,7 @@ std::vector<std::string> addressesFrom(const std::string &image, const std::stri
   return addresses;
 }
 
-// With the quote that is open at its end: an unclosed one is closed to read the word.
+// A word as it was typed, and the quote that is open at its end; to read the word, that is closed.
 struct TypedWord {
   char quote = 0;
   std::string text;

@@ -11,10 +11,10 @@ namespace tessary::cli {
 /// What would not stand on a line as it is has its place as address.
 void printCompletions(const std::string &image, const std::string &word, std::ostream &out);
 
-/// The same for words as they were typed in bash, and written as the second goes on there: between the quotes
-/// that are open, or with what means something to the shell escaped. Nothing in them is expanded. `kept` is
-/// how the typed word begins as far as bash leaves it alone, up to the last ":", "@" or "=": that is left
-/// out.
+/// The same for bash. `typedImage` and `typed` are words as they stand on its command line; nothing in them
+/// is expanded. Addresses are written so that they go on from `typed`: inside its open quotes, or with what
+/// means something to the shell escaped. Bash replaces a word only behind its last ":", "@" or "="; `kept` is
+/// what stands before that, and is left out.
 void printCompletionsForBash(const std::string &typedImage, const std::string &typed, const std::string &kept,
                              std::ostream &out);
 

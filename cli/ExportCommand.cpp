@@ -65,7 +65,7 @@ private:
     return report.finish();
   }
 
-  // Each gives the entry's address.
+  // Each adds an entry to the operation and returns its address.
   std::string add(ItemsOperation &operation, const FileItem &item) const {
     if (const std::optional<std::string> target = host_.target())
       operation.exportFile(item.file, *target);

@@ -5,7 +5,7 @@
 
 #include <string>
 
-/// How files and folders of a volume are told, in words and in JSON.
+/// How the facts of files and folders are written, in words and in JSON.
 namespace tessary::cli {
 
 /// The details as the window's columns show them: "—" for what is not known or 0.

@@ -17,7 +17,7 @@ public:
   bool requested() const;
   /// The signal that came first; 0 as long as none has.
   int signal() const;
-  /// Readable from the first request on; -1 when there is none to wait for.
+  /// A descriptor that becomes readable with the first request; -1 where the host could give none.
   int descriptor() const { return pipe_[0]; }
 
 private:

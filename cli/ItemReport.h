@@ -21,7 +21,7 @@ struct ItemResult {
   std::optional<EntryPlace> place{}; ///< the same
   std::optional<std::string> host{}; ///< path of what was written on the host; empty for standard output
   std::optional<std::uint64_t> bytes{};
-  bool isLeftOut = false; ///< since one of its name was there
+  bool isLeftOut = false; ///< not stored, since a file of its name was there
 };
 [[nodiscard]] ItemResult resultOf(const ItemEnd &end);
 [[nodiscard]] ItemResult resultOf(const EMU3File &file);
@@ -31,23 +31,26 @@ struct ItemResult {
 /// with all of them at the end. Shows the progress of work on more than one item on a terminal.
 ///
 ///     ItemReport report(session);
-///     report.runAll(*operation, addresses, [&](const ItemEnd &end) { return "Deleted " +
-///     addresses[end.item]; }); return report.finish();
+///     report.runAll(*operation, addresses,
+///                   [&](const ItemEnd &end) { return "Deleted " + addresses[end.item]; });
+///     return report.finish();
 class ItemReport final {
 public:
   using Work = std::function<bool(EMU3Error *)>;
 
   explicit ItemReport(Session &session) : session_(session), progress_(session.streams) {}
 
-  /// Does an item by itself. False when it was not begun because the user has interrupted: nothing more is to
-  /// be. `work` returns whether it succeeded and fills the error where not; what it throws is the item's
-  /// failure. `sentence` says what was done and `result` what came of it, both asked when it is.
+  /// Does one item by itself. False when it was not begun, since the user has interrupted; then the command
+  /// does no more. `work` returns whether it succeeded, and fills the error where not; what it throws is the
+  /// item's failure. `sentence` says what was done and `result` what came of it; both are called after a
+  /// success.
   bool run(const std::string &item, const std::function<std::string()> &sentence, const Work &work,
            const std::function<ItemResult()> &result = {});
   bool run(const std::string &item, const std::string &sentence, const Work &work,
            const std::function<ItemResult()> &result = {});
 
-  /// Does all items of an operation, those in its order; `sentence` says what was done with one.
+  /// Does all items of an operation. `items` are their addresses in its order; `sentence` says what was done
+  /// with one.
   void runAll(ItemsOperation &operation, const std::vector<std::string> &items,
               const std::function<std::string(const ItemEnd &)> &sentence);
 

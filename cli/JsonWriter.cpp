@@ -22,8 +22,8 @@ std::string jsonEscape(std::uint32_t codePoint) {
   return text.data();
 }
 
-// JSON itself allows much inside a text that does not print. A reader that splits at lines of any kind would
-// cut the object there, and a terminal would act on it.
+// JSON allows characters in a text that do not print. They are escaped here: a reader that splits at every
+// kind of line break would cut the object there, and a terminal would act on them.
 std::string dumped(const nlohmann::json &scalar) {
   const std::string json = scalar.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
   return scalar.is_string() ? withoutUnprintable(json, jsonEscape) : json;

@@ -83,7 +83,7 @@ extern const CommandEntry kListCommand{
     "List a folder's files and subfolders",
     "Shows the window's columns: name, type, bank format, presets, samples, size. Subfolders come behind "
     "the\n"
-    "files. In comma-separated values a name that a table calculation would take for a formula, one that "
+    "files. In comma-separated values a name that a spreadsheet would take for a formula, one that "
     "begins\n"
     "with = + - @ or an apostrophe, has an apostrophe in front; Path is the entry's address.\n"
     "\n"

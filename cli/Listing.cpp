@@ -46,7 +46,7 @@ std::string csvPath(const std::string &address, EntryPlace place) {
   return escapedForDisplay(address) == address ? address : placeAddress(place);
 }
 
-// A table calculation takes what begins so for a formula. With an apostrophe in front it is a text.
+// A spreadsheet takes a name that begins so for a formula. With an apostrophe in front it is a text.
 std::string csvName(const std::string &name) {
   const bool isTakenForMore =
       !name.empty() && std::string_view("=+-@'").find(name.front()) != std::string::npos;
@@ -93,7 +93,7 @@ void writeAlone(JsonWriter &writer, const ListedFolder &top) {
   writer.endArray().endObject();
 }
 
-// The folders come in the order in which their objects open.
+// `folders` are in the order in which their JSON objects are opened.
 void writeTree(JsonWriter &writer, const std::vector<ListedFolder> &folders) {
   std::vector<std::size_t> foldersLeft; // of each open object, those that are still to come
   for (const ListedFolder &folder : folders) {

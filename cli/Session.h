@@ -35,7 +35,7 @@ struct Session {
   bool quiet = false;
   /// Nothing is to be written, neither to images nor to the host.
   bool isTrial = false;
-  /// By which images are mounted.
+  /// The rules by which images are mounted.
   MountRules rules = MountRules::guarded;
 
   std::ostream &out() const { return streams.answers; }

@@ -16,8 +16,8 @@ struct CliSurroundings {
 };
 
 /// The command line tool as a function: `args` are the words behind the program's name, `in` is read by
-/// `batch` alone. Returns the exit status: 0 all done, 1 something failed or was found, 2 the words are
-/// wrong, 130 interrupted. Switches the echo of the engine's log off, for the whole process.
+/// `batch` and by `import` of "-". Returns the exit status: 0 all done, 1 something failed or was found, 2
+/// the words are wrong, 130 interrupted. Switches the echo of the engine's log off, for the whole process.
 int runTessaryCli(std::span<const std::string> args, std::istream &in, std::ostream &out, std::ostream &err,
                   const CliSurroundings &surroundings = {});
 

@@ -103,7 +103,7 @@ private:
 
 class CopyCommand final : public TransferCommand {
 public:
-  // The copies alone are written, and they may go to another image.
+  // A copy changes only the image that it goes into.
   [[nodiscard]] bool changesImage(bool) const override { return !goesToAnotherImage(); }
 
 private:

@@ -20,7 +20,7 @@ Members membersOf(const EMU3DirectoryPtr &folder, const std::string &address) {
   return members;
 }
 
-// By its name alone where it has left the folder meanwhile.
+// The name alone where the entry has left the folder meanwhile.
 std::string addressOf(const Item &item, const Members &members) {
   const void *entry = item.file ? static_cast<const void *>(item.file.get()) : item.folder.get();
   const auto found = members.find(entry);

@@ -115,7 +115,7 @@ private:
       if (session.interrupted()) throw Interrupted{};
       EMU3Error error;
       const std::vector<BankSample> samples = session.volume->namedSamplesFromBankFile(bank.file, &error);
-      if (index_) { // what is wrong with the bank the export itself says
+      if (index_) { // the export itself says what is wrong with the bank
         wanted.samples.push_back({bank, *index_, *index_ < samples.size() ? samples[*index_].name : ""});
         continue;
       }

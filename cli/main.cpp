@@ -14,15 +14,16 @@
 
 namespace {
 
-// A standard descriptor that is closed would be given to the image, and the answer be written into it.
-// Reading gives nothing then and writing fails, as it would have.
+// A standard descriptor that is closed would be given to the image when it is opened, and the answer be
+// written into that. So each closed one is opened on something from which nothing is read and to which
+// writing fails, as with the closed one.
 void occupyStandardDescriptors() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) ::open("/dev/null", O_RDONLY);
   }
 }
 
-// The status of a program that a signal has ended tells which.
+// The exit status of an interrupted run tells which signal it was.
 int statusAfter(int status, const tessary::cli::Interruption &interruption) {
   constexpr int signalled = 128;
   const bool interrupted = status == static_cast<int>(tessary::cli::ExitStatus::interrupted);
