@@ -59,15 +59,15 @@ void printRow(const Workplace &place, const std::string &what, const std::string
   std::fflush(stdout);
 }
 
-// In processes of their own: what one has taken in memory would count for the next.
+// Each figure is measured in a process of its own: memory that one has taken would count for the next.
 void row(const Workplace &place, const std::string &what, const std::function<test::ImageBuilder()> &make) {
   const std::string path = place.image("growing.hda", make);
   doElsewhere([&] { printRow(place, what, path); });
   std::filesystem::remove(path);
 }
 
-// With slots as large as it takes for all of it. Folders' blocks have numbers of 16 bits, so they come before
-// a table that long.
+// Slots are as large as it takes to reach the image's end. Folders' blocks have numbers of 16 bits, so they
+// come before a table that is this long.
 test::ImageBuilder sparseVolume(std::uint64_t gibibytes) {
   constexpr std::uint32_t table = 256;
   const std::uint64_t bytes = gibibytes * test::kGiB;

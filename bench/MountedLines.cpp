@@ -10,7 +10,8 @@
 #include <cstring>
 #include <stdexcept>
 
-// Lines of work in this process, too short to be told from the start of one.
+// Lines of the speed table that are measured inside this process: the work is too short to be told from the
+// start of a process.
 namespace tessary::bench {
 namespace {
 

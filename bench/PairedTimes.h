@@ -9,8 +9,8 @@
 namespace tessary::bench {
 
 /// Runs a piece of work and the plain copy it is compared with by turns, so that both meet the same
-/// machine, and reports the medians: `ours_us`, `copy_us`, `ratio` = ours / copy. `prepare` runs before each
-/// pair and is not timed. The benchmark needs UseManualTime().
+/// load of the machine, and reports the medians: `ours_us`, `copy_us`, `ratio` = ours / copy. `prepare` runs
+/// before each pair and is not timed. The benchmark needs UseManualTime().
 class PairedTimes {
 public:
   template <typename Work, typename Copy>

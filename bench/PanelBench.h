@@ -2,8 +2,8 @@
 
 namespace tessary::bench {
 
-/// Tells how the panel of a bank's contents follows a held key, and how long a long sample's wave takes. The
-/// exit status.
+/// Measures how the panel of a bank's contents follows a held key, and how long the wave of a long sample
+/// takes; prints both. Returns the exit status.
 int measurePanel();
 
 } // namespace tessary::bench

@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-// Lines of whole processes.
+// Lines of the speed table that are measured on whole processes.
 namespace tessary::bench {
 namespace {
 

@@ -34,7 +34,7 @@ std::string joined(const std::vector<std::string> &words) {
   ::dup2(input, STDIN_FILENO);
   ::dup2(output, STDOUT_FILENO);
   if (!surroundings.readyFile.empty()) {
-    ::dup2(output, STDERR_FILENO); // what the toolkit misses on this machine
+    ::dup2(output, STDERR_FILENO); // throws away what the toolkit complains of
     ::setenv("TESSARY_READY_FILE", surroundings.readyFile.c_str(), 1);
   }
   std::vector<char *> arguments;

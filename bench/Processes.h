@@ -14,15 +14,15 @@ struct Usage {
   std::uint64_t residentKiB = 0; ///< at its largest
 };
 
-/// What there is beside the words of a command.
+/// What a program is run with besides its words.
 struct Surroundings {
   std::string input = "/dev/null"; ///< file for standard input
-  /// File that the program makes when it is ready; it is ended then. Empty for one that ends by itself.
+  /// File that the program makes when it is ready, after which it is ended. Empty where it ends by itself.
   std::string readyFile{};
 };
 
 /// Runs a program to its end, its output thrown away. Throws when it cannot be run or ends with a failure.
-/// The memory that is told is at least what this process has.
+/// The host's figure for its memory is never below what this process takes itself.
 Usage run(const std::vector<std::string> &words, const Surroundings &surroundings = {});
 
 /// Whether the program stands in one of the folders of PATH.

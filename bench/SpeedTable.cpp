@@ -27,7 +27,7 @@ void compare(const Comparison &comparison) {
     const double own = comparison.ours();
     comparison.prepare();
     const double other = comparison.other();
-    if (pair == 0) continue; // the first brings programs and files into memory
+    if (pair == 0) continue; // the first pair only brings programs and files into memory
     ours.push_back(own);
     others.push_back(other);
     ratios.push_back(own / other);

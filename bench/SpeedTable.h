@@ -16,8 +16,8 @@ struct Comparison {
   std::function<void()> prepare = [] {};
 };
 
-/// Does both by turns, so that they meet the same machine, and prints the line: the medians, their ratio, the
-/// aim.
+/// Does both by turns, so that both meet the same load of the machine, and prints the line: the medians,
+/// their ratio, the aim.
 void compare(const Comparison &comparison);
 
 /// A line that has no counterpart.

@@ -23,7 +23,7 @@ inline double millisecondsSince(Clock::time_point begin) {
   return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
 }
 
-/// Times in milliseconds, and what is told of them.
+/// A list of times in milliseconds, with the figures that are printed of them.
 class Times {
 public:
   void add(double milliseconds) { times_.push_back(milliseconds); }
@@ -55,7 +55,7 @@ inline void runUntil(const std::function<bool()> &holds) {
   }
 }
 
-/// Of this thread on its processor: what other programs take is not in it.
+/// Processor time of this thread in milliseconds; what other programs take is not in it.
 inline double processorMilliseconds() {
   timespec time{};
   ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);

@@ -13,8 +13,8 @@ namespace tessary::bench {
 
 using Words = std::vector<std::string>;
 
-/// Where the lines of the speed table are made: the programs, a folder in memory, and which lines are asked
-/// for.
+/// What the lines of the speed table are made with: the programs, a folder in memory, and which lines are
+/// asked for.
 class Workplace final {
 public:
   /// `programs` is the folder of the built programs. Only lines whose work has `wanted` in it are made.

@@ -2,8 +2,7 @@
 //                                    sorted and filtered and folders are clicked, and tells how long the
 //                                    window stood still
 // window_bench panel                 goes through 112 banks with the Down key held while the panel of their
-// contents
-//                                    is shown, and draws the wave of a sample of 30 MiB
+//                                    contents is shown, and draws the wave of a sample of 30 MiB
 // window_bench start IMAGE           tells where the time goes until the first folder's details are painted
 // window_bench start IMAGE TESSARY   times whole starts of the program TESSARY as well
 //

@@ -92,7 +92,8 @@ void flushTable(const Setting &setting, std::size_t files) {
     flushBlocks(setting.plain + 1024 + i * 2, 2);
 }
 
-// With the flush of each data block alone, and with that of each table entry too, as the rules ask for.
+// Beside a copy that flushes each data block alone, and beside one that flushes each mark too, as a bare
+// mount does.
 void importFiles(benchmark::State &state) {
   const bool withMarks = state.range(0) != 0;
   const Setting setting;
@@ -160,7 +161,7 @@ void exportFiles(benchmark::State &state) {
 }
 BENCHMARK(exportFiles)->Arg(0)->Arg(1)->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(2);
 
-// Nothing of a deleted file's data is touched: beside a flush for each mark cleared.
+// A deletion touches nothing of the file's data, so it is compared with a flush for each mark cleared.
 void deleteFiles(benchmark::State &state) {
   const Setting setting;
   PairedTimes().measure(

@@ -34,9 +34,9 @@ std::vector<nlohmann::json> jsonLines(const std::string &out);
 nlohmann::json jsonOf(const Answer &answer);
 nlohmann::json parsedJson(std::string_view text);
 
-/// An answer in JSON whose results tell the items, whether they were done, and the errors alone.
+/// An answer in JSON, of whose results only the items, whether they were done, and the errors are kept.
 nlohmann::json itemsOf(nlohmann::json answer);
-/// Such an answer of a command that did every item.
+/// The answer that `itemsOf` gives for a command that did every item.
 nlohmann::json allDone(const std::vector<std::string> &items);
 /// An answer in JSON of a command that failed as a whole.
 nlohmann::json failure(const std::string &domain, int code, const std::string &message);

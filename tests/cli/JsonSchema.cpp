@@ -73,7 +73,7 @@ bool hasType(const json &value, const json &types) {
                      [&](const json &type) { return isOfType(value, type.get<std::string>()); });
 }
 
-// By one word of a schema.
+// Where and why the value does not fit one word of a schema.
 std::string misfitOfWord(const json &value, const json &schema, const std::string &word,
                          const std::string &at) {
   const json &asked = schema.at(word);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-/// Answers in JSON beside the schemas in tests/cli/schemas.
+/// Compares answers in JSON with the schemas in tests/cli/schemas.
 namespace tessary::test {
 
 /// Where and why the value does not fit the schema of this name; empty where it does. Knows of JSON Schema

@@ -72,7 +72,7 @@ TEST_F(Hostile, DeletingADeepTreeNeedsNoDeepStack) {
   EXPECT_EQ(volumeNames(), std::vector<std::string>{});
 }
 
-// Terminal, shell, table calculation and host file system: each name tries to reach one of them.
+// Terminal, shell, spreadsheet and host file system: each name tries to reach one of them.
 TEST_F(Hostile, NamesGetThroughToNobody) {
   ImageBuilder image;
   const std::vector<std::string> names{"\x1b]0;owned\x07",

@@ -47,7 +47,8 @@ TEST_F(ItemThatThrows, IsAMemberInJson) {
       {"domain":"posix","code":12,"message":"/A: Cannot allocate memory"}},{"item":"/B","ok":true}]})"));
 }
 
-/// The surroundings stand in for whatever a command calls: they throw when they are asked the n-th time.
+/// `interrupted`, which every command asks often, stands in for whatever a command calls: it throws when it
+/// is asked for the n-th time.
 class CommandThatThrows : public CliTest {
 protected:
   CommandThatThrows() {

@@ -25,7 +25,6 @@ using test::RawEntry;
 using test::VolumeLayout;
 
 // ---- Volumes
-// -----------------------------------------------------------------------------------------------
 
 MountRules randomRules(Random &random) {
   return random.chance(60) ? MountRules::guarded : MountRules::bare;
@@ -84,9 +83,9 @@ void putBanks(Random &random, ImageBuilder &image) {
 }
 
 // ---- Damage
-// ------------------------------------------------------------------------------------------------
 
-// One harm after another. Each is of the kind that old disks have, or that finds mistakes in readers.
+// Does one damage after another to an image. Each is of a kind that old disks have, or that finds mistakes in
+// readers.
 class Damage {
 public:
   Damage(Random &random, ImageBuilder &image) : random_(random), image_(image), known_(image) {}

@@ -71,7 +71,7 @@ std::vector<HexDump> hexDumpsOf(const std::string &documentPath) {
   bool inside = false;
   std::size_t number = 0;
   for (std::string raw; std::getline(document, raw);) {
-    const std::string line = trimmed(raw); // dumps may stand inside a list
+    const std::string line = trimmed(raw); // a dump inside a list is indented
     const std::string where = documentPath + ":" + std::to_string(++number);
     if (!inside && line.starts_with(kOpening)) {
       dumps.push_back({.where = where, .source = line.substr(kOpening.size()), .bytes = {}, .facts = {}});

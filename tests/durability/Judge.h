@@ -28,11 +28,9 @@ public:
 ///
 /// - What was not to be touched is there: entry, contents, marks. A folder may have grown.
 /// - What was moved is in one place or in both, whole, with its marks.
-/// - What is new, or was deleted, is there whole, with its marks, or not at all. What was renamed has one
-/// name or the
-///   other.
-/// - Nothing else is there, no two files have one block, and a folder's new block holds nothing but what is
-/// new.
+/// - What is new, or was deleted, is there whole, with its marks, or not at all.
+/// - What was renamed has one name or the other.
+/// - Nothing else is there, no two files have one block, and a folder's new block holds new entries alone.
 class Judge final : public StateJudge {
 public:
   /// `before` is on the medium when the volume is asked.

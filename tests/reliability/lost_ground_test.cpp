@@ -227,7 +227,7 @@ TEST_F(LostGround, EntryBehindACutInsideAPageIsNotReportedAsWritten) {
   EXPECT_EQ(volume_->readOnlyReason(), ReadOnlyReason::mediumFailed);
 }
 
-// What cannot be read may be in use. Seen when the volume is read, here anew.
+// What cannot be read may be in use. That it cannot is seen when the volume is read, here once more.
 TEST_F(LostGround, VolumeWhoseTableCannotBeReadIsReadOnly) {
   ImageBuilder image({.sizeBytes = 8 * kMiB,
                       .fatStartBlock = 8192,

@@ -117,7 +117,7 @@ TEST_F(LostFolderTest, BareAFileIsTheObjectThatItWasOverTheEntryOfADeletedOne) {
 }
 
 TEST_F(LostFolderTest, NeedsAReallyFreePlace) {
-  // Of the root's 16 places one is free at first; the folder's own entry has no type byte.
+  // Of the root's 16 places one is free at first; a folder's entry has 0 where the type byte would be.
   mount(MountRules::guarded);
   const EMU3DirectoryPtr root = volume_->rootDirectory();
   ASSERT_TRUE(volume_->copyFile(full_->files().front(), root));

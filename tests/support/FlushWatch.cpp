@@ -15,7 +15,8 @@ int answered(const tessary::test::FlushRequest &request) {
 
 } // namespace
 
-// The linker puts the wrappers in the place of the host's functions and gives those the other names.
+// The linker (--wrap) has calls of the host's functions go to the wrappers; these reach the host's own as
+// __real_….
 extern "C" {
 int __real_msync(void *address, std::size_t length, int flags);
 int __real_fdatasync(int descriptor);

@@ -18,8 +18,8 @@ struct FlushRequest {
   [[nodiscard]] int handOn() const;
 };
 
-/// Answers every such request of the process as long as it lives; one at a time. Stands in the programs that
-/// are linked with `tessary_flush_recorder`. Without one the requests go on to the host.
+/// Answers every such request of the process as long as it lives; one at a time. For programs that are linked
+/// with `tessary_flush_recorder`. While there is none, the requests go on to the host.
 class FlushWatch {
 public:
   /// Called on the thread that asks, with what the program then gets.

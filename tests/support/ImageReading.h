@@ -57,7 +57,7 @@ public:
   }
   /// Blocks of a file's contents, as far as they lie inside the image.
   [[nodiscard]] std::pair<std::uint64_t, std::uint64_t> contentsOf(const RawEntry &file) const;
-  /// Whether the block lies within a live file's, but for these files.
+  /// Whether the block lies in the contents of a live file that is none of these.
   [[nodiscard]] bool isInContents(std::uint64_t block, const std::set<Place> &exceptOf) const;
   /// The bytes of a file, as far as they lie inside the image.
   [[nodiscard]] Bytes bytesOf(const RawEntry &file) const;

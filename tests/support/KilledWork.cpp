@@ -18,7 +18,7 @@ namespace {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
-/// Runs `body` in another process. Whether it was killed.
+/// Runs `body` in another process. Returns whether that was killed.
 bool inOtherProcess(const std::function<void()> &body) {
   const pid_t child = ::fork();
   if (child < 0) failWith("fork");
@@ -61,7 +61,7 @@ KilledWork::Course KilledWork::doAll() const {
   return course;
 }
 
-// In another process too: the work may leave threads behind.
+// This too is done in another process, since the work may leave threads behind.
 void KilledWork::measure() {
   std::array<int, 2> ends{};
   if (::pipe(ends.data()) != 0) failWith("pipe");

@@ -6,11 +6,11 @@
 
 namespace tessary::test {
 
-/// Work that another process does, which is killed in it. Stands in programs that are linked with
+/// Work that another process does and is killed in. For programs that are linked with
 /// `tessary_flush_recorder` and have one thread when they call it.
 class KilledWork final {
 public:
-  /// Prepares the work, and gives what does it.
+  /// Prepares the work and returns the function that does it.
   using Prepare = std::function<std::function<void()>()>;
 
   /// `layOut` puts everything where the work finds it, before each time.
@@ -18,10 +18,10 @@ public:
 
   /// Does all of the work once, to learn its course.
   void measure();
-  /// Kills it as soon as it asks for a flush with that many thousandths of them behind it. Whether it was
-  /// killed.
+  /// Kills the process at a flush: the one that comes when that many thousandths of all flushes are done.
+  /// Returns whether it was killed.
   bool killAtFlush(std::size_t thousandths) const;
-  /// Kills it when that many thousandths of its time have passed.
+  /// Kills the process when that many thousandths of the time have passed that the work takes.
   bool killAtTime(std::size_t thousandths) const;
 
 private:

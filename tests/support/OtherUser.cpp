@@ -11,8 +11,8 @@ namespace tessary::test {
 namespace {
 constexpr uid_t kNobody = 65534;
 
-// The saved user id stays root's, which is the way back. Where the system lets the real one change too it
-// does: access(2) asks for that one.
+// The saved user id stays root's, so that root's rights can be taken back. On Linux the real user id changes
+// too: access(2) goes by that one.
 bool become(uid_t user) {
 #ifdef __linux__
   return ::setresuid(user, user, 0) == 0;

@@ -31,7 +31,7 @@ off_t pageSize() {
   return ::sysconf(_SC_PAGESIZE);
 }
 
-// Up to where a read that begins at `from` gets, as a host reads: what stands before the page is read.
+// Where a read of a host that begins at `from` ends: what stands before the unreadable page is still read.
 off_t readableEnd(int descriptor, off_t from, off_t end) {
   struct stat status {};
   const std::lock_guard lock(pagesMutex);
@@ -64,7 +64,7 @@ UnreadablePage::UnreadablePage(const std::string &path, std::uint64_t offset) {
   pages.push_back({status.st_dev, status.st_ino, begin, begin + pageSize()});
 }
 
-// They end in the reverse of their order.
+// Objects of this class end in the reverse of the order in which they were made.
 UnreadablePage::~UnreadablePage() {
   const std::lock_guard lock(pagesMutex);
   pages.pop_back();
@@ -72,7 +72,8 @@ UnreadablePage::~UnreadablePage() {
 
 } // namespace tessary::test
 
-// The linker puts the wrapper in the place of the host's function and gives that the other name.
+// The linker (--wrap) has calls of the host's function go to the wrapper, which reaches the host's own as
+// __real_….
 extern "C" {
 ssize_t __real_pread(int descriptor, void *to, std::size_t length, off_t offset);
 ssize_t __wrap_pread(int descriptor, void *to, std::size_t length, off_t offset);
