@@ -92,8 +92,7 @@ void flushTable(const Setting &setting, std::size_t files) {
     flushBlocks(setting.plain + 1024 + i * 2, 2);
 }
 
-// Beside a copy that flushes each data block alone, and beside one that flushes each mark too, as a bare
-// mount does.
+// Beside a copy that flushes each data block alone, and beside one that flushes each mark too.
 void importFiles(benchmark::State &state) {
   const bool withMarks = state.range(0) != 0;
   const Setting setting;

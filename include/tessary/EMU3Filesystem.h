@@ -226,9 +226,8 @@ private:
   const std::string imagePath_; ///< `imageURL_` as an absolute path
   const std::unique_ptr<SerialQueue> ioQueue_;
   const std::shared_ptr<Volume> volume_;
-  std::atomic<const EMU3Directory *> detailsFolder_ =
-      nullptr;                            ///< of the bank analysed last; never read through
-  std::atomic<unsigned> detailsRead_ = 0; ///< banks, since pages were given back
+  std::atomic<const EMU3Directory *> detailsFolder_ = nullptr; ///< of the bank analysed last; only compared
+  std::atomic<unsigned> detailsRead_ = 0;                      ///< banks, since pages were given back
 };
 
 } // namespace tessary
