@@ -1,4 +1,4 @@
-# Finds PortAudio: PortAudio_FOUND and the target PortAudio::PortAudio.
+# Finds PortAudio. Sets PortAudio_FOUND and makes the target PortAudio::PortAudio.
 find_path(PortAudio_INCLUDE_DIR portaudio.h)
 find_library(PortAudio_LIBRARY portaudio)
 mark_as_advanced(PortAudio_INCLUDE_DIR PortAudio_LIBRARY)

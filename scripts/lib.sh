@@ -85,7 +85,7 @@ install_debian_packages() {
   fi
 }
 
-# The commands of a set that are not here, one a line, by the name to install or look for.
+# The programs of a set that are missing, one a line, by the name of what has to be installed.
 missing_programs() {
   local entry
   [ "$(uname -s)" != Darwin ] || [ "$1" = build ] || [ "$1" = lint ] || return 0 # no X server is needed there

@@ -21,7 +21,8 @@ foreach(folder IN LISTS searched)
   endif()
 endforeach()
 
-# update(FOLDER PROGRAM ARGUMENT...): what is not installed has no database to bring up to date.
+# update(FOLDER PROGRAM ARGUMENT...) runs the program on the folder. Where the program is not installed there is no
+# database either, so nothing is done.
 function(update folder program)
   find_program(updater_${program} ${program})
   if(updater_${program} AND IS_DIRECTORY "${folder}")
