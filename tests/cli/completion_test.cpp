@@ -41,8 +41,8 @@ protected:
     return runCli({"--complete-bash", imagePath(), typed, kept}).out;
   }
 
-  /// What a command is given that is typed in bash, with all its keys, in the folder of the image: each of
-  /// its words on a line. `show` is completed as tessary-cli is.
+  /// The words, each on a line, that a command gets when these keys are typed in bash, in the folder of the
+  /// image. `show` is completed as tessary-cli is.
   std::string inBash(const std::string &keys) const {
     const std::string setUp = hostPath("bashrc"), shown = hostPath("shown");
     writeText(setUp, "PATH='" + std::filesystem::path(TESSARY_CLI_PROGRAM).parent_path().native() +

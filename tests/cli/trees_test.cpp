@@ -110,8 +110,8 @@ TEST_F(Trees, WholeVolumeGoesIntoANewOneAndBack) {
   expectSound(back);
 }
 
-// At moments spread over what a copy takes here, in turn by each of the signals. The one that comes too late
-// for its copy still has it repeated.
+// The copy is ended at moments spread over the time that it takes here, by each of the signals in turn. Where
+// the signal comes too late, the copy is repeated all the same.
 TEST_F(Trees, CopyIntoANewVolumeAndBackThatWasEndedAnyhowIsCompleteWhenRepeated) {
   use(demoVolume());
   const std::vector<std::string> expected = entriesOf(imagePath());

@@ -37,7 +37,7 @@ struct Asked {
   std::map<Place, RawEntry> renamed; ///< files and folders, with the entries they get
   std::set<Place> deleted;           ///< files and folders, with everything in them
 
-  /// Both, of things that do not touch each other.
+  /// Adds what else is asked for. The two must not be about the same entries.
   Asked &operator+=(const Asked &other);
 };
 

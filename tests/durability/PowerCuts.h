@@ -21,14 +21,14 @@ public:
   [[nodiscard]] std::size_t spans() const { return spans_.size(); }
   /// Whether more than one image may be left in the span.
   [[nodiscard]] bool isOpen(std::size_t span) const { return !spans_[span].blocks.empty(); }
-  /// For each barrier, whether it brings to the medium what may be missing there before. Without one that
-  /// does not, all stays the same.
+  /// For each barrier, whether it brings something to the medium that may not be there before. To leave out
+  /// one that does not makes no difference.
   [[nodiscard]] std::vector<bool> barriersInUse() const;
   /// An image that a cut in the span may leave, where the medium takes pages of so many bytes: 512 or a
   /// multiple.
   [[nodiscard]] Bytes drawn(std::size_t span, std::size_t pageBytes, Random &random) const;
-  /// Those where one page stands against all others: it alone has its newest form, or it alone lacks it. Two
-  /// for each page that may have several forms.
+  /// How many images there are in which one page differs from all others: it alone has its newest form, or it
+  /// alone lacks it. Two for each page that may have several forms.
   [[nodiscard]] std::size_t extremes(std::size_t span, std::size_t pageBytes) const;
   [[nodiscard]] Bytes extreme(std::size_t span, std::size_t pageBytes, std::size_t number) const;
   /// What is on the medium for certain when the span begins.

@@ -32,7 +32,7 @@ public:
 
   void leaveOut(std::size_t barrier, Omission how) { recorder_.leaveOut(barrier, how); }
   [[nodiscard]] CutCount run();
-  /// With all that comes from this barrier on.
+  /// The same for the cuts from the time before this barrier on, up to the first fault.
   [[nodiscard]] CutCount runFrom(std::size_t barrier);
   /// For each barrier, whether it is in use.
   [[nodiscard]] std::vector<bool> barriers();
@@ -48,16 +48,16 @@ private:
   bool isDone_ = false;
 };
 
-// What is to hold, each for new attempts of one kind.
+// What must hold; each is tried on new attempts of one kind.
 
-/// Whatever the moment of the cut.
+/// Nothing is lost, whatever the moment of the cut.
 void expectNothingIsLost(const Attempts &attempts);
-/// A barrier that is left out is seen.
+/// Where a barrier is left out, a cut can lose something: every barrier is needed.
 void expectEachBarrierIsNeeded(const Attempts &attempts);
-/// With one barrier in the place of two, the order between them is gone: cuts alone show it, for this many
-/// pairs at least.
+/// Where two barriers become one, the order between the steps on both sides is gone, and a cut can lose
+/// something: that is so for at least `ordered` pairs.
 void expectOrderIsNeeded(const Attempts &attempts, std::size_t ordered);
-/// Where the medium refuses a barrier: the program says so, and tries no flush again.
+/// Where the medium refuses a barrier, the program says so, tries no flush again, and nothing is lost.
 void expectRefusalsLoseNothing(const Attempts &attempts);
 
 } // namespace tessary::test

@@ -50,7 +50,8 @@ const std::string &hostFile() {
   return path;
 }
 
-// As that of a deleted file: its name may be any bytes, but begins with none that says there is no entry.
+// An entry as a deleted file had it: its name may be any bytes, but not begin with 0, which would mean that
+// no entry is there.
 EntryBytes entryNamed(std::string name) {
   if (name.empty() || name[0] == 0) name.insert(0, 1, 'x');
   return test::rawFileEntry(name.substr(0, 16), 0x81, 1, 1, 1, 1, 1);

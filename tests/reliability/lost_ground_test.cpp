@@ -44,7 +44,7 @@ protected:
     image.writeTo(path_);
     volume_ = EMU3Filesystem::initWithURL(path_, MountRules::guarded, ImageClaim::whenMounted);
   }
-  // In place of the mount before.
+  // Mounts the image again by these rules; the mount before ends.
   void mount(MountRules rules) {
     volume_.reset();
     volume_ = EMU3Filesystem::initWithURL(path_, rules, ImageClaim::whenMounted);

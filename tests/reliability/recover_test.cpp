@@ -28,7 +28,7 @@ protected:
     mount(MountRules::bare);
   }
 
-  // In place of the mount before.
+  // Mounts the image again by these rules; the mount before ends.
   void mount(MountRules rules) {
     volume_.reset();
     volume_ = EMU3Filesystem::initWithURL(path_, rules);

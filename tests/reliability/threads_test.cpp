@@ -1,5 +1,5 @@
 // The I/O queue and the main thread at work on one volume, and on one image opened twice. ThreadSanitizer
-// is the judge of the accesses; a fresh look at the image at the end is the judge of what was lost.
+// finds accesses without a lock; a fresh reading of the image at the end finds what was lost.
 
 #include "tests/reliability/VolumeModel.h"
 #include "tests/support/HostFiles.h"

@@ -40,7 +40,7 @@ struct Change {
   std::string name;
   std::function<bool(WritableVolume &)> make;
   std::set<std::uint64_t> blocks;                         ///< whose bytes it changes
-  std::optional<std::set<std::uint64_t>> guardedBlocks{}; ///< where they are others
+  std::optional<std::set<std::uint64_t>> guardedBlocks{}; ///< the same where the guarded rules change others
 };
 
 void PrintTo(const Change &change, std::ostream *out) {
