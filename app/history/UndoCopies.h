@@ -26,8 +26,7 @@ public:
   [[nodiscard]] EMU3Error copyingFailed(const EMU3Error &error) const;
 
 private:
-  UndoCopies(std::string folder, std::string above)
-      : folder_(std::move(folder)), above_(std::move(above)) {}
+  UndoCopies(std::string folder, std::string above) : folder_(std::move(folder)), above_(std::move(above)) {}
 
   const std::string folder_;
   const std::string above_; ///< the cache, or the temporary directory

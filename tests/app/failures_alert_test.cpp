@@ -15,10 +15,10 @@ protected:
     const QString longReason =
         QStringLiteral("/home/somebody/Music/A folder of banks/Another one below it/The last one.E4B: "
                        "No space left on device");
-    FailuresAlert alert(QStringLiteral("Export Failed"),
-                        std::vector<ItemFailure>(static_cast<std::size_t>(count),
-                                                 {QStringLiteral("Bank"), longReason}),
-                        nullptr);
+    FailuresAlert alert(
+        QStringLiteral("Export Failed"),
+        std::vector<ItemFailure>(static_cast<std::size_t>(count), {QStringLiteral("Bank"), longReason}),
+        nullptr);
     alert.show();
     QCoreApplication::processEvents();
     auto *list = alert.findChild<QTableWidget *>(QStringLiteral("Failures"));
