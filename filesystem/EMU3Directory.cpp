@@ -123,4 +123,10 @@ std::vector<EMU3DirectoryPtr> directoriesInPreOrder(const EMU3DirectoryPtr &dire
   return found;
 }
 
+bool isInside(EMU3DirectoryPtr folder, const EMU3DirectoryPtr &top) {
+  while (folder && folder != top)
+    folder = folder->parent();
+  return folder != nullptr;
+}
+
 } // namespace tessary

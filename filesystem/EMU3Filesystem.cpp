@@ -94,6 +94,9 @@ MountRules EMU3Filesystem::rules() const {
 bool EMU3Filesystem::isTrial() const {
   return volume_->isTrial();
 }
+bool EMU3Filesystem::isOfSameImage(const EMU3Filesystem &other) const {
+  return volume_->isOfSameImage(*other.volume_);
+}
 std::uint64_t EMU3Filesystem::imageSize() const {
   return volume_->image.size();
 }

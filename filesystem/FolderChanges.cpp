@@ -105,12 +105,6 @@ bool holdsNoFile(const EMU3DirectoryPtr &top) {
 
 } // namespace
 
-bool isInside(EMU3DirectoryPtr folder, const EMU3DirectoryPtr &top) {
-  while (folder && folder != top)
-    folder = folder->parent();
-  return folder != nullptr;
-}
-
 // ---- Creating
 
 bool CreateFolder::begin(Volume &volume, EMU3Error *error) {

@@ -73,9 +73,6 @@ private:
   EMU3DirectoryPtr moved_;
 };
 
-/// Whether the folder is `top` or lies below it.
-[[nodiscard]] bool isInside(EMU3DirectoryPtr folder, const EMU3DirectoryPtr &top);
-
 /// Deletes a folder with everything in it, each folder after everything below it.
 class DeleteFolder final : public Deletion {
 public:

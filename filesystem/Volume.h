@@ -61,6 +61,7 @@ public:
   /// code 3.
   [[nodiscard]] bool prepareForChange(const std::string &path, EMU3Error *error)
       TESSARY_REQUIRES(changing, lock);
+  [[nodiscard]] bool isOfSameImage(const Volume &other) const { return mounted_ == other.mounted_; }
   /// Whether what is changed stays in this volume: what would be written to the host is not written either.
   [[nodiscard]] bool isTrial() const { return isTrial_; }
   /// Whether another program may change the image at any time, since this one has not claimed it.

@@ -74,5 +74,7 @@ private:
 /// `directory` and every folder below it, depth first, each folder before its subfolders, without
 /// recursion.
 [[nodiscard]] std::vector<EMU3DirectoryPtr> directoriesInPreOrder(const EMU3DirectoryPtr &directory);
+/// Whether the folder is `top` or lies below it.
+[[nodiscard]] bool isInside(EMU3DirectoryPtr folder, const EMU3DirectoryPtr &top);
 
 } // namespace tessary

@@ -81,6 +81,9 @@ public:
   /// written; operations end as they would otherwise.
   [[nodiscard]] bool isTrial() const;
   [[nodiscard]] const std::string &imageURL() const { return imageURL_; }
+  /// Whether both have one image file mounted, whatever the paths that led to it. Guarded, they share its
+  /// tree then.
+  [[nodiscard]] bool isOfSameImage(const EMU3Filesystem &other) const;
   [[nodiscard]] std::uint64_t imageSize() const; ///< bytes
   /// Whether changes are refused, and why. Another program's claim may have ended since: `claimForChanges`.
   [[nodiscard]] bool isReadOnly() const;

@@ -165,6 +165,27 @@ TEST(VolumeLabel, OfAPathWithoutFoldersIsThatPath) {
   EXPECT_EQ(filesystem->imageURL(), "Here.hda");
 }
 
+TEST(SameImage, IsKnownWhateverThePathsToIt) {
+  for (const MountRules rules : {MountRules::bare, MountRules::guarded}) {
+    const MountedVolume volume(ImageBuilder(), rules);
+    const std::string link = volume.folder().path("link.hda");
+    const std::string otherName = volume.folder().path("other name.hda");
+    std::filesystem::create_symlink(volume.imagePath(), link);
+    std::filesystem::create_hard_link(volume.imagePath(), otherName);
+    for (const std::string &path : {volume.imagePath(), link, otherName})
+      EXPECT_TRUE(mounted(path, rules)->isOfSameImage(*volume)) << path;
+  }
+}
+
+TEST(SameImage, IsNotACopyNorWhatLiesAtItsPathNow) {
+  const MountedVolume volume(ImageBuilder(), MountRules::guarded);
+  const std::string copy = volume.folder().path("copy.hda");
+  std::filesystem::copy_file(volume.imagePath(), copy);
+  EXPECT_FALSE(mounted(copy, MountRules::guarded)->isOfSameImage(*volume));
+  std::filesystem::rename(copy, volume.imagePath());
+  EXPECT_FALSE(mounted(volume.imagePath(), MountRules::guarded)->isOfSameImage(*volume));
+}
+
 TEST(Reload, GivesAFreshTreeOverTheSameMapping) {
   ImageBuilder image;
   image.root().addFile("First", {});
