@@ -5,6 +5,8 @@
 #include "app/DisplayText.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
+#include "app/WindowMenu.h"
+#include "app/WorkQuestions.h"
 #include "tessary/SerialQueue.h"
 
 #include <QApplication>
@@ -30,57 +32,91 @@ AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching() {
   makeSelectionsReadable();
-  mainWC_ = std::make_unique<MainWindowController>();
-  connect(mainWC_.get(), &MainWindowController::windowClosed, this, [this] {
-    if (applicationShouldTerminateAfterLastWindowClosed()) terminate();
+  windows_ = std::make_unique<WindowList>();
+  connect(windows_.get(), &WindowList::windowOpened, this, &AppDelegate::_buildMenuBar);
+  connect(windows_.get(), &WindowList::lastWindowClosed, this, [this] {
+    if (applicationShouldTerminateAfterLastWindowClosed()) end();
   });
-  _buildMenuBar();
-  mainWC_->showWindow();
-  if (arguments_.size() < 2) return;
-  std::error_code ignored;
-  const std::filesystem::path image = std::filesystem::absolute(arguments_[1], ignored);
-  if (std::filesystem::exists(image, ignored)) mainWC_->openImageAtURL(image.string());
+  windows_->openWindow();
+  for (std::size_t i = 1; i < arguments_.size(); ++i) {
+    std::error_code ignored;
+    const std::filesystem::path image = std::filesystem::absolute(arguments_[i], ignored);
+    if (std::filesystem::exists(image, ignored)) windows_->openImage(image.string());
+  }
 }
 
 bool AppDelegate::application(const std::string &openFile) {
-  mainWC_->openImageAtURL(openFile);
+  windows_->openImage(openFile);
   return true;
 }
 
 void AppDelegate::refuse(const QString &uri) {
-  mainWC_->openingFailed(
+  mainWC()->openingFailed(
       QStringLiteral("%1: Not a file of this computer").arg(displayText(uri.toStdString())));
 }
 
 void AppDelegate::activate() {
-  mainWC_->bringToFront();
+  mainWC()->bringToFront();
 }
 
-void AppDelegate::_buildMenuBar() {
+void AppDelegate::_buildMenuBar(MainWindowController *window) {
   auto *menuBar = new QMenuBar;
   QMenu *menu = menuBar->addMenu(QStringLiteral("Tessary"));
-  QAction *about = menu->addAction(QStringLiteral("About Tessary"), this, &AppDelegate::_showAbout);
+  QAction *about =
+      menu->addAction(QStringLiteral("About Tessary"), this, [this, window] { _showAbout(window); });
   about->setMenuRole(QAction::AboutRole);
   menu->addSeparator();
   QAction *quit = menu->addAction(QStringLiteral("Quit Tessary"), this, &AppDelegate::terminate);
   quit->setMenuRole(QAction::QuitRole);
   quit->setShortcut(Qt::CTRL | Qt::Key_Q);
-  for (QMenu *commands : mainWC_->menus())
-    menuBar->addMenu(commands);
-  mainWC_->setMenuBar(menuBar);
+  const std::vector<QMenu *> commands = window->menus();
+  for (QMenu *each : commands)
+    menuBar->addMenu(each);
+  menuBar->insertMenu(commands.back()->menuAction(), addWindowMenu(menuBar, *windows_, *window));
+  window->setMenuBar(menuBar);
 }
 
 void AppDelegate::_openImage() {
-  mainWC_->_openImage();
+  mainWC()->_openImage();
 }
 
-void AppDelegate::_showAbout() {
-  AboutPanel(mainWC_->window()).exec();
+void AppDelegate::_showAbout(const MainWindowController *window) {
+  AboutPanel(window->window()).exec();
 }
+
+// ---- Ending
 
 void AppDelegate::terminate() {
+  if (isEnding_) return;
+  if (question_) return question_->activateWindow();
+  const std::vector<MainWindowController *> working = windows_->working();
+  working.empty() ? end() : askWhetherToEnd(working);
+}
+
+void AppDelegate::askWhetherToEnd(const std::vector<MainWindowController *> &working) {
+  QStringList images;
+  for (const MainWindowController *window : working)
+    images += window->imageName();
+  mainWC()->bringToFront();
+  // Above an alert that is up, which would take no answer otherwise.
+  QWidget *above = QApplication::activeModalWidget();
+  std::unique_ptr<Alert> question = quittingQuestion(images, above ? above : mainWC()->window());
+  connect(question.get(), &QDialog::finished, this, [this, asked = question.get()] {
+    if (asked->chosen() == 0) end();
+  });
+  question_ = question.release();
+  question_->setAttribute(Qt::WA_DeleteOnClose);
+  question_->setWindowModality(Qt::ApplicationModal);
+  question_->show();
+}
+
+/// The user has agreed, or there was nothing to ask about: no alert is raised any more, and the event loop
+/// ends as soon as all queued work on images has run.
+void AppDelegate::end() {
+  isEnding_ = true;
   emit terminating();
-  mainWC_->prepareToQuit();
+  for (MainWindowController *window : windows_->windows())
+    window->prepareToQuit();
   idleCheck_.start();
   exitWhenIdle();
 }
@@ -92,7 +128,7 @@ void AppDelegate::exitWhenIdle() {
 }
 
 bool AppDelegate::eventFilter(QObject *watched, QEvent *event) {
-  if (watched != QApplication::instance() || !mainWC_) return QObject::eventFilter(watched, event);
+  if (watched != QApplication::instance() || !windows_) return QObject::eventFilter(watched, event);
   if (event->type() == QEvent::FileOpen) {
     const QString path = static_cast<QFileOpenEvent *>(event)->file();
     return application(QFile::encodeName(path).toStdString());
@@ -100,6 +136,7 @@ bool AppDelegate::eventFilter(QObject *watched, QEvent *event) {
   if (event->type() == QEvent::ApplicationPaletteChange) makeSelectionsReadable();
   if (event->type() == QEvent::Quit) {
     terminate();
+    event->setAccepted(isEnding_); // not while the user is asked
     return true;
   }
   return false;

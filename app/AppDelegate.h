@@ -1,6 +1,10 @@
 #pragma once
 
+#include "app/WindowList.h"
+
+#include <QDialog>
 #include <QObject>
+#include <QPointer>
 #include <QTimer>
 #include <memory>
 #include <string>
@@ -10,8 +14,8 @@ namespace tessary {
 
 class MainWindowController;
 
-/// Starts the application, owns its one window controller, and ends it. Needs the QApplication, for whose
-/// events it listens, to live longer.
+/// Starts the application, owns its windows, and ends it. Needs the QApplication, for whose events it
+/// listens, to live longer.
 class AppDelegate final : public QObject {
   Q_OBJECT
 
@@ -20,23 +24,25 @@ public:
   explicit AppDelegate(std::vector<std::string> arguments);
   ~AppDelegate() override;
 
-  MainWindowController *mainWC() const { return mainWC_.get(); }
+  WindowList &windows() const { return *windows_; }
+  /// The window that has, or had last, the keyboard.
+  MainWindowController *mainWC() const { return windows_->lastUsed(); }
 
-  /// Shows the window, builds the menu bar and opens the image named on the command line.
+  /// Shows a window and opens the images named on the command line, each in a window of its own.
   void applicationDidFinishLaunching();
   bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
-  /// The desktop hands over a document. Always reports success, whatever the opening does.
+  /// The desktop hands over a document: opens it in an empty window or a new one. Always reports success,
+  /// whatever the opening does.
   bool application(const std::string &openFile);
   /// The desktop hands over what is no file of this computer, by its address.
   void refuse(const QString &uri);
   /// The desktop asks for the window: brings it to the front.
   void activate();
-  /// Ends the event loop as soon as all queued work on images has run; until then no alert is raised.
+  /// Asks once, where tasks run in any window, and ends the application.
   void terminate();
 
   // Commands.
   void _openImage();
-  void _showAbout();
 
 signals:
   /// The application is about to end; no document is opened any more.
@@ -46,11 +52,16 @@ protected:
   bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-  void _buildMenuBar();
+  void _buildMenuBar(MainWindowController *window);
+  void _showAbout(const MainWindowController *window);
+  void askWhetherToEnd(const std::vector<MainWindowController *> &working);
+  void end();
   void exitWhenIdle();
 
   std::vector<std::string> arguments_;
-  std::unique_ptr<MainWindowController> mainWC_;
+  std::unique_ptr<WindowList> windows_;
+  QPointer<QDialog> question_; ///< whether to end
+  bool isEnding_ = false;
   QTimer idleCheck_;
 };
 

@@ -82,6 +82,7 @@ void Browser::showImage() {
   const EMU3FilesystemPtr filesystem = image_->filesystem();
   endSearch();
   content_->setFilesystem(filesystem);
+  sidebar_->setFilesystem(filesystem);
   showNoFolder();
   updateDiskSpace();
   if (!filesystem) return;
@@ -152,7 +153,7 @@ void Browser::showFolder(const EMU3DirectoryPtr &folder) {
 }
 
 void Browser::readDetails(const EMU3DirectoryPtr &folder) {
-  image_->runOnImage(
+  image_->readFromImage(
       [files = folder->allFiles()](EMU3Filesystem &filesystem) { readDetailsOf(filesystem, files); },
       [this, folder] {
         if (folder != this->folder()) return;

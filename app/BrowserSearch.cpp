@@ -48,10 +48,10 @@ void Browser::readMissingDetails() {
   for (const EMU3FilePtr &file : content_->displayedFiles())
     if (file->fileType() == kFileTypeBank && !file->bankName()) unread.push_back(file);
   if (unread.empty()) return;
-  image_->runOnImage([unread](EMU3Filesystem &filesystem) { readDetailsOf(filesystem, unread); },
-                     [this] {
-                       if (content_->search().everywhere) content_->refresh();
-                     });
+  image_->readFromImage([unread](EMU3Filesystem &filesystem) { readDetailsOf(filesystem, unread); },
+                        [this] {
+                          if (content_->search().everywhere) content_->refresh();
+                        });
 }
 
 } // namespace tessary

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/DraggedItems.h"
 #include "app/FileListing.h"
 #include "app/IncomingDrag.h"
 #include "tessary/EMU3Filesystem.h"
@@ -11,14 +12,13 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace tessary {
 
 /// Feeds the file table: the files of the current folder, or those found in all folders, as they were at the
-/// last `refresh`. Its rows can be dragged out as host files; host files dropped on the table are for the
-/// current folder. Main thread only.
+/// last `refresh`. Its rows can be dragged to other folders, also of another window's image, and out as host
+/// files; what is dropped on the table is for the current folder. Main thread only.
 class ContentController final : public QAbstractTableModel {
   Q_OBJECT
 
@@ -36,6 +36,8 @@ public:
   void setTableView(QTableView *tableView);
   QTableView *tableView() const { return tableView_; }
 
+  /// Performs a drop of what a window of this program drags on the table; unset, that is refused.
+  void setItemsDropped(ItemsDropped callback) { itemsDropped_ = std::move(callback); }
   /// Performs a drop of host files, given by their paths, on the table.
   void setDropReceived(std::function<void(const std::vector<std::string> &urls)> callback) {
     dropReceived_ = std::move(callback);
@@ -72,12 +74,10 @@ public:
   Qt::DropActions supportedDragActions() const override;
   Qt::DropActions supportedDropActions() const override;
   QStringList mimeTypes() const override;
-  /// Exports the rows' files to the host, each into a private folder of its own, and names them in row order.
-  /// A row whose export fails is left out and logged; null when none is left, or when another folder is shown
-  /// by then. Meanwhile events are handled, but for the user's. The caller owns the result.
+  /// The rows' files as `DraggedItems`, in row order. Exports them to the host, each into a private folder of
+  /// its own. A row whose export fails is left out and logged; null when none is left, or when another folder
+  /// is shown by then. Meanwhile events are handled, but for the user's. The caller owns the result.
   QMimeData *mimeData(const QModelIndexList &indexes) const override;
-  /// The file that the last drag of rows brings as that host file; null for any other path.
-  EMU3FilePtr draggedFile(const std::string &path) const;
   /// Any place on the table will do. Refuses the table's own rows, and everything unless a folder of an image
   /// is shown that is writable, or will be when another program lets go of it.
   bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
@@ -97,22 +97,16 @@ private:
   /// The file shown in that row when it is among `rows`, or else the nearest one that is: below it first.
   EMU3FilePtr nearestFileIn(const std::vector<ListedFile> &rows, int row) const;
   void replaceRowsKeepingView(std::vector<ListedFile> rows);
-  struct DraggedFile {
-    std::string path; ///< of the copy
-    EMU3FilePtr file;
-  };
-  std::vector<DraggedFile> exportForDrag(const std::vector<EMU3FilePtr> &files) const;
   bool canImport() const;
 
   EMU3DirectoryPtr directory_;
   EMU3FilesystemPtr filesystem_;
   QPointer<QTableView> tableView_;
+  ItemsDropped itemsDropped_;
   std::function<void(const std::vector<std::string> &)> dropReceived_;
   FileOrder order_;
   FileSearch search_;
   std::vector<ListedFile> rows_;
-  mutable SerialQueue dragQueue_{"com.tessary.drag"}; ///< a drag that begins is not behind queued work
-  mutable std::unordered_map<std::string, std::weak_ptr<EMU3File>> dragged_; ///< by the path of the copy
   mutable IncomingDrag incomingDrag_; ///< mutable for what it remembers of the data
 };
 

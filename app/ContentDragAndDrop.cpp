@@ -1,37 +1,13 @@
 #include "app/ContentController.h"
+#include "app/DragExport.h"
+#include "app/DraggedItems.h"
 #include "app/FileURLs.h"
 #include "app/ImageChanges.h"
-#include "app/PrivateFolder.h"
-#include "tessary/ItemsOperation.h"
-#include "tessary/SystemLog.h"
 
-#include <QEventLoop>
-#include <QMimeData>
-#include <memory>
 #include <set>
 #include <utility>
 
 namespace tessary {
-namespace {
-
-/// Each into a private folder of its own; `exported` is called with each that was, and its path.
-template <typename Exported>
-void exportIntoPrivateFolders(EMU3Filesystem &filesystem, const std::vector<EMU3FilePtr> &files,
-                              const Exported &exported) {
-  const auto operation = filesystem.manyItems();
-  for (const EMU3FilePtr &file : files)
-    if (const std::optional<std::string> folder = makePrivateFolder("EMU3Drag"))
-      operation->exportFileInto(file, *folder);
-  ItemsWatcher watcher;
-  watcher.ended = [&](const ItemEnd &end) {
-    const EMU3FilePtr &file = operation->item(end.item).file;
-    if (!end.error) return exported(file, end.hostPath);
-    systemLog("Drag export failed for " + file->name() + ": " + end.error->description());
-  };
-  operation->run(watcher);
-}
-
-} // namespace
 
 Qt::ItemFlags ContentController::flags(const QModelIndex &index) const {
   const Qt::ItemFlags flags = QAbstractTableModel::flags(index) | Qt::ItemIsDropEnabled;
@@ -61,39 +37,16 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
   files.reserve(rows.size());
   for (const std::size_t row : rows)
     files.push_back(rows_[row].file);
-  QList<QUrl> urls;
-  dragged_.clear();
-  for (const auto &[path, file] : exportForDrag(files)) {
-    urls.append(fileURL(path));
-    dragged_.emplace(path, file);
-  }
-  if (urls.isEmpty()) return nullptr;
-  auto data = std::make_unique<QMimeData>();
-  data->setUrls(urls);
-  return data.release();
-}
-
-std::vector<ContentController::DraggedFile>
-ContentController::exportForDrag(const std::vector<EMU3FilePtr> &files) const {
-  const EMU3FilesystemPtr filesystem = filesystem_;
   const EMU3DirectoryPtr directory = directory_;
-  std::vector<DraggedFile> dragged;
-  QEventLoop loop;
-  dragQueue_.async([&] {
-    exportIntoPrivateFolders(*filesystem, files, [&](const EMU3FilePtr &file, const std::string &path) {
-      dragged.push_back({path, file});
-    });
-    QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
-  });
-  loop.exec(QEventLoop::ExcludeUserInputEvents); // the mouse stays with the drag
-  dragQueue_.waitUntilIdle();                    // when the application ends, so does the loop
+  std::vector<EMU3FilePtr> dragged;
+  std::vector<std::string> copies;
+  for (const auto &[file, path] : exportForDrag(filesystem_, files)) {
+    dragged.push_back(file);
+    copies.push_back(path);
+  }
   // Rows that are no longer shown are not dragged.
-  return directory_ == directory ? dragged : std::vector<DraggedFile>();
-}
-
-EMU3FilePtr ContentController::draggedFile(const std::string &path) const {
-  const auto found = dragged_.find(path);
-  return found == dragged_.end() ? nullptr : found->second.lock();
+  if (dragged.empty() || directory_ != directory) return nullptr;
+  return new DraggedItems(filesystem_, dragged, search_.everywhere ? nullptr : directory, copies);
 }
 
 // ---- Drops on the table
@@ -104,14 +57,20 @@ bool ContentController::canImport() const {
 
 bool ContentController::canDropMimeData(const QMimeData *data, Qt::DropAction action, int, int,
                                         const QModelIndex &) const {
-  return action == Qt::CopyAction && !incomingDrag_.comesFrom(tableView_) && !incomingDrag_.bringsSamples() &&
-         canImport() && incomingDrag_.bringsFiles(*data);
+  if (action != Qt::CopyAction || incomingDrag_.comesFrom(tableView_) || !canImport()) return false;
+  if (const DraggedItems *items = DraggedItems::in(data)) return itemsDropped_ && items->mayGoTo(directory_);
+  return !incomingDrag_.bringsSamples() && incomingDrag_.bringsFiles(*data);
 }
 
 bool ContentController::dropMimeData(const QMimeData *data, Qt::DropAction, int, int, const QModelIndex &) {
-  if (!canImport() || !dropReceived_) return false;
+  if (!canImport()) return false;
+  if (const DraggedItems *items = DraggedItems::in(data)) {
+    if (!itemsDropped_ || !items->mayGoTo(directory_)) return false;
+    itemsDropped_(directory_, *items);
+    return true;
+  }
   const std::vector<std::string> urls = filePaths(*data);
-  if (urls.empty()) return false;
+  if (urls.empty() || !dropReceived_) return false;
   dropReceived_(urls);
   return true;
 }

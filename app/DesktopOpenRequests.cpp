@@ -71,14 +71,15 @@ void DesktopOpenRequests::Activate(const QVariantMap &platformData) {
 
 void DesktopOpenRequests::Open(const QStringList &uris, const QVariantMap &platformData) {
   Activate(platformData);
-  if (uris.isEmpty()) return;
-  const std::string path = filePath(QUrl::fromEncoded(uris.first().toUtf8()));
-  if (!path.empty())
-    delegate_.application(path);
-  else // later, for an alert would hold back the answer
-    onMainQueue([delegate = QPointer(&delegate_), uri = uris.first()] {
-      if (delegate) delegate->refuse(uri);
-    });
+  for (const QString &uri : uris) {
+    const std::string path = filePath(QUrl::fromEncoded(uri.toUtf8()));
+    if (!path.empty())
+      delegate_.application(path);
+    else // later, for an alert would hold back the answer
+      onMainQueue([delegate = QPointer(&delegate_), uri] {
+        if (delegate) delegate->refuse(uri);
+      });
+  }
 }
 
 } // namespace tessary

@@ -16,10 +16,10 @@ namespace tessary {
 class AppDelegate;
 
 /// What the desktop asks of the program while it runs, where desktops ask by D-Bus: as com.tessary.Tessary it
-/// answers to org.freedesktop.Application. So a double-click on an image opens it in the window that is
-/// there.
+/// answers to org.freedesktop.Application. So a double-click on an image opens it in a window of the program
+/// that runs.
 ///
-/// Without a bus nothing is answered. While another program has the name (a second window, started in a
+/// Without a bus nothing is answered. While another program has the name (another Tessary, started in a
 /// terminal) that one is asked; this one follows when it ends. Nothing here waits for the bus but the
 /// destructor, for a connection that is still being made. Main thread only; `delegate` must live longer.
 class DesktopOpenRequests final : public QObject {
@@ -36,7 +36,7 @@ public:
 
 public slots: // the interface's methods
   void Activate(const QVariantMap &platformData);
-  /// Opens the first of the files, as one image is shown at a time.
+  /// Opens the files, each in a window of its own.
   void Open(const QStringList &uris, const QVariantMap &platformData);
   /// There are no actions to choose from.
   void ActivateAction(const QString &, const QVariantList &, const QVariantMap &) {}

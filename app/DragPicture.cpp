@@ -1,5 +1,8 @@
 #include "app/DragPicture.h"
 
+#include <QAbstractItemView>
+#include <QDrag>
+#include <QMimeData>
 #include <QPainter>
 #include <QWidget>
 #include <algorithm>
@@ -20,6 +23,14 @@ QStringList drawnLines(const QStringList &names, const QFontMetrics &metrics) {
 }
 
 } // namespace
+
+void dragWithPicture(QAbstractItemView *view, QMimeData *data, const QStringList &names) {
+  auto *drag = new QDrag(view);
+  drag->setMimeData(data);
+  drag->setPixmap(dragPicture(names, *view));
+  drag->setHotSpot(kDragPictureHotSpot);
+  drag->exec(Qt::CopyAction, Qt::CopyAction);
+}
 
 QPixmap dragPicture(const QStringList &names, const QWidget &widget) {
   const QFontMetrics metrics = widget.fontMetrics();

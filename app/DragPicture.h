@@ -4,9 +4,15 @@
 #include <QPoint>
 #include <QStringList>
 
+class QAbstractItemView;
+class QMimeData;
 class QWidget;
 
 namespace tessary {
+
+/// Drags the data, which it owns from then on, out of the view as copies, with a picture of these names.
+/// Returns when the drag is over.
+void dragWithPicture(QAbstractItemView *view, QMimeData *data, const QStringList &names);
 
 /// What is drawn beside the pointer while files are dragged: the first few of their names, in the font and
 /// colours of the widget that they are dragged from.

@@ -8,7 +8,6 @@
 #include "app/TextSize.h"
 #include "tessary/ExportNames.h"
 
-#include <QDrag>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMimeData>
@@ -94,14 +93,9 @@ void FileTable::currentChanged(const QModelIndex &current, const QModelIndex &pr
 
 // ---- Mouse
 
-void FileTable::startDrag(Qt::DropActions supportedActions) {
-  QMimeData *files = model()->mimeData(selectedIndexes());
-  if (!files) return;
-  auto *drag = new QDrag(this);
-  drag->setMimeData(files);
-  drag->setPixmap(dragPicture(exportedNames(*files), *this));
-  drag->setHotSpot(kDragPictureHotSpot);
-  drag->exec(supportedActions, Qt::CopyAction);
+void FileTable::startDrag(Qt::DropActions) {
+  if (QMimeData *files = model()->mimeData(selectedIndexes()))
+    dragWithPicture(this, files, exportedNames(*files));
 }
 
 void FileTable::mouseDoubleClickEvent(QMouseEvent *event) {

@@ -1,6 +1,9 @@
 #include "app/FolderOutline.h"
 
 #include "app/CellDelegate.h"
+#include "app/DisplayText.h"
+#include "app/DragPicture.h"
+#include "app/DraggedItems.h"
 #include "app/TextSize.h"
 
 #include <QContextMenuEvent>
@@ -97,6 +100,12 @@ void FolderOutline::contextMenuEvent(QContextMenuEvent *event) {
     emit menuRequested({}, viewport()->mapToGlobal(placeOfSelectedRow()));
   else
     emit menuRequested(indexAt(event->pos()), event->globalPos());
+}
+
+void FolderOutline::startDrag(Qt::DropActions) {
+  QMimeData *carried = model()->mimeData(selectedIndexes());
+  if (const DraggedItems *dragged = DraggedItems::in(carried))
+    dragWithPicture(this, carried, {displayText(dragged->folder()->name())});
 }
 
 /// In the viewport; its top left corner when no selected row is in sight.

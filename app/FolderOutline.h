@@ -10,9 +10,10 @@ namespace tessary {
 /// Only where folders lie so deep that nothing of their labels would be seen is the column wider, and the
 /// view scrolls sideways.
 ///
-/// A click on the empty area clears the selection; the right button only asks for the context menu and
-/// selects nothing. The view lays out nested open folders recursively, so a folder that lies deeper than
-/// `kDeepestOpenLevel` stays closed: no image can exhaust the stack.
+/// While a folder is dragged its name goes along. A click on the empty area clears the selection; the right
+/// button only asks for the context menu and selects nothing. The view lays out nested open folders
+/// recursively, so a folder that lies deeper than `kDeepestOpenLevel` stays closed: no image can exhaust the
+/// stack.
 class FolderOutline final : public FileDropView<QTreeView> {
   Q_OBJECT
 
@@ -42,6 +43,7 @@ protected:
   void mouseDoubleClickEvent(QMouseEvent *event) override;
   void mouseMoveEvent(QMouseEvent *event) override;
   void contextMenuEvent(QContextMenuEvent *event) override;
+  void startDrag(Qt::DropActions supportedActions) override;
 
 private:
   int deepestPlaceInSight() const;

@@ -25,12 +25,14 @@ void ImageWork::runChange(Change change, std::function<void(const EMU3Error &)> 
   runBesideChanges(work, [](const Completion &completion) { completion(); });
 }
 
-void ImageWork::run(SerialQueue &queue, Work work, Spinning spinning) {
+void ImageWork::run(SerialQueue &queue, Work work, Kind kind, Spinning spinning) {
+  if (kind == Kind::task) ++tasks_;
   if (spinning == Spinning::yes) spinner_->start();
-  queue.async([self = QPointer(this), filesystem = filesystem_, spinning, work = std::move(work)] {
+  queue.async([self = QPointer(this), filesystem = filesystem_, kind, spinning, work = std::move(work)] {
     const Completion completion = work(*filesystem);
-    onMainQueue([self, filesystem, spinning, completion] {
+    onMainQueue([self, filesystem, kind, spinning, completion] {
       if (!self) return;
+      if (kind == Kind::task) --self->tasks_;
       if (spinning == Spinning::yes && self->spinner_) self->spinner_->stop();
       if (filesystem == self->filesystem_) completion();
     });

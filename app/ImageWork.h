@@ -23,6 +23,8 @@ class ImageWork final : public QObject {
 public:
   /// Whether the spinner turns until the work is done.
   enum class Spinning { no, yes };
+  /// What the user has asked for, or what is read only to be shown.
+  enum class Kind { task, reading };
   /// What follows on the main thread.
   using Completion = std::function<void()>;
   /// Changes the image and tells what follows: nothing when it has failed, or when there was nothing to do.
@@ -33,23 +35,29 @@ public:
   /// Null when no image is mounted.
   EMU3FilesystemPtr filesystem() const { return filesystem_; }
   void setFilesystem(EMU3FilesystemPtr filesystem);
+  /// Whether a task waits or runs: on this image, or on one that was mounted before.
+  bool isWorking() const { return tasks_ > 0; }
 
   /// Long work: runs `work(filesystem)` on the image's I/O queue, behind what waits there, then
   /// `done(its result)`.
   template <typename Work, typename Done>
   void runOnImage(Work work, Done done, Spinning spinning = Spinning::no) {
-    run(filesystem_->ioQueue(), completing(std::move(work), std::move(done)), spinning);
+    run(filesystem_->ioQueue(), completing(std::move(work), std::move(done)), Kind::task, spinning);
+  }
+  /// The same for what is read to be shown: nothing is lost when nobody waits for it any more.
+  template <typename Work, typename Done> void readFromImage(Work work, Done done) {
+    run(filesystem_->ioQueue(), completing(std::move(work), std::move(done)), Kind::reading, Spinning::no);
   }
   /// A look at the image that the user waits for: not behind the I/O queue's long work.
   template <typename Work, typename Done> void lookAtImage(Work work, Done done) {
-    run(*lookQueue_, completing(std::move(work), std::move(done)), Spinning::yes);
+    run(*lookQueue_, completing(std::move(work), std::move(done)), Kind::reading, Spinning::yes);
   }
   /// A single change, which may wait for a slow medium: beside the I/O queue, one after another, in order.
   /// `failed` gets an error that it comes with.
   void runChange(Change change, std::function<void(const EMU3Error &)> failed);
   /// Other work that must come in order with those changes.
   template <typename Work, typename Done> void runBesideChanges(Work work, Done done) {
-    run(*changeQueue_, completing(std::move(work), std::move(done)), Spinning::yes);
+    run(*changeQueue_, completing(std::move(work), std::move(done)), Kind::task, Spinning::yes);
   }
 
 private:
@@ -66,13 +74,14 @@ private:
       }
     };
   }
-  void run(SerialQueue &queue, Work work, Spinning spinning);
+  void run(SerialQueue &queue, Work work, Kind kind, Spinning spinning);
 
   QPointer<Spinner> spinner_;
   EMU3FilesystemPtr filesystem_;
   // Of the mounted image, so that nothing waits for the medium of one that was mounted before.
   std::unique_ptr<SerialQueue> changeQueue_;
   std::unique_ptr<SerialQueue> lookQueue_;
+  int tasks_ = 0; ///< whose completion has not come back yet
 };
 
 } // namespace tessary

@@ -12,6 +12,7 @@ bool MainWindow::event(QEvent *event) {
 }
 
 void MainWindow::closeEvent(QCloseEvent *event) {
+  if (mayClose_ && !mayClose_()) return event->ignore();
   event->accept();
   emit closed();
 }

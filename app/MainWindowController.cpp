@@ -6,13 +6,13 @@
 #include "app/Documents.h"
 #include "app/FileTable.h"
 #include "app/FolderOutline.h"
-#include "app/MainQueue.h"
 #include "app/MainWindow.h"
 #include "app/SidebarController.h"
 #include "app/Spinner.h"
 #include "app/StatusBar.h"
+#include "app/WindowList.h"
 #include "app/WindowPlace.h"
-#include "app/WorkQueue.h"
+#include "app/WorkQuestions.h"
 #include "app/panel/BankContents.h"
 #include "app/panel/BankContentsPanel.h"
 #include "app/panel/BankEntryTable.h"
@@ -23,7 +23,6 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QMenu>
-#include <QThreadPool>
 #include <utility>
 
 namespace tessary {
@@ -33,8 +32,10 @@ constexpr QLatin1String kNoImage("No image loaded");
 
 } // namespace
 
-MainWindowController::MainWindowController() : window_(std::make_unique<MainWindow>()) {
+MainWindowController::MainWindowController(WindowList &windows)
+    : windows_(windows), window_(std::make_unique<MainWindow>()) {
   _buildUI();
+  window_->setMayClose([this] { return _mayClose(); });
   connect(window_.get(), &MainWindow::closed, this, &MainWindowController::windowClosed);
   connect(undoManager(), &UndoManager::changed, this, &MainWindowController::_validateItems);
   connect(check_, &ImageCheck::changed, this, &MainWindowController::_validateItems);
@@ -43,11 +44,8 @@ MainWindowController::MainWindowController() : window_(std::make_unique<MainWind
   _setupKeyboardShortcuts();
 }
 
-// Waits for openings of images that still run: each hands its result to the main thread when it ends, and the
-// application that takes it is destroyed soon after this.
 MainWindowController::~MainWindowController() {
   undoManager()->clear(); // the copies for undo go with it
-  workQueue().waitForDone();
 }
 
 QTreeView *MainWindowController::outlineView() const {
@@ -88,7 +86,28 @@ void MainWindowController::prepareToQuit() {
   window_->hide();
 }
 
+void MainWindowController::_newWindow() {
+  windows_.openWindow();
+}
+
+void MainWindowController::_closeWindow() {
+  window_->close();
+}
+
+bool MainWindowController::_mayClose() {
+  if (closingIsAgreed_ || dialogs_->isQuitting() || !isWorking()) return true;
+  dialogs_->ask(closingQuestion(imageName(), window_.get()), [this] {
+    closingIsAgreed_ = true;
+    window_->close();
+  });
+  return false;
+}
+
 // ---- Opening and unmounting
+
+QString MainWindowController::imageName() const {
+  return filesystem() ? displayText(lastPathComponent(filesystem()->imageURL())) : QString();
+}
 
 void MainWindowController::_newImage() {
   newImages_->make();
@@ -105,39 +124,30 @@ void MainWindowController::_openImage() {
 }
 
 void MainWindowController::openImageAtURL(const std::string &imageURL) {
-  spinner()->start();
-  browser_->setStatus(QStringLiteral("Opening image…"));
-  workQueue().start([controller = QPointer(this), imageURL] {
-    EMU3Error error;
-    EMU3FilesystemPtr filesystem =
-        EMU3Filesystem::initWithURL(imageURL, MountRules::guarded, ImageClaim::whenMounted, &error);
-    onMainQueue([controller, imageURL, filesystem, error] {
-      if (controller) controller->_imageOpened(imageURL, filesystem, error);
-    });
+  openings_->open(imageURL, [this](const EMU3FilesystemPtr &image) {
+    if (windows_.bringToFront(*image, this))
+      openings_->wentElsewhere();
+    else
+      showImage(image);
   });
 }
 
-void MainWindowController::_imageOpened(const std::string &imageURL, EMU3FilesystemPtr filesystem,
-                                        const EMU3Error &error) {
-  spinner()->stop();
-  if (dialogs_->isQuitting()) return;
-  if (!filesystem) {
-    const QString reason =
-        error.isSet() ? displayText(error.messageWithReason()) : QStringLiteral("Unknown error");
-    const QString name = displayText(lastPathComponent(imageURL));
-    return openingFailed(reason.contains(name) ? reason : QStringLiteral("%1: %2").arg(name, reason));
-  }
-  RecentImages::add(imageURL);
-  _setFilesystem(std::move(filesystem));
+void MainWindowController::openImageElsewhere(const std::string &imageURL) {
+  openings_->open(imageURL, [this](const EMU3FilesystemPtr &image) {
+    openings_->wentElsewhere();
+    if (!windows_.bringToFront(*image, nullptr)) windows_.showImage(image);
+  });
+}
+
+void MainWindowController::showImage(const EMU3FilesystemPtr &image) {
+  _setFilesystem(image);
   browser_->showImage();
   if (browser_->showsReadOnly())
     browser_->setStatus(browser_->readOnlyText(QStringLiteral("Opened read-only")));
 }
 
 void MainWindowController::openingFailed(const QString &reason) {
-  if (dialogs_->isQuitting()) return;
-  dialogs_->tell(QStringLiteral("Cannot Open Image"), reason);
-  browser_->setStatus(QStringLiteral("Failed to open image."));
+  openings_->failed(reason);
 }
 
 void MainWindowController::_unmountImage() {

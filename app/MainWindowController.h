@@ -9,6 +9,7 @@
 #include "app/ImageBackups.h"
 #include "app/ImageChanges.h"
 #include "app/ImageCheck.h"
+#include "app/ImageOpenings.h"
 #include "app/ImageWork.h"
 #include "app/Imports.h"
 #include "app/NewImages.h"
@@ -37,13 +38,15 @@ namespace tessary {
 class BankContents;
 class BankContentsPanel;
 class ContentController;
+class DraggedItems;
 class MainWindow;
 class PanelPlace;
 class SidebarController;
 class Spinner;
 class StatusLabel;
+class WindowList;
 
-/// Owns the one window, the mounted image and all that works on it, and carries out every command of the
+/// Owns one window, the image mounted in it and all that works on it, and carries out every command of the
 /// user. Main thread only.
 ///
 /// A command checks on the main thread what it needs and asks the user. The work then runs off it
@@ -55,7 +58,8 @@ public:
   /// A command; what is enabled is decided by it alone.
   using Action = void (MainWindowController::*)();
 
-  MainWindowController();
+  /// `windows` are those of the program, and must live longer.
+  explicit MainWindowController(WindowList &windows);
   ~MainWindowController() override;
 
   void showWindow();
@@ -66,16 +70,28 @@ public:
   std::vector<QMenu *> menus() const;
   /// Puts the menu bar into the window, which grows by it: the content keeps its size.
   void setMenuBar(QMenuBar *menuBar);
-  /// Takes the window off the screen. From now on no alert is raised.
+  /// The user has agreed that the window ends, or the program: takes it off the screen. What is queued is
+  /// done all the same. From now on no alert is raised.
   void prepareToQuit();
 
   /// Opens the image at a path of the host in the background and then shows it in place of the one mounted.
+  /// Where another window shows that image, that one comes to the front and this one stays as it is.
   void openImageAtURL(const std::string &imageURL);
+  /// The same, to be shown in an empty window or a new one.
+  void openImageElsewhere(const std::string &imageURL);
+  /// Shows the image in place of the one mounted.
+  void showImage(const EMU3FilesystemPtr &image);
   /// Tells in a modal alert what was not opened, and why.
   void openingFailed(const QString &reason);
 
   /// The mounted image; null when there is none.
   EMU3FilesystemPtr filesystem() const { return image_->filesystem(); }
+  /// The mounted image's file name; empty when there is none.
+  QString imageName() const;
+  /// Whether no image is mounted, nor about to be.
+  bool isEmpty() const { return !filesystem() && !openings_->areUnderWay(); }
+  /// Whether a task that the user has asked for waits or runs.
+  bool isWorking() const { return image_->isWorking(); }
   /// The folder whose files the table shows; null for none.
   EMU3DirectoryPtr currentDirectory() const { return browser_->folder(); }
   SidebarController *sidebarCtl() const { return browser_->sidebar(); }
@@ -96,6 +112,8 @@ public:
   bool validateUserInterfaceItem(Action action) const;
 
   // Commands.
+  void _newWindow();
+  void _closeWindow();
   void _newImage();
   void _openImage();
   void _unmountImage();
@@ -133,10 +151,11 @@ public:
   std::vector<EMU3FilePtr> _selectedFiles() const { return browser_->selectedFiles(); }
 
 signals:
-  /// The user closed the window.
+  /// The user closed the window, and has agreed to it where a task runs.
   void windowClosed();
 
 private:
+  bool _mayClose();
   /// Has the desktop open one of this project's documents.
   void showDocument(const QString &fileName);
   // Window (MainWindowLayout.cpp)
@@ -171,22 +190,22 @@ private:
   bool _isOfUse(Action action) const;
 
   // Image
-  void _imageOpened(const std::string &imageURL, EMU3FilesystemPtr filesystem, const EMU3Error &error);
   void _setFilesystem(EMU3FilesystemPtr filesystem);
   EMU3DirectoryPtr _targetFolder() const;
   bool _foldersHaveKeyboard() const;
   bool _panelHasKeyboard() const;
 
-  // Drops on the sidebar (SidebarDrops.cpp)
-  bool _mayDrop(const EMU3DirectoryPtr &target, bool internal) const;
-  void _dropReceived(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls, bool internal);
-  void _copyDraggedFiles(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls);
+  // Drops (Drops.cpp)
+  bool _mayDrop() const;
+  void _dropReceived(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls);
+  void _itemsDropped(const EMU3DirectoryPtr &target, const DraggedItems &items);
 
   struct Item {
     QAction *item;
     Action action;
   };
 
+  WindowList &windows_;
   std::unique_ptr<MainWindow> window_;
   QSplitter *splitter_ = nullptr;
   ImageWork *image_ = nullptr;
@@ -202,6 +221,7 @@ private:
   FolderCommands *folderCommands_ = nullptr;
   FileCommands *fileCommands_ = nullptr;
   ImageCheck *check_ = nullptr;
+  ImageOpenings *openings_ = nullptr;
   NewImages *newImages_ = nullptr;
   RecentImages *recentImages_ = nullptr;
   BankContentsPanel *panel_ = nullptr;
@@ -217,6 +237,7 @@ private:
   std::unique_ptr<QMenu> folderMenu_;
   std::unique_ptr<QMenu> fileMenu_;
   EMU3DirectoryPtr clickedDirectory_;
+  bool closingIsAgreed_ = false;
 };
 
 } // namespace tessary

@@ -87,6 +87,7 @@ void MainWindowController::_buildUI() {
   fileCommands_ = new FileCommands(
       tools, [this](const std::vector<EMU3FilePtr> &files) { exports_->exportFiles(files); }, this);
   check_ = new ImageCheck(tools, this);
+  openings_ = new ImageOpenings(tools, this);
   newImages_ = new NewImages(
       tools, [this](const std::string &path) { openImageAtURL(path); }, this);
   bankContents_ = new BankContents(
@@ -167,17 +168,21 @@ QWidget *MainWindowController::_makeRightPane(Browser::Views *views) {
 void MainWindowController::_setupDragging() {
   tableView()->setDragDropMode(QAbstractItemView::DragDrop);
   tableView()->setDropIndicatorShown(false); // the views frame what takes a drop
-  outlineView()->setDragDropMode(QAbstractItemView::DropOnly);
+  outlineView()->setDragDropMode(QAbstractItemView::DragDrop);
   outlineView()->setDropIndicatorShown(false);
   constexpr int millisecondsToOpenFolder = 700;
   outlineView()->setAutoExpandDelay(millisecondsToOpenFolder);
   contentCtl()->setDropReceived(
       [this](const std::vector<std::string> &urls) { imports_->dropOnTable(urls); });
   sidebarCtl()->setSourceTableView(tableView());
-  sidebarCtl()->setValidateDropBlock(
-      [this](const EMU3DirectoryPtr &target, bool internal) { return _mayDrop(target, internal); });
+  sidebarCtl()->setValidateDropBlock([this](const EMU3DirectoryPtr &, bool) { return _mayDrop(); });
   sidebarCtl()->setDropReceived([this](const EMU3DirectoryPtr &target, const std::vector<std::string> &urls,
-                                       bool internal) { _dropReceived(target, urls, internal); });
+                                       bool) { _dropReceived(target, urls); });
+  const ItemsDropped itemsDropped = [this](const EMU3DirectoryPtr &target, const DraggedItems &items) {
+    _itemsDropped(target, items);
+  };
+  contentCtl()->setItemsDropped(itemsDropped);
+  sidebarCtl()->setItemsDropped(itemsDropped);
 }
 
 /// The keys that no menu shows.

@@ -57,6 +57,7 @@ void MainWindowController::_buildMenuBarMenus() {
   };
 
   QMenu *file = make("File");
+  _addCommand(file, {QStringLiteral("New Window"), &Self::_newWindow, key(Qt::CTRL | Qt::ALT | Qt::Key_N)});
   _addCommand(file,
               {QStringLiteral("New Image…"), &Self::_newImage, QKeySequence::keyBindings(QKeySequence::New)});
   _addCommand(file, {QStringLiteral("Mount Image…"), &Self::_openImage,
@@ -72,6 +73,9 @@ void MainWindowController::_buildMenuBarMenus() {
   _addCommand(file, {exportCommandText(), &Self::_exportSelected, key(Qt::CTRL | Qt::SHIFT | Qt::Key_E)});
   _addCommand(file, {QStringLiteral("Export Samples…"), &Self::_exportSamples,
                      key(Qt::CTRL | Qt::SHIFT | Qt::Key_S)});
+  file->addSeparator();
+  _addCommand(file, {QStringLiteral("Close Window"), &Self::_closeWindow,
+                     QKeySequence::keyBindings(QKeySequence::Close)});
 
   QMenu *edit = make("Edit");
   _addCommand(edit, {QStringLiteral("Undo"), &Self::_undo, QKeySequence::keyBindings(QKeySequence::Undo)});
@@ -226,9 +230,9 @@ void MainWindowController::_showSortOrder() {
 
 bool MainWindowController::_isOfUse(Action action) const {
   using Self = MainWindowController;
-  if (action == &Self::_newImage || action == &Self::_openImage || action == &Self::_showUserGuide ||
-      action == &Self::_showSurprises || action == &Self::_toggleBankContents)
-    return true;
+  for (const Action always : {&Self::_newWindow, &Self::_closeWindow, &Self::_newImage, &Self::_openImage,
+                              &Self::_showUserGuide, &Self::_showSurprises, &Self::_toggleBankContents})
+    if (action == always) return true;
   if (!filesystem()) return false;
   if (action == &Self::_unmountImage || action == &Self::_backUpImage || action == &Self::_find ||
       action == &Self::_findEverywhere)

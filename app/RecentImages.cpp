@@ -1,8 +1,8 @@
 #include "app/RecentImages.h"
 
 #include "app/DisplayText.h"
+#include "app/ImageTitle.h"
 #include "app/Settings.h"
-#include "tessary/Text.h"
 
 #include <QMenu>
 #include <algorithm>
@@ -20,18 +20,6 @@ QStringList encoded(const std::vector<std::string> &paths) {
   for (const std::string &path : paths)
     list += QString::fromLatin1(QByteArray::fromStdString(path).toPercentEncoding("/ "));
   return list;
-}
-
-/// The file's name, and its folder where another one of that name is listed.
-QString title(const std::string &path, const std::vector<std::string> &paths) {
-  const auto hasItsName = [name = lastPathComponent(path)](const std::string &other) {
-    return lastPathComponent(other) == name;
-  };
-  const bool isAlone = std::count_if(paths.begin(), paths.end(), hasItsName) == 1;
-  const QString name = displayText(lastPathComponent(path));
-  const QString folder = displayText(std::filesystem::path(path).parent_path().string());
-  QString shown = isAlone ? name : QStringLiteral("%1 — %2").arg(name, folder);
-  return shown.replace(QLatin1Char('&'), QLatin1String("&&"));
 }
 
 } // namespace
@@ -69,7 +57,7 @@ void RecentImages::list(QMenu *menu) {
   menu->clear();
   const std::vector<std::string> recent = paths();
   for (const std::string &path : recent) {
-    QAction *item = menu->addAction(title(path, recent));
+    QAction *item = menu->addAction(imageTitle(path, recent));
     item->setToolTip(displayText(path));
     connect(item, &QAction::triggered, this, [this, path] { open_(path); });
   }

@@ -1,7 +1,6 @@
 #include "app/SidebarController.h"
 
 #include "app/DisplayText.h"
-#include "app/FileURLs.h"
 #include "app/FolderOutline.h"
 
 #include <QApplication>
@@ -231,42 +230,6 @@ QVariant SidebarController::data(const QModelIndex &index, int role) const {
   if (role == Qt::DisplayRole) return nodes_[nodeAt(index)].label;
   if (role == Qt::DecorationRole) return folderIcon_;
   return {};
-}
-
-// ---- Drops
-
-Qt::ItemFlags SidebarController::flags(const QModelIndex &index) const {
-  return QAbstractItemModel::flags(index) | Qt::ItemIsDropEnabled;
-}
-
-Qt::DropActions SidebarController::supportedDropActions() const {
-  return Qt::CopyAction | Qt::MoveAction;
-}
-
-QStringList SidebarController::mimeTypes() const {
-  return {QStringLiteral("text/uri-list")};
-}
-
-bool SidebarController::canDropMimeData(const QMimeData *data, Qt::DropAction action, int, int,
-                                        const QModelIndex &parent) const {
-  return action != Qt::IgnoreAction && validateDrop(*data, parent) == action;
-}
-
-Qt::DropAction SidebarController::validateDrop(const QMimeData &data, const QModelIndex &item) const {
-  if (!root_ || incomingDrag_.bringsSamples() || !incomingDrag_.bringsFiles(data)) return Qt::IgnoreAction;
-  const bool internal = isInternalDrag();
-  if (validateDropBlock_)
-    return validateDropBlock_(directoryAt(item), internal) ? Qt::CopyAction : Qt::IgnoreAction;
-  return internal ? Qt::MoveAction : Qt::CopyAction;
-}
-
-bool SidebarController::dropMimeData(const QMimeData *data, Qt::DropAction, int, int,
-                                     const QModelIndex &parent) {
-  if (!root_ || !dropReceived_) return false;
-  const std::vector<std::string> urls = filePaths(*data);
-  if (urls.empty()) return false;
-  dropReceived_(directoryAt(parent), urls, isInternalDrag());
-  return true;
 }
 
 } // namespace tessary

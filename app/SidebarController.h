@@ -1,7 +1,8 @@
 #pragma once
 
+#include "app/DraggedItems.h"
 #include "app/IncomingDrag.h"
-#include "tessary/EMU3Directory.h"
+#include "tessary/EMU3Filesystem.h"
 
 #include <QAbstractItemModel>
 #include <QIcon>
@@ -19,8 +20,9 @@ namespace tessary {
 
 /// Feeds the folder outline: the folder tree below `root`, each folder with an icon and a label that tells
 /// its number of files. Shows the tree as it was at the last `reload`; a folder's subfolders are read when
-/// they are first asked for. Files can be dropped on a folder, and on the empty area for the root; whether
-/// they may, and what is done with them, is asked of callbacks. Main thread only.
+/// they are first asked for. A folder can be dragged to another one, also of another window's image, and out
+/// as a host folder. Things can be dropped on a folder, and on the empty area for the root; whether they may,
+/// and what is done with them, is asked of callbacks. Main thread only.
 class SidebarController final : public QAbstractItemModel {
   Q_OBJECT
 
@@ -31,6 +33,9 @@ public:
   /// Takes effect in the outline with the next `reload`. Null when no image is loaded.
   void setRoot(EMU3DirectoryPtr root) { root_ = std::move(root); }
 
+  /// The image that the tree is of; null when none is loaded.
+  void setFilesystem(const EMU3FilesystemPtr &filesystem) { filesystem_ = filesystem; }
+
   /// Becomes the view's model. The view is not owned.
   void setOutlineView(QTreeView *outlineView);
   QTreeView *outlineView() const { return outlineView_; }
@@ -40,7 +45,9 @@ public:
     selectionChanged_ = std::move(callback);
   }
 
-  /// A drag of this table's rows is an internal drag. The view is not owned.
+  /// Performs a drop of what a window of this program drags; unset, it is taken as host files are.
+  void setItemsDropped(ItemsDropped callback) { itemsDropped_ = std::move(callback); }
+  /// Host files that come from this table are an internal drag. The view is not owned.
   void setSourceTableView(QTableView *tableView) { sourceTableView_ = tableView; }
   QTableView *sourceTableView() const { return sourceTableView_; }
 
@@ -83,8 +90,11 @@ public:
   QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
 
   Qt::ItemFlags flags(const QModelIndex &index) const override;
+  Qt::DropActions supportedDragActions() const override { return Qt::CopyAction; }
   Qt::DropActions supportedDropActions() const override;
   QStringList mimeTypes() const override;
+  /// The folder as `DraggedItems`; null for the root. The caller owns the result.
+  QMimeData *mimeData(const QModelIndexList &indexes) const override;
   /// `parent` is the item dropped on, or invalid for the empty area. Nothing is dropped between items: row
   /// and column are not looked at.
   bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
@@ -122,8 +132,10 @@ private:
 
   const QIcon folderIcon_;
   EMU3DirectoryPtr root_;
+  std::weak_ptr<EMU3Filesystem> filesystem_;
   QPointer<QTreeView> outlineView_;
   std::function<void(const EMU3DirectoryPtr &)> selectionChanged_;
+  ItemsDropped itemsDropped_;
   QPointer<QTableView> sourceTableView_;
   std::function<bool(const EMU3DirectoryPtr &, bool)> validateDropBlock_;
   std::function<void(const EMU3DirectoryPtr &, const std::vector<std::string> &, bool)> dropReceived_;

@@ -10,6 +10,7 @@
 #include "app/TextSize.h"
 #include "app/history/ChangeHistory.h"
 #include "app/history/PlaceStep.h"
+#include "app/history/PresenceSteps.h"
 #include "tessary/ItemsOperation.h"
 #include "tessary/SystemLog.h"
 
@@ -34,6 +35,11 @@ std::unique_ptr<QComboBox> makeFolderPopUp(const std::vector<EMU3DirectoryPtr> &
   popUp->setFixedSize(scaled(width), std::max(scaled(height), popUp->sizeHint().height()));
   popUp->addItems(names);
   return popUp;
+}
+
+/// " (2 failed)"; nothing when nothing did.
+QString failedText(const std::vector<ItemFailure> &failures) {
+  return failures.empty() ? QString() : QStringLiteral(" (%1 failed)").arg(QString::number(failures.size()));
 }
 
 } // namespace
@@ -64,25 +70,27 @@ void Transfers::askForDestination(const std::vector<PlacedFile> &files, bool mov
   });
 }
 
-void Transfers::run(const std::vector<PlacedFile> &files, const EMU3DirectoryPtr &toDirectory, bool move) {
+void Transfers::run(const std::vector<PlacedFile> &files, const EMU3DirectoryPtr &toDirectory, bool move,
+                    const EMU3FilesystemPtr &source) {
   tools_.browser->setStatus(move ? QStringLiteral("Moving…") : QStringLiteral("Copying…"));
   tools_.image->runOnImage(
-      [files, toDirectory, move](EMU3Filesystem &filesystem) {
-        return transferOn(filesystem, files, toDirectory, move);
+      [files, toDirectory, move, source](EMU3Filesystem &filesystem) {
+        return transferOn(filesystem, files, toDirectory, move, source);
       },
       [this, toDirectory, move](const Result &result) { transferred(result, toDirectory, move); },
       ImageWork::Spinning::yes);
 }
 
 Transfers::Result Transfers::transferOn(EMU3Filesystem &filesystem, const std::vector<PlacedFile> &files,
-                                        const EMU3DirectoryPtr &toDirectory, bool move) {
+                                        const EMU3DirectoryPtr &toDirectory, bool move,
+                                        const EMU3FilesystemPtr &source) {
   Result result;
   const auto operation = filesystem.manyItems();
   for (const auto &[file, folder] : files) {
     if (move)
       operation->moveFile(file, folder, toDirectory);
     else
-      operation->copyFile(file, toDirectory);
+      operation->copyFile(file, toDirectory, source);
   }
   ItemsWatcher watcher;
   watcher.ended = [&](const ItemEnd &end) {
@@ -102,17 +110,17 @@ Transfers::Result Transfers::transferOn(EMU3Filesystem &filesystem, const std::v
 void Transfers::transferred(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move) {
   makeUndoable(result, toDirectory, move);
   tools_.browser->showArrivals(toDirectory, result.arrived);
-  const std::size_t failed = result.failures.size();
-  const QString failures =
-      failed == 0 ? QString() : QStringLiteral(" (%1 failed)").arg(QString::number(failed));
   tools_.browser->setStatus(QStringLiteral("%1 %2 file(s)%3.")
                                 .arg(move ? QStringLiteral("Moved") : QStringLiteral("Copied"),
-                                     QString::number(result.arrived.size()), failures));
+                                     QString::number(result.arrived.size()), failedText(result.failures)));
+  tellFailures(move, result.failures, result.failures.size() + result.arrived.size());
+}
+
+void Transfers::tellFailures(bool move, const std::vector<ItemFailure> &failures, std::size_t items) const {
   tools_.dialogs->tellFailures(QStringLiteral("%1 Failed (%2 of %3)")
                                    .arg(move ? QStringLiteral("Move") : QStringLiteral("Copy"),
-                                        QString::number(failed),
-                                        QString::number(failed + result.arrived.size())),
-                               result.failures);
+                                        QString::number(failures.size()), QString::number(items)),
+                               failures);
 }
 
 /// What was moved into the folder that it was in already stays there.
@@ -133,6 +141,50 @@ void Transfers::makeUndoable(const Result &result, const EMU3DirectoryPtr &toDir
                      history.items()->of(from)});
   }
   if (!moves.empty()) history.did(QStringLiteral("Move"), std::make_shared<PlaceStep>(std::move(moves)));
+}
+
+// ---- Folders
+
+void Transfers::copyFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &toDirectory,
+                           const EMU3FilesystemPtr &source) {
+  tools_.browser->setStatus(QStringLiteral("Copying…"));
+  tools_.image->runOnImage(
+      [folder, toDirectory, source](EMU3Filesystem &filesystem) {
+        return copyOn(filesystem, folder, toDirectory, source);
+      },
+      [this, name = folder->name()](const FolderResult &result) { folderCopied(result, name); },
+      ImageWork::Spinning::yes);
+}
+
+Transfers::FolderResult Transfers::copyOn(EMU3Filesystem &filesystem, const EMU3DirectoryPtr &folder,
+                                          const EMU3DirectoryPtr &toDirectory,
+                                          const EMU3FilesystemPtr &source) {
+  FolderResult result;
+  const auto operation = filesystem.manyItems();
+  operation->copyFolder(folder, toDirectory, ExistingFolder::doubled, source);
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) {
+    const Item &item = operation->item(end.item);
+    if (item.folder == folder) result.copy = end.folder;
+    if (!end.error) return;
+    systemLog("Transfer failed: " + end.error->description());
+    result.failures.push_back(
+        ItemFailure::of(item.file ? item.file->name() : item.folder->name(), *end.error));
+  };
+  result.items = operation->progress().items;
+  operation->run(watcher);
+  return result;
+}
+
+void Transfers::folderCopied(const FolderResult &result, const std::string &name) {
+  if (result.copy)
+    tools_.history->did(QStringLiteral("Copy"), TakeAwayStep::of(*tools_.history->items(), result.copy));
+  tools_.browser->showArrivals(result.copy, {});
+  tools_.browser->setStatus(
+      result.copy
+          ? QStringLiteral("Copied folder '%1'%2.").arg(displayText(name), failedText(result.failures))
+          : QStringLiteral("Folder '%1' was not copied.").arg(displayText(name)));
+  tellFailures(false, result.failures, result.items);
 }
 
 } // namespace tessary

@@ -2,6 +2,7 @@
 
 #include "app/Settings.h"
 
+#include <QScreen>
 #include <QWidget>
 #include <algorithm>
 
@@ -27,6 +28,23 @@ QPoint placeOnScreen(const QSize &size, const QRect &available, const QMargins &
   const QPoint centered = room.center() - QRect(QPoint(), size).center();
   // On a screen that is too small the title bar stays in reach.
   return {std::max(centered.x(), room.x()), std::max(centered.y(), room.y())};
+}
+
+QPoint placeBeside(const QRect &before, const QRect &available) {
+  constexpr int step = 32; // both title bars can be read
+  QRect beside = before.translated(step, step);
+  if (beside.right() > available.right()) beside.moveLeft(available.left());
+  if (beside.bottom() > available.bottom()) beside.moveTop(available.top());
+  return beside.topLeft();
+}
+
+void placeBeside(QWidget *window, const QWidget &before) {
+  // Of one that fills the screen what it is otherwise.
+  const bool fillsScreen = before.isMaximized() || before.isFullScreen();
+  window->setWindowState(Qt::WindowNoState);
+  window->resize(fillsScreen ? before.normalGeometry().size() : before.size());
+  window->move(placeBeside(fillsScreen ? before.normalGeometry() : before.frameGeometry(),
+                           before.screen()->availableGeometry()));
 }
 
 void rememberPlace(const QWidget &window) {

@@ -46,7 +46,7 @@ public:
     const Ticket ticket(latest_, *latest_);
     ++counts_->asked;
     using Result = std::invoke_result_t<const Read &, EMU3Filesystem &, const Ticket &>;
-    image_->runOnImage(
+    image_->readFromImage(
         [ticket, counts = counts_, read = std::move(read)](EMU3Filesystem &filesystem) {
           if (!ticket.isValid()) return std::optional<Result>();
           ++counts->begun;

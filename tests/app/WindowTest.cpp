@@ -179,7 +179,7 @@ CleanSettings::CleanSettings() {
   BackupOffers::setMade(false);
 }
 
-WindowTest::WindowTest() : controller_(std::make_unique<MainWindowController>()) {
+WindowTest::WindowTest() : controller_(std::make_unique<MainWindowController>(windows_)) {
   controller_->showWindow();
   if (!QTest::qWaitForWindowExposed(window())) throw std::runtime_error("the window does not come up");
   activate(window()); // the keys that a test presses go to the active window

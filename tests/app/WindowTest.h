@@ -2,6 +2,7 @@
 
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
+#include "app/WindowList.h"
 #include "filesystem/MountedImage.h"
 #include "tests/support/ImageBuilder.h"
 #include "tests/support/TemporaryFolder.h"
@@ -179,6 +180,7 @@ protected:
   CleanSettings settings_;
   TemporaryFolder folder_;
   BeepCounter beeps_;
+  WindowList windows_; ///< this one is not among them, so it is the only one
   std::unique_ptr<MainWindowController> controller_;
 };
 

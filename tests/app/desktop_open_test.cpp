@@ -128,6 +128,13 @@ protected:
   }
 
   MainWindow *window() const { return delegate_->mainWC()->window(); }
+  /// Of all windows, in the order in which they were opened.
+  QStringList titles() const {
+    QStringList titles;
+    for (const MainWindowController *each : delegate_->windows().windows())
+      titles += each->window()->windowTitle();
+    return titles;
+  }
   QString title() const { return window()->windowHandle()->title(); }
   QString status() const { return delegate_->mainWC()->statusLabel()->text(); }
 
@@ -137,7 +144,7 @@ protected:
   std::unique_ptr<DesktopOpenRequests> requests_;
 };
 
-TEST_F(DesktopOpen, OpensTheDocumentInTheWindowThatIsThere) {
+TEST_F(DesktopOpen, OpensTheDocumentInTheEmptyWindowAndTheNextInANewOne) {
   answerTheDesktop();
   EXPECT_EQ(open({uriOf(image())}), QString());
   ASSERT_TRUE(waitUntilIdle());
@@ -145,7 +152,19 @@ TEST_F(DesktopOpen, OpensTheDocumentInTheWindowThatIsThere) {
   EXPECT_EQ(status(), QStringLiteral("Drums — 1 file(s)"));
   EXPECT_EQ(open({uriOf(image("odd #1 %41 é.hda"))}), QString());
   ASSERT_TRUE(waitUntilIdle());
-  EXPECT_EQ(title(), QStringLiteral("Tessary — odd #1 %41 é.hda"));
+  EXPECT_EQ(titles(), (QStringList{"Tessary — disk.hda", "Tessary — odd #1 %41 é.hda"}));
+  EXPECT_EQ(title(), QStringLiteral("Tessary — odd #1 %41 é.hda")) << "it has the keyboard";
+}
+
+TEST_F(DesktopOpen, DocumentThatAWindowShowsBringsThatOneToTheFront) {
+  answerTheDesktop();
+  const std::string first = image("first.hda");
+  for (const std::string &path : {first, image("second.hda"), first}) {
+    EXPECT_EQ(open({uriOf(path)}), QString());
+    ASSERT_TRUE(waitUntilIdle());
+  }
+  EXPECT_EQ(titles(), (QStringList{"Tessary — first.hda", "Tessary — second.hda"}));
+  EXPECT_TRUE(QTest::qWaitFor([this] { return title() == QStringLiteral("Tessary — first.hda"); }));
 }
 
 TEST_F(DesktopOpen, BringsTheWindowUp) {
@@ -167,11 +186,13 @@ TEST_F(DesktopOpen, HandsTheDesktopsLeaveToComeToTheFrontOn) {
   qunsetenv("XDG_ACTIVATION_TOKEN");
 }
 
-TEST_F(DesktopOpen, OfSeveralDocumentsTheFirstIsOpened) {
+TEST_F(DesktopOpen, OfSeveralDocumentsEachGetsAWindow) {
   answerTheDesktop();
   open({uriOf(image("one.hda")), uriOf(image("two.hda"))});
   ASSERT_TRUE(waitUntilIdle());
-  EXPECT_EQ(title(), QStringLiteral("Tessary — one.hda"));
+  QStringList opened = titles();
+  opened.sort();
+  EXPECT_EQ(opened, (QStringList{"Tessary — one.hda", "Tessary — two.hda"}));
 }
 
 TEST_F(DesktopOpen, DocumentThatDoesNotOpenIsReportedAndAnsweredWithSuccess) {

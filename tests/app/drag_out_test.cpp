@@ -1,4 +1,6 @@
 #include "app/ContentController.h"
+#include "app/DraggedItems.h"
+#include "app/SidebarController.h"
 #include "tests/app/FileCommandTest.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/MountedVolume.h"
@@ -126,10 +128,7 @@ TEST_F(DragOut, FilesOfOneNameDoNotReplaceEachOther) {
   ASSERT_EQ(paths.size(), 2U);
   EXPECT_EQ(test::readText(paths[0]), "one");
   EXPECT_EQ(test::readText(paths[1]), "two");
-  const std::vector<EMU3FilePtr> twins = content()->displayedFiles();
-  EXPECT_EQ(content()->draggedFile(paths[0]), twins[0]);
-  EXPECT_EQ(content()->draggedFile(paths[1]), twins[1]);
-  EXPECT_EQ(content()->draggedFile("/TWIN.E4B"), nullptr);
+  EXPECT_EQ(DraggedItems::in(data.get())->files(), content()->displayedFiles());
 }
 
 TEST_F(DragOut, NameThatTheHostCannotBearStaysInItsFolder) {
@@ -220,7 +219,86 @@ TEST_F(DragOut, RowsOfferNothingButACopy) {
   EXPECT_TRUE(table()->dragEnabled());
   for (int column = 0; column < content()->columnCount(); ++column)
     EXPECT_TRUE(content()->flags(content()->index(0, column)).testFlag(Qt::ItemIsDragEnabled));
-  EXPECT_FALSE(outline()->dragEnabled()) << "folders are no files";
+}
+
+// ---- Folders
+
+/// What the outline makes of a folder that is dragged.
+class FolderDragOut : public DragOut {
+protected:
+  std::unique_ptr<QMimeData> draggedFolder(const QStringList &path) const {
+    return std::unique_ptr<QMimeData>(controller_->sidebarCtl()->mimeData({folderItem(path)}));
+  }
+};
+
+ImageBuilder nestedFolders() {
+  ImageBuilder image;
+  auto drums = image.root().addFolder("Drums");
+  drums.addFile("KICK", patternBytes(70'000, 3));
+  drums.addFolder("Old: 808/909").addFile("TOM", bytesOf("tom"));
+  drums.addFolder("Empty");
+  return image;
+}
+
+TEST_F(FolderDragOut, IsAHostFolderWithItsTreeInAPrivateFolder) {
+  mount(nestedFolders());
+  const auto paths = pathsIn(draggedFolder({"Drums"}));
+  ASSERT_EQ(paths.size(), 1U);
+  const std::filesystem::path path = paths[0];
+  EXPECT_EQ(path.filename(), "Drums");
+  EXPECT_EQ(path.parent_path().parent_path(), dragFolder());
+  EXPECT_EQ(test::readBytes(path / "KICK.E4B"), patternBytes(70'000, 3));
+  EXPECT_EQ(test::readText(path / "Old: 808%2F909" / "TOM.E4B"), "tom");
+  EXPECT_TRUE(std::filesystem::is_empty(path / "Empty"));
+}
+
+TEST_F(FolderDragOut, IsExportedOnceAndOnlyWhenItsAddressIsAskedFor) {
+  mount(nestedFolders());
+  const auto data = draggedFolder({"Drums"});
+  EXPECT_TRUE(data->hasUrls());
+  EXPECT_EQ(data->formats(), QStringList{"text/uri-list"});
+  EXPECT_FALSE(std::filesystem::exists(dragFolder()));
+  EXPECT_EQ(data->urls(), data->urls());
+  EXPECT_EQ(test::namesIn(dragFolder()).size(), 1U);
+}
+
+TEST_F(FolderDragOut, OtherProgramsReadItsAddressAsAList) {
+  mount(nestedFolders());
+  const auto data = draggedFolder({"Drums"});
+  const QByteArray list = data->data(QStringLiteral("text/uri-list"));
+  EXPECT_EQ(list, data->urls().first().toEncoded() + "\r\n");
+}
+
+TEST_F(FolderDragOut, FileWhoseContentsAreIncompleteIsLoggedAndLeftOut) {
+  ImageBuilder image;
+  test::FolderBuilder folder = image.root().addFolder("Mixed");
+  folder.addFile("WHOLE", bytesOf("whole"));
+  addIncompleteFile(image, folder, "CUT");
+  mount(image);
+  const test::CapturedLog log;
+  const auto paths = pathsIn(draggedFolder({"Mixed"}));
+  ASSERT_EQ(paths.size(), 1U);
+  EXPECT_EQ(test::namesIn(paths[0]), std::vector<std::string>{"WHOLE.E4B"});
+  EXPECT_EQ(log.lines(),
+            std::vector<std::string>{"Drag export failed for CUT: Error Domain=com.tessary.error Code=2 "
+                                     "\"File contents are incomplete\""});
+}
+
+TEST_F(FolderDragOut, OfAnImageThatIsNoLongerMountedHasNoAddress) {
+  mount(nestedFolders());
+  const auto data = draggedFolder({"Drums"});
+  clickToolbar("UnmountItem");
+  ASSERT_TRUE(test::waitUntilIdle());
+  EXPECT_TRUE(data->urls().isEmpty());
+  EXPECT_FALSE(std::filesystem::exists(dragFolder()));
+}
+
+TEST_F(FolderDragOut, TheRootIsNot) {
+  mount(nestedFolders());
+  EXPECT_EQ(controller_->sidebarCtl()->mimeData({QModelIndex()}), nullptr);
+  EXPECT_FALSE(controller_->sidebarCtl()->flags({}).testFlag(Qt::ItemIsDragEnabled));
+  EXPECT_TRUE(controller_->sidebarCtl()->flags(folderItem({"Drums"})).testFlag(Qt::ItemIsDragEnabled));
+  EXPECT_TRUE(outline()->dragEnabled());
 }
 
 TEST_F(DragOut, WhereTheHostsTemporaryDirectoryHasAnOddNameTheAddressIsStillRight) {

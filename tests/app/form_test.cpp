@@ -66,7 +66,7 @@ TEST_F(Form, WindowsPlaceIsKept) {
   window()->setGeometry(place);
   QCoreApplication::processEvents();
   controller_->prepareToQuit();
-  MainWindowController next;
+  MainWindowController next(windows_);
   auto *bar = new QMenuBar;
   next.setMenuBar(bar);
   next.showWindow();
@@ -229,7 +229,8 @@ protected:
 };
 
 TEST_F(LargeText, EverythingFollowsTheSystemsTextSize) {
-  MainWindowController controller;
+  WindowList windows;
+  MainWindowController controller(windows);
   controller.showWindow();
   const double scale = textScale();
   EXPECT_GT(scale, 1.5);
@@ -245,7 +246,8 @@ TEST_F(LargeText, EverythingFollowsTheSystemsTextSize) {
 
 TEST_F(LargeText, WindowThatIsOpenFollowsToo) {
   QApplication::setFont(before_);
-  MainWindowController controller;
+  WindowList windows;
+  MainWindowController controller(windows);
   controller.showWindow();
   ASSERT_EQ(controller.tableView()->font().pixelSize(), 12);
   QFont large = before_;

@@ -351,6 +351,7 @@ TEST_F(History, CopiesOfWhatWasDeletedAreOfThisUserAloneAndGoWithTheWindow) {
   const std::string copies = folder_.path("cache") + "/tessary-" + std::to_string(::geteuid()) + "/Undo";
   ASSERT_EQ(test::namesIn(copies).size(), 1U);
   controller_.reset();
+  ASSERT_TRUE(test::waitUntilIdle());
   EXPECT_TRUE(test::namesIn(copies).empty());
 }
 

@@ -90,10 +90,27 @@ TEST_F(Launch, WithAnImageOpensIt) {
   EXPECT_EQ(window()->windowHandle()->title(), QStringLiteral("Tessary — disk.hda"));
 }
 
-TEST_F(Launch, OnlyTheFirstArgumentIsOpened) {
-  launch({image(), image("other.hda")});
+TEST_F(Launch, WithSeveralImagesOpensAWindowForEach) {
+  launch({image(), image("second.hda"), folder_.path("missing.hda"), image("third.hda")});
   ASSERT_TRUE(waitUntilIdle());
-  EXPECT_EQ(window()->windowHandle()->title(), QStringLiteral("Tessary — disk.hda"));
+  QStringList titles;
+  for (const MainWindowController *each : delegate_->windows().windows())
+    titles += each->window()->windowTitle();
+  titles.sort();
+  EXPECT_EQ(titles, (QStringList{"Tessary — disk.hda", "Tessary — second.hda", "Tessary — third.hda"}));
+}
+
+TEST_F(Launch, ImageThatDoesNotOpenLeavesItsWindowToTheNext) {
+  const std::string notes = folder_.path("notes.txt");
+  writeText(notes, "notes");
+  AlertAnswers answers;
+  launch({notes});
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_TRUE(delegate_->application(image()));
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(answers.shown().size(), 1U);
+  EXPECT_EQ(delegate_->windows().windows().size(), 1U);
+  EXPECT_EQ(window()->windowTitle(), QStringLiteral("Tessary — disk.hda"));
 }
 
 TEST_F(Launch, WithAnExistingPathThatIsNoImageReportsTheError) {
@@ -133,7 +150,7 @@ TEST_F(Launch, MenuBarBeginsWithTheApplicationsMenu) {
   QStringList titles;
   for (const QAction *item : window()->menuBar()->actions())
     titles += item->text();
-  EXPECT_EQ(titles, (QStringList{"Tessary", "File", "Edit", "Folder", "View", "Help"}));
+  EXPECT_EQ(titles, (QStringList{"Tessary", "File", "Edit", "Folder", "View", "Window", "Help"}));
   EXPECT_EQ(itemsOf("Tessary"), (QStringList{"About Tessary", "-", "Quit Tessary"}));
   EXPECT_TRUE(menu("Tessary")->actions()[0]->shortcut().isEmpty());
   EXPECT_EQ(menu("Tessary")->actions()[2]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
@@ -158,7 +175,7 @@ TEST_F(Launch, AboutShowsAModalPanelThatReturnCloses) {
 
 // ---- Open requests
 
-TEST_F(Launch, DocumentHandedOverByTheDesktopOpensInTheSameWindow) {
+TEST_F(Launch, DocumentHandedOverByTheDesktopOpensInTheEmptyWindow) {
   launch();
   QFileOpenEvent event(QString::fromStdString(image()));
   QApplication::sendEvent(qApp, &event);

@@ -44,8 +44,8 @@ protected:
 
 TEST_F(Menus, HoldEveryCommand) {
   EXPECT_EQ(textsOf("File"),
-            (QStringList{"New Image…", "Mount Image…", "Open Recent", "Unmount", "Check Image…",
-                         "Back Up Image…", "Import…", kExportCommand, "Export Samples…"}));
+            (QStringList{"New Window", "New Image…", "Mount Image…", "Open Recent", "Unmount", "Check Image…",
+                         "Back Up Image…", "Import…", kExportCommand, "Export Samples…", "Close Window"}));
   EXPECT_EQ(textsOf("Edit"), (QStringList{"Undo", "Redo", "Rename…", "Copy to…", "Move to…", "Delete",
                                           "Select All", "Find", "Find in All Folders"}));
   EXPECT_EQ(textsOf("Folder"),
@@ -73,13 +73,13 @@ TEST_F(Menus, FollowTheApplicationsOwn) {
   QStringList titles;
   for (const QAction *title : delegate.mainWC()->window()->menuBar()->actions())
     titles += title->text();
-  EXPECT_EQ(titles, (QStringList{"Tessary", "File", "Edit", "Folder", "View", "Help"}));
+  EXPECT_EQ(titles, (QStringList{"Tessary", "File", "Edit", "Folder", "View", "Window", "Help"}));
 }
 
 // ---- What is grey
 
 TEST_F(Menus, WithoutAnImageOnlyWhatNeedsNoneIsOfUse) {
-  EXPECT_EQ(useful("File"), (QStringList{"New Image…", "Mount Image…"}));
+  EXPECT_EQ(useful("File"), (QStringList{"New Window", "New Image…", "Mount Image…", "Close Window"}));
   EXPECT_EQ(useful("Edit"), QStringList());
   EXPECT_EQ(useful("Folder"), QStringList());
   EXPECT_EQ(useful("Help"), (QStringList{"User Guide", "What May Surprise"}));
@@ -87,8 +87,8 @@ TEST_F(Menus, WithoutAnImageOnlyWhatNeedsNoneIsOfUse) {
 
 TEST_F(Menus, ItemsFollowTheSelection) {
   mount(volume());
-  EXPECT_EQ(useful("File"), (QStringList{"New Image…", "Mount Image…", "Unmount", "Check Image…",
-                                         "Back Up Image…", "Import…"}));
+  EXPECT_EQ(useful("File"), (QStringList{"New Window", "New Image…", "Mount Image…", "Unmount",
+                                         "Check Image…", "Back Up Image…", "Import…", "Close Window"}));
   chooseFiles({"FIRST"});
   EXPECT_EQ(useful("Edit"), (QStringList{"Rename…", "Copy to…", "Move to…", "Delete", "Select All", "Find",
                                          "Find in All Folders"}));
@@ -109,8 +109,9 @@ TEST_F(Menus, ItemsFollowTheFolder) {
 TEST_F(Menus, ReadOnlyImageLeavesWhatOnlyReads) {
   mountReadOnly(volume());
   chooseFiles({"FIRST"});
-  EXPECT_EQ(useful("File"), (QStringList{"New Image…", "Mount Image…", "Unmount", "Check Image…",
-                                         "Back Up Image…", kExportCommand, "Export Samples…"}));
+  EXPECT_EQ(useful("File"),
+            (QStringList{"New Window", "New Image…", "Mount Image…", "Unmount", "Check Image…",
+                         "Back Up Image…", kExportCommand, "Export Samples…", "Close Window"}));
   EXPECT_EQ(useful("Edit"), (QStringList{"Select All", "Find", "Find in All Folders"}));
   EXPECT_EQ(useful("Folder"), (QStringList{"Show Root", "Show Parent"}));
 }

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 
 namespace tessary::test {
@@ -205,6 +206,11 @@ protected:
     }
     return paths;
   }
+  /// Quits and presses "Quit" in the question whether to.
+  void quitAndAgree() const {
+    delegate_->terminate();
+    clickButton(sheet<Alert>(), QStringLiteral("Quit"));
+  }
   StoredFiles drumsOnImage() const { return filesOnImage(path_, {"Drums"}); }
 
   /// Runs the application as main() does, with `end` as the first thing that happens.
@@ -225,16 +231,20 @@ protected:
       std::make_unique<AppDelegate>(std::vector<std::string>{"tessary", path_});
 };
 
-TEST_F(EndingAtWork, ClosedWindowFinishesAnImportWithoutAnAlert) {
+TEST_F(EndingAtWork, ClosedWindowFinishesAnImportWithoutAnAlertOnceTheUserAgrees) {
   const std::vector<std::string> hosts = hostFiles(20);
   AlertAnswers answers;
   HeldQueue queue(*controller().filesystem());
   beginImport(hosts);
   beginImport({hosts[0]});
   ASSERT_EQ(std::remove(hosts[0].c_str()), 0); // so that one fails
-  QTimer::singleShot(50, window(), [&] { queue.letGo(); });
-  run([this] { window()->close(); });
-  EXPECT_TRUE(answers.shown().empty());
+  run([&] {
+    window()->close();
+    EXPECT_TRUE(window()->isVisible()) << "the user is asked first";
+    clickButton(sheet<Alert>(), QStringLiteral("Close"));
+    QTimer::singleShot(50, window(), [&] { queue.letGo(); });
+  });
+  EXPECT_TRUE(answers.shown().empty()) << "no more is asked or told";
   const StoredFiles found = drumsOnImage();
   ASSERT_EQ(found.size(), 1U + 19U);
   for (std::uint32_t i = 1; i < 20; ++i)
@@ -247,7 +257,7 @@ TEST_F(EndingAtWork, QuitFinishesADelete) {
   controller()._deleteSelected();
   clickButton(sheet<Alert>(), QStringLiteral("Delete"));
   QTimer::singleShot(50, window(), [&] { queue.letGo(); });
-  run([this] { delegate_->terminate(); });
+  run([this] { quitAndAgree(); });
   EXPECT_EQ(drumsOnImage(), StoredFiles());
 }
 
@@ -259,13 +269,13 @@ TEST_F(EndingAtWork, QuitFinishesAnUndo) {
   HeldQueue queue(*controller().filesystem());
   controller()._undo();
   QTimer::singleShot(50, window(), [&] { queue.letGo(); });
-  run([this] { delegate_->terminate(); });
+  run([this] { quitAndAgree(); });
   EXPECT_EQ(drumsOnImage(), (StoredFiles{{"KICK", patternBytes(5000, 1000)}}));
 }
 
 TEST_F(EndingAtWork, QuitWaitsForAChangeThatTheMediumIsSlowToTake) {
   MediumFaults medium;
-  AlertAnswers answers;
+  std::optional<AlertAnswers> answers;
   medium.holdFlushes();
   controller().tableView()->selectRow(0);
   controller()._renameSelected();
@@ -277,9 +287,12 @@ TEST_F(EndingAtWork, QuitWaitsForAChangeThatTheMediumIsSlowToTake) {
     medium.failFlushes();
     medium.letGo();
   });
-  run([this] { delegate_->terminate(); });
+  run([&] {
+    quitAndAgree();
+    answers.emplace();
+  });
   EXPECT_TRUE(waited) << "it has ended before the change";
-  EXPECT_TRUE(answers.shown().empty());
+  EXPECT_TRUE(answers->shown().empty());
 }
 
 TEST_F(EndingAtWork, QuitFinishesARename) {
@@ -290,7 +303,7 @@ TEST_F(EndingAtWork, QuitFinishesARename) {
   sheet<QMessageBox>()->findChild<QLineEdit *>()->setText(QStringLiteral("RENAMED"));
   clickButton(sheet<QMessageBox>(), QStringLiteral("Rename"));
   QTimer::singleShot(200, window(), [&] { medium.letGo(); });
-  run([this] { delegate_->terminate(); });
+  run([this] { quitAndAgree(); });
   EXPECT_EQ(drumsOnImage(), (StoredFiles{{"RENAMED", patternBytes(5000, 1000)}}));
 }
 

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "tessary/EMU3Filesystem.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// Host copies of what is dragged, each in a private folder of its own; nothing removes them. What cannot be
+/// exported is left out and logged. Main thread only; events are handled meanwhile, but for the user's.
+namespace tessary {
+
+struct ExportedFile {
+  EMU3FilePtr file;
+  std::string path; ///< of its copy
+};
+
+/// In their order.
+std::vector<ExportedFile> exportForDrag(const EMU3FilesystemPtr &image,
+                                        const std::vector<EMU3FilePtr> &files);
+/// With its tree. The path of its copy; none when that was not made.
+std::optional<std::string> exportForDrag(const EMU3FilesystemPtr &image, const EMU3DirectoryPtr &folder);
+
+} // namespace tessary
