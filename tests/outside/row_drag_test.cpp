@@ -45,12 +45,15 @@ private:
   int count_ = 0;
 };
 
-/// A hand on the mouse while a drag runs its own event loop: does one step after the other, with pauses in
-/// which the drag answers.
+/// A hand on the mouse while a drag out of a window runs its own event loop: does one step after the other,
+/// with pauses in which the drag answers. It waits for the drag to begin: the files are exported before, and
+/// events are handled meanwhile.
 class Hand {
 public:
-  Hand() {
+  explicit Hand(const QWidget *window) : window_(window) {
     timer_.callOnTimeout([this] { doNext(); });
+    limit_.setSingleShot(true);
+    limit_.callOnTimeout(&QDrag::cancel); // a drag that nothing ends
   }
   void then(std::function<void()> step) { steps_.push_back(std::move(step)); }
   void start() {
@@ -60,13 +63,17 @@ public:
 
 private:
   void doNext() {
-    if (steps_.empty()) return;
+    if (steps_.empty() || !window_->findChild<QDrag *>()) return;
+    constexpr int longestDrag = 60000;
+    if (!limit_.isActive()) limit_.start(longestDrag);
     const std::function<void()> step = std::move(steps_.front());
     steps_.pop_front();
     step();
   }
 
+  const QWidget *const window_;
   QTimer timer_;
+  QTimer limit_;
   std::deque<std::function<void()>> steps_;
 };
 
@@ -105,7 +112,7 @@ protected:
   void dragRow(const QModelIndex &file, const Target &target, const std::function<void()> &whileThere = {}) {
     const QPoint row = inWindow(table()->viewport(), table()->visualRect(file).center());
     QWindow *handle = window()->windowHandle();
-    Hand hand;
+    Hand hand(window());
     moveAndLetGo(hand, target, whileThere);
     QTest::mousePress(handle, Qt::LeftButton, {}, row);
     QTest::mouseMove(handle, row + QPoint(8, 0));
@@ -117,7 +124,7 @@ protected:
   /// Drags what the test made up.
   Qt::DropAction drag(QWidget *source, QMimeData *data, Qt::DropActions actions, const Target &target,
                       const std::function<void()> &whileThere = {}) {
-    Hand hand;
+    Hand hand(window());
     moveAndLetGo(hand, target, whileThere);
     hand.start();
     auto *drag = new QDrag(source);
@@ -150,7 +157,6 @@ private:
       hand.then([handle, place] { QTest::mouseMove(handle, place); });
     if (whileThere) hand.then(whileThere);
     hand.then([handle, end] { QTest::mouseRelease(handle, Qt::LeftButton, {}, end); });
-    hand.then([] { QDrag::cancel(); }); // of a drag that hangs
   }
 };
 
