@@ -41,7 +41,7 @@ WindowList::~WindowList() {
 MainWindowController *WindowList::openWindow() {
   const MainWindowController *before = lastUsed();
   MainWindowController *opened = windows_.emplace_back(std::make_unique<MainWindowController>(*this)).get();
-  byUse_.insert(byUse_.begin(), opened);
+  byUse_.push_back(opened); // until it gets the keyboard
   connect(opened, &MainWindowController::windowClosed, this, [this, opened] { windowClosed(opened); });
   emit windowOpened(opened);
   if (before) placeBeside(opened->window(), *before->window());

@@ -21,7 +21,7 @@ FileDrag::FileDrag(const std::vector<std::string> &paths) {
   QList<QUrl> urls;
   for (const std::string &path : paths)
     urls += QUrl::fromLocalFile(QString::fromStdString(path));
-  data_.setUrls(urls);
+  data_->setUrls(urls);
 }
 
 Qt::DropAction FileDrag::moveTo(QWidget *widget, const QPoint &position) {
@@ -31,13 +31,13 @@ Qt::DropAction FileDrag::moveTo(QWidget *widget, const QPoint &position) {
   if (over_ != window) {
     leave();
     over_ = window;
-    QDragEnterEvent enter(place, possibleActions_, &data_, Qt::LeftButton, modifiers_);
+    QDragEnterEvent enter(place, possibleActions_, data_.get(), Qt::LeftButton, modifiers_);
     QCoreApplication::sendEvent(window, &enter);
     answer = answerTo(enter);
     // Only an entry that was not taken already is followed by a move at the same place.
     if (possibleActions_.testFlag(answer) && answer != Qt::IgnoreAction) return answer;
   }
-  QDragMoveEvent move(place, possibleActions_, &data_, Qt::LeftButton, modifiers_);
+  QDragMoveEvent move(place, possibleActions_, data_.get(), Qt::LeftButton, modifiers_);
   move.setDropAction(answer);
   move.setAccepted(answer != Qt::IgnoreAction);
   QCoreApplication::sendEvent(window, &move);
@@ -49,7 +49,7 @@ Qt::DropAction FileDrag::dropOn(QWidget *widget, const QPoint &position) {
     leave();
     return Qt::IgnoreAction;
   }
-  QDropEvent drop(widget->mapTo(widget->window(), position), possibleActions_, &data_, Qt::LeftButton,
+  QDropEvent drop(widget->mapTo(widget->window(), position), possibleActions_, data_.get(), Qt::LeftButton,
                   modifiers_);
   QCoreApplication::sendEvent(over_, &drop);
   over_ = nullptr;

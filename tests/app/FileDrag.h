@@ -6,18 +6,22 @@
 #include <QPoint>
 #include <QString>
 #include <QWidget>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace tessary::test {
 
-/// A drag that another program makes over the window, reported to it as the window system reports it.
+/// A drag that another program, or another window, makes over the window, reported to it as the window system
+/// reports it.
 class FileDrag {
 public:
   /// Of these host files.
   explicit FileDrag(const std::vector<std::string> &paths);
   /// Of data of one kind.
-  FileDrag(const QString &mimeType, const QByteArray &data) { data_.setData(mimeType, data); }
+  FileDrag(const QString &mimeType, const QByteArray &data) { data_->setData(mimeType, data); }
+  /// Of what a view of the program makes of its rows.
+  explicit FileDrag(QMimeData *ofView) : data_(ofView) {}
   ~FileDrag() { leave(); }
   FileDrag(const FileDrag &) = delete;
   FileDrag &operator=(const FileDrag &) = delete;
@@ -33,7 +37,7 @@ public:
   void leave();
 
 private:
-  QMimeData data_;
+  std::unique_ptr<QMimeData> data_ = std::make_unique<QMimeData>();
   Qt::DropActions possibleActions_ = Qt::CopyAction | Qt::MoveAction | Qt::LinkAction;
   Qt::KeyboardModifiers modifiers_;
   QWindow *over_ = nullptr;
