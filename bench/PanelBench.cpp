@@ -3,6 +3,7 @@
 #include "app/FileTable.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
+#include "app/WindowList.h"
 #include "app/panel/BankContents.h"
 #include "app/panel/BankContentsPanel.h"
 #include "app/panel/WaveView.h"
@@ -87,7 +88,8 @@ void measureWave(MainWindowController &controller) {
 
 int measurePanel() {
   const test::TemporaryFolder folder;
-  MainWindowController controller;
+  WindowList windows;
+  MainWindowController controller(windows);
   controller.showWindow();
   controller._toggleBankContents();
   controller.openImageAtURL(makeImage(folder));

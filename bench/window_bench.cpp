@@ -14,6 +14,7 @@
 #include "app/Settings.h"
 #include "app/Spinner.h"
 #include "app/StatusBar.h"
+#include "app/WindowList.h"
 #include "bench/PanelBench.h"
 #include "bench/WindowWatch.h"
 #include "tests/support/BankBuilder.h"
@@ -97,7 +98,8 @@ void confirmImport(MainWindowController &controller, const QStringList &paths) {
 int measureImport() {
   const test::TemporaryFolder folder;
   const QStringList paths = makeHostFiles(folder);
-  MainWindowController controller;
+  WindowList windows;
+  MainWindowController controller(windows);
   controller.showWindow();
   controller.openImageAtURL(makeImage(folder));
   runUntil([&] { return controller.currentDirectory() != nullptr; });
@@ -157,7 +159,8 @@ void measureSteps(const std::string &image, Clock::time_point begin) {
   };
   step("Qt and its platform");
   QApplication::setWindowIcon(applicationIcon());
-  MainWindowController controller;
+  WindowList windows;
+  MainWindowController controller(windows);
   step("window made");
   controller.showWindow();
   step("window shown");

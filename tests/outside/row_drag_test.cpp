@@ -52,8 +52,6 @@ class Hand {
 public:
   explicit Hand(const QWidget *window) : window_(window) {
     timer_.callOnTimeout([this] { doNext(); });
-    limit_.setSingleShot(true);
-    limit_.callOnTimeout(&QDrag::cancel); // a drag that nothing ends
   }
   void then(std::function<void()> step) { steps_.push_back(std::move(step)); }
   void start() {
@@ -64,8 +62,6 @@ public:
 private:
   void doNext() {
     if (steps_.empty() || !window_->findChild<QDrag *>()) return;
-    constexpr int longestDrag = 60000;
-    if (!limit_.isActive()) limit_.start(longestDrag);
     const std::function<void()> step = std::move(steps_.front());
     steps_.pop_front();
     step();
@@ -73,7 +69,6 @@ private:
 
   const QWidget *const window_;
   QTimer timer_;
-  QTimer limit_;
   std::deque<std::function<void()>> steps_;
 };
 
@@ -157,6 +152,7 @@ private:
       hand.then([handle, place] { QTest::mouseMove(handle, place); });
     if (whileThere) hand.then(whileThere);
     hand.then([handle, end] { QTest::mouseRelease(handle, Qt::LeftButton, {}, end); });
+    hand.then([] { QDrag::cancel(); }); // of one that a sheet kept from ending
   }
 };
 

@@ -26,7 +26,7 @@ TEST_F(Panel, IsOffAtFirstAndShownByItsKeyFromThenOn) {
   pressPanelKey();
   EXPECT_TRUE(panel()->isVisible());
   EXPECT_TRUE(menuItem("View", "Bank Contents")->isChecked());
-  MainWindowController next;
+  MainWindowController next(windows_);
   next.showWindow();
   EXPECT_TRUE(next.bankContentsPanel()->isVisible()) << "it is remembered";
   pressPanelKey();

@@ -142,7 +142,7 @@ TEST_F(Playing, RateIsThatOfWhatIsPlayedAndOfTheLengthsAndIsRemembered) {
   ASSERT_GE(heard_.sounds().size(), 2U);
   EXPECT_EQ(heard_.sounds().back().rate, 22050U);
   EXPECT_EQ(entryRows().last(), "Kick Long|86.1 KB|2.00 s");
-  MainWindowController next;
+  MainWindowController next(windows_);
   EXPECT_EQ(next.bankContentsPanel()->rate(), 22050U);
 }
 
@@ -152,7 +152,7 @@ TEST_F(Playing, VolumeIsFullAtFirstAndRemembered) {
   panel()->volume()->setFocus();
   press(Qt::Key_Home);
   EXPECT_EQ(heard_.volume, 0.0F);
-  MainWindowController next;
+  MainWindowController next(windows_);
   EXPECT_EQ(next.bankContentsPanel()->volume()->value(), 0);
 }
 
