@@ -56,6 +56,8 @@ windows_of() { xdotool search --onlyvisible --pid "$1" 2>/dev/null; }
 title_is() { [ "$(xdotool getwindowname "$main_window")" = "$1" ]; }
 is_active() { [ "$(xdotool getactivewindow 2>/dev/null)" = "$1" ]; }
 exists() { [ -e "$1" ]; }
+holds_text() { grep -q . "$1"; }
+has_ended() { ! kill -0 "$1" 2>/dev/null; }
 
 # Finds a window of the application over the main one: a dialog or a menu.
 find_overlay() {
@@ -91,6 +93,28 @@ choose_item() {
   while ((times-- > 0)); do press Down; done
   press Return
 }
+
+# ---- What is dragged -----------------------------------------------------------------------------------------
+
+# take_hold_of PLACE presses the button there and begins to move.
+take_hold_of() {
+  # shellcheck disable=SC2086
+  xdotool mousemove $1 mousedown 1
+  for _ in 1 2 3 4 5 6; do xdotool mousemove_relative -- 6 2; done
+}
+# carry_to PLACE moves there and waits until the window shows that it would take a drop.
+carry_to() {
+  local before x y
+  read -r x y <<<"$1"
+  before=$(screen)
+  xdotool mousemove $((x + 12)) $((y + 4)) mousemove $((x + 6)) $((y + 2)) mousemove "$x" "$y"
+  wait_for "the window to show where the drop goes" differs_from "$before"
+  wait_for "a screen that stands still" is_still
+}
+let_go() { xdotool mouseup 1; }
+# How many files of that kind were made for drags.
+drags_made() { find "$scratch" -path '*/EMU3Drag/*' -name "*.$1" | wc -l; }
+more_drags_than() { [ "$(drags_made "$1")" -gt "$2" ]; }
 
 # ---- Beginning ----------------------------------------------------------------------------------------------
 
