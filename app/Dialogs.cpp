@@ -25,7 +25,12 @@ void Dialogs::quit() {
 
 QDialog *Dialogs::thatIsUp() const {
   if (sheet_ && sheet_->isVisible()) return sheet_;
-  return qobject_cast<QDialog *>(QApplication::activeModalWidget());
+  auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+  if (!dialog || dialog->windowModality() == Qt::ApplicationModal) return dialog;
+  // A sheet holds up its own window alone.
+  for (const QWidget *below = dialog; below; below = below->parentWidget())
+    if (below == window_) return dialog;
+  return nullptr;
 }
 
 // ---- Sheets

@@ -2,7 +2,6 @@
 
 #include "app/Beeper.h"
 #include "app/ContentController.h"
-#include "app/DisplayText.h"
 #include "app/Documents.h"
 #include "app/FileTable.h"
 #include "app/FolderOutline.h"
@@ -16,21 +15,12 @@
 #include "app/panel/BankContents.h"
 #include "app/panel/BankContentsPanel.h"
 #include "app/panel/BankEntryTable.h"
-#include "tessary/Text.h"
 
 #include <QApplication>
 #include <QDesktopServices>
-#include <QFile>
-#include <QFileDialog>
-#include <QMenu>
 #include <utility>
 
 namespace tessary {
-namespace {
-
-constexpr QLatin1String kNoImage("No image loaded");
-
-} // namespace
 
 MainWindowController::MainWindowController(WindowList &windows)
     : windows_(windows), window_(std::make_unique<MainWindow>()) {
@@ -40,7 +30,7 @@ MainWindowController::MainWindowController(WindowList &windows)
   connect(undoManager(), &UndoManager::changed, this, &MainWindowController::_validateItems);
   connect(check_, &ImageCheck::changed, this, &MainWindowController::_validateItems);
   browser_->showTitle();
-  browser_->setStatus(kNoImage);
+  _tellThatNoneIsMounted();
   _setupKeyboardShortcuts();
 }
 
@@ -101,84 +91,6 @@ bool MainWindowController::_mayClose() {
     window_->close();
   });
   return false;
-}
-
-// ---- Opening and unmounting
-
-QString MainWindowController::imageName() const {
-  return filesystem() ? displayText(lastPathComponent(filesystem()->imageURL())) : QString();
-}
-
-void MainWindowController::_newImage() {
-  newImages_->make();
-}
-
-void MainWindowController::_openImage() {
-  auto panel = std::make_unique<QFileDialog>(window_.get(),
-                                             QStringLiteral("Select an E-MU Sampler disk image (.hda)"));
-  panel->setFileMode(QFileDialog::ExistingFile);
-  panel->setLabelText(QFileDialog::Accept, QStringLiteral("Mount"));
-  connect(panel.get(), &QFileDialog::fileSelected, this,
-          [this](const QString &path) { openImageAtURL(QFile::encodeName(path).toStdString()); });
-  dialogs_->begin(std::move(panel));
-}
-
-void MainWindowController::openImageAtURL(const std::string &imageURL) {
-  openings_->open(imageURL, [this](const EMU3FilesystemPtr &image) {
-    if (windows_.bringToFront(*image, this))
-      openings_->wentElsewhere();
-    else
-      showImage(image);
-  });
-}
-
-void MainWindowController::openImageElsewhere(const std::string &imageURL) {
-  openings_->open(imageURL, [this](const EMU3FilesystemPtr &image) {
-    openings_->wentElsewhere();
-    if (!windows_.bringToFront(*image, nullptr)) windows_.showImage(image);
-  });
-}
-
-void MainWindowController::showImage(const EMU3FilesystemPtr &image) {
-  _setFilesystem(image);
-  browser_->showImage();
-  if (browser_->showsReadOnly())
-    browser_->setStatus(browser_->readOnlyText(QStringLiteral("Opened read-only")));
-}
-
-void MainWindowController::openingFailed(const QString &reason) {
-  openings_->failed(reason);
-}
-
-void MainWindowController::_unmountImage() {
-  if (!filesystem()) return;
-  _setFilesystem(nullptr);
-  browser_->showImage();
-  browser_->setStatus(kNoImage);
-}
-
-void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
-  image_->setFilesystem(std::move(filesystem));
-  browser_->showTitle();
-  clickedDirectory_ = nullptr;
-  check_->imageReplaced();
-  bankContents_->imageReplaced();
-  history_->imageReplaced();
-  // What is chosen from a menu is meant for the image that it came up over.
-  for (const auto &menu : menuBarMenus_)
-    menu->close();
-  folderMenu_->close();
-  fileMenu_->close();
-  _validateItems();
-}
-
-void MainWindowController::_backUpImage() {
-  if (!filesystem()) return beep();
-  backups_->backUp();
-}
-
-void MainWindowController::_checkImage() {
-  check_->check();
 }
 
 // ---- Files

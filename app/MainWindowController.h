@@ -189,8 +189,11 @@ private:
   void _showSortOrder();
   bool _isOfUse(Action action) const;
 
-  // Image
+  // Image (MainWindowImage.cpp)
   void _setFilesystem(EMU3FilesystemPtr filesystem);
+  void _tellThatNoneIsMounted();
+
+  // What has the keyboard
   EMU3DirectoryPtr _targetFolder() const;
   bool _foldersHaveKeyboard() const;
   bool _panelHasKeyboard() const;

@@ -10,7 +10,7 @@ std::optional<std::string> answerWithoutWindow(const std::vector<std::string> &w
     if (words[i] == "--help" || words[i] == "-h")
       return "Browse and edit the disk image of an E-MU sampler in a window.\n"
              "\n"
-             "Usage: tessary [IMAGE]\n"
+             "Usage: tessary [IMAGE...]\n"
              "       tessary --help | --version\n"
              "\n"
              "See also: man tessary, and tessary-cli for work without a window\n";

@@ -148,6 +148,18 @@ TEST_F(SeveralWindows, DesktopIsAnsweredByTheOneUsedLast) {
   EXPECT_FALSE(first->window()->isMinimized());
 }
 
+TEST_F(SeveralWindows, SheetHoldsUpItsOwnWindowAlone) {
+  const Window one = open(writeVolume("one.hda", 1)), other = open(writeVolume("other.hda", 100));
+  selectFiles(one, {"KICK"});
+  chooseFromMenus(one, "Edit", QStringLiteral("Delete"));
+  ASSERT_TRUE(hasSheet(one));
+  deleteFiles(other, {"KICK"});
+  EXPECT_EQ(status(other), QStringLiteral("Deleted 1 file(s)."));
+  EXPECT_EQ(beeps_.count(), 0);
+  EXPECT_TRUE(hasSheet(one)) << "its question is still to be answered";
+  clickButton(sheet<QDialog>(one), QStringLiteral("Cancel"));
+}
+
 // ---- One image, one window
 
 class OneImage : public SeveralWindows {

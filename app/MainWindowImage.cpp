@@ -1,0 +1,96 @@
+#include "app/Beeper.h"
+#include "app/DisplayText.h"
+#include "app/MainWindow.h"
+#include "app/MainWindowController.h"
+#include "app/WindowList.h"
+#include "app/panel/BankContents.h"
+#include "tessary/Text.h"
+
+#include <QFile>
+#include <QFileDialog>
+#include <QMenu>
+#include <utility>
+
+namespace tessary {
+
+QString MainWindowController::imageName() const {
+  return filesystem() ? displayText(lastPathComponent(filesystem()->imageURL())) : QString();
+}
+
+void MainWindowController::_newImage() {
+  newImages_->make();
+}
+
+void MainWindowController::_openImage() {
+  auto panel = std::make_unique<QFileDialog>(window_.get(),
+                                             QStringLiteral("Select an E-MU Sampler disk image (.hda)"));
+  panel->setFileMode(QFileDialog::ExistingFile);
+  panel->setLabelText(QFileDialog::Accept, QStringLiteral("Mount"));
+  connect(panel.get(), &QFileDialog::fileSelected, this,
+          [this](const QString &path) { openImageAtURL(QFile::encodeName(path).toStdString()); });
+  dialogs_->begin(std::move(panel));
+}
+
+void MainWindowController::openImageAtURL(const std::string &imageURL) {
+  openings_->open(imageURL, [this](const EMU3FilesystemPtr &image) {
+    if (windows_.bringToFront(*image, this))
+      openings_->wentElsewhere();
+    else
+      showImage(image);
+  });
+}
+
+void MainWindowController::openImageElsewhere(const std::string &imageURL) {
+  openings_->open(imageURL, [this](const EMU3FilesystemPtr &image) {
+    openings_->wentElsewhere();
+    if (!windows_.bringToFront(*image, nullptr)) windows_.showImage(image);
+  });
+}
+
+void MainWindowController::showImage(const EMU3FilesystemPtr &image) {
+  _setFilesystem(image);
+  browser_->showImage();
+  if (browser_->showsReadOnly())
+    browser_->setStatus(browser_->readOnlyText(QStringLiteral("Opened read-only")));
+}
+
+void MainWindowController::openingFailed(const QString &reason) {
+  openings_->failed(reason);
+}
+
+void MainWindowController::_unmountImage() {
+  if (!filesystem()) return;
+  _setFilesystem(nullptr);
+  browser_->showImage();
+  _tellThatNoneIsMounted();
+}
+
+void MainWindowController::_tellThatNoneIsMounted() {
+  browser_->setStatus(QStringLiteral("No image loaded"));
+}
+
+void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
+  image_->setFilesystem(std::move(filesystem));
+  browser_->showTitle();
+  clickedDirectory_ = nullptr;
+  check_->imageReplaced();
+  bankContents_->imageReplaced();
+  history_->imageReplaced();
+  // What is chosen from a menu is meant for the image that it came up over.
+  for (const auto &menu : menuBarMenus_)
+    menu->close();
+  folderMenu_->close();
+  fileMenu_->close();
+  _validateItems();
+}
+
+void MainWindowController::_backUpImage() {
+  if (!filesystem()) return beep();
+  backups_->backUp();
+}
+
+void MainWindowController::_checkImage() {
+  check_->check();
+}
+
+} // namespace tessary
