@@ -17,7 +17,7 @@
 namespace tessary {
 namespace {
 
-constexpr QLatin1String kOpening("Opening image…");
+const QString kOpening = QStringLiteral("Opening image…");
 
 } // namespace
 

@@ -90,6 +90,7 @@ void SeveralWindows::selectFiles(Window window, const QStringList &names) {
   std::vector<EMU3FilePtr> files;
   for (const QString &name : names)
     files.push_back(fileNamed(window->currentDirectory(), name.toStdString()));
+  window->tableView()->setFocus(); // not the folders
   if (!window->contentCtl()->selectRowsOf(files)) throw std::runtime_error("no file of that name is shown");
 }
 
