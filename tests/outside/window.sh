@@ -66,6 +66,12 @@ find_overlay() {
 }
 no_overlay() { ! find_overlay; }
 
+# Finds the window that the application has beside this one.
+find_other_window() {
+  other_window=$(windows_of "$app" | grep -v -x "$1" | head -n 1)
+  [ -n "$other_window" ]
+}
+
 # A dialog that is up and has the keyboard.
 wait_for_dialog() {
   wait_for "a dialog" find_overlay
