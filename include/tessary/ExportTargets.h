@@ -29,6 +29,8 @@ public:
 
   /// The path, in a host folder, for a result of this name. An empty folder is the current one.
   [[nodiscard]] Claim claim(const std::string &folder, const HostName &name);
+  /// One where nothing is yet. Where the host cannot tell, the path is not free: writing there tells why.
+  [[nodiscard]] Claim claimFree(const std::string &folder, const HostName &name);
   /// A path in place of one that was asked for, with a number, where nothing is yet.
   [[nodiscard]] std::string freeBeside(const std::string &path);
   /// Remembers a folder that was made, or taken, at `path`.
