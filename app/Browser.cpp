@@ -10,6 +10,7 @@
 #include "app/ReadyFile.h"
 #include "app/SidebarController.h"
 #include "app/StatusBar.h"
+#include "app/progress/WorkBar.h"
 #include "tessary/Text.h"
 
 #include <algorithm>
@@ -71,6 +72,7 @@ void Browser::setViews(const Views &views) {
     views_.table->followTextSize();
     views_.folderBar->followTextSize();
     views_.findBar->followTextSize();
+    views_.workBar->followTextSize();
     views_.statusBar->followTextSize();
   });
   connect(content_, &QAbstractItemModel::modelReset, this, &Browser::changed);

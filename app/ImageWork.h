@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/progress/LongWork.h"
 #include "tessary/EMU3Filesystem.h"
 
 #include <QObject>
@@ -28,18 +29,34 @@ public:
   /// Changes the image and tells what follows: nothing when it has failed, or when there was nothing to do.
   using Change = std::function<Completion(EMU3Filesystem &filesystem, EMU3Error *error)>;
 
-  explicit ImageWork(Spinner *spinner, QObject *parent = nullptr);
+  /// Long work is shown in the bar.
+  ImageWork(Spinner *spinner, WorkBar *bar, QObject *parent = nullptr);
 
   /// Null when no image is mounted.
   EMU3FilesystemPtr filesystem() const { return filesystem_; }
   void setFilesystem(EMU3FilesystemPtr filesystem);
 
-  /// Long work: runs `work(filesystem)` on the image's I/O queue, behind what waits there, then
-  /// `done(its result)`.
+  /// Runs `work(filesystem)` on the image's I/O queue, behind what waits there, then `done(its result)`.
   template <typename Work, typename Done>
   void runOnImage(Work work, Done done, Spinning spinning = Spinning::no) {
     run(filesystem_->ioQueue(), completing(std::move(work), std::move(done)), spinning);
   }
+  /// The same with work that may take long, `work(filesystem, progress)`: it tells how far it is, and ends
+  /// after the item in progress when the user stops it.
+  template <typename Work, typename Done>
+  void runLongWork(Work work, Done done, Spinning spinning = Spinning::no) {
+    const auto progress = std::make_shared<WorkProgress>();
+    const auto begun = [progress, work = std::move(work)](EMU3Filesystem &filesystem) {
+      progress->begin();
+      return work(filesystem, *progress);
+    };
+    run(filesystem_->ioQueue(), completing(begun, std::move(done)), spinning, progress);
+  }
+  /// Whether long work runs or waits for its turn, be it on an image that is no longer mounted.
+  bool isWorking() const { return !longWork_.isEmpty(); }
+  /// Asks all of it to stop.
+  void stop() { longWork_.stop(); }
+
   /// A look at the image that the user waits for: not behind the I/O queue's long work.
   template <typename Work, typename Done> void lookAtImage(Work work, Done done) {
     run(*lookQueue_, completing(std::move(work), std::move(done)), Spinning::yes);
@@ -66,9 +83,11 @@ private:
       }
     };
   }
-  void run(SerialQueue &queue, Work work, Spinning spinning);
+  /// `progress` is that of long work.
+  void run(SerialQueue &queue, Work work, Spinning spinning, const WorkProgressPtr &progress = nullptr);
 
   QPointer<Spinner> spinner_;
+  LongWork longWork_;
   EMU3FilesystemPtr filesystem_;
   // Of the mounted image, so that nothing waits for the medium of one that was mounted before.
   std::unique_ptr<SerialQueue> changeQueue_;

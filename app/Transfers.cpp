@@ -6,12 +6,10 @@
 #include "app/Dialogs.h"
 #include "app/DisplayText.h"
 #include "app/ImageChanges.h"
-#include "app/ImageWork.h"
 #include "app/TextSize.h"
 #include "app/history/ChangeHistory.h"
+#include "app/history/CopyStep.h"
 #include "app/history/PlaceStep.h"
-#include "tessary/ItemsOperation.h"
-#include "tessary/SystemLog.h"
 
 #include <QComboBox>
 #include <algorithm>
@@ -66,73 +64,15 @@ void Transfers::askForDestination(const std::vector<PlacedFile> &files, bool mov
 
 void Transfers::run(const std::vector<PlacedFile> &files, const EMU3DirectoryPtr &toDirectory, bool move) {
   tools_.browser->setStatus(move ? QStringLiteral("Moving…") : QStringLiteral("Copying…"));
-  tools_.image->runOnImage(
-      [files, toDirectory, move](EMU3Filesystem &filesystem) {
-        return transferOn(filesystem, files, toDirectory, move);
-      },
-      [this, toDirectory, move](const Result &result) { transferred(result, toDirectory, move); },
-      ImageWork::Spinning::yes);
-}
-
-Transfers::Result Transfers::transferOn(EMU3Filesystem &filesystem, const std::vector<PlacedFile> &files,
-                                        const EMU3DirectoryPtr &toDirectory, bool move) {
-  Result result;
-  const auto operation = filesystem.manyItems();
-  for (const auto &[file, folder] : files) {
-    if (move)
-      operation->moveFile(file, folder, toDirectory);
-    else
-      operation->copyFile(file, toDirectory);
-  }
-  ItemsWatcher watcher;
-  watcher.ended = [&](const ItemEnd &end) {
-    const EMU3FilePtr &file = files[end.item].file;
-    if (!end.error) {
-      result.chosen.push_back(files[end.item]);
-      return result.arrived.push_back(end.file ? end.file : file);
-    }
-    systemLog("Transfer failed: " + end.error->description());
-    result.failures.push_back(ItemFailure::of(file->name(), *end.error));
-  };
-  operation->run(watcher);
-  readDetailsOf(filesystem, result.arrived);
-  return result;
-}
-
-void Transfers::transferred(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move) {
-  makeUndoable(result, toDirectory, move);
-  tools_.browser->showArrivals(toDirectory, result.arrived);
-  const std::size_t failed = result.failures.size();
-  const QString failures =
-      failed == 0 ? QString() : QStringLiteral(" (%1 failed)").arg(QString::number(failed));
-  tools_.browser->setStatus(QStringLiteral("%1 %2 file(s)%3.")
-                                .arg(move ? QStringLiteral("Moved") : QStringLiteral("Copied"),
-                                     QString::number(result.arrived.size()), failures));
-  tools_.dialogs->tellFailures(QStringLiteral("%1 Failed (%2 of %3)")
-                                   .arg(move ? QStringLiteral("Move") : QStringLiteral("Copy"),
-                                        QString::number(failed),
-                                        QString::number(failed + result.arrived.size())),
-                               result.failures);
-}
-
-/// What was moved into the folder that it was in already stays there.
-void Transfers::makeUndoable(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move) {
-  ChangeHistory &history = *tools_.history;
-  if (!move) {
-    std::vector<PlacedFile> copies;
-    for (const EMU3FilePtr &file : result.arrived)
-      copies.push_back({file, toDirectory});
-    return history.imported(QStringLiteral("Copy"), copies);
-  }
-  std::vector<PlaceStep::Move> moves;
-  for (std::size_t i = 0; i < result.arrived.size(); ++i) {
-    const auto &[before, from] = result.chosen[i];
-    if (from == toDirectory) continue;
-    history.items()->became(before, result.arrived[i]);
-    moves.push_back({history.items()->of(result.arrived[i]), history.items()->of(toDirectory),
-                     history.items()->of(from)});
-  }
-  if (!moves.empty()) history.did(QStringLiteral("Move"), std::make_shared<PlaceStep>(std::move(moves)));
+  LastingItems &items = *tools_.history->items();
+  tools_.history->run(move ? QStringLiteral("Move") : QStringLiteral("Copy"),
+                      move ? PlaceStep::of(items, files, toDirectory)
+                           : CopyStep::of(items, files, toDirectory),
+                      ImageWork::Spinning::yes, [this, toDirectory](const StepResult &result) {
+                        tools_.browser->showArrivals(toDirectory, result.files);
+                        tools_.browser->setStatus(result.status);
+                        tools_.dialogs->tellFailures(result.failed, result.failures);
+                      });
 }
 
 } // namespace tessary

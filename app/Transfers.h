@@ -1,7 +1,6 @@
 #pragma once
 
 #include "app/CommandTools.h"
-#include "app/FailuresAlert.h"
 #include "app/PlacedFiles.h"
 #include "tessary/EMU3Filesystem.h"
 
@@ -24,17 +23,7 @@ public:
   void run(const std::vector<PlacedFile> &files, const EMU3DirectoryPtr &toDirectory, bool move);
 
 private:
-  struct Result {
-    std::vector<PlacedFile> chosen; ///< those that arrived, and where they were before
-    std::vector<EMU3FilePtr> arrived;
-    std::vector<ItemFailure> failures;
-  };
-
-  static Result transferOn(EMU3Filesystem &filesystem, const std::vector<PlacedFile> &files,
-                           const EMU3DirectoryPtr &toDirectory, bool move);
   void askForDestination(const std::vector<PlacedFile> &files, bool move);
-  void transferred(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move);
-  void makeUndoable(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move);
 
   const CommandTools tools_;
 };

@@ -3,6 +3,7 @@
 #include "app/DisplayText.h"
 #include "tessary/ItemsOperation.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <optional>
@@ -19,14 +20,18 @@ bool isLackOfRoom(const EMU3Error &error) {
   return error.domain == kHostErrorDomain && (error.code == ENOSPC || error.code == EDQUOT);
 }
 
-std::uint64_t bytesOf(const Doomed &doomed) {
-  std::uint64_t bytes = 0;
+template <typename OnFile> void forEachFile(const Doomed &doomed, const OnFile &onFile) {
   for (const PlacedFile &placed : doomed.files)
-    bytes += placed.file->fileSize();
+    onFile(placed.file);
   for (const EMU3DirectoryPtr &top : doomed.folders)
     for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(top))
       for (const EMU3FilePtr &file : folder->allFiles())
-        bytes += file->fileSize();
+        onFile(file);
+}
+
+std::uint64_t bytesOf(const Doomed &doomed) {
+  std::uint64_t bytes = 0;
+  forEachFile(doomed, [&](const EMU3FilePtr &file) { bytes += file->fileSize(); });
   return bytes;
 }
 
@@ -57,12 +62,13 @@ public:
     tree.entries = filesystem_.entriesOfTree(folder, &tree.error);
     add(std::move(tree));
   }
-  void run() {
+  void run(WorkProgress &progress) {
     ends_.resize(operation_->progress().items);
-    ItemsWatcher watcher;
+    ItemsWatcher watcher = progress.watch(*operation_);
     watcher.ended = [this](const ItemEnd &end) { ends_[end.item] = {end.error, end.hostPath}; };
     operation_->run(watcher);
   }
+  [[nodiscard]] bool isStopped() const { return isCutShort(*operation_); }
   [[nodiscard]] std::optional<EMU3Error> lackOfRoom() const {
     for (const End &end : ends_)
       if (end.error && isLackOfRoom(*end.error)) return end.error;
@@ -120,7 +126,18 @@ private:
 
 } // namespace
 
-Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const Doomed &doomed) {
+std::size_t KeptTree::fileCount() const {
+  return static_cast<std::size_t>(
+      std::count_if(files.begin(), files.end(), [](const LastingFile &file) { return file != nullptr; }));
+}
+
+std::size_t Doomed::fileCount() const {
+  std::size_t count = 0;
+  forEachFile(*this, [&](const EMU3FilePtr &) { ++count; });
+  return count;
+}
+
+Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const Doomed &doomed, WorkProgress &progress) {
   Keeping keeping;
   if (doomed.count() == 0) return keeping;
   EMU3Error error;
@@ -134,7 +151,9 @@ Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const Doomed &doom
     copying.add(placed);
   for (const EMU3DirectoryPtr &folder : doomed.folders)
     copying.add(folder);
-  copying.run();
+  copying.run(progress);
+  keeping.isStopped = copying.isStopped();
+  if (keeping.isStopped) return keeping;
   if (const std::optional<EMU3Error> lack = copying.lackOfRoom()) {
     keeping.failures = failuresOfAll(doomed, *lack);
     return keeping;
