@@ -185,6 +185,10 @@ void MainWindowController::_importFile() {
   imports_->choose();
 }
 
+void MainWindowController::_importFolder() {
+  imports_->chooseFolder();
+}
+
 void MainWindowController::_deleteSelected() {
   deletions_->deleteFiles(_selectedFiles());
 }
@@ -253,6 +257,10 @@ void MainWindowController::_deleteFolder() {
   folderCommands_->remove(_targetFolder());
 }
 
+void MainWindowController::_exportFolder() {
+  exports_->exportFolder(_targetFolder());
+}
+
 void MainWindowController::_renameCurrentFolder() {
   if (!filesystem()) return beep();
   folderCommands_->rename(currentDirectory());
@@ -263,9 +271,17 @@ void MainWindowController::_deleteCurrentFolder() {
   folderCommands_->remove(currentDirectory());
 }
 
+void MainWindowController::_exportCurrentFolder() {
+  exports_->exportFolder(currentDirectory());
+}
+
 /// What is chosen there is nothing that could be changed, and not what a key for the files is meant for.
 bool MainWindowController::_panelHasKeyboard() const {
   return panel_->isAncestorOf(QApplication::focusWidget());
+}
+
+void MainWindowController::_export() {
+  _foldersHaveKeyboard() ? _exportCurrentFolder() : _exportSelected();
 }
 
 void MainWindowController::_rename() {

@@ -106,6 +106,7 @@ public:
   void _exportSelected();
   void _exportSamples();
   void _importFile();
+  void _importFolder();
   void _deleteSelected();
   void _renameSelected();
   void _copyToDir();
@@ -113,9 +114,11 @@ public:
   void _newFolder();
   void _renameFolder();
   void _deleteFolder();
+  void _exportFolder();
   void _tableDoubleClick();
-  // Those of the menu bar that have no place elsewhere. What has the keyboard, folders or files, is renamed
-  // and deleted.
+  // Those of the menu bar that have no place elsewhere. What has the keyboard, folders or files, is exported,
+  // renamed and deleted.
+  void _export();
   void _rename();
   void _delete();
   void _selectAll();
@@ -123,6 +126,7 @@ public:
   void _findEverywhere();
   void _renameCurrentFolder();
   void _deleteCurrentFolder();
+  void _exportCurrentFolder();
   void _showRoot();
   void _showParent();
   void _toggleBankContents();
