@@ -3,48 +3,21 @@
 #include "app/Alert.h"
 #include "app/NameAlert.h"
 #include "tessary/ItemsOperation.h"
+#include "tests/app/Holdings.h"
 #include "tests/app/SheetTest.h"
 #include "tests/support/MountedVolume.h"
 
 #include <QAction>
 #include <QMenu>
 #include <functional>
-#include <map>
 
 namespace tessary {
 namespace {
 
 using test::AlertAnswers;
+using test::Holdings;
+using test::holdingsOf;
 using test::patternBytes;
-
-/// What a volume holds: of each file its kind, all 16 bytes of its name and its contents, of each folder all
-/// 16 bytes of its name, by their paths.
-using Holdings = std::multimap<std::string, std::string>;
-
-std::string nameIn(const EntryBytes &entry) {
-  constexpr std::size_t length = 16;
-  return {entry.begin(), entry.begin() + length};
-}
-
-Holdings holdingsOf(const std::string &imagePath) {
-  const EMU3FilesystemPtr volume = test::readAnew(imagePath);
-  Holdings holdings;
-  const std::function<void(const EMU3DirectoryPtr &, const std::string &)> add =
-      [&](const EMU3DirectoryPtr &folder, const std::string &path) {
-        for (const EMU3FilePtr &file : folder->allFiles()) {
-          const test::Bytes contents = test::contentsOf(*volume, file);
-          holdings.emplace(path + file->name(), std::to_string(file->rawType()) + " " +
-                                                    nameIn(volume->entryOfFile(file).value()) +
-                                                    std::string(contents.begin(), contents.end()));
-        }
-        for (const EMU3DirectoryPtr &below : folder->subdirectories()) {
-          holdings.emplace(path + below->name() + "/", nameIn(volume->entryOfDirectory(below).value()));
-          add(below, path + below->name() + "/");
-        }
-      };
-  add(volume->rootDirectory(), "/");
-  return holdings;
-}
 
 class History : public test::SheetTest {
 protected:
