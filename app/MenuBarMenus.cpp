@@ -97,7 +97,8 @@ void MainWindowController::_buildMenuBarMenus() {
               {QStringLiteral("Rename Folder"), &Self::_renameCurrentFolder, key(Qt::SHIFT | Qt::Key_F2)});
   _addCommand(folder, {QStringLiteral("Delete Folder"), &Self::_deleteCurrentFolder,
                        key(Qt::CTRL | Qt::SHIFT | Qt::Key_D)});
-  _addCommand(folder, {QStringLiteral("Export Folder…"), &Self::_exportCurrentFolder, {}});
+  _addCommand(folder, {QStringLiteral("Export Folder…"), &Self::_exportCurrentFolder,
+                       key(Qt::CTRL | Qt::ALT | Qt::Key_E)});
   folder->addSeparator();
   _addCommand(folder, {QStringLiteral("Show Root"), &Self::_showRoot, key(Qt::ALT | Qt::Key_Home)});
   _addCommand(folder, {QStringLiteral("Show Parent"), &Self::_showParent, key(Qt::ALT | Qt::Key_Up)});

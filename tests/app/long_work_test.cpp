@@ -223,7 +223,7 @@ TEST_F(StoppedWork, IsStoppedByTheKeyToo) {
   importFiles(manyHostFiles(100));
   waitForBar();
   pressKeyIn(window(), Qt::Key_Period, Qt::ControlModifier);
-  EXPECT_FALSE(stopButton()->isEnabled());
+  ASSERT_TRUE(QTest::qWaitFor([this] { return !stopButton()->isEnabled(); }, 30000));
   EXPECT_TRUE(what().startsWith("Stopping after “")) << what().toStdString();
   letGoAndWait();
   EXPECT_EQ(status(), "Stopped. Imported 64 of 100 file(s).");
