@@ -85,7 +85,7 @@ void LongWork::show(const WorkProgress &work, WorkProgress::Clock::time_point no
   if (figures.part != part_) timeLeft_.forget();
   part_ = figures.part;
   timeLeft_.note(now, figures.done, figures.all);
-  bar_->show(workWords(figures, timeLeft_.left(), work.isToStop()));
+  bar_->showWork(workWords(figures, timeLeft_.left(), work.isToStop()));
 }
 
 } // namespace tessary

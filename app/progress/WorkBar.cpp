@@ -54,7 +54,7 @@ WorkBar::WorkBar(QWidget *parent)
   hide();
 }
 
-void WorkBar::show(const Shown &shown) {
+void WorkBar::showWork(const Shown &shown) {
   what_->setText(shown.what);
   figures_->setText(shown.figures);
   share_->setRange(0, shown.share < 0 ? 0 : kWholeShare); // without a range it tells only that work goes on

@@ -27,7 +27,7 @@ public:
 
   explicit WorkBar(QWidget *parent = nullptr);
 
-  void show(const Shown &shown);
+  void showWork(const Shown &shown);
   /// The system's text size has changed.
   void followTextSize();
 
