@@ -95,7 +95,7 @@ public:
   /// For toolbar and context menus.
   bool validateUserInterfaceItem(Action action) const;
 
-  // Commands.
+  // Commands; those on files and folders: MainWindowCommands.cpp.
   void _newImage();
   void _openImage();
   void _unmountImage();

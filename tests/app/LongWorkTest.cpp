@@ -55,6 +55,16 @@ void LongWorkTest::letGoAndWait() {
   ASSERT_TRUE(waitUntilIdle());
 }
 
+void LongWorkTest::undoAndWait() const {
+  clickToolbar("UndoItem");
+  EXPECT_TRUE(waitUntilIdle());
+}
+
+void LongWorkTest::redoAndWait() const {
+  clickToolbar("RedoItem");
+  EXPECT_TRUE(waitUntilIdle());
+}
+
 ImageBuilder LongWorkTest::volumeOfMany(int files) {
   ImageBuilder image({.sizeBytes = 16 * kMiB});
   FolderBuilder many = image.root().addFolder("Many", {.blockCount = 7});

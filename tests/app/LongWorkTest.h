@@ -32,6 +32,8 @@ protected:
   /// Presses Stop in the bar, which comes first, lets the medium go and waits for the end.
   void stopAndWait();
   void letGoAndWait();
+  void undoAndWait() const;
+  void redoAndWait() const;
 
   /// A volume with a folder "Many" of so many files, and the folder "Other".
   static ImageBuilder volumeOfMany(int files);
