@@ -10,6 +10,7 @@
 #include "app/ReadyFile.h"
 #include "app/SidebarController.h"
 #include "app/StatusBar.h"
+#include "app/progress/WorkBar.h"
 #include "tessary/Text.h"
 
 #include <algorithm>
@@ -71,6 +72,7 @@ void Browser::setViews(const Views &views) {
     views_.table->followTextSize();
     views_.folderBar->followTextSize();
     views_.findBar->followTextSize();
+    views_.workBar->followTextSize();
     views_.statusBar->followTextSize();
   });
   connect(content_, &QAbstractItemModel::modelReset, this, &Browser::changed);
@@ -130,7 +132,7 @@ EMU3DirectoryPtr Browser::folder() const {
   return content_->directory();
 }
 
-/// A click that leaves the sidebar's selection as it was tells of the folder again.
+/// Also called for a click that leaves the sidebar's selection as it was.
 void Browser::folderChosen(const EMU3DirectoryPtr &folder) {
   if (content_->search().everywhere)
     endSearch(); // its results are of no folder

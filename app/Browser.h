@@ -17,6 +17,7 @@ class FolderOutline;
 class MainWindow;
 class SidebarController;
 class StatusBar;
+class WorkBar;
 
 /// What the window shows of the mounted image: the current folder in sidebar and table alike, the selected
 /// files, the status line and the title. Main thread only.
@@ -32,6 +33,7 @@ public:
     FileTable *table = nullptr;
     FolderBar *folderBar = nullptr;
     FindBar *findBar = nullptr;
+    WorkBar *workBar = nullptr;
     StatusBar *statusBar = nullptr;
   };
 
@@ -80,7 +82,7 @@ public:
   void goToFound();
 
   // Status line and title
-  /// Where the image has become read-only since the title was last shown, the text gets the reason behind it.
+  /// Shows the text. Where the image has become read-only since the title was last shown, the reason follows.
   void setStatus(const QString &text);
   /// The title names the image, and tells when it is read-only.
   void showTitle();

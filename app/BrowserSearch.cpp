@@ -41,7 +41,7 @@ void Browser::tellFound() {
   views_.findBar->tellFound(static_cast<std::size_t>(content_->rowCount()), content_->searchedFiles());
 }
 
-/// Of folders that were not shown yet.
+/// Reads the details of banks in folders that were not shown yet.
 void Browser::readMissingDetails() {
   if (!content_->search().everywhere || !image_->filesystem()) return;
   std::vector<EMU3FilePtr> unread;

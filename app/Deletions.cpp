@@ -49,11 +49,11 @@ void Deletions::ask(const std::vector<PlacedFile> &files) {
 
 void Deletions::remove(const std::vector<PlacedFile> &files) {
   tools_.history->run(QStringLiteral("Delete"), TakeAwayStep::of(*tools_.history->items(), files),
-                      [this](const StepResult &result) {
+                      ImageWork::Spinning::no, [this](const StepResult &result) {
                         tools_.browser->showChanges();
                         tools_.browser->setStatus(result.status);
                         tools_.dialogs->tellFailures(result.failed, result.failures);
-                        askWhetherForGood({result.incompleteFiles, result.done});
+                        askWhetherForGood({result.incompleteFiles, result.outcome.done});
                       });
 }
 

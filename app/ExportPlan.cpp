@@ -1,5 +1,7 @@
 #include "app/ExportPlan.h"
 
+#include "tessary/ExportNames.h"
+#include "tessary/HostPath.h"
 #include "tessary/ItemsOperation.h"
 #include "tessary/SystemLog.h"
 
@@ -10,62 +12,113 @@
 namespace tessary {
 namespace {
 
-bool isThere(const std::string &path) {
+std::filesystem::file_type kindOf(const std::string &path) {
   std::error_code unknown;
-  return std::filesystem::exists(std::filesystem::symlink_status(path, unknown));
+  return std::filesystem::symlink_status(path, unknown).type();
+}
+
+bool isThere(const std::string &path) {
+  return std::filesystem::exists(std::filesystem::file_status(kindOf(path)));
+}
+
+std::string nameOf(const Item &item) {
+  return item.file ? item.file->name() : item.folder->name();
 }
 
 } // namespace
 
+// ---- What is there
+
 void ExportPlan::add(ExportJob job) {
   std::string path = targets_.claim(folder_, job.name).path;
-  if (isThere(path)) conflicts_.push_back({planned_.size(), path});
+  if (isThere(path)) conflicts_.push_back({.path = path, .job = planned_.size()});
   planned_.push_back({std::move(job), std::move(path)});
+}
+
+void ExportPlan::addTree(const EMU3DirectoryPtr &top) {
+  trees_.push_back(top);
+  options_.followsLinks = false; // what lies in a folder was not chosen one by one
+  lookForTree(top);
+}
+
+/// Only in folders that are there can files be.
+void ExportPlan::lookForTree(const EMU3DirectoryPtr &top) {
+  std::vector<std::pair<EMU3DirectoryPtr, std::string>> waiting{{top, folder_}};
+  while (!waiting.empty()) {
+    const auto [folder, above] = std::move(waiting.back());
+    waiting.pop_back();
+    const std::string into = targets_.claim(above, exportedFolderName(folder->name())).path;
+    if (kindOf(into) != std::filesystem::file_type::directory) continue;
+    for (const EMU3FilePtr &file : folder->allFiles())
+      if (std::string path = targets_.claim(into, exportedFileName(file->name())).path; isThere(path))
+        conflicts_.push_back({.path = std::move(path), .fileOfTree = file});
+    std::vector<EMU3DirectoryPtr> below = folder->subdirectories();
+    for (; !below.empty(); below.pop_back())
+      waiting.emplace_back(std::move(below.back()), into);
+  }
 }
 
 void ExportPlan::addFailure(const std::string &item, const EMU3Error &error) {
   failures_.push_back(ItemFailure::of(item, error));
 }
 
-void ExportPlan::decide(OnConflict decision) {
-  planned_[conflicts_.front().job].decision = decision;
+void ExportPlan::decide(ExistingFile decision) {
+  const Conflict conflict = std::move(conflicts_.front());
   conflicts_.erase(conflicts_.begin());
+  if (conflict.fileOfTree)
+    decisions_[conflict.fileOfTree] = decision;
+  else
+    planned_[conflict.job].decision = decision;
 }
 
-std::string ExportPlan::freePath(const HostName &name) {
-  std::string path = targets_.claim(folder_, name).path;
-  while (isThere(path))
-    path = targets_.claim(folder_, name).path;
-  return path;
-}
+// ---- Writing
 
-ExportPlan::Result ExportPlan::run(EMU3Filesystem &filesystem, const std::string &what) {
-  Result result;
-  result.failures = failures_;
-  std::vector<const ExportJob *> jobs; // of the operation's items
-  const auto operation = filesystem.manyItems();
-  operation->setExportOptions(options_);
+void ExportPlan::plan(ItemsOperation &operation, Result *result) {
+  operation.setExportOptions(options_);
   for (Planned &planned : planned_) {
-    if (planned.decision == OnConflict::skip) {
-      ++result.skipped;
+    if (planned.decision == ExistingFile::leavesOut) {
+      ++result->skipped;
       continue;
     }
-    if (planned.decision == OnConflict::keepBoth) planned.path = freePath(planned.job.name);
+    if (planned.decision == ExistingFile::isKept)
+      planned.path = targets_.claimFree(folder_, planned.job.name).path;
     // The operation itself keeps paths apart that only the host takes for one.
-    planned.job.writeAt(*operation, planned.path);
-    jobs.push_back(&planned.job);
+    planned.job.writeAt(operation, planned.path);
   }
-  ItemsWatcher watcher;
+  const auto existing = [this](const EMU3FilePtr &file) {
+    const auto decided = decisions_.find(file);
+    return decided == decisions_.end() ? ExistingFile::isReplaced : decided->second;
+  };
+  for (const EMU3DirectoryPtr &tree : trees_)
+    operation.exportFolderInto(tree, folder_, existing);
+}
+
+ExportPlan::Result ExportPlan::run(EMU3Filesystem &filesystem, const std::string &what,
+                                   WorkProgress &progress) {
+  Result result{.failures = failures_};
+  const auto operation = filesystem.manyItems();
+  plan(*operation, &result);
+  std::vector<std::string> names; // of the jobs' items, which come first
+  for (const Planned &planned : planned_)
+    if (planned.decision != ExistingFile::leavesOut) names.push_back(planned.job.item);
+  ItemsWatcher watcher = progress.watch(*operation);
   watcher.ended = [&](const ItemEnd &end) {
-    const ExportJob &job = *jobs[end.item];
-    if (!end.error) {
-      ++result.exported;
-      return;
+    const Item &item = operation->item(end.item);
+    if (end.error) {
+      const std::string name = end.item < names.size() ? names[end.item] : nameOf(item);
+      result.failures.push_back(ItemFailure::of(name, *end.error));
+      return systemLog(what + " failed for " + name + ": " + end.error->description());
     }
-    result.failures.push_back(ItemFailure::of(job.item, *end.error));
-    systemLog(what + " failed for " + job.item + ": " + end.error->description());
+    if (end.isLeftOut)
+      ++result.skipped;
+    else if (!item.isFolder)
+      ++result.outcome.done;
   };
   operation->run(watcher);
+  for (std::size_t item = 0; item < operation->progress().items; ++item)
+    if (!operation->item(item).isFolder) ++result.outcome.all;
+  result.outcome.failed = result.failures.size();
+  result.outcome.isStopped = isCutShort(*operation);
   return result;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "app/FailuresAlert.h"
+#include "app/progress/WorkOutcome.h"
+#include "app/progress/WorkProgress.h"
 #include "tessary/EMU3Filesystem.h"
 #include "tessary/ExportTargets.h"
 #include "tessary/ItemsWatcher.h"
@@ -8,12 +10,10 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace tessary {
-
-/// What is done about a host file that is already where an export wants to write.
-enum class OnConflict { keepBoth, replace, skip };
 
 /// One host file to be written.
 struct ExportJob {
@@ -27,20 +27,18 @@ struct ExportJob {
 /// where they are there already, then written. No file of one export replaces another of it.
 class ExportPlan final {
 public:
-  struct Conflict {
-    std::size_t job = 0;
-    std::string path;
-  };
   struct Result {
-    std::size_t exported = 0;
+    WorkOutcome outcome{}; ///< of files, or samples
     std::size_t skipped = 0;
     std::vector<ItemFailure> failures;
   };
 
   explicit ExportPlan(std::string folder) : folder_(std::move(folder)) {}
 
-  /// Looks on the host whether the job's file is there: not for the main thread.
+  // Both look on the host for what is there: not for the main thread.
   void add(ExportJob job);
+  /// A folder of the volume with its tree. A host folder of its name that is there is used.
+  void addTree(const EMU3DirectoryPtr &top);
   /// Counts among what was asked for something that cannot be written at all.
   void addFailure(const std::string &item, const EMU3Error &error);
 
@@ -48,27 +46,38 @@ public:
   void setSampleRate(std::uint32_t rate) { options_.sampleRate = rate; }
 
   const std::string &folder() const { return folder_; }
-  /// Those not decided about, in the order of the jobs.
-  const std::vector<Conflict> &conflicts() const { return conflicts_; }
+
+  /// How many files are there already that are not decided about yet.
+  std::size_t conflicts() const { return conflicts_.size(); }
+  /// The path of the first of these.
+  const std::string &conflict() const { return conflicts_.front().path; }
   /// Decides about the first of these.
-  void decide(OnConflict decision);
+  void decide(ExistingFile decision);
 
   /// Writes what is decided about. Logs what fails as "WHAT failed for ITEM: ERROR".
-  Result run(EMU3Filesystem &filesystem, const std::string &what);
+  Result run(EMU3Filesystem &filesystem, const std::string &what, WorkProgress &progress);
 
 private:
   struct Planned {
     ExportJob job;
     std::string path;
-    OnConflict decision = OnConflict::replace; ///< of a file that is not there yet, this means nothing
+    ExistingFile decision = ExistingFile::isReplaced; ///< of a file that is not there yet, this means nothing
+  };
+  struct Conflict {
+    std::string path;
+    std::size_t job = 0;      ///< of `planned_`
+    EMU3FilePtr fileOfTree{}; ///< null where it is a job's
   };
 
-  std::string freePath(const HostName &name);
+  void lookForTree(const EMU3DirectoryPtr &top);
+  void plan(ItemsOperation &operation, Result *result);
 
   const std::string folder_;
   ExportTargets targets_;
   ExportOptions options_;
   std::vector<Planned> planned_;
+  std::vector<EMU3DirectoryPtr> trees_;
+  std::unordered_map<EMU3FilePtr, ExistingFile> decisions_; ///< about files of trees
   std::vector<Conflict> conflicts_;
   std::vector<ItemFailure> failures_;
 };

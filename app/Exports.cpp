@@ -54,11 +54,48 @@ void planSamples(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, ExportPlan
     plan->add(jobFor(bank, i, samples[i].name, samples[i].type));
 }
 
+/// Of the root all that is in it.
+void planFolder(EMU3Filesystem &filesystem, const EMU3DirectoryPtr &folder, ExportPlan *plan) {
+  if (folder != filesystem.rootDirectory()) return plan->addTree(folder);
+  for (const EMU3FilePtr &file : folder->allFiles())
+    plan->add(jobFor(file));
+  for (const EMU3DirectoryPtr &below : folder->subdirectories())
+    plan->addTree(below);
+}
+
+QString filesStatus(const WorkOutcome &outcome) {
+  if (outcome.isStopped) return outcomeText(QStringLiteral("Exported"), outcome);
+  return outcome.failed == 0
+             ? QStringLiteral("Exported %1 file(s) successfully.").arg(QString::number(outcome.done))
+             : QStringLiteral("Exported with %1 failure(s).").arg(QString::number(outcome.failed));
+}
+
+QString samplesStatus(const WorkOutcome &outcome) {
+  const QString done = QString::number(outcome.done);
+  if (outcome.isStopped) return outcomeText(QStringLiteral("Exported"), outcome, QStringLiteral("sample(s)"));
+  return outcome.failed == 0 ? QStringLiteral("Exported %1 sample(s) successfully.").arg(done)
+                             : QStringLiteral("Exported %1 sample(s) with %2 failure(s).")
+                                   .arg(done, QString::number(outcome.failed));
+}
+
+QString filesFailed(const ExportPlan::Result &result) {
+  const WorkOutcome &outcome = result.outcome;
+  return failuresTitle(QStringLiteral("Export"), outcome.failed,
+                       outcome.failed + outcome.done + result.skipped);
+}
+
+QString samplesFailed(const ExportPlan::Result &result) {
+  return QStringLiteral("Sample Export Failed (%1)").arg(QString::number(result.outcome.failed));
+}
+
 QString skippedText(std::size_t skipped) {
   return skipped == 0 ? QString() : QStringLiteral(" %1 skipped.").arg(QString::number(skipped));
 }
 
 } // namespace
+
+const Exports::Kind Exports::kFiles{"Export", filesStatus, filesFailed};
+const Exports::Kind Exports::kSamples{"Sample export", samplesStatus, samplesFailed};
 
 Exports::Exports(const CommandTools &tools, QObject *parent) : QObject(parent), tools_(tools) {}
 
@@ -68,27 +105,25 @@ void Exports::exportFiles(const std::vector<EMU3FilePtr> &files) {
   if (files.empty()) return beep();
   tools_.dialogs->chooseFolder(
       QStringLiteral("Export %1 file(s) to folder").arg(QString::number(files.size())),
-      QStringLiteral("Export Here"), [this, files](const std::string &folder) {
-        run(
-            folder,
-            [files](EMU3Filesystem &, ExportPlan *plan) {
-              for (const EMU3FilePtr &file : files)
-                plan->add(jobFor(file));
-            },
-            "Export", [this](const ExportPlan::Result &result) { filesExported(result); });
+      QStringLiteral("Export Here"), [this, files](const std::string &hostFolder) {
+        const auto planner = [files](EMU3Filesystem &, ExportPlan *plan, const WorkProgress &) {
+          for (const EMU3FilePtr &file : files)
+            plan->add(jobFor(file));
+        };
+        run({hostFolder, kFiles, planner});
       });
 }
 
-void Exports::filesExported(const ExportPlan::Result &result) {
-  const std::size_t failed = result.failures.size();
-  tools_.browser->setStatus(
-      (failed == 0 ? QStringLiteral("Exported %1 file(s) successfully.").arg(QString::number(result.exported))
-                   : QStringLiteral("Exported with %1 failure(s).").arg(QString::number(failed))) +
-      skippedText(result.skipped));
-  tools_.dialogs->tellFailures(
-      QStringLiteral("Export Failed (%1 of %2)")
-          .arg(QString::number(failed), QString::number(failed + result.exported + result.skipped)),
-      result.failures);
+void Exports::exportFolder(const EMU3DirectoryPtr &folder) {
+  if (!folder) return beep();
+  tools_.dialogs->chooseFolder(
+      QStringLiteral("Export folder '%1' with all that is in it").arg(displayText(folder->name())),
+      QStringLiteral("Export Here"), [this, folder](const std::string &hostFolder) {
+        const auto planner = [folder](EMU3Filesystem &filesystem, ExportPlan *plan, const WorkProgress &) {
+          planFolder(filesystem, folder, plan);
+        };
+        run({hostFolder, kFiles, planner});
+      });
 }
 
 // ---- Samples
@@ -102,14 +137,15 @@ void Exports::exportSamples(const std::vector<EMU3FilePtr> &files) {
         QStringLiteral("Please select one or more bank files to export samples from."));
   tools_.dialogs->chooseFolder(
       QStringLiteral("Export samples from %1 bank(s)").arg(QString::number(banks.size())),
-      QStringLiteral("Export Samples"), [this, placed = placedFiles(banks)](const std::string &folder) {
-        run(
-            folder,
-            [placed](EMU3Filesystem &filesystem, ExportPlan *plan) {
-              for (const auto &[bank, holder] : placed)
-                if (holder->containsFile(bank)) planSamples(filesystem, bank, plan);
-            },
-            "Sample export", [this](const ExportPlan::Result &result) { samplesExported(result); });
+      QStringLiteral("Export Samples"), [this, placed = placedFiles(banks)](const std::string &hostFolder) {
+        const auto planner = [placed](EMU3Filesystem &filesystem, ExportPlan *plan,
+                                      const WorkProgress &progress) {
+          for (const auto &[bank, holder] : placed) {
+            if (progress.isToStop()) return;
+            if (holder->containsFile(bank)) planSamples(filesystem, bank, plan);
+          }
+        };
+        run({hostFolder, kSamples, planner});
       });
 }
 
@@ -117,58 +153,57 @@ void Exports::exportSamples(const EMU3FilePtr &bank, const std::vector<ListedSam
                             std::uint32_t rate) {
   tools_.dialogs->chooseFolder(
       QStringLiteral("Export %1 sample(s) to folder").arg(QString::number(samples.size())),
-      QStringLiteral("Export Here"), [this, bank, samples, rate](const std::string &folder) {
-        run(
-            folder,
-            [bank, samples, rate](EMU3Filesystem &, ExportPlan *plan) {
-              plan->setSampleRate(rate);
-              for (const ListedSample &sample : samples)
-                plan->add(jobFor(bank, sample.number, sample.name, sample.name));
-            },
-            "Sample export", [this](const ExportPlan::Result &result) { samplesExported(result); });
+      QStringLiteral("Export Here"), [this, bank, samples, rate](const std::string &hostFolder) {
+        const auto planner = [bank, samples, rate](EMU3Filesystem &, ExportPlan *plan, const WorkProgress &) {
+          plan->setSampleRate(rate);
+          for (const ListedSample &sample : samples)
+            plan->add(jobFor(bank, sample.number, sample.name, sample.name));
+        };
+        run({hostFolder, kSamples, planner});
       });
 }
 
-void Exports::samplesExported(const ExportPlan::Result &result) {
-  const QString exported = QString::number(result.exported);
-  const QString failed = QString::number(result.failures.size());
-  tools_.browser->setStatus(
-      (result.failures.empty()
-           ? QStringLiteral("Exported %1 sample(s) successfully.").arg(exported)
-           : QStringLiteral("Exported %1 sample(s) with %2 failure(s).").arg(exported, failed)) +
-      skippedText(result.skipped));
-  tools_.dialogs->tellFailures(QStringLiteral("Sample Export Failed (%1)").arg(failed), result.failures);
-}
+// ---- What all do
 
-// ---- What both do
-
-void Exports::run(const std::string &folder, Planner planner, const std::string &what, Told told) {
-  tools_.image->runOnImage(
-      [folder, what, planner = std::move(planner)](EMU3Filesystem &filesystem) {
-        Planned planned{std::make_shared<ExportPlan>(folder), {}};
-        planner(filesystem, planned.plan.get());
-        if (planned.plan->conflicts().empty()) planned.result = planned.plan->run(filesystem, what);
+void Exports::run(const Job &job) {
+  tools_.image->runLongWork(
+      [job](EMU3Filesystem &filesystem, WorkProgress &progress) {
+        progress.beginPart(QStringLiteral("Exporting"));
+        Planned planned{std::make_shared<ExportPlan>(job.hostFolder), {}};
+        job.planner(filesystem, planned.plan.get(), progress);
+        if (planned.plan->conflicts() == 0 || progress.isToStop())
+          planned.result = planned.plan->run(filesystem, job.kind.log, progress);
         return planned;
       },
-      [this, what, told = std::move(told)](const Planned &planned) {
-        if (planned.result) return told(*planned.result);
-        askAboutConflicts(planned.plan, [this, plan = planned.plan, what, told] {
-          tools_.image->runOnImage(
-              [plan, what](EMU3Filesystem &filesystem) { return plan->run(filesystem, what); }, told);
-        });
+      [this, kind = job.kind](const Planned &planned) {
+        if (planned.result) return tell(kind, *planned.result);
+        askAboutConflicts(planned.plan, [this, kind, plan = planned.plan] { write(kind, plan); });
       });
+}
+
+void Exports::write(const Kind &kind, const Plan &plan) {
+  tools_.image->runLongWork(
+      [kind, plan](EMU3Filesystem &filesystem, WorkProgress &progress) {
+        progress.beginPart(QStringLiteral("Exporting"));
+        return plan->run(filesystem, kind.log, progress);
+      },
+      [this, kind](const ExportPlan::Result &result) { tell(kind, result); });
+}
+
+void Exports::tell(const Kind &kind, const ExportPlan::Result &result) {
+  tools_.browser->setStatus(kind.status(result.outcome) + skippedText(result.skipped));
+  tools_.dialogs->tellFailures(kind.failed(result), result.failures);
 }
 
 /// One after another, until the user decides for all that are left.
 void Exports::askAboutConflicts(const Plan &plan, std::function<void()> decided) {
-  if (plan->conflicts().empty()) return decided();
-  const std::size_t others = plan->conflicts().size() - 1;
-  auto question =
-      std::make_unique<Alert>(QStringLiteral("“%1” is already there")
-                                  .arg(displayText(lastPathComponent(plan->conflicts().front().path))),
-                              QStringLiteral("In the folder “%1”. What is replaced cannot be brought back.")
-                                  .arg(displayText(lastPathComponent(plan->folder()))),
-                              tools_.dialogs->window());
+  if (plan->conflicts() == 0) return decided();
+  const std::size_t others = plan->conflicts() - 1;
+  auto question = std::make_unique<Alert>(
+      QStringLiteral("“%1” is already there").arg(displayText(lastPathComponent(plan->conflict()))),
+      QStringLiteral("In the folder “%1”. What is replaced cannot be brought back.")
+          .arg(displayText(lastPathComponent(plan->folder()))),
+      tools_.dialogs->window());
   question->addChoice(QStringLiteral("Keep Both"), Alert::AcceptRole);
   question->addChoice(QStringLiteral("Replace"), Alert::DestructiveRole);
   question->addChoice(QStringLiteral("Skip"), Alert::NoRole);
@@ -178,10 +213,11 @@ void Exports::askAboutConflicts(const Plan &plan, std::function<void()> decided)
   forAll->setVisible(others > 0);
   tools_.dialogs->choose(std::move(question), [this, plan, forAll, decided = std::move(decided)](int button) {
     if (button < 0 || button > 2) return tools_.browser->setStatus(QStringLiteral("Nothing was exported."));
-    constexpr OnConflict decisions[] = {OnConflict::keepBoth, OnConflict::replace, OnConflict::skip};
+    constexpr ExistingFile decisions[] = {ExistingFile::isKept, ExistingFile::isReplaced,
+                                          ExistingFile::leavesOut};
     do
       plan->decide(decisions[button]);
-    while (forAll->isChecked() && !plan->conflicts().empty());
+    while (forAll->isChecked() && plan->conflicts() > 0);
     askAboutConflicts(plan, decided);
   });
 }

@@ -64,6 +64,10 @@ ItemFailure ItemFailure::of(const std::string &item, const EMU3Error &error) {
   return {displayText(item), displayText(error.messageWithReason())};
 }
 
+QString failuresTitle(const QString &command, std::size_t failed, std::size_t all) {
+  return QStringLiteral("%1 Failed (%2 of %3)").arg(command, QString::number(failed), QString::number(all));
+}
+
 FailuresAlert::FailuresAlert(const QString &message, const std::vector<ItemFailure> &failures,
                              QWidget *parent)
     : Alert(message, {}, parent) {

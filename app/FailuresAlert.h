@@ -4,6 +4,7 @@
 #include "tessary/EMU3Error.h"
 
 #include <QString>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,9 @@ struct ItemFailure {
   /// `item` as it is called on the image or on the host.
   static ItemFailure of(const std::string &item, const EMU3Error &error);
 };
+
+/// "Import Failed (2 of 5)": what such an alert is called, where so many of all could not be done.
+QString failuresTitle(const QString &command, std::size_t failed, std::size_t all);
 
 /// An alert that lists each item that failed with its reason. "Copy" puts the list on the clipboard.
 class FailuresAlert final : public Alert {

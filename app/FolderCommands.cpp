@@ -127,8 +127,10 @@ void FolderCommands::askToRemove(const EMU3DirectoryPtr &folder) {
 
 void FolderCommands::removeNow(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
   tools_.history->run(QStringLiteral("Delete Folder"), TakeAwayStep::of(*tools_.history->items(), folder),
+                      ImageWork::Spinning::no,
                       [this, name = folder->name(), parent](const StepResult &result) {
-                        if (result.done > 0) return removed(name, parent);
+                        if (result.counterpart) return removed(name, parent);
+                        if (result.outcome.isStopped) return tools_.browser->setStatus(result.status);
                         tools_.dialogs->tellFailures(result.failed, result.failures);
                         if (result.incompleteFolder)
                           return askWhetherForGood(result.incompleteFolder, parent);

@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <cerrno>
 #include <memory>
 #include <utility>
 
@@ -22,6 +23,7 @@ QString proposedBackup(const std::string &image) {
 
 struct BackupEnd {
   bool isDone = false;
+  bool isStopped = false;  ///< by the user
   bool wasClaimed = false; ///< so that the image may have been read anew
   EMU3Error error;
 };
@@ -48,11 +50,19 @@ void ImageBackups::backUp(std::function<void()> done) {
 
 void ImageBackups::backUpTo(const std::string &target, const std::function<void()> &done) {
   browser_->setStatus(QStringLiteral("Backing up…"));
-  image_->runOnImage(
-      [target](EMU3Filesystem &filesystem) {
+  image_->runLongWork(
+      [target](EMU3Filesystem &filesystem, WorkProgress &progress) {
         const bool wasReadOnly = filesystem.isReadOnly();
+        progress.beginPart(QStringLiteral("Backing up"));
+        progress.setItem(lastPathComponent(filesystem.imageURL()));
+        BackupWatcher watcher;
+        watcher.progressed = [&](std::uint64_t bytesDone, std::uint64_t bytes) {
+          progress.setBytes(bytesDone, bytes);
+        };
+        watcher.isToStop = [&] { return progress.isToStop(); };
         BackupEnd end;
-        end.isDone = filesystem.backUpTo(target, {}, &end.error);
+        end.isDone = filesystem.backUpTo(target, watcher, &end.error);
+        end.isStopped = !end.isDone && end.error.domain == kHostErrorDomain && end.error.code == ECANCELED;
         // It may have got the claim that another program had before.
         end.wasClaimed = wasReadOnly && !filesystem.isReadOnly();
         return end;
@@ -60,6 +70,8 @@ void ImageBackups::backUpTo(const std::string &target, const std::function<void(
       [this, target, done](const BackupEnd &end) {
         if (end.wasClaimed) browser_->showImageReadAnew();
         if (dialogs_->isQuitting()) return;
+        if (end.isStopped)
+          return browser_->setStatus(QStringLiteral("Stopped. The image was not backed up."));
         const QString name = displayText(lastPathComponent(target));
         browser_->setStatus(end.isDone ? QStringLiteral("Backed up to “%1”.").arg(name)
                                        : QStringLiteral("The backup failed."));

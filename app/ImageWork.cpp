@@ -5,7 +5,8 @@
 
 namespace tessary {
 
-ImageWork::ImageWork(Spinner *spinner, QObject *parent) : QObject(parent), spinner_(spinner) {}
+ImageWork::ImageWork(Spinner *spinner, WorkBar *bar, QObject *parent)
+    : QObject(parent), spinner_(spinner), longWork_(bar) {}
 
 void ImageWork::setFilesystem(EMU3FilesystemPtr filesystem) {
   filesystem_ = std::move(filesystem);
@@ -25,18 +26,22 @@ void ImageWork::runChange(Change change, std::function<void(const EMU3Error &)> 
   runBesideChanges(work, [](const Completion &completion) { completion(); });
 }
 
-void ImageWork::run(SerialQueue &queue, Work work, Kind kind, Spinning spinning) {
+void ImageWork::run(SerialQueue &queue, Work work, Kind kind, Spinning spinning,
+                    const WorkProgressPtr &progress) {
   if (kind == Kind::task) ++tasks_;
   if (spinning == Spinning::yes) spinner_->start();
-  queue.async([self = QPointer(this), filesystem = filesystem_, kind, spinning, work = std::move(work)] {
-    const Completion completion = work(*filesystem);
-    onMainQueue([self, filesystem, kind, spinning, completion] {
-      if (!self) return;
-      if (kind == Kind::task) --self->tasks_;
-      if (spinning == Spinning::yes && self->spinner_) self->spinner_->stop();
-      if (filesystem == self->filesystem_) completion();
-    });
-  });
+  if (progress) longWork_.add(progress);
+  queue.async(
+      [self = QPointer(this), filesystem = filesystem_, kind, spinning, progress, work = std::move(work)] {
+        const Completion completion = work(*filesystem);
+        onMainQueue([self, filesystem, kind, spinning, progress, completion] {
+          if (!self) return;
+          if (kind == Kind::task) --self->tasks_;
+          if (progress) self->longWork_.remove(progress);
+          if (spinning == Spinning::yes && self->spinner_) self->spinner_->stop();
+          if (filesystem == self->filesystem_) completion();
+        });
+      });
 }
 
 } // namespace tessary

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/progress/LongWork.h"
 #include "tessary/EMU3Filesystem.h"
 
 #include <QObject>
@@ -30,7 +31,8 @@ public:
   /// Changes the image and tells what follows: nothing when it has failed, or when there was nothing to do.
   using Change = std::function<Completion(EMU3Filesystem &filesystem, EMU3Error *error)>;
 
-  explicit ImageWork(Spinner *spinner, QObject *parent = nullptr);
+  /// Long work is shown in the bar.
+  ImageWork(Spinner *spinner, WorkBar *bar, QObject *parent = nullptr);
 
   /// Null when no image is mounted.
   EMU3FilesystemPtr filesystem() const { return filesystem_; }
@@ -38,16 +40,29 @@ public:
   /// Whether a task waits or runs: on this image, or on one that was mounted before.
   bool isWorking() const { return tasks_ > 0; }
 
-  /// Long work: runs `work(filesystem)` on the image's I/O queue, behind what waits there, then
-  /// `done(its result)`.
+  /// Runs `work(filesystem)` on the image's I/O queue, behind what waits there, then `done(its result)`.
   template <typename Work, typename Done>
   void runOnImage(Work work, Done done, Spinning spinning = Spinning::no) {
     run(filesystem_->ioQueue(), completing(std::move(work), std::move(done)), Kind::task, spinning);
   }
-  /// The same for what is read to be shown: nothing is lost when nobody waits for it any more.
+  /// The same with work that may take long, `work(filesystem, progress)`: it tells how far it is, and ends
+  /// after the item in progress when the user stops it.
+  template <typename Work, typename Done>
+  void runLongWork(Work work, Done done, Spinning spinning = Spinning::no) {
+    const auto progress = std::make_shared<WorkProgress>();
+    const auto begun = [progress, work = std::move(work)](EMU3Filesystem &filesystem) {
+      progress->begin();
+      return work(filesystem, *progress);
+    };
+    run(filesystem_->ioQueue(), completing(begun, std::move(done)), Kind::task, spinning, progress);
+  }
+  /// Runs what is read to be shown there: nothing is lost when nobody waits for it any more.
   template <typename Work, typename Done> void readFromImage(Work work, Done done) {
     run(filesystem_->ioQueue(), completing(std::move(work), std::move(done)), Kind::reading, Spinning::no);
   }
+  /// Asks all long work to stop, be it on an image that is no longer mounted.
+  void stop() { longWork_.stop(); }
+
   /// A look at the image that the user waits for: not behind the I/O queue's long work.
   template <typename Work, typename Done> void lookAtImage(Work work, Done done) {
     run(*lookQueue_, completing(std::move(work), std::move(done)), Kind::reading, Spinning::yes);
@@ -74,9 +89,12 @@ private:
       }
     };
   }
-  void run(SerialQueue &queue, Work work, Kind kind, Spinning spinning);
+  /// `progress` is that of long work.
+  void run(SerialQueue &queue, Work work, Kind kind, Spinning spinning,
+           const WorkProgressPtr &progress = nullptr);
 
   QPointer<Spinner> spinner_;
+  LongWork longWork_;
   EMU3FilesystemPtr filesystem_;
   // Of the mounted image, so that nothing waits for the medium of one that was mounted before.
   std::unique_ptr<SerialQueue> changeQueue_;

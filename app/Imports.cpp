@@ -6,27 +6,36 @@
 #include "app/DisplayText.h"
 #include "app/ImageChanges.h"
 #include "app/ImageWork.h"
-#include "app/PlacedFiles.h"
+#include "app/history/BringInStep.h"
 #include "app/history/ChangeHistory.h"
 
+#include <QFile>
 #include <QFileDialog>
+#include <QStringList>
 #include <memory>
 #include <utility>
 
 namespace tessary {
+namespace {
+
+/// Host paths as the toolkit gives them, in the host's encoding.
+std::vector<std::string> hostPaths(const QStringList &paths) {
+  std::vector<std::string> encoded;
+  encoded.reserve(static_cast<std::size_t>(paths.size()));
+  for (const QString &path : paths)
+    encoded.push_back(QFile::encodeName(path).toStdString());
+  return encoded;
+}
+
+} // namespace
 
 Imports::Imports(const CommandTools &tools, QObject *parent) : QObject(parent), tools_(tools) {}
 
-// ---- Chosen files
+// ---- Chosen files and folders
 
 void Imports::choose() {
   if (!tools_.image->filesystem()) return beep();
-  tools_.changes->whenChangeable([this] { askForFiles(); },
-                                 [this] {
-                                   tools_.changes->tellReadOnly(
-                                       QStringLiteral("\n\nMake sure the .hda file is not locked and has "
-                                                      "write permissions."));
-                                 });
+  whenChangeable([this] { askForFiles(); });
 }
 
 void Imports::askForFiles() {
@@ -41,22 +50,32 @@ void Imports::askForFiles() {
   tools_.dialogs->begin(std::move(chooser));
 }
 
+void Imports::chooseFolder() {
+  if (!tools_.image->filesystem()) return beep();
+  whenChangeable([this] {
+    tools_.dialogs->chooseFolder(QStringLiteral("Select a folder to import with all that is in it"),
+                                 QStringLiteral("Import"),
+                                 [this](const std::string &folder) { importChosen({folder}); });
+  });
+}
+
+void Imports::whenChangeable(std::function<void()> import) {
+  tools_.changes->whenChangeable(std::move(import), [this] {
+    tools_.changes->tellReadOnly(
+        QStringLiteral("\n\nMake sure the .hda file is not locked and has write permissions."));
+  });
+}
+
 void Imports::importChosen(const std::vector<std::string> &urls) {
   // Of an image without folders nothing is shown at first: its files go into the root.
   if (!tools_.browser->folder()) tools_.browser->showRoot();
-  const EMU3DirectoryPtr folder = tools_.browser->folder();
-  run(urls, folder, true,
-      [this, folder, shownBefore = tools_.browser->foldersShown()](const ImportResult &result) {
-        show(folder, result, shownBefore);
+  run(urls, tools_.browser->folder(), ImageWork::Spinning::yes,
+      [this, shownBefore = tools_.browser->foldersShown()](const StepResult &result) {
+        show(result, shownBefore);
         const EMU3FilesystemPtr filesystem = tools_.image->filesystem();
-        tellFailures(result);
-        if (filesystem != tools_.image->filesystem()) return; // replaced while the alert was up
-        const QString failures =
-            result.failures.empty()
-                ? QString()
-                : QStringLiteral(" (%1 failed)").arg(QString::number(result.failures.size()));
-        tools_.browser->setStatus(
-            QStringLiteral("Imported %1 file(s)%2.").arg(QString::number(result.imported.size()), failures));
+        tools_.dialogs->tellFailures(result.failed, result.failures);
+        if (filesystem == tools_.image->filesystem()) // not replaced while the alert was up
+          tools_.browser->setStatus(result.status);
       });
 }
 
@@ -64,62 +83,49 @@ void Imports::importChosen(const std::vector<std::string> &urls) {
 
 void Imports::dropOnTable(const std::vector<std::string> &urls) {
   const EMU3DirectoryPtr folder = tools_.browser->folder();
-  const auto imported = [this, folder,
-                         shownBefore = tools_.browser->foldersShown()](const ImportResult &result) {
-    show(folder, result, shownBefore);
-    const QString count = QString::number(result.imported.size());
+  const auto imported = [this, shownBefore = tools_.browser->foldersShown()](const StepResult &result) {
+    show(result, shownBefore);
+    const auto &[done, failed, all, isStopped] = result.outcome;
     tools_.browser->setStatus(
-        result.failures.empty()
-            ? QStringLiteral("Imported %1 file(s).").arg(count)
+        failed == 0 || isStopped
+            ? result.status
             : QStringLiteral("Imported %1 file(s), %2 failed: %3")
-                  .arg(count, QString::number(result.failures.size()), result.failures.back().reason));
-    tellFailures(result);
+                  .arg(QString::number(done), QString::number(failed), result.failures.back().reason));
+    tools_.dialogs->tellFailures(result.failed, result.failures);
   };
-  tools_.changes->whenChangeable([this, urls, folder, imported] { run(urls, folder, false, imported); },
-                                 [] {});
+  tools_.changes->whenChangeable(
+      [this, urls, folder, imported] { run(urls, folder, ImageWork::Spinning::no, imported); }, [] {});
 }
 
 /// Shows the folder dropped on, whatever the user has gone to meanwhile.
 void Imports::dropOnFolder(const EMU3DirectoryPtr &folder, const std::vector<std::string> &urls) {
-  run(urls, folder, false, [this, folder](const ImportResult &result) {
-    tools_.browser->showArrivals(folder, result.imported);
-    tools_.browser->setStatus(
-        result.imported.empty() && !result.failures.empty()
-            ? QStringLiteral("Import failed: %1").arg(result.failures.back().reason)
-            : QStringLiteral("Imported %1 file(s) into '%2'.")
-                  .arg(QString::number(result.imported.size()), displayText(folder->name())));
-    tellFailures(result);
+  run(urls, folder, ImageWork::Spinning::no, [this, folder](const StepResult &result) {
+    tools_.browser->showArrivals(folder, result.files);
+    const auto &[done, failed, all, isStopped] = result.outcome;
+    QString status = QStringLiteral("Imported %1 file(s) into '%2'.")
+                         .arg(QString::number(done), displayText(folder->name()));
+    if (isStopped)
+      status = result.status;
+    else if (done == 0 && failed > 0)
+      status = QStringLiteral("Import failed: %1").arg(result.failures.back().reason);
+    tools_.browser->setStatus(status);
+    tools_.dialogs->tellFailures(result.failed, result.failures);
   });
 }
 
-// ---- What both do
+// ---- What all do
 
-void Imports::run(const std::vector<std::string> &urls, const EMU3DirectoryPtr &folder, bool spinning,
-                  Imported imported) {
-  tools_.image->runOnImage(
-      [urls, folder](EMU3Filesystem &filesystem) { return importFiles(filesystem, urls, folder); },
-      [this, folder, imported = std::move(imported)](const ImportResult &result) {
-        std::vector<PlacedFile> files;
-        for (const EMU3FilePtr &file : result.imported)
-          files.push_back({file, folder});
-        tools_.history->imported(QStringLiteral("Import"), files);
-        imported(result);
-      },
-      spinning ? ImageWork::Spinning::yes : ImageWork::Spinning::no);
+void Imports::run(const std::vector<std::string> &urls, const EMU3DirectoryPtr &folder,
+                  ImageWork::Spinning spinning, std::function<void(const StepResult &)> imported) {
+  tools_.history->run(QStringLiteral("Import"), BringInStep::of(*tools_.history->items(), urls, folder),
+                      spinning, std::move(imported));
 }
 
 /// In their folder, unless the user has gone to another one since.
-void Imports::show(const EMU3DirectoryPtr &folder, const ImportResult &result, int shownBefore) {
-  if (result.imported.empty() || shownBefore != tools_.browser->foldersShown())
+void Imports::show(const StepResult &result, int shownBefore) {
+  if (!result.counterpart || shownBefore != tools_.browser->foldersShown())
     return tools_.browser->showChanges();
-  tools_.browser->showArrivals(folder, result.imported);
-}
-
-void Imports::tellFailures(const ImportResult &result) {
-  tools_.dialogs->tellFailures(QStringLiteral("Import Failed (%1 of %2)")
-                                   .arg(QString::number(result.failures.size()),
-                                        QString::number(result.failures.size() + result.imported.size())),
-                               result.failures);
+  tools_.browser->showArrivals(result.folder, result.files);
 }
 
 } // namespace tessary

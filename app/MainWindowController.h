@@ -55,7 +55,7 @@ class MainWindowController final : public QObject {
   Q_OBJECT
 
 public:
-  /// A command; what is enabled is decided by it alone.
+  /// A command. Whether an item is enabled depends on the command alone, not on the menu it is in.
   using Action = void (MainWindowController::*)();
 
   /// `windows` are those of the program, and must live longer.
@@ -111,7 +111,7 @@ public:
   /// For toolbar and context menus.
   bool validateUserInterfaceItem(Action action) const;
 
-  // Commands.
+  // Commands; those on files and folders: MainWindowCommands.cpp.
   void _newWindow();
   void _closeWindow();
   void _newImage();
@@ -124,6 +124,7 @@ public:
   void _exportSelected();
   void _exportSamples();
   void _importFile();
+  void _importFolder();
   void _deleteSelected();
   void _renameSelected();
   void _copyToDir();
@@ -131,9 +132,11 @@ public:
   void _newFolder();
   void _renameFolder();
   void _deleteFolder();
+  void _exportFolder();
   void _tableDoubleClick();
-  // Those of the menu bar that have no place elsewhere. What has the keyboard, folders or files, is renamed
-  // and deleted.
+  // Commands of the menu bar. Export, Rename and Delete act on what has the keyboard: the files, or the
+  // folder.
+  void _export();
   void _rename();
   void _delete();
   void _selectAll();
@@ -141,6 +144,7 @@ public:
   void _findEverywhere();
   void _renameCurrentFolder();
   void _deleteCurrentFolder();
+  void _exportCurrentFolder();
   void _showRoot();
   void _showParent();
   void _toggleBankContents();

@@ -16,6 +16,7 @@
 #include "app/panel/PanelPlace.h"
 #include "app/panel/PanelSettings.h"
 #include "app/panel/WaveView.h"
+#include "app/progress/WorkBar.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
@@ -70,7 +71,7 @@ void MainWindowController::_buildUI() {
   window_->setMinimumSize(
       sizeOnScreen(smallestWindow, window_->screen()->availableGeometry(), likelyFrame()));
   const Browser::Views views = _buildViews();
-  image_ = new ImageWork(views.statusBar->spinner(), this);
+  image_ = new ImageWork(views.statusBar->spinner(), views.workBar, this);
   browser_ = new Browser(image_, this);
   browser_->setViews(views);
   dialogs_ = new Dialogs(window_.get(), image_, this);
@@ -151,6 +152,7 @@ QWidget *MainWindowController::_makeRightPane(Browser::Views *views) {
   views->table->setAccessibleName(QStringLiteral("Files"));
   views->findBar = new FindBar;
   connect(views->findBar, &FindBar::left, views->table, &FileTable::takeKeyboard);
+  views->workBar = new WorkBar(pane);
   views->statusBar = new StatusBar(pane);
   QVBoxLayout *column = makeColumn(files);
   column->addWidget(views->table, 1);
@@ -160,6 +162,7 @@ QWidget *MainWindowController::_makeRightPane(Browser::Views *views) {
   panelPlace_->setBelow(PanelSettings::isBelow());
   QVBoxLayout *layout = makeColumn(pane);
   layout->addWidget(panelPlace_, 1);
+  layout->addWidget(views->workBar);
   layout->addWidget(new SeparatorLine(pane));
   layout->addWidget(views->statusBar);
   return pane;

@@ -121,6 +121,7 @@ std::unique_ptr<QMenu> MainWindowController::_buildFolderMenu() {
   _addMenuItem(menu.get(), QStringLiteral("New Folder…"), &MainWindowController::_newFolder);
   menu->addSeparator();
   _addMenuItem(menu.get(), QStringLiteral("Rename Folder"), &MainWindowController::_renameFolder);
+  _addMenuItem(menu.get(), QStringLiteral("Export Folder…"), &MainWindowController::_exportFolder);
   menu->addSeparator();
   _addMenuItem(menu.get(), QStringLiteral("Delete Folder"), &MainWindowController::_deleteFolder);
   return menu;

@@ -70,7 +70,9 @@ void MainWindowController::_buildMenuBarMenus() {
               {QStringLiteral("Back Up Image…"), &Self::_backUpImage, key(Qt::CTRL | Qt::SHIFT | Qt::Key_B)});
   file->addSeparator();
   _addCommand(file, {QStringLiteral("Import…"), &Self::_importFile, key(Qt::CTRL | Qt::Key_I)});
-  _addCommand(file, {exportCommandText(), &Self::_exportSelected, key(Qt::CTRL | Qt::SHIFT | Qt::Key_E)});
+  _addCommand(
+      file, {QStringLiteral("Import Folder…"), &Self::_importFolder, key(Qt::CTRL | Qt::SHIFT | Qt::Key_I)});
+  _addCommand(file, {exportCommandText(), &Self::_export, key(Qt::CTRL | Qt::SHIFT | Qt::Key_E)});
   _addCommand(file, {QStringLiteral("Export Samples…"), &Self::_exportSamples,
                      key(Qt::CTRL | Qt::SHIFT | Qt::Key_S)});
   file->addSeparator();
@@ -99,6 +101,8 @@ void MainWindowController::_buildMenuBarMenus() {
               {QStringLiteral("Rename Folder"), &Self::_renameCurrentFolder, key(Qt::SHIFT | Qt::Key_F2)});
   _addCommand(folder, {QStringLiteral("Delete Folder"), &Self::_deleteCurrentFolder,
                        key(Qt::CTRL | Qt::SHIFT | Qt::Key_D)});
+  _addCommand(folder, {QStringLiteral("Export Folder…"), &Self::_exportCurrentFolder,
+                       key(Qt::CTRL | Qt::ALT | Qt::Key_E)});
   folder->addSeparator();
   _addCommand(folder, {QStringLiteral("Show Root"), &Self::_showRoot, key(Qt::ALT | Qt::Key_Home)});
   _addCommand(folder, {QStringLiteral("Show Parent"), &Self::_showParent, key(Qt::ALT | Qt::Key_Up)});
@@ -243,6 +247,8 @@ bool MainWindowController::_isOfUse(Action action) const {
   if (action == &Self::_showParent) return browser_->parentOfFolder() != nullptr;
   const std::size_t selected = _selectedFiles().size();
   if (action == &Self::_exportSelected || action == &Self::_exportSamples) return selected > 0;
+  if (action == &Self::_exportCurrentFolder) return currentDirectory() != nullptr;
+  if (action == &Self::_export) return _foldersHaveKeyboard() ? currentDirectory() != nullptr : selected > 0;
   // All others change the image.
   if (!mayBecomeChangeable(*filesystem())) return false;
   if (action == &Self::_undo) return history_->undoManager()->canUndo();

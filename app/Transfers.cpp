@@ -6,13 +6,10 @@
 #include "app/Dialogs.h"
 #include "app/DisplayText.h"
 #include "app/ImageChanges.h"
-#include "app/ImageWork.h"
 #include "app/TextSize.h"
 #include "app/history/ChangeHistory.h"
+#include "app/history/CopyStep.h"
 #include "app/history/PlaceStep.h"
-#include "app/history/PresenceSteps.h"
-#include "tessary/ItemsOperation.h"
-#include "tessary/SystemLog.h"
 
 #include <QComboBox>
 #include <algorithm>
@@ -35,11 +32,6 @@ std::unique_ptr<QComboBox> makeFolderPopUp(const std::vector<EMU3DirectoryPtr> &
   popUp->setFixedSize(scaled(width), std::max(scaled(height), popUp->sizeHint().height()));
   popUp->addItems(names);
   return popUp;
-}
-
-/// " (2 failed)"; nothing when nothing did.
-QString failedText(const std::vector<ItemFailure> &failures) {
-  return failures.empty() ? QString() : QStringLiteral(" (%1 failed)").arg(QString::number(failures.size()));
 }
 
 } // namespace
@@ -73,118 +65,31 @@ void Transfers::askForDestination(const std::vector<PlacedFile> &files, bool mov
 void Transfers::run(const std::vector<PlacedFile> &files, const EMU3DirectoryPtr &toDirectory, bool move,
                     const EMU3FilesystemPtr &source) {
   tools_.browser->setStatus(move ? QStringLiteral("Moving…") : QStringLiteral("Copying…"));
-  tools_.image->runOnImage(
-      [files, toDirectory, move, source](EMU3Filesystem &filesystem) {
-        return transferOn(filesystem, files, toDirectory, move, source);
-      },
-      [this, toDirectory, move](const Result &result) { transferred(result, toDirectory, move); },
-      ImageWork::Spinning::yes);
+  LastingItems &items = *tools_.history->items();
+  if (move)
+    run(QStringLiteral("Move"), PlaceStep::of(items, files, toDirectory), nullptr);
+  else
+    run(QStringLiteral("Copy"), CopyStep::of(items, files, toDirectory, otherImage(source)), source);
 }
-
-Transfers::Result Transfers::transferOn(EMU3Filesystem &filesystem, const std::vector<PlacedFile> &files,
-                                        const EMU3DirectoryPtr &toDirectory, bool move,
-                                        const EMU3FilesystemPtr &source) {
-  Result result;
-  const auto operation = filesystem.manyItems();
-  for (const auto &[file, folder] : files) {
-    if (move)
-      operation->moveFile(file, folder, toDirectory);
-    else
-      operation->copyFile(file, toDirectory, source);
-  }
-  ItemsWatcher watcher;
-  watcher.ended = [&](const ItemEnd &end) {
-    const EMU3FilePtr &file = files[end.item].file;
-    if (!end.error) {
-      result.chosen.push_back(files[end.item]);
-      return result.arrived.push_back(end.file ? end.file : file);
-    }
-    systemLog("Transfer failed: " + end.error->description());
-    result.failures.push_back(ItemFailure::of(file->name(), *end.error));
-  };
-  operation->run(watcher);
-  readDetailsOf(filesystem, result.arrived);
-  return result;
-}
-
-void Transfers::transferred(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move) {
-  makeUndoable(result, toDirectory, move);
-  tools_.browser->showArrivals(toDirectory, result.arrived);
-  tools_.browser->setStatus(QStringLiteral("%1 %2 file(s)%3.")
-                                .arg(move ? QStringLiteral("Moved") : QStringLiteral("Copied"),
-                                     QString::number(result.arrived.size()), failedText(result.failures)));
-  tellFailures(move, result.failures, result.failures.size() + result.arrived.size());
-}
-
-void Transfers::tellFailures(bool move, const std::vector<ItemFailure> &failures, std::size_t items) const {
-  tools_.dialogs->tellFailures(QStringLiteral("%1 Failed (%2 of %3)")
-                                   .arg(move ? QStringLiteral("Move") : QStringLiteral("Copy"),
-                                        QString::number(failures.size()), QString::number(items)),
-                               failures);
-}
-
-/// What was moved into the folder that it was in already stays there.
-void Transfers::makeUndoable(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move) {
-  ChangeHistory &history = *tools_.history;
-  if (!move) {
-    std::vector<PlacedFile> copies;
-    for (const EMU3FilePtr &file : result.arrived)
-      copies.push_back({file, toDirectory});
-    return history.imported(QStringLiteral("Copy"), copies);
-  }
-  std::vector<PlaceStep::Move> moves;
-  for (std::size_t i = 0; i < result.arrived.size(); ++i) {
-    const auto &[before, from] = result.chosen[i];
-    if (from == toDirectory) continue;
-    history.items()->became(before, result.arrived[i]);
-    moves.push_back({history.items()->of(result.arrived[i]), history.items()->of(toDirectory),
-                     history.items()->of(from)});
-  }
-  if (!moves.empty()) history.did(QStringLiteral("Move"), std::make_shared<PlaceStep>(std::move(moves)));
-}
-
-// ---- Folders
 
 void Transfers::copyFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &toDirectory,
                            const EMU3FilesystemPtr &source) {
   tools_.browser->setStatus(QStringLiteral("Copying…"));
-  tools_.image->runOnImage(
-      [folder, toDirectory, source](EMU3Filesystem &filesystem) {
-        return copyOn(filesystem, folder, toDirectory, source);
-      },
-      [this, name = folder->name()](const FolderResult &result) { folderCopied(result, name); },
-      ImageWork::Spinning::yes);
+  run(QStringLiteral("Copy"), CopyStep::of(*tools_.history->items(), folder, toDirectory, otherImage(source)),
+      source);
 }
 
-Transfers::FolderResult Transfers::copyOn(EMU3Filesystem &filesystem, const EMU3DirectoryPtr &folder,
-                                          const EMU3DirectoryPtr &toDirectory,
-                                          const EMU3FilesystemPtr &source) {
-  FolderResult result;
-  const auto operation = filesystem.manyItems();
-  operation->copyFolder(folder, toDirectory, ExistingFolder::doubled, source);
-  ItemsWatcher watcher;
-  watcher.ended = [&](const ItemEnd &end) {
-    const Item &item = operation->item(end.item);
-    if (item.folder == folder) result.copy = end.folder;
-    if (!end.error) return;
-    systemLog("Transfer failed: " + end.error->description());
-    result.failures.push_back(
-        ItemFailure::of(item.file ? item.file->name() : item.folder->name(), *end.error));
-  };
-  result.items = operation->progress().items;
-  operation->run(watcher);
-  return result;
+EMU3FilesystemPtr Transfers::otherImage(const EMU3FilesystemPtr &source) const {
+  return source == tools_.image->filesystem() ? nullptr : source;
 }
 
-void Transfers::folderCopied(const FolderResult &result, const std::string &name) {
-  if (result.copy)
-    tools_.history->did(QStringLiteral("Copy"), TakeAwayStep::of(*tools_.history->items(), result.copy));
-  tools_.browser->showArrivals(result.copy, {});
-  tools_.browser->setStatus(
-      result.copy
-          ? QStringLiteral("Copied folder '%1'%2.").arg(displayText(name), failedText(result.failures))
-          : QStringLiteral("Folder '%1' was not copied.").arg(displayText(name)));
-  tellFailures(false, result.failures, result.items);
+void Transfers::run(const QString &name, const HistoryStepPtr &step, const EMU3FilesystemPtr &source) {
+  // What follows holds the image that they come from until then.
+  tools_.history->run(name, step, ImageWork::Spinning::yes, [this, source](const StepResult &result) {
+    tools_.browser->showArrivals(result.folder, result.files);
+    tools_.browser->setStatus(result.status);
+    tools_.dialogs->tellFailures(result.failed, result.failures);
+  });
 }
 
 } // namespace tessary

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/CommandTools.h"
-#include "app/FailuresAlert.h"
 #include "app/PlacedFiles.h"
+#include "app/history/HistoryStep.h"
 #include "tessary/EMU3Filesystem.h"
 
 #include <QObject>
@@ -30,27 +30,10 @@ public:
                   const EMU3FilesystemPtr &source);
 
 private:
-  struct Result {
-    std::vector<PlacedFile> chosen; ///< those that arrived, and where they were before
-    std::vector<EMU3FilePtr> arrived;
-    std::vector<ItemFailure> failures;
-  };
-
-  struct FolderResult {
-    EMU3DirectoryPtr copy; ///< null where it was not made
-    std::size_t items = 0; ///< of the tree
-    std::vector<ItemFailure> failures;
-  };
-
-  static Result transferOn(EMU3Filesystem &filesystem, const std::vector<PlacedFile> &files,
-                           const EMU3DirectoryPtr &toDirectory, bool move, const EMU3FilesystemPtr &source);
-  static FolderResult copyOn(EMU3Filesystem &filesystem, const EMU3DirectoryPtr &folder,
-                             const EMU3DirectoryPtr &toDirectory, const EMU3FilesystemPtr &source);
-  void tellFailures(bool move, const std::vector<ItemFailure> &failures, std::size_t items) const;
-  void folderCopied(const FolderResult &result, const std::string &name);
+  /// Null where the source is the image that is changed itself.
+  [[nodiscard]] EMU3FilesystemPtr otherImage(const EMU3FilesystemPtr &source) const;
+  void run(const QString &name, const HistoryStepPtr &step, const EMU3FilesystemPtr &source);
   void askForDestination(const std::vector<PlacedFile> &files, bool move);
-  void transferred(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move);
-  void makeUndoable(const Result &result, const EMU3DirectoryPtr &toDirectory, bool move);
 
   const CommandTools tools_;
 };

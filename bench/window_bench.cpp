@@ -3,6 +3,8 @@
 //                                    window stood still
 // window_bench panel                 goes through 112 banks with the Down key held while the panel of their
 //                                    contents is shown, and draws the wave of a sample of 30 MiB
+// window_bench trees                 drops a tree of 1,000 files on the window, stops the import, goes on with
+//                                    it, undoes and redoes it, and tells how long the window stood still
 // window_bench start IMAGE           tells where the time goes until the first folder's details are painted
 // window_bench start IMAGE TESSARY   times whole starts of the program TESSARY as well
 //
@@ -16,6 +18,7 @@
 #include "app/StatusBar.h"
 #include "app/WindowList.h"
 #include "bench/PanelBench.h"
+#include "bench/TreesBench.h"
 #include "bench/WindowWatch.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/HostFiles.h"
@@ -222,8 +225,11 @@ int main(int argc, char **argv) {
   using namespace tessary::bench;
   if (arguments.size() == 2 && arguments[1] == QLatin1String("import")) return measureImport();
   if (arguments.size() == 2 && arguments[1] == QLatin1String("panel")) return measurePanel();
+  if (arguments.size() == 2 && arguments[1] == QLatin1String("trees")) return measureTrees();
   if ((arguments.size() != 3 && arguments.size() != 4) || arguments[1] != QLatin1String("start")) {
-    std::fputs("window_bench import\nwindow_bench panel\nwindow_bench start IMAGE [TESSARY]\n", stderr);
+    std::fputs(
+        "window_bench import\nwindow_bench panel\nwindow_bench trees\nwindow_bench start IMAGE [TESSARY]\n",
+        stderr);
     return 2;
   }
   measureSteps(QFile::encodeName(arguments[2]).toStdString(), begin);

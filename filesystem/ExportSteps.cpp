@@ -25,6 +25,8 @@ bool ExportStep::begin(StepGroup &group, EMU3Error *error) {
 
 void ExportStep::ended(const std::optional<EMU3Error> &error, ItemEnd *end) {
   if (error) return;
+  end->isLeftOut = target_.isLeftOut;
+  if (target_.isLeftOut) return;
   end->hostPath = target_.path;
   end->bytes = target_.bytes;
 }

@@ -30,15 +30,21 @@ ExportTargets::Claim ExportTargets::claim(const std::string &folder, const HostN
   }
 }
 
+ExportTargets::Claim ExportTargets::claimFree(const std::string &folder, const HostName &name) {
+  struct stat status {};
+  while (true) {
+    Claim candidate = claim(folder, name);
+    if (candidate.isFree || ::lstat(candidate.path.c_str(), &status) != 0) return candidate;
+  }
+}
+
 std::string ExportTargets::freeBeside(const std::string &path) {
   const std::string whole = lastPathComponent(path);
   const std::string stem = withoutExtension(whole);
   const std::string folder = path.substr(0, path.size() - whole.size());
-  struct stat status {};
-  while (true) { // a name that the host refuses ends it too: writing there tells why
-    Claim candidate = claim(folder, {stem, whole.substr(stem.size())});
-    if (candidate.path != path && ::lstat(candidate.path.c_str(), &status) != 0)
-      return std::move(candidate.path);
+  while (true) {
+    Claim candidate = claimFree(folder, {stem, whole.substr(stem.size())});
+    if (candidate.path != path) return std::move(candidate.path);
   }
 }
 

@@ -30,7 +30,10 @@ EMU3Error reasonFor(const HostTarget &target, EMU3Error reason) {
 
 NewHostFile::Standing HostFileGroup::choosePath(HostTarget &target) {
   if (!target.name) return NewHostFile::Standing::unknown;
-  ExportTargets::Claim claim = targets_.claim(target.folder, *target.name);
+  ExportTargets::Claim claim = target.existing == ExistingFile::isKept
+                                   ? targets_.claimFree(target.folder, *target.name)
+                                   : targets_.claim(target.folder, *target.name);
+  target.isLeftOut = !claim.isFree && target.existing == ExistingFile::leavesOut;
   target.path = std::move(claim.path);
   return claim.isFree ? NewHostFile::Standing::nothing : NewHostFile::Standing::unknown;
 }
@@ -42,6 +45,7 @@ bool HostFileGroup::mayWrite(const std::string &path, EMU3Error *error) const {
 
 bool HostFileGroup::beginFile(HostTarget &target, const HostFileParts &parts, EMU3Error *error) {
   const NewHostFile::Standing standing = choosePath(target);
+  if (target.isLeftOut) return true;
   Begun begun{&target};
   EMU3Error reason;
   if (!write(begun, standing, parts, &reason)) return fail(error, reasonFor(target, std::move(reason)));

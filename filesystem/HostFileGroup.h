@@ -5,6 +5,7 @@
 #include "tessary/EMU3Error.h"
 #include "tessary/ExportNames.h"
 #include "tessary/ExportTargets.h"
+#include "tessary/ItemsWatcher.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -28,6 +29,9 @@ struct HostTarget {
   std::optional<std::uint64_t> bytes{}; ///< of a file, once it has begun
   /// The error where it cannot be written; none for the host's own.
   std::optional<EngineError> failure{};
+  /// What becomes of it where its name is there; none: what the export options say.
+  std::optional<ExistingFile> existing{};
+  bool isLeftOut = false; ///< since its name is there
 };
 
 /// Host files that are written together: the contents of all are on the medium before the first gets its
@@ -44,8 +48,8 @@ public:
   HostFileGroup(const VolumeRules &rules, ExportTargets &targets, Mode mode = Mode::writing)
       : rules_(rules), targets_(targets), mode_(mode) {}
 
-  /// Writes a file that has no name yet. The target, which outlives the completion, gets its path. False with
-  /// the error.
+  /// Writes a file that has no name yet, or leaves it out, where its target says so. The target, which
+  /// outlives the completion, gets its path. False with the error.
   [[nodiscard]] bool beginFile(HostTarget &target, const HostFileParts &parts, EMU3Error *error);
   /// Makes a folder, or takes one that is there; not what a link leads to.
   [[nodiscard]] bool beginFolder(HostTarget &target, EMU3Error *error);

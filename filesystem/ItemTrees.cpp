@@ -49,7 +49,7 @@ Item itemOf(const EMU3FilePtr &file, const std::optional<std::size_t> &parent) {
 }
 
 Item itemOf(const EMU3DirectoryPtr &folder, const std::optional<std::size_t> &parent) {
-  return {.parent = parent, .folder = folder};
+  return {.parent = parent, .folder = folder, .isFolder = true};
 }
 
 VolumeFolder folderToBe() {
@@ -158,7 +158,7 @@ void planImport(ItemsPlan *plan, const TreeDestination &destination, const std::
                       .existing = destination.existing,
                       .failure = listing.failure};
     const std::size_t item =
-        plan->add({.parent = folder.above.item, .hostPath = folder.path},
+        plan->add({.parent = folder.above.item, .hostPath = folder.path, .isFolder = true},
                   std::make_unique<FolderStep>(destination.at, std::move(making), folder.above.into, made));
     for (const std::string &path : listing.files)
       plan->add({.parent = item, .hostPath = path, .bytes = sizeOfHostFile(path)},
@@ -173,10 +173,10 @@ void planRestoration(ItemsPlan *plan, const VolumeAt &at, const StoredTree &tree
   std::vector<VolumeFolder> folders(tree.size()); // null for a file
   for (std::size_t i = 0; i < tree.size(); ++i) {
     const StoredItem &stored = tree[i];
-    Item item{.hostPath = stored.contents};
+    Item item{.hostPath = stored.contents, .isFolder = stored.contents.empty()};
     if (stored.folder) item.parent = first + *stored.folder;
     const VolumeFolder into = stored.folder ? folders[*stored.folder] : to;
-    if (stored.contents.empty()) {
+    if (item.isFolder) {
       folders[i] = folderToBe();
       plan->add(std::move(item),
                 std::make_unique<FolderStep>(at, planOfStored(*at.volume, stored.entry), into, folders[i]));
@@ -280,7 +280,7 @@ void planMove(ItemsPlan *plan, const TreeDestination &destination, const VolumeA
 }
 
 void planExport(ItemsPlan *plan, const ExportFrom &from, const EMU3DirectoryPtr &folder,
-                const HostFolder &into) {
+                const HostFolder &into, const ExistingOnHost &existing) {
   using OnHost = Above<HostFolder>;
   walkTree(
       folder, OnHost{std::nullopt, into},
@@ -294,6 +294,7 @@ void planExport(ItemsPlan *plan, const ExportFrom &from, const EMU3DirectoryPtr 
       },
       [&](const EMU3FilePtr &file, const EMU3DirectoryPtr &, const OnHost &above) {
         HostTarget target{.folder = "", .name = exportedFileName(file->name())};
+        if (existing) target.existing = existing(file);
         plan->add(itemOf(file, above.item),
                   std::make_unique<ExportFileStep>(from, file, std::move(target), above.into));
       });

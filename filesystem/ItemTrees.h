@@ -40,7 +40,7 @@ void planMove(ItemsPlan *plan, const TreeDestination &destination, const Foreign
               const VolumeFolder &to, const std::optional<std::size_t> &parent);
 /// Plans the export of a folder into a folder of the host.
 void planExport(ItemsPlan *plan, const ExportFrom &from, const EMU3DirectoryPtr &folder,
-                const HostFolder &into);
+                const HostFolder &into, const ExistingOnHost &existing);
 
 /// The step that imports one file.
 [[nodiscard]] std::unique_ptr<ItemStep> importStep(const TreeDestination &destination, ImportSource source,

@@ -167,7 +167,8 @@ void ItemsOperation::Parts::addNewName(const EMU3FilePtr &file, const NewName &n
 }
 
 void ItemsOperation::Parts::addNewName(const EMU3DirectoryPtr &folder, const NewName &name) {
-  plan.add({.folder = folder}, std::make_unique<SimpleStep>(StepKind::renaming, at, [=](EMU3Error *) {
+  plan.add({.folder = folder, .isFolder = true},
+           std::make_unique<SimpleStep>(StepKind::renaming, at, [=](EMU3Error *) {
              return std::make_unique<RenameFolder>(folder, name);
            }));
 }
@@ -200,7 +201,7 @@ void ItemsOperation::deleteFile(const EMU3FilePtr &file, const EMU3DirectoryPtr 
 }
 
 void ItemsOperation::deleteFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &from) {
-  parts_->plan.add({.folder = folder},
+  parts_->plan.add({.folder = folder, .isFolder = true},
                    std::make_unique<SimpleStep>(StepKind::deleting, parts_->at, [folder, from](EMU3Error *) {
                      return std::make_unique<DeleteFolder>(folder, from);
                    }));
@@ -219,8 +220,9 @@ void ItemsOperation::exportFileInto(const EMU3FilePtr &file, const std::string &
                    std::make_unique<ExportFileStep>(parts_->from(), file, std::move(target), nullptr));
 }
 
-void ItemsOperation::exportFolderInto(const EMU3DirectoryPtr &folder, const std::string &hostFolder) {
-  planExport(&parts_->plan, parts_->from(), folder, folderThatIsThere(hostFolder));
+void ItemsOperation::exportFolderInto(const EMU3DirectoryPtr &folder, const std::string &hostFolder,
+                                      const ExistingOnHost &existing) {
+  planExport(&parts_->plan, parts_->from(), folder, folderThatIsThere(hostFolder), existing);
 }
 
 void ItemsOperation::exportSample(const EMU3FilePtr &bank, std::uint64_t index, const std::string &hostPath) {

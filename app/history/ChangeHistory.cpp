@@ -4,7 +4,6 @@
 #include "app/Browser.h"
 #include "app/Dialogs.h"
 #include "app/ImageChanges.h"
-#include "app/ImageWork.h"
 #include "app/history/PresenceSteps.h"
 
 #include <utility>
@@ -18,10 +17,6 @@ ChangeHistory::ChangeHistory(const CommandTools &tools, QObject *parent) : QObje
 
 // ---- What was done
 
-void ChangeHistory::imported(const QString &name, const std::vector<PlacedFile> &files) {
-  if (!files.empty()) did(name, TakeAwayStep::of(*items_, files));
-}
-
 void ChangeHistory::madeFolder(const EMU3DirectoryPtr &folder) {
   did(QStringLiteral("New Folder"), TakeAwayStep::of(*items_, folder));
 }
@@ -31,17 +26,28 @@ void ChangeHistory::did(const QString &name, HistoryStepPtr undo) {
   undoManager_.registerUndo(callOf(name, std::move(undo)), name);
 }
 
-void ChangeHistory::run(const QString &name, const HistoryStepPtr &step,
+void ChangeHistory::run(const QString &name, const HistoryStepPtr &step, ImageWork::Spinning spinning,
                         std::function<void(const StepResult &)> done) {
-  tools_.image->runOnImage(
-      [step, items = items_](EMU3Filesystem &filesystem) { return step->run(filesystem, *items); },
-      [this, name, done = std::move(done)](const StepResult &result) {
-        if (result.counterpart) did(name, result.counterpart);
-        done(result);
-      });
+  runStep(step, spinning, [this, name, done = std::move(done)](const StepResult &result) {
+    if (result.counterpart) did(name, result.counterpart);
+    if (result.outcome.isStopped && result.rest) {
+      takeImage();
+      undoManager_.registerCounterpart(UndoManager::Side::Redo, callOf(name, result.rest), name);
+    }
+    done(result);
+  });
 }
 
-/// What another image's steps could do is over.
+void ChangeHistory::runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning,
+                            std::function<void(const StepResult &)> done) {
+  tools_.image->runLongWork(
+      [step, items = items_](EMU3Filesystem &filesystem, WorkProgress &progress) {
+        return step->run(filesystem, *items, progress);
+      },
+      std::move(done), spinning);
+}
+
+/// From now on the steps are about the mounted image; those of another are dropped.
 void ChangeHistory::takeImage() {
   const EMU3FilesystemPtr mounted = tools_.image->filesystem();
   if (mounted->imageURL() != imagePath_) undoManager_.clear();
@@ -72,20 +78,19 @@ UndoManager::Call ChangeHistory::callOf(const QString &name, HistoryStepPtr step
 }
 
 void ChangeHistory::runAgain(const QString &name, const HistoryStepPtr &step, UndoManager::Side counterpart) {
-  tools_.image->runOnImage(
-      [step, items = items_](EMU3Filesystem &filesystem) { return step->run(filesystem, *items); },
-      [this, name, counterpart, shownBefore = tools_.browser->foldersShown()](const StepResult &result) {
-        ended(name, result, counterpart, shownBefore);
-      });
+  runStep(step, ImageWork::Spinning::no,
+          [this, name, counterpart, shownBefore = tools_.browser->foldersShown()](const StepResult &result) {
+            ended(name, result, counterpart, shownBefore);
+          });
 }
 
-/// The same command tries the rest again. Where nothing at all could be done, the earlier steps come first:
-/// what stands in the way may stay there.
+/// What is left is registered again, so that the same command does it. Where nothing at all could be done it
+/// goes below the earlier steps: its cause may last.
 void ChangeHistory::ended(const QString &name, const StepResult &result, UndoManager::Side counterpart,
                           int shownBefore) {
   show(result, shownBefore);
   const UndoManager::Side same = UndoManager::opposite(counterpart);
-  if (result.rest && result.counterpart)
+  if (result.rest && (result.counterpart || result.outcome.isStopped))
     undoManager_.registerCounterpart(same, callOf(name, result.rest), name);
   else if (result.rest)
     undoManager_.registerBelow(same, callOf(name, result.rest), name);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/CommandTools.h"
+#include "app/ImageWork.h"
 #include "app/UndoManager.h"
 #include "app/history/HistoryStep.h"
 #include "app/history/LastingItems.h"
@@ -14,7 +15,7 @@
 namespace tessary {
 
 /// What the user has changed in the image, and can undo and redo: the ten newest steps. They outlast an
-/// unmount; they are those of another image from its first change on. Main thread only; the steps work on the
+/// unmount, until another image is changed. Main thread only; the steps work on the
 /// image's I/O queue.
 class ChangeHistory final : public QObject {
   Q_OBJECT
@@ -27,18 +28,21 @@ public:
   const std::shared_ptr<LastingItems> &items() const { return items_; }
 
   // What the user has newly done in the mounted image; `name` is that of the command.
-  void imported(const QString &name, const std::vector<PlacedFile> &files);
   void madeFolder(const EMU3DirectoryPtr &folder);
   /// `undo` takes it back.
   void did(const QString &name, HistoryStepPtr undo);
-  /// Does it, and then registers what takes it back. `done` hears how it went.
-  void run(const QString &name, const HistoryStepPtr &step, std::function<void(const StepResult &)> done);
+  /// Does it, and then registers what takes it back; where the user has stopped it, what does the rest can be
+  /// redone. `done` hears how it went.
+  void run(const QString &name, const HistoryStepPtr &step, ImageWork::Spinning spinning,
+           std::function<void(const StepResult &)> done);
 
   /// Another image is mounted, or none, or the same one anew.
   void imageReplaced();
 
 private:
   UndoManager::Call callOf(const QString &name, HistoryStepPtr step);
+  void runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning,
+               std::function<void(const StepResult &)> done);
   void runAgain(const QString &name, const HistoryStepPtr &step, UndoManager::Side counterpart);
   void ended(const QString &name, const StepResult &result, UndoManager::Side counterpart, int shownBefore);
   void show(const StepResult &result, int shownBefore);

@@ -3,6 +3,8 @@
 #include "app/FailuresAlert.h"
 #include "app/PlacedFiles.h"
 #include "app/history/LastingItems.h"
+#include "app/progress/WorkOutcome.h"
+#include "app/progress/WorkProgress.h"
 #include "tessary/EMU3Filesystem.h"
 
 #include <QString>
@@ -17,8 +19,8 @@ using HistoryStepPtr = std::shared_ptr<const HistoryStep>;
 /// How a step went.
 struct StepResult {
   HistoryStepPtr counterpart{}; ///< takes it back; null where nothing was done
-  HistoryStepPtr rest{};        ///< does what failed; null where nothing did
-  std::size_t done = 0;         ///< files, or folders, that it was done to
+  HistoryStepPtr rest{};        ///< does what failed or, stopped by the user, was not done; null for nothing
+  WorkOutcome outcome{};        ///< of files, also of those in folders
   QString status{};             ///< what the status line says
   QString failed{};             ///< title of the alert that lists the failures
   std::vector<ItemFailure> failures{};
@@ -27,7 +29,7 @@ struct StepResult {
   EMU3DirectoryPtr folder{};
   std::vector<EMU3FilePtr> files{};
 
-  /// Not taken away: they could not be kept whole, so they would not come back.
+  /// Not deleted, since they could not be kept whole and so would not come back.
   std::vector<PlacedFile> incompleteFiles{};
   EMU3DirectoryPtr incompleteFolder{};
 };
@@ -40,7 +42,7 @@ public:
   HistoryStep(const HistoryStep &) = delete;
   HistoryStep &operator=(const HistoryStep &) = delete;
 
-  virtual StepResult run(EMU3Filesystem &filesystem, LastingItems &items) const = 0;
+  virtual StepResult run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const = 0;
 };
 
 } // namespace tessary

@@ -3,6 +3,7 @@
 #include "app/DisplayText.h"
 #include "tessary/ItemsOperation.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <optional>
@@ -19,27 +20,31 @@ bool isLackOfRoom(const EMU3Error &error) {
   return error.domain == kHostErrorDomain && (error.code == ENOSPC || error.code == EDQUOT);
 }
 
-std::uint64_t bytesOf(const Doomed &doomed) {
-  std::uint64_t bytes = 0;
-  for (const PlacedFile &placed : doomed.files)
-    bytes += placed.file->fileSize();
-  for (const EMU3DirectoryPtr &top : doomed.folders)
+template <typename OnFile> void forEachFile(const ItemsToDelete &toDelete, const OnFile &onFile) {
+  for (const PlacedFile &placed : toDelete.files)
+    onFile(placed.file);
+  for (const EMU3DirectoryPtr &top : toDelete.folders)
     for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(top))
       for (const EMU3FilePtr &file : folder->allFiles())
-        bytes += file->fileSize();
+        onFile(file);
+}
+
+std::uint64_t bytesOf(const ItemsToDelete &toDelete) {
+  std::uint64_t bytes = 0;
+  forEachFile(toDelete, [&](const EMU3FilePtr &file) { bytes += file->fileSize(); });
   return bytes;
 }
 
-std::vector<ItemFailure> failuresOfAll(const Doomed &doomed, const EMU3Error &error) {
+std::vector<ItemFailure> failuresOfAll(const ItemsToDelete &toDelete, const EMU3Error &error) {
   std::vector<ItemFailure> failures;
-  for (const PlacedFile &placed : doomed.files)
+  for (const PlacedFile &placed : toDelete.files)
     failures.push_back(ItemFailure::of(placed.file->name(), error));
-  for (const EMU3DirectoryPtr &folder : doomed.folders)
+  for (const EMU3DirectoryPtr &folder : toDelete.folders)
     failures.push_back(ItemFailure::of(folder->name(), error));
   return failures;
 }
 
-/// The copying of what is doomed: the contents of all files of its trees lie side by side.
+/// The copying of what is to be deleted: the contents of all files of its trees lie side by side.
 class Copying final {
 public:
   Copying(EMU3Filesystem &filesystem, LastingItems &items, std::shared_ptr<const UndoCopies> copies)
@@ -57,15 +62,16 @@ public:
     tree.entries = filesystem_.entriesOfTree(folder, &tree.error);
     add(std::move(tree));
   }
-  void run() {
+  void run(WorkProgress &progress) {
     ends_.resize(operation_->progress().items);
-    ItemsWatcher watcher;
+    ItemsWatcher watcher = progress.watch(*operation_);
     watcher.ended = [this](const ItemEnd &end) {
       ends_[end.item].hostPath = end.hostPath;
       if (end.error) ends_[end.item].error = copies_->copyingFailed(*end.error);
     };
     operation_->run(watcher);
   }
+  [[nodiscard]] bool isStopped() const { return isCutShort(*operation_); }
   [[nodiscard]] std::optional<EMU3Error> lackOfRoom() const {
     for (const End &end : ends_)
       if (end.error && isLackOfRoom(*end.error)) return end.error;
@@ -123,27 +129,41 @@ private:
 
 } // namespace
 
-Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const Doomed &doomed) {
+std::size_t KeptTree::fileCount() const {
+  return static_cast<std::size_t>(
+      std::count_if(files.begin(), files.end(), [](const LastingFile &file) { return file != nullptr; }));
+}
+
+std::size_t ItemsToDelete::fileCount() const {
+  std::size_t count = 0;
+  forEachFile(*this, [&](const EMU3FilePtr &) { ++count; });
+  return count;
+}
+
+Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const ItemsToDelete &toDelete,
+             WorkProgress &progress) {
   Keeping keeping;
-  if (doomed.count() == 0) return keeping;
+  if (toDelete.count() == 0) return keeping;
   EMU3Error error;
-  std::shared_ptr<const UndoCopies> copies = UndoCopies::make(bytesOf(doomed), &error);
+  std::shared_ptr<const UndoCopies> copies = UndoCopies::make(bytesOf(toDelete), &error);
   if (!copies) {
-    keeping.failures = failuresOfAll(doomed, error);
+    keeping.failures = failuresOfAll(toDelete, error);
     return keeping;
   }
   Copying copying(filesystem, items, std::move(copies));
-  for (const PlacedFile &placed : doomed.files)
+  for (const PlacedFile &placed : toDelete.files)
     copying.add(placed);
-  for (const EMU3DirectoryPtr &folder : doomed.folders)
+  for (const EMU3DirectoryPtr &folder : toDelete.folders)
     copying.add(folder);
-  copying.run();
+  copying.run(progress);
+  keeping.isStopped = copying.isStopped();
+  if (keeping.isStopped) return keeping;
   if (const std::optional<EMU3Error> lack = copying.lackOfRoom()) {
-    keeping.failures = failuresOfAll(doomed, *lack);
+    keeping.failures = failuresOfAll(toDelete, *lack);
     return keeping;
   }
   std::size_t number = 0;
-  /// Whether the next of the doomed can be deleted.
+  /// Whether the next of those can be deleted.
   const auto isKept = [&](const std::string &name, const auto &onIncomplete) {
     std::optional<KeptTree> tree = copying.tree(number++, &error);
     const bool isThere = tree.has_value();
@@ -155,12 +175,12 @@ Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const Doomed &doom
       keeping.failures.push_back(ItemFailure::of(name, error));
     return isThere;
   };
-  for (const PlacedFile &placed : doomed.files)
+  for (const PlacedFile &placed : toDelete.files)
     if (isKept(placed.file->name(), [&] { keeping.incompleteFiles.push_back(placed); }))
-      keeping.doomed.files.push_back(placed);
-  for (const EMU3DirectoryPtr &folder : doomed.folders)
+      keeping.toDelete.files.push_back(placed);
+  for (const EMU3DirectoryPtr &folder : toDelete.folders)
     if (isKept(folder->name(), [&] { keeping.incompleteFolder = folder; }))
-      keeping.doomed.folders.push_back(folder);
+      keeping.toDelete.folders.push_back(folder);
   return keeping;
 }
 

@@ -4,9 +4,11 @@
 #include "app/PlacedFiles.h"
 #include "app/history/LastingItems.h"
 #include "app/history/UndoCopies.h"
+#include "app/progress/WorkProgress.h"
 #include "tessary/EMU3Filesystem.h"
 #include "tessary/StoredTree.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,27 +26,32 @@ struct KeptTree {
   std::shared_ptr<const UndoCopies> copies{}; ///< that `items` name
 
   [[nodiscard]] bool isFolder() const { return items.front().contents.empty(); }
+  [[nodiscard]] std::size_t fileCount() const;
 };
 
 /// Files and folders of the tree that are about to be deleted.
-struct Doomed {
+struct ItemsToDelete {
   std::vector<PlacedFile> files;
   std::vector<EMU3DirectoryPtr> folders;
 
   [[nodiscard]] std::size_t count() const { return files.size() + folders.size(); }
+  /// Files, those in the folders too.
+  [[nodiscard]] std::size_t fileCount() const;
 };
 
 /// What can be deleted, since it could be brought back, and what cannot.
 struct Keeping {
-  Doomed doomed;               ///< with a tree of `trees` for each, files first
+  ItemsToDelete toDelete;      ///< with a tree of `trees` for each, files first
   std::vector<KeptTree> trees; ///< in the same order
   std::vector<PlacedFile> incompleteFiles;
   EMU3DirectoryPtr incompleteFolder; ///< the last of those that hold such a file
   std::vector<ItemFailure> failures; ///< of the others
+  bool isStopped = false;            ///< by the user: nothing is to be deleted
 };
 
 /// Copies the contents of files and folders to the host. Where there is no room for all of them, all fail. On
 /// the image's I/O queue.
-[[nodiscard]] Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const Doomed &doomed);
+[[nodiscard]] Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const ItemsToDelete &toDelete,
+                           WorkProgress &progress);
 
 } // namespace tessary

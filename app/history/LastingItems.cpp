@@ -27,7 +27,7 @@ bool isSame(const EMU3Directory &one, const EMU3Directory &other) {
 
 template <typename Pointer> using ByPlace = std::map<EntryPlace, Pointer>;
 
-// Now and then, so that it costs nothing to speak of.
+// Called now and then, so that it costs next to nothing.
 template <typename Known> void forgetUnused(Known *known) {
   constexpr std::size_t few = 64;
   if (known->size() < few || (known->size() & (known->size() - 1)) != 0) return;

@@ -37,7 +37,7 @@ using LastingFolder = std::shared_ptr<Lasting<EMU3DirectoryPtr>>;
 /// Those that steps of the history mean. Any thread.
 class LastingItems final {
 public:
-  // The same for the same object, as long as a step has it.
+  // The same `Lasting` for the same object, as long as a step holds it.
   [[nodiscard]] LastingFile of(const EMU3FilePtr &file);
   [[nodiscard]] LastingFolder of(const EMU3DirectoryPtr &folder);
 
@@ -58,7 +58,7 @@ private:
   static void change(const Pointer &before, const Pointer &now, Known<Pointer> *known);
 
   Mutex mutex_;
-  // By the object that it is now. What is in here holds its object, so that no other gets its address.
+  // By the object that it is now. An entry holds its object, so that no other gets its address.
   Known<EMU3FilePtr> files_ TESSARY_GUARDED_BY(mutex_);
   Known<EMU3DirectoryPtr> folders_ TESSARY_GUARDED_BY(mutex_);
 };

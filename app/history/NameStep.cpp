@@ -8,20 +8,22 @@
 
 namespace tessary {
 
-StepResult NameStep::run(EMU3Filesystem &filesystem, LastingItems &) const {
+StepResult NameStep::run(EMU3Filesystem &filesystem, LastingItems &, WorkProgress &progress) const {
   const EMU3FilePtr file = file_ ? file_->object() : nullptr;
   const EMU3DirectoryPtr folder = folder_->object();
   const std::string nameNow = file ? file->name() : folder->name();
   EMU3Error error;
   const std::optional<EntryBytes> now =
       file ? filesystem.entryOfFile(file, &error) : filesystem.entryOfDirectory(folder, &error);
+  progress.beginPart(QStringLiteral("Renaming"));
   if (now) {
     const auto operation = filesystem.manyItems();
     if (file)
       operation->restoreName(file, entry_, folder);
     else
       operation->restoreName(folder, entry_);
-    ItemsWatcher watcher;
+    ItemsWatcher watcher = progress.watch(*operation);
+    watcher.isToStop = nullptr; // one item
     watcher.ended = [&](const ItemEnd &end) { error = end.error.value_or(EMU3Error()); };
     operation->run(watcher);
   }
@@ -33,7 +35,7 @@ StepResult NameStep::run(EMU3Filesystem &filesystem, LastingItems &) const {
                         : std::make_shared<NameStep>(folder_, entry_);
     return result;
   }
-  result.done = 1;
+  result.outcome = {.done = 1, .all = 1};
   result.status = file ? QStringLiteral("Renamed to \"%1\".").arg(displayText(file->name()))
                        : QStringLiteral("Renamed to '%1'.").arg(displayText(folder->name()));
   result.counterpart =

@@ -14,7 +14,7 @@ public:
       : file_(std::move(file)), folder_(std::move(in)), entry_(entry) {}
   NameStep(LastingFolder folder, const EntryBytes &entry) : folder_(std::move(folder)), entry_(entry) {}
 
-  StepResult run(EMU3Filesystem &filesystem, LastingItems &items) const override;
+  StepResult run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const override;
 
 private:
   const LastingFile file_;     ///< null for a folder

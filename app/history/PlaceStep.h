@@ -7,7 +7,7 @@
 
 namespace tessary {
 
-/// Moves files to the folders that they came from.
+/// Moves files to other folders.
 class PlaceStep final : public HistoryStep {
 public:
   struct Move {
@@ -17,8 +17,11 @@ public:
   };
 
   explicit PlaceStep(std::vector<Move> moves) : moves_(std::move(moves)) {}
+  /// All of them into one folder.
+  [[nodiscard]] static HistoryStepPtr of(LastingItems &items, const std::vector<PlacedFile> &files,
+                                         const EMU3DirectoryPtr &to);
 
-  StepResult run(EMU3Filesystem &filesystem, LastingItems &items) const override;
+  StepResult run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const override;
 
 private:
   const std::vector<Move> moves_;

@@ -12,16 +12,18 @@
 namespace tessary {
 namespace {
 
-QString failedText(const char *what, std::size_t failed, std::size_t all) {
-  return QStringLiteral("%1 Failed (%2 of %3)")
-      .arg(QLatin1String(what), QString::number(failed), QString::number(all));
+std::size_t filesOf(const std::vector<KeptTree> &trees) {
+  std::size_t files = 0;
+  for (const KeptTree &tree : trees)
+    files += tree.fileCount();
+  return files;
 }
 
-/// "Deleted 3 file(s).", or of one folder "Deleted folder 'NAME'."
-QString doneText(const char *done, const std::vector<KeptTree> &trees) {
-  if (trees.size() == 1 && trees.front().isFolder())
-    return QStringLiteral("%1 folder '%2'.").arg(QLatin1String(done), displayText(trees.front().name));
-  return QStringLiteral("%1 %2 file(s).").arg(QLatin1String(done), QString::number(trees.size()));
+/// "Deleted 3 file(s).", or of one folder "Deleted folder 'NAME'." `outcome` is that of the files.
+QString doneText(const QString &done, const std::vector<KeptTree> &trees, const WorkOutcome &outcome) {
+  if (!outcome.isStopped && trees.size() == 1 && trees.front().isFolder())
+    return QStringLiteral("%1 folder '%2'.").arg(done, displayText(trees.front().name));
+  return outcomeText(done, outcome);
 }
 
 bool isThere(const EMU3DirectoryPtr &folder) {
@@ -55,30 +57,33 @@ HistoryStepPtr TakeAwayStep::of(LastingItems &items, const EMU3DirectoryPtr &fol
 }
 
 // What has gone meanwhile is passed over.
-Doomed TakeAwayStep::thoseThere() const {
-  Doomed doomed;
+ItemsToDelete TakeAwayStep::thoseThere() const {
+  ItemsToDelete toDelete;
   for (const File &each : files_) {
     const PlacedFile placed{each.file->object(), each.folder->object()};
-    if (placed.folder->containsFile(placed.file)) doomed.files.push_back(placed);
+    if (placed.folder->containsFile(placed.file)) toDelete.files.push_back(placed);
   }
   for (const LastingFolder &folder : folders_)
-    if (isThere(folder->object())) doomed.folders.push_back(folder->object());
-  return doomed;
+    if (isThere(folder->object())) toDelete.folders.push_back(folder->object());
+  return toDelete;
 }
 
-StepResult TakeAwayStep::run(EMU3Filesystem &filesystem, LastingItems &items) const {
-  const Doomed doomed = thoseThere();
-  Keeping keeping = keep(filesystem, items, doomed);
+StepResult TakeAwayStep::run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const {
+  const ItemsToDelete toDelete = thoseThere();
+  const std::size_t fileCount = toDelete.fileCount();
+  progress.beginPart(QStringLiteral("Copying for Undo"));
+  Keeping keeping = keep(filesystem, items, toDelete, progress);
   StepResult result{.failures = std::move(keeping.failures),
                     .incompleteFiles = std::move(keeping.incompleteFiles),
                     .incompleteFolder = std::move(keeping.incompleteFolder)};
   const auto operation = filesystem.manyItems();
-  for (const PlacedFile &placed : keeping.doomed.files)
+  for (const PlacedFile &placed : keeping.toDelete.files)
     operation->deleteFile(placed.file, placed.folder);
-  for (const EMU3DirectoryPtr &folder : keeping.doomed.folders)
+  for (const EMU3DirectoryPtr &folder : keeping.toDelete.folders)
     operation->deleteFolder(folder, folder->parent());
   std::vector<KeptTree> gone;
-  ItemsWatcher watcher;
+  progress.beginPart(QStringLiteral("Deleting"));
+  ItemsWatcher watcher = progress.watch(*operation);
   watcher.ended = [&](const ItemEnd &end) {
     KeptTree &tree = keeping.trees[end.item];
     if (isGone(operation->item(end.item), tree.name, end.error))
@@ -87,10 +92,13 @@ StepResult TakeAwayStep::run(EMU3Filesystem &filesystem, LastingItems &items) co
       result.failures.push_back(ItemFailure::of(tree.name, *end.error));
   };
   operation->run(watcher);
-  result.done = gone.size();
-  result.status = doneText("Deleted", gone);
-  result.failed = failedText("Delete", result.failures.size(), files_.size() + folders_.size());
-  if (!result.failures.empty()) result.rest = std::make_shared<TakeAwayStep>(files_, folders_);
+  const bool isStopped = keeping.isStopped || isCutShort(*operation);
+  result.outcome = {.done = filesOf(gone), .all = fileCount, .isStopped = isStopped};
+  if (isStopped) result.incompleteFiles.clear(); // nothing more is asked
+  result.status = doneText(QStringLiteral("Deleted"), gone, result.outcome);
+  result.failed =
+      failuresTitle(QStringLiteral("Delete"), result.failures.size(), files_.size() + folders_.size());
+  if (!result.failures.empty() || isStopped) result.rest = std::make_shared<TakeAwayStep>(files_, folders_);
   if (!gone.empty()) result.counterpart = std::make_shared<BringBackStep>(std::move(gone));
   return result;
 }
@@ -112,12 +120,16 @@ public:
     for (std::size_t item = treeOfItem_.size(); item > 0; --item)
       firstItem_[treeOfItem_[item - 1]] = item - 1;
     errors_.resize(trees.size());
+    itemsLeft_.resize(trees.size());
+    for (const std::size_t tree : treeOfItem_)
+      ++itemsLeft_[tree];
     made_.resize(treeOfItem_.size());
   }
 
-  void run() {
-    ItemsWatcher watcher;
+  void run(WorkProgress &progress) {
+    ItemsWatcher watcher = progress.watch(*operation_, [this](std::size_t item) { return nameOfItem(item); });
     watcher.ended = [this](const ItemEnd &end) {
+      --itemsLeft_[treeOfItem_[end.item]];
       std::optional<EMU3Error> &error = errors_[treeOfItem_[end.item]];
       if (end.error && !error) error = end.error;
       if (!end.error) made_[end.item] = {end.file, end.folder};
@@ -125,8 +137,10 @@ public:
     operation_->run(watcher);
     removeParts();
     for (std::size_t item = 0; item < made_.size(); ++item)
-      if (!errors_[treeOfItem_[item]]) tellSteps(item);
+      if (isBack(treeOfItem_[item])) tellSteps(item);
   }
+  [[nodiscard]] bool isStopped() const { return isCutShort(*operation_); }
+  [[nodiscard]] bool isBack(std::size_t tree) const { return !errors_[tree] && itemsLeft_[tree] == 0; }
   [[nodiscard]] const std::optional<EMU3Error> &errorOf(std::size_t tree) const { return errors_[tree]; }
   [[nodiscard]] EMU3FilePtr fileOf(std::size_t tree) const { return made_[firstItem_[tree]].file; }
   [[nodiscard]] EMU3DirectoryPtr folderOf(std::size_t tree) const { return made_[firstItem_[tree]].folder; }
@@ -137,11 +151,17 @@ private:
     EMU3DirectoryPtr folder;
   };
 
-  // Of a folder that did not come back whole; the copies are still there.
+  [[nodiscard]] std::string nameOfItem(std::size_t item) const {
+    const KeptTree &tree = trees_[treeOfItem_[item]];
+    const std::size_t inTree = item - firstItem_[treeOfItem_[item]];
+    const LastingFile &file = tree.files[inTree];
+    return file ? file->object()->name() : tree.folders[inTree]->object()->name();
+  }
+  // Deletes again what came back of a folder that did not come back whole; its copies are still there.
   void removeParts() {
     const auto removal = filesystem_.manyItems();
     for (std::size_t tree = 0; tree < trees_.size(); ++tree)
-      if (const EMU3DirectoryPtr folder = folderOf(tree); errors_[tree] && folder)
+      if (const EMU3DirectoryPtr folder = folderOf(tree); folder && !isBack(tree))
         removal->deleteFolder(folder, folder->parent());
     removal->run({});
   }
@@ -158,18 +178,20 @@ private:
   const std::vector<KeptTree> &trees_;
   const std::unique_ptr<ItemsOperation> operation_;
   std::vector<std::size_t> treeOfItem_;
-  std::vector<std::size_t> firstItem_; ///< of each tree
-  std::vector<std::optional<EMU3Error>> errors_;
-  std::vector<Made> made_; ///< by item
+  std::vector<std::size_t> firstItem_;           ///< of each tree
+  std::vector<std::optional<EMU3Error>> errors_; ///< of each tree, the first
+  std::vector<std::size_t> itemsLeft_;           ///< of each tree, that have not ended
+  std::vector<Made> made_;                       ///< by item
 };
 
 } // namespace
 
-StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items) const {
+StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const {
+  progress.beginPart(QStringLiteral("Restoring"));
   Return back(filesystem, items, trees_);
-  back.run();
+  back.run(progress);
   StepResult result;
-  std::vector<KeptTree> failed;
+  std::vector<KeptTree> notBack;
   std::vector<KeptTree> restored;
   std::vector<TakeAwayStep::File> files;
   std::vector<LastingFolder> folders;
@@ -178,7 +200,9 @@ StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items) c
     if (const std::optional<EMU3Error> &error = back.errorOf(i)) {
       systemLog("Restore import failed: " + error->description());
       result.failures.push_back(ItemFailure::of(tree.name, *error));
-      failed.push_back(tree);
+    }
+    if (!back.isBack(i)) {
+      notBack.push_back(tree);
       continue;
     }
     restored.push_back(tree);
@@ -194,13 +218,14 @@ StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items) c
   }
   for (const TakeAwayStep::File &file : files)
     filesystem.populateBankMetadata(file.file->object());
-  result.done = restored.size();
-  result.status = doneText("Restored", restored);
-  if (!failed.empty())
+  const std::size_t failed = result.failures.size();
+  result.outcome = {.done = filesOf(restored), .all = filesOf(trees_), .isStopped = back.isStopped()};
+  result.status = doneText(QStringLiteral("Restored"), restored, result.outcome);
+  if (failed > 0 && !result.outcome.isStopped)
     result.status = QStringLiteral("Restored %1 file(s), %2 failed.")
-                        .arg(QString::number(restored.size()), QString::number(failed.size()));
-  result.failed = failedText("Restore", failed.size(), trees_.size());
-  if (!failed.empty()) result.rest = std::make_shared<BringBackStep>(std::move(failed));
+                        .arg(QString::number(restored.size()), QString::number(failed));
+  result.failed = failuresTitle(QStringLiteral("Restore"), failed, trees_.size());
+  if (!notBack.empty()) result.rest = std::make_shared<BringBackStep>(std::move(notBack));
   if (!restored.empty())
     result.counterpart = std::make_shared<TakeAwayStep>(std::move(files), std::move(folders));
   return result;

@@ -22,10 +22,10 @@ public:
   [[nodiscard]] static HistoryStepPtr of(LastingItems &items, const std::vector<PlacedFile> &files);
   [[nodiscard]] static HistoryStepPtr of(LastingItems &items, const EMU3DirectoryPtr &folder);
 
-  StepResult run(EMU3Filesystem &filesystem, LastingItems &items) const override;
+  StepResult run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const override;
 
 private:
-  [[nodiscard]] Doomed thoseThere() const;
+  [[nodiscard]] ItemsToDelete thoseThere() const;
 
   const std::vector<File> files_;
   const std::vector<LastingFolder> folders_;
@@ -36,7 +36,7 @@ class BringBackStep final : public HistoryStep {
 public:
   explicit BringBackStep(std::vector<KeptTree> trees) : trees_(std::move(trees)) {}
 
-  StepResult run(EMU3Filesystem &filesystem, LastingItems &items) const override;
+  StepResult run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const override;
 
 private:
   const std::vector<KeptTree> trees_;

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 constexpr const char *kKind = "Undo";
 
-// What the host needs besides the bytes themselves, and should keep.
+// Room that is left free on the host besides the copies.
 constexpr std::uint64_t kSpare = std::uint64_t{16} << 20;
 
 std::optional<std::string> userCache() {

@@ -23,7 +23,7 @@ public:
 
   /// Replaces all rows; null for none.
   void setReading(std::shared_ptr<const BankReading> reading);
-  /// What the lengths are told by.
+  /// The rate by which lengths are shown.
   void setRate(std::uint32_t rate);
   [[nodiscard]] std::uint32_t rate() const { return rate_; }
 

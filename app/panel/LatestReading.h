@@ -31,7 +31,7 @@ public:
   struct Counts {
     std::atomic<std::uint64_t> asked = 0;
     std::atomic<std::uint64_t> begun = 0;
-    std::atomic<std::uint64_t> used = 0; ///< what was begun and is not used was read for nothing
+    std::atomic<std::uint64_t> used = 0; ///< of what was begun; the rest was read for nothing
   };
 
   explicit LatestReading(ImageWork *image) : image_(image) {}

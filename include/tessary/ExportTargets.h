@@ -29,6 +29,8 @@ public:
 
   /// The path, in a host folder, for a result of this name. An empty folder is the current one.
   [[nodiscard]] Claim claim(const std::string &folder, const HostName &name);
+  /// One where nothing is yet. Where the host cannot tell, the path is not free: writing there tells why.
+  [[nodiscard]] Claim claimFree(const std::string &folder, const HostName &name);
   /// `path` with the first number before its extension with which nothing stands there: for a result that
   /// cannot have the path that was asked for.
   [[nodiscard]] std::string freeBeside(const std::string &path);

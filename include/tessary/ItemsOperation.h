@@ -78,8 +78,10 @@ public:
   // " (3)" …; a result that was given a path gets the first of these numbers that is free.
   void exportFile(const EMU3FilePtr &file, const std::string &hostPath);
   void exportFileInto(const EMU3FilePtr &file, const std::string &hostFolder);
-  /// With its tree, into a folder of its name; one that is there already is used.
-  void exportFolderInto(const EMU3DirectoryPtr &folder, const std::string &hostFolder);
+  /// With its tree, into a folder of its name; one that is there already is used. Where `existing` is left
+  /// out, the export options say what becomes of files.
+  void exportFolderInto(const EMU3DirectoryPtr &folder, const std::string &hostFolder,
+                        const ExistingOnHost &existing = {});
   /// Sample `index`, from 0, of a bank as a WAV file. Codes 6, 2, 3.
   void exportSample(const EMU3FilePtr &bank, std::uint64_t index, const std::string &hostPath);
   /// `name` is the sample's. Samples of one bank that are added one after another are read from it once.

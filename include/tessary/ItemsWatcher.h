@@ -19,7 +19,7 @@ enum class ExistingFolder {
   doubled, ///< there are two then
 };
 
-/// What becomes of a file where the destination has one of its name.
+/// What becomes of a file where the destination, in a volume or on the host, has one of its name.
 enum class ExistingFile {
   isKept,     ///< there are two then
   leavesOut,  ///< the new one is not stored
@@ -35,6 +35,9 @@ struct ExportOptions {
   std::uint32_t sampleRate = 44100; ///< in the headers of WAV files, Hz
 };
 
+/// Asked of each file of a tree that is exported: what becomes of it where the host has one of its name.
+using ExistingOnHost = std::function<ExistingFile(const EMU3FilePtr &file)>;
+
 /// An item as it was planned: a file or a folder, of the host or of a volume.
 struct Item {
   /// The item of the folder that this one is in, where both are of one tree.
@@ -43,6 +46,7 @@ struct Item {
   EMU3FilePtr file{};        ///< what is copied, moved, deleted, exported
   EMU3DirectoryPtr folder{}; ///< the same of folders
   std::uint64_t bytes = 0;   ///< of its contents
+  bool isFolder = false;     ///< of the host or of a volume
 };
 
 /// How far the work on many items is. Bytes are those of the files' contents.

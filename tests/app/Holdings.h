@@ -9,6 +9,7 @@ namespace tessary::test {
 /// 16 bytes of its name, by their paths.
 using Holdings = std::multimap<std::string, std::string>;
 
+/// As a fresh look at the image finds it.
 Holdings holdingsOf(const std::string &imagePath);
 /// Those below a folder of the volume, by their paths from there on.
 Holdings holdingsBelow(const std::string &folder, const std::string &imagePath);

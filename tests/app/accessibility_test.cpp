@@ -1,5 +1,6 @@
 #include "app/AboutPanel.h"
 #include "app/FindingsPanel.h"
+#include "app/progress/WorkBar.h"
 #include "tests/app/SheetTest.h"
 
 #include <QAccessible>
@@ -115,6 +116,18 @@ TEST_F(Accessibility, FindBarHasItsNames) {
   EXPECT_NE(nodeOf(window(), QAccessible::ComboBox, "All Folders"), nullptr);
   EXPECT_NE(nodeOf(window(), QAccessible::Button, "End Find"), nullptr);
   EXPECT_EQ(QAccessible::queryAccessibleInterface(table())->tableInterface()->columnDescription(6), "Folder");
+}
+
+TEST_F(Accessibility, BarOfLongWorkHasItsNames) {
+  auto *bar = window()->findChild<WorkBar *>();
+  bar->showWork({"Importing “KICK”", "1 of 2 (50%)", WorkBar::kWholeShare / 2, false});
+  expectNames(window());
+  EXPECT_NE(nodeOf(bar, QAccessible::Button, "Stop"), nullptr);
+  EXPECT_NE(nodeOf(bar, QAccessible::StaticText, "Importing “KICK”"), nullptr);
+  EXPECT_NE(nodeOf(bar, QAccessible::StaticText, "1 of 2 (50%)"), nullptr);
+  Node share = nodeOf(bar, QAccessible::ProgressBar, "Share that is done");
+  ASSERT_NE(share, nullptr);
+  EXPECT_EQ(share->valueInterface()->currentValue(), WorkBar::kWholeShare / 2);
 }
 
 TEST_F(Accessibility, DialogsHaveTheirNames) {

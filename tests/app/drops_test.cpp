@@ -157,14 +157,6 @@ TEST_F(TableDrop, LaterSuccessDoesNotHideAnEarlierFailure) {
   EXPECT_EQ(status(), "Imported 1 file(s), 1 failed: " + noSuchFile(missing));
 }
 
-TEST_F(TableDrop, FolderOfTheHostFails) {
-  const test::AlertAnswers alerts;
-  FileDrag drag({hostFolder("a folder")});
-  EXPECT_EQ(dropOnTable(drag), Qt::CopyAction);
-  ASSERT_TRUE(test::waitUntilIdle());
-  EXPECT_TRUE(status().startsWith("Imported 0 file(s), 1 failed: ")) << status().toStdString();
-}
-
 TEST_F(TableDrop, ShowsNoSpinner) {
   const HeldQueue held(*controller_->filesystem());
   FileDrag drag({writeHostFile("Hat", bytesOf("hat"))});

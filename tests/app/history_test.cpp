@@ -10,7 +10,6 @@
 #include <QAction>
 #include <QMenu>
 #include <functional>
-#include <map>
 
 namespace tessary {
 namespace {

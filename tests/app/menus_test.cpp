@@ -45,11 +45,12 @@ protected:
 TEST_F(Menus, HoldEveryCommand) {
   EXPECT_EQ(textsOf("File"),
             (QStringList{"New Window", "New Image…", "Mount Image…", "Open Recent", "Unmount", "Check Image…",
-                         "Back Up Image…", "Import…", kExportCommand, "Export Samples…", "Close Window"}));
+                         "Back Up Image…", "Import…", "Import Folder…", kExportCommand, "Export Samples…",
+                         "Close Window"}));
   EXPECT_EQ(textsOf("Edit"), (QStringList{"Undo", "Redo", "Rename…", "Copy to…", "Move to…", "Delete",
                                           "Select All", "Find", "Find in All Folders"}));
-  EXPECT_EQ(textsOf("Folder"),
-            (QStringList{"New Folder…", "Rename Folder", "Delete Folder", "Show Root", "Show Parent"}));
+  EXPECT_EQ(textsOf("Folder"), (QStringList{"New Folder…", "Rename Folder", "Delete Folder", "Export Folder…",
+                                            "Show Root", "Show Parent"}));
   EXPECT_EQ(textsOf("View"),
             (QStringList{"Sort By", "Ascending", "Descending", "Bank Contents", "Bank Contents’ Place"}));
   EXPECT_EQ(textsOf("Help"), (QStringList{"User Guide", "What May Surprise"}));
@@ -88,7 +89,11 @@ TEST_F(Menus, WithoutAnImageOnlyWhatNeedsNoneIsOfUse) {
 TEST_F(Menus, ItemsFollowTheSelection) {
   mount(volume());
   EXPECT_EQ(useful("File"), (QStringList{"New Window", "New Image…", "Mount Image…", "Unmount",
-                                         "Check Image…", "Back Up Image…", "Import…", "Close Window"}));
+                                         "Check Image…", "Back Up Image…", "Import…", "Import Folder…",
+                                         kExportCommand, "Close Window"}))
+      << "the list of folders has the keyboard";
+  table()->setFocus();
+  EXPECT_FALSE(useful("File").contains(kExportCommand)) << "no file is selected";
   chooseFiles({"FIRST"});
   EXPECT_EQ(useful("Edit"), (QStringList{"Rename…", "Copy to…", "Move to…", "Delete", "Select All", "Find",
                                          "Find in All Folders"}));
@@ -100,10 +105,10 @@ TEST_F(Menus, ItemsFollowTheSelection) {
 
 TEST_F(Menus, ItemsFollowTheFolder) {
   mount(volume());
-  EXPECT_EQ(useful("Folder"),
-            (QStringList{"New Folder…", "Rename Folder", "Delete Folder", "Show Root", "Show Parent"}));
+  EXPECT_EQ(useful("Folder"), (QStringList{"New Folder…", "Rename Folder", "Delete Folder", "Export Folder…",
+                                           "Show Root", "Show Parent"}));
   controller_->_showRoot();
-  EXPECT_EQ(useful("Folder"), QStringList{"New Folder…"});
+  EXPECT_EQ(useful("Folder"), (QStringList{"New Folder…", "Export Folder…"}));
 }
 
 TEST_F(Menus, ReadOnlyImageLeavesWhatOnlyReads) {
@@ -113,7 +118,7 @@ TEST_F(Menus, ReadOnlyImageLeavesWhatOnlyReads) {
             (QStringList{"New Window", "New Image…", "Mount Image…", "Unmount", "Check Image…",
                          "Back Up Image…", kExportCommand, "Export Samples…", "Close Window"}));
   EXPECT_EQ(useful("Edit"), (QStringList{"Select All", "Find", "Find in All Folders"}));
-  EXPECT_EQ(useful("Folder"), (QStringList{"Show Root", "Show Parent"}));
+  EXPECT_EQ(useful("Folder"), (QStringList{"Export Folder…", "Show Root", "Show Parent"}));
 }
 
 // ---- Keys

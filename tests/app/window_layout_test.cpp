@@ -348,7 +348,8 @@ TEST_F(ContextMenus, OutlineHasTheFolderMenu) {
   QMenu *menu = popUpAt(outline(), outline()->visualRect(folderItem({"Pads"})).center());
   ASSERT_NE(menu, nullptr);
   EXPECT_EQ(menu->title(), QStringLiteral("Folder"));
-  EXPECT_EQ(itemsOf(*menu), (QStringList{"New Folder…", "-", "Rename Folder", "-", "Delete Folder"}));
+  EXPECT_EQ(itemsOf(*menu),
+            (QStringList{"New Folder…", "-", "Rename Folder", "Export Folder…", "-", "Delete Folder"}));
   for (const QAction *item : menu->actions())
     EXPECT_TRUE(item->isEnabled() && item->shortcut().isEmpty());
   menu->close();

@@ -24,6 +24,7 @@ using tessary::PlacedFile;
 struct Session {
   EMU3FilesystemPtr volume;
   LastingItems items;
+  WorkProgress progress;
 
   [[nodiscard]] EMU3DirectoryPtr folder(const std::string &name) const {
     return folderNamed(volume->rootDirectory(), name);
@@ -92,7 +93,7 @@ protected:
     return [session, step]() mutable {
       constexpr int times = 5;
       for (int i = 0; i < times && step; ++i)
-        step = step->run(*session->volume, session->items).counterpart;
+        step = step->run(*session->volume, session->items, session->progress).counterpart;
       if (!step) std::abort();
     };
   }
@@ -155,7 +156,9 @@ TEST_F(KilledHistory, KeepsDeletedFilesInTheVolumeOrOnTheHost) {
     std::vector<PlacedFile> files;
     for (const EMU3FilePtr &file : session.folder("A")->allFiles())
       files.push_back({file, session.folder("A")});
-    return TakeAwayStep::of(session.items, files)->run(*session.volume, session.items).counterpart;
+    return TakeAwayStep::of(session.items, files)
+        ->run(*session.volume, session.items, session.progress)
+        .counterpart;
   };
   killOften(deleteFiles, inA, true);
 }
@@ -163,7 +166,7 @@ TEST_F(KilledHistory, KeepsDeletedFilesInTheVolumeOrOnTheHost) {
 TEST_F(KilledHistory, KeepsADeletedFolderInTheVolumeOrOnTheHost) {
   const auto deleteFolder = [](Session &session) {
     return TakeAwayStep::of(session.items, session.folder("A"))
-        ->run(*session.volume, session.items)
+        ->run(*session.volume, session.items, session.progress)
         .counterpart;
   };
   killOften(deleteFolder, inA, true);

@@ -70,6 +70,47 @@ TEST_F(ItemExports, LinksInTheHostFolderAreNotFollowed) {
   EXPECT_EQ(namesIn(elsewhere.path()), std::vector<std::string>{});
 }
 
+TEST_F(ItemExports, FilesOfATreeThatAreThereBecomeWhatIsSaidOfEach) {
+  std::filesystem::create_directories(out("Drums/Sixteen byte dir"));
+  for (const char *name : {"Drums/A.E4B", "Drums/B.E4B", "Drums/B (2).E4B", "Drums/Sixteen byte dir/C.E4B"})
+    writeText(out(name), "there before");
+  const auto operation = volume_->manyItems();
+  operation->exportFolderInto(drums(), out(), [](const EMU3FilePtr &file) {
+    if (file->name() == "A") return ExistingFile::leavesOut;
+    return file->name() == "B" ? ExistingFile::isKept : ExistingFile::isReplaced;
+  });
+  std::vector<std::string> leftOut;
+  ItemsWatcher watcher;
+  watcher.ended = [&](const ItemEnd &end) {
+    EXPECT_FALSE(end.error);
+    EXPECT_EQ(end.isLeftOut, end.hostPath.empty());
+    if (end.isLeftOut) leftOut.push_back(operation->item(end.item).file->name());
+  };
+  operation->run(watcher);
+  EXPECT_EQ(leftOut, std::vector<std::string>{"A"});
+  EXPECT_EQ(readText(out("Drums/A.E4B")), "there before");
+  EXPECT_EQ(readText(out("Drums/B.E4B")), "there before");
+  EXPECT_EQ(readText(out("Drums/B (2).E4B")), "there before");
+  EXPECT_EQ(readBytes(out("Drums/B (3).E4B")), patternBytes(512, 4));
+  EXPECT_EQ(readBytes(out("Drums/Sixteen byte dir/C.E4B")), patternBytes(100, 5));
+}
+
+TEST_F(ItemExports, WhatIsSaidOfFilesThatAreThereMeansNothingForOthers) {
+  const auto operation = volume_->manyItems();
+  operation->exportFolderInto(drums(), out(), [](const EMU3FilePtr &) { return ExistingFile::leavesOut; });
+  runWell(*operation);
+  EXPECT_EQ(readBytes(out("Drums/A.E4B")), patternBytes(5000, 3));
+}
+
+TEST_F(ItemExports, ItemsTellWhichAreFolders) {
+  const auto operation = volume_->manyItems();
+  operation->exportFolderInto(drums(), out());
+  std::vector<bool> areFolders;
+  for (std::size_t item = 0; item < operation->progress().items; ++item)
+    areFolders.push_back(operation->item(item).isFolder);
+  EXPECT_EQ(areFolders, (std::vector<bool>{true, false, false, true, false, true}));
+}
+
 TEST_F(ItemExports, FilesThatWereGivenOnePathAreAllKept) {
   writeText(out("KICK (2).E4B"), "in the way");
   std::filesystem::create_symlink(out("KICK.E4B"), out("link.E4B"));

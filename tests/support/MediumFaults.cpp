@@ -10,14 +10,21 @@ void MediumFaults::delayFlushes(std::chrono::milliseconds delay) {
   delay_ = delay;
 }
 
-void MediumFaults::holdFlushes() {
+void MediumFaults::holdFlushes(std::size_t passing) {
   const std::lock_guard lock(mutex_);
   holds_ = true;
+  passing_ = passing;
+}
+
+void MediumFaults::holdFlushesOfFiles() {
+  const std::lock_guard lock(mutex_);
+  holdsFiles_ = true;
 }
 
 void MediumFaults::letGo() {
   const std::lock_guard lock(mutex_);
   holds_ = false;
+  holdsFiles_ = false;
   changed_.notify_all();
 }
 
@@ -31,24 +38,26 @@ void MediumFaults::failFlushes() {
   fails_ = true;
 }
 
-int MediumFaults::answer(const FlushRequest &request) {
-  if (request.call != FlushRequest::Call::msync || !fails()) return request.handOn();
-  errno = EIO;
-  return -1;
-}
-
 /// Waits as long as the flush takes.
-bool MediumFaults::fails() {
+int MediumFaults::answer(const FlushRequest &request) {
+  const bool isOfImage = request.call == FlushRequest::Call::msync;
+  const bool &holds = isOfImage ? holds_ : holdsFiles_;
   std::unique_lock lock(mutex_);
-  const auto end = std::chrono::steady_clock::now() + delay_;
-  ++waiting_;
-  while (holds_)
-    changed_.wait(lock);
-  --waiting_;
-  const bool fails = fails_;
+  const auto end = std::chrono::steady_clock::now() + (isOfImage ? delay_ : std::chrono::milliseconds(0));
+  if (isOfImage && passing_ > 0) {
+    --passing_;
+  } else {
+    ++waiting_;
+    while (holds)
+      changed_.wait(lock);
+    --waiting_;
+  }
+  const bool fails = isOfImage && fails_;
   lock.unlock();
   std::this_thread::sleep_until(end);
-  return fails;
+  if (!fails) return request.handOn();
+  errno = EIO;
+  return -1;
 }
 
 } // namespace tessary::test

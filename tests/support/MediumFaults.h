@@ -9,9 +9,10 @@
 
 namespace tessary::test {
 
-/// A medium that is slow, or breaks, behind every mapped file of the process as long as it lives; one at a
-/// time. Without any of the calls below it is as good as the host's. It must not end before the
-/// work that flushes. Works in the programs that are linked with `tessary_flush_recorder`.
+/// A medium that is slow, or breaks, behind every mapped file of the process as long as it lives, and where
+/// that is said behind files that are written; one at a time. Without any of the calls below it is as good as
+/// the host's. It must not end before the work that flushes. Works in the programs that are linked with
+/// `tessary_flush_recorder`.
 class MediumFaults {
 public:
   MediumFaults() = default;
@@ -21,8 +22,10 @@ public:
 
   /// Each flush takes this long.
   void delayFlushes(std::chrono::milliseconds delay);
-  /// From now on flushes wait until they are let go.
-  void holdFlushes();
+  /// From now on flushes wait until they are let go; the first ones pass.
+  void holdFlushes(std::size_t passing = 0);
+  /// The same with flushes of files that are written; none passes.
+  void holdFlushesOfFiles();
   void letGo();
   /// How many flushes are held.
   std::size_t waiting() const;
@@ -31,13 +34,14 @@ public:
 
 private:
   int answer(const FlushRequest &request);
-  bool fails();
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::chrono::milliseconds delay_{0};
   std::size_t waiting_ = 0;
+  std::size_t passing_ = 0;
   bool holds_ = false;
+  bool holdsFiles_ = false;
   bool fails_ = false;
   const FlushWatch watch_{[this](const FlushRequest &request) { return answer(request); }};
 };
