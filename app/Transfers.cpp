@@ -67,26 +67,28 @@ void Transfers::run(const std::vector<PlacedFile> &files, const EMU3DirectoryPtr
   tools_.browser->setStatus(move ? QStringLiteral("Moving…") : QStringLiteral("Copying…"));
   LastingItems &items = *tools_.history->items();
   if (move)
-    run(QStringLiteral("Move"), PlaceStep::of(items, files, toDirectory), nullptr);
+    run(QStringLiteral("Move"), PlaceStep::of(items, files, toDirectory), toDirectory, nullptr);
   else
-    run(QStringLiteral("Copy"), CopyStep::of(items, files, toDirectory, otherImage(source)), source);
+    run(QStringLiteral("Copy"), CopyStep::of(items, files, toDirectory, otherImage(source)), toDirectory,
+        source);
 }
 
 void Transfers::copyFolder(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &toDirectory,
                            const EMU3FilesystemPtr &source) {
   tools_.browser->setStatus(QStringLiteral("Copying…"));
   run(QStringLiteral("Copy"), CopyStep::of(*tools_.history->items(), folder, toDirectory, otherImage(source)),
-      source);
+      nullptr, source);
 }
 
 EMU3FilesystemPtr Transfers::otherImage(const EMU3FilesystemPtr &source) const {
   return source == tools_.image->filesystem() ? nullptr : source;
 }
 
-void Transfers::run(const QString &name, const HistoryStepPtr &step, const EMU3FilesystemPtr &source) {
+void Transfers::run(const QString &name, const HistoryStepPtr &step, const EMU3DirectoryPtr &shown,
+                    const EMU3FilesystemPtr &source) {
   // What follows holds the image that they come from until then.
-  tools_.history->run(name, step, ImageWork::Spinning::yes, [this, source](const StepResult &result) {
-    tools_.browser->showArrivals(result.folder, result.files);
+  tools_.history->run(name, step, ImageWork::Spinning::yes, [this, shown, source](const StepResult &result) {
+    tools_.browser->showArrivals(result.folder ? result.folder : shown, result.files);
     tools_.browser->setStatus(result.status);
     tools_.dialogs->tellFailures(result.failed, result.failures);
   });

@@ -32,7 +32,9 @@ public:
 private:
   /// Null where the source is the image that is changed itself.
   [[nodiscard]] EMU3FilesystemPtr otherImage(const EMU3FilesystemPtr &source) const;
-  void run(const QString &name, const HistoryStepPtr &step, const EMU3FilesystemPtr &source);
+  /// Where nothing came into it, `shown` is shown; null for the folder that is.
+  void run(const QString &name, const HistoryStepPtr &step, const EMU3DirectoryPtr &shown,
+           const EMU3FilesystemPtr &source);
   void askForDestination(const std::vector<PlacedFile> &files, bool move);
 
   const CommandTools tools_;

@@ -3,8 +3,8 @@
 //                                    window stood still
 // window_bench panel                 goes through 112 banks with the Down key held while the panel of their
 //                                    contents is shown, and draws the wave of a sample of 30 MiB
-// window_bench trees                 drops a tree of 1,000 files on the window, stops the import, goes on with
-//                                    it, undoes and redoes it, and tells how long the window stood still
+// window_bench trees                 drops a tree of 1,000 files on the window, stops the import, does the
+//                                    rest, undoes and redoes it, and tells how long the window stood still
 // window_bench start IMAGE           tells where the time goes until the first folder's details are painted
 // window_bench start IMAGE TESSARY   times whole starts of the program TESSARY as well
 //

@@ -69,7 +69,7 @@ TEST(StartWords, HelpAndVersionAreAnsweredWithoutAWindow) {
   EXPECT_EQ(answerWithoutWindow({"tessary", "--version"}), "tessary " TESSARY_VERSION "\n");
   const auto help = answerWithoutWindow({"tessary", "-style", "fusion", "--help"});
   ASSERT_TRUE(help);
-  EXPECT_NE(help->find("Usage: tessary [IMAGE]"), std::string::npos);
+  EXPECT_NE(help->find("Usage: tessary [IMAGE...]"), std::string::npos);
   EXPECT_EQ(answerWithoutWindow({"tessary", "-h"}), help);
 }
 

@@ -88,9 +88,9 @@ TEST_F(Menus, WithoutAnImageOnlyWhatNeedsNoneIsOfUse) {
 
 TEST_F(Menus, ItemsFollowTheSelection) {
   mount(volume());
-  EXPECT_EQ(useful("File"), (QStringList{"New Window", "New Image…", "Mount Image…", "Unmount",
-                                         "Check Image…", "Back Up Image…", "Import…", "Import Folder…",
-                                         kExportCommand, "Close Window"}))
+  EXPECT_EQ(useful("File"),
+            (QStringList{"New Window", "New Image…", "Mount Image…", "Unmount", "Check Image…",
+                         "Back Up Image…", "Import…", "Import Folder…", kExportCommand, "Close Window"}))
       << "the list of folders has the keyboard";
   table()->setFocus();
   EXPECT_FALSE(useful("File").contains(kExportCommand)) << "no file is selected";
