@@ -2,22 +2,11 @@
 
 #include "app/history/PresenceSteps.h"
 #include "tessary/SystemLog.h"
-#include "tessary/Text.h"
 
 #include <optional>
-#include <string>
 #include <utility>
 
 namespace tessary {
-namespace {
-
-std::string nameOf(const Item &item) {
-  if (item.file) return item.file->name();
-  if (item.folder) return item.folder->name();
-  return lastPathComponent(item.hostPath);
-}
-
-} // namespace
 
 Arrivals::Arrivals(EMU3Filesystem &filesystem)
     : filesystem_(filesystem), operation_(filesystem.manyItems()) {}
@@ -40,7 +29,7 @@ void Arrivals::run(WorkProgress &progress, const char *logged) {
     ends_[end.item] = end;
     if (!end.error) return;
     if (logged) systemLog(logged + end.error->description());
-    failures_.push_back(ItemFailure::of(nameOf(operation_->item(end.item)), *end.error));
+    failures_.push_back(ItemFailure::of(nameOfItem(operation_->item(end.item)), *end.error));
   };
   operation_->run(watcher);
 }

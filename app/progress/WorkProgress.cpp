@@ -6,15 +6,12 @@
 #include <utility>
 
 namespace tessary {
-namespace {
 
-std::string nameOf(const Item &item) {
+std::string nameOfItem(const Item &item) {
   if (item.file) return item.file->name();
   if (item.folder) return item.folder->name();
   return lastPathComponent(item.hostPath);
 }
-
-} // namespace
 
 void WorkProgress::begin(Clock::time_point now) {
   const MutexLock lock(mutex_);
@@ -51,7 +48,7 @@ ItemsWatcher WorkProgress::watch(const ItemsOperation &operation,
   setProgress(operation.progress());
   ItemsWatcher watcher;
   watcher.began = [this, &operation, nameOf = std::move(nameOf)](std::size_t item) {
-    setItem(nameOf ? nameOf(item) : tessary::nameOf(operation.item(item)));
+    setItem(nameOf ? nameOf(item) : nameOfItem(operation.item(item)));
   };
   watcher.progressed = [this](const ItemsProgress &progress) { setProgress(progress); };
   watcher.isToStop = [this] { return isToStop(); };

@@ -64,6 +64,9 @@ private:
   std::atomic<bool> isToStop_ = false;
 };
 
+/// What a file or folder of an operation is called, on the image or on the host.
+[[nodiscard]] std::string nameOfItem(const Item &item);
+
 /// Whether an operation ended before all its items had: it was stopped.
 [[nodiscard]] bool isCutShort(const ItemsOperation &operation);
 

@@ -6,13 +6,11 @@
 #include "tessary/ItemsOperation.h"
 #include "tests/items/ItemsTest.h"
 #include "tests/support/AskedNumber.h"
-#include "tests/support/KilledWork.h"
-#include "tests/writing/Random.h"
+#include "tests/writing/KilledWork.h"
 
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
-#include <iostream>
 #include <set>
 
 namespace tessary::test {
@@ -123,19 +121,7 @@ protected:
   void killOften(const Change &change, const std::function<bool(const std::string &path)> &touched,
                  bool mayBeAway = false) const {
     KilledWork work([this] { layOut(); }, [&] { return undoAndRedo(change); });
-    work.measure();
-    const std::uint32_t rounds = askedNumber("TESSARY_KILLS", 16);
-    std::size_t kills = 0;
-    for (std::uint32_t round = 0; round < rounds && !HasFailure(); ++round) {
-      const testing::ScopedTrace trace(__FILE__, __LINE__, "round " + std::to_string(round));
-      Random random(round * 7919 + 1);
-      const bool byFlush = random.chance(50);
-      const std::size_t moment = random.below(1000);
-      if (byFlush ? work.killAtFlush(moment) : work.killAtTime(moment)) ++kills;
-      expectNothingLost(touched, mayBeAway);
-    }
-    std::cout << rounds << " rounds, " << kills << " killed in undo and redo\n";
-    EXPECT_GE(kills * 3, rounds); // of those by time some come when all is done
+    work.killAtMoments(askedNumber("TESSARY_KILLS", 16), [&] { expectNothingLost(touched, mayBeAway); });
   }
 
   const TemporaryFolder folder_;

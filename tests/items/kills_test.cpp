@@ -2,12 +2,10 @@
 
 #include "tests/items/ItemsTest.h"
 #include "tests/support/AskedNumber.h"
-#include "tests/support/KilledWork.h"
-#include "tests/writing/Random.h"
+#include "tests/writing/KilledWork.h"
 
 #include <filesystem>
 #include <functional>
-#include <iostream>
 #include <memory>
 
 namespace tessary::test {
@@ -65,19 +63,8 @@ protected:
   void killOften(const Work &work,
                  const std::function<void(const Contents &from, const Contents &to)> &judge) const {
     KilledWork killed([this] { layOut(); }, [&] { return prepare(work); });
-    killed.measure();
-    const std::uint32_t rounds = askedNumber("TESSARY_KILLS", 30);
-    std::size_t kills = 0;
-    for (std::uint32_t round = 0; round < rounds && !HasFailure(); ++round) {
-      const testing::ScopedTrace trace(__FILE__, __LINE__, "round " + std::to_string(round));
-      Random random(round * 7919 + 1);
-      const bool byFlush = random.chance(50);
-      const std::size_t moment = random.below(1000);
-      if (byFlush ? killed.killAtFlush(moment) : killed.killAtTime(moment)) ++kills;
-      judge(contentsOfImage(from()), contentsOfImage(to()));
-    }
-    std::cout << rounds << " rounds, " << kills << " killed in the work\n";
-    EXPECT_GE(kills * 3, rounds); // of those by time some come when all is done
+    killed.killAtMoments(askedNumber("TESSARY_KILLS", 30),
+                         [&] { judge(contentsOfImage(from()), contentsOfImage(to())); });
   }
 
   static void expectNothingElse(const Contents &found, const Contents &all) {

@@ -1,10 +1,15 @@
-#include "tests/support/KilledWork.h"
+#include "tests/writing/KilledWork.h"
 
 #include "tests/support/FlushWatch.h"
+#include "tests/writing/Random.h"
+
+#include <gtest/gtest.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <iostream>
+#include <string>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -74,6 +79,21 @@ void KilledWork::measure() {
   const bool isRead = ::read(ends[0], &course_, sizeof course_) == sizeof course_;
   ::close(ends[0]);
   if (!isRead) throw std::runtime_error("The work did not come to its end");
+}
+
+void KilledWork::killAtMoments(std::uint32_t count, const std::function<void()> &judge) {
+  measure();
+  std::uint32_t kills = 0;
+  for (std::uint32_t round = 0; round < count && !testing::Test::HasFailure(); ++round) {
+    const testing::ScopedTrace trace(__FILE__, __LINE__, "round " + std::to_string(round));
+    Random random(round * 7919 + 1);
+    const bool byFlush = random.chance(50);
+    const std::size_t moment = random.below(1000);
+    if (byFlush ? killAtFlush(moment) : killAtTime(moment)) ++kills;
+    judge();
+  }
+  std::cout << count << " rounds, " << kills << " killed in the work\n";
+  EXPECT_GE(kills * 3, count); // of those by time some come when all is done
 }
 
 bool KilledWork::killAtFlush(std::size_t thousandths) const {
