@@ -12,6 +12,7 @@
 #include "app/panel/BankContents.h"
 
 #include <QDesktopServices>
+#include <QMenu>
 #include <utility>
 
 namespace tessary {
