@@ -38,15 +38,13 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
   for (const std::size_t row : rows)
     files.push_back(rows_[row].file);
   const EMU3DirectoryPtr directory = directory_;
-  std::vector<EMU3FilePtr> dragged;
   std::vector<std::string> copies;
-  for (const auto &[file, path] : exportForDrag(filesystem_, files)) {
-    dragged.push_back(file);
+  for (const auto &[file, path] : exportForDrag(filesystem_, files))
     copies.push_back(path);
-  }
   // Rows that are no longer shown are not dragged.
-  if (dragged.empty() || directory_ != directory) return nullptr;
-  return new DraggedItems(filesystem_, dragged, search_.everywhere ? nullptr : directory, copies);
+  if (copies.empty() || directory_ != directory) return nullptr;
+  // Windows of this program tell why they cannot copy a file, so all of them go there.
+  return new DraggedItems(filesystem_, files, search_.everywhere ? nullptr : directory, copies);
 }
 
 // ---- Drops on the table

@@ -27,21 +27,21 @@ void ImageWork::runChange(Change change, std::function<void(const EMU3Error &)> 
 }
 
 void ImageWork::run(SerialQueue &queue, Work work, Kind kind, Spinning spinning,
-                    const WorkProgressPtr &progress) {
+                    const WorkProgressPtr &progress, Following following) {
   if (kind == Kind::task) ++tasks_;
   if (spinning == Spinning::yes) spinner_->start();
   if (progress) longWork_.add(progress);
-  queue.async(
-      [self = QPointer(this), filesystem = filesystem_, kind, spinning, progress, work = std::move(work)] {
-        const Completion completion = work(*filesystem);
-        onMainQueue([self, filesystem, kind, spinning, progress, completion] {
-          if (!self) return;
-          if (kind == Kind::task) --self->tasks_;
-          if (progress) self->longWork_.remove(progress);
-          if (spinning == Spinning::yes && self->spinner_) self->spinner_->stop();
-          if (filesystem == self->filesystem_) completion();
-        });
-      });
+  queue.async([self = QPointer(this), filesystem = filesystem_, kind, spinning, progress, following,
+               work = std::move(work)] {
+    const Completion completion = work(*filesystem);
+    onMainQueue([self, filesystem, kind, spinning, progress, following, completion] {
+      if (!self) return;
+      if (kind == Kind::task) --self->tasks_;
+      if (progress) self->longWork_.remove(progress);
+      if (spinning == Spinning::yes && self->spinner_) self->spinner_->stop();
+      if (following == Following::always || filesystem == self->filesystem_) completion();
+    });
+  });
 }
 
 } // namespace tessary

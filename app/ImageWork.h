@@ -16,8 +16,8 @@ class Spinner;
 
 /// The mounted image, and the one way in which the window works on it off the main thread. Main thread only.
 ///
-/// What follows a piece of work runs on the main thread, and only while the image that it was done on is
-/// still the one that is mounted.
+/// What follows a piece of work runs on the main thread, and unless it is said otherwise only while the image
+/// that it was done on is still the one that is mounted.
 class ImageWork final : public QObject {
   Q_OBJECT
 
@@ -26,6 +26,8 @@ public:
   enum class Spinning { no, yes };
   /// What the user has asked for, or what is read only to be shown.
   enum class Kind { task, reading };
+  /// When what follows a piece of work runs: while its image is still mounted, or in any case.
+  enum class Following { whileMounted, always };
   /// What follows on the main thread.
   using Completion = std::function<void()>;
   /// Changes the image and tells what follows: nothing when it has failed, or when there was nothing to do.
@@ -48,13 +50,15 @@ public:
   /// The same with work that may take long, `work(filesystem, progress)`: it tells how far it is, and ends
   /// after the item in progress when the user stops it.
   template <typename Work, typename Done>
-  void runLongWork(Work work, Done done, Spinning spinning = Spinning::no) {
+  void runLongWork(Work work, Done done, Spinning spinning = Spinning::no,
+                   Following following = Following::whileMounted) {
     const auto progress = std::make_shared<WorkProgress>();
     const auto begun = [progress, work = std::move(work)](EMU3Filesystem &filesystem) {
       progress->begin();
       return work(filesystem, *progress);
     };
-    run(filesystem_->ioQueue(), completing(begun, std::move(done)), Kind::task, spinning, progress);
+    run(filesystem_->ioQueue(), completing(begun, std::move(done)), Kind::task, spinning, progress,
+        following);
   }
   /// Runs what is read to be shown there: nothing is lost when nobody waits for it any more.
   template <typename Work, typename Done> void readFromImage(Work work, Done done) {
@@ -91,7 +95,7 @@ private:
   }
   /// `progress` is that of long work.
   void run(SerialQueue &queue, Work work, Kind kind, Spinning spinning,
-           const WorkProgressPtr &progress = nullptr);
+           const WorkProgressPtr &progress = nullptr, Following following = Following::whileMounted);
 
   QPointer<Spinner> spinner_;
   LongWork longWork_;

@@ -1,5 +1,6 @@
 #include "app/UndoManager.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tessary {
@@ -21,9 +22,7 @@ void UndoManager::registerCounterpart(Side side, Call call, const QString &name)
 }
 
 void UndoManager::registerBelow(Side side, Call call, const QString &name) {
-  Calls &calls = callsOf(side);
-  calls.push_front({std::move(call), name});
-  dropOldest(calls);
+  callsOf(side).push_front({std::move(call), name, true});
   emit changed();
 }
 
@@ -61,8 +60,11 @@ void UndoManager::runNewest(Calls &calls, Side counterpart) {
 }
 
 void UndoManager::dropOldest(Calls &calls) const {
-  while (levels_ != 0 && calls.size() > levels_)
-    calls.pop_front();
+  if (levels_ == 0) return;
+  const auto counts = [](const Named &call) { return !call.isBelow; };
+  auto counted = static_cast<std::size_t>(std::count_if(calls.begin(), calls.end(), counts));
+  for (; counted > levels_; --counted)
+    calls.erase(std::find_if(calls.begin(), calls.end(), counts));
 }
 
 } // namespace tessary

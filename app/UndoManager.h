@@ -32,7 +32,8 @@ public:
   void registerUndo(Call call, const QString &name = {});
   /// Registers how to take back an undo or redo step whose work has ended.
   void registerCounterpart(Side side, Call call, const QString &name = {});
-  /// Registers a call again that could do nothing, to come after all others of that side.
+  /// Registers a call again that could do nothing, to come after all others of that side. It counts among no
+  /// levels: what the user does meanwhile does not drop it.
   void registerBelow(Side side, Call call, const QString &name = {});
   /// Drops all calls.
   void clear();
@@ -56,6 +57,7 @@ private:
   struct Named {
     Call call;
     QString name;
+    bool isBelow = false; ///< could do nothing before
   };
   using Calls = std::deque<Named>;
 

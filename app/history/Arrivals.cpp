@@ -59,7 +59,7 @@ EMU3DirectoryPtr Arrivals::folderOfAsked(std::size_t number) const {
 
 HistoryStepPtr Arrivals::takingAway(LastingItems &items) const {
   std::vector<TakeAwayStep::File> files;
-  std::vector<LastingFolder> folders;
+  std::vector<TakeAwayStep::Folder> folders;
   std::unordered_set<EMU3DirectoryPtr> taken;
   for (std::size_t item = 0; item < ends_.size(); ++item) {
     const std::optional<std::size_t> parent = operation_->item(item).parent;
@@ -67,7 +67,7 @@ HistoryStepPtr Arrivals::takingAway(LastingItems &items) const {
     if (const EMU3FilePtr file = fileOf(item); file && file->folder())
       files.push_back({items.of(file), items.of(file->folder())});
     else if (isNewFolder(item) && taken.insert(folderOf(item)).second)
-      folders.push_back(items.of(folderOf(item)));
+      folders.push_back({items.of(folderOf(item)), inventoryOf(folderOf(item))});
   }
   if (files.empty() && folders.empty()) return nullptr;
   return std::make_shared<TakeAwayStep>(std::move(files), std::move(folders));

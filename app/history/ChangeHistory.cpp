@@ -4,8 +4,10 @@
 #include "app/Browser.h"
 #include "app/Dialogs.h"
 #include "app/ImageChanges.h"
+#include "app/MainQueue.h"
 #include "app/history/PresenceSteps.h"
 
+#include <QPointer>
 #include <utility>
 
 namespace tessary {
@@ -18,42 +20,54 @@ ChangeHistory::ChangeHistory(const CommandTools &tools, QObject *parent) : QObje
 // ---- What was done
 
 void ChangeHistory::madeFolder(const EMU3DirectoryPtr &folder) {
-  did(QStringLiteral("New Folder"), TakeAwayStep::of(*items_, folder));
+  did(QStringLiteral("New Folder"), TakeAwayStep::ofNew(*items_, folder));
 }
 
 void ChangeHistory::did(const QString &name, HistoryStepPtr undo) {
-  takeImage();
+  takeImage(tools_.image->filesystem());
   undoManager_.registerUndo(callOf(name, std::move(undo)), name);
 }
 
+/// The steps outlast an unmount, so also one that ends only then is registered.
 void ChangeHistory::run(const QString &name, const HistoryStepPtr &step, ImageWork::Spinning spinning,
                         std::function<void(const StepResult &)> done) {
-  runStep(step, spinning, [this, name, done = std::move(done)](const StepResult &result) {
-    if (result.counterpart) did(name, result.counterpart);
-    if (result.outcome.isStopped && result.rest) {
-      takeImage();
-      undoManager_.registerCounterpart(UndoManager::Side::Redo, callOf(name, result.rest), name);
-    }
-    done(result);
-  });
+  ++newChanges_;
+  lookAtMountedImage();
+  runStep(step, spinning,
+          [this, name, done = std::move(done)](const StepResult &result, const EMU3FilesystemPtr &image) {
+            --newChanges_;
+            const HistoryStepPtr rest = result.outcome.isStopped ? result.rest : nullptr;
+            if ((result.counterpart || rest) && takeImage(image)) {
+              if (result.counterpart) undoManager_.registerUndo(callOf(name, result.counterpart), name);
+              if (rest) undoManager_.registerCounterpart(UndoManager::Side::Redo, callOf(name, rest), name);
+            }
+            lookAtMountedImage();
+            if (image == tools_.image->filesystem()) done(result);
+          });
 }
 
-void ChangeHistory::runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning,
-                            std::function<void(const StepResult &)> done) {
+void ChangeHistory::runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning, Ended ended) {
   tools_.image->runLongWork(
       [step, items = items_](EMU3Filesystem &filesystem, WorkProgress &progress) {
         return step->run(filesystem, *items, progress);
       },
-      std::move(done), spinning);
+      [image = tools_.image->filesystem(), ended = std::move(ended)](const StepResult &result) {
+        ended(result, image);
+      },
+      spinning, ImageWork::Following::always);
 }
 
-/// From now on the steps are about the mounted image; those of another are dropped.
-void ChangeHistory::takeImage() {
+/// From now on the steps are about that image; those of another are dropped. False where it is not mounted
+/// any more, and the steps are about the one that is.
+bool ChangeHistory::takeImage(const EMU3FilesystemPtr &image) {
   const EMU3FilesystemPtr mounted = tools_.image->filesystem();
-  if (mounted->imageURL() != imagePath_) undoManager_.clear();
-  imagePath_ = mounted->imageURL();
-  filesystem_ = mounted;
-  undoManager_.setAvailable(true);
+  const bool isSame = image->imageURL() == imagePath_;
+  if (!isSame && image != mounted && mounted && mounted->imageURL() == imagePath_) return false;
+  if (!isSame) undoManager_.clear();
+  imagePath_ = image->imageURL();
+  if (!isSame || image == mounted) filesystem_ = image;
+  imageReplaced();
+  return true;
 }
 
 void ChangeHistory::imageReplaced() {
@@ -61,34 +75,80 @@ void ChangeHistory::imageReplaced() {
   const bool isSame = mounted && mounted->imageURL() == imagePath_;
   if (isSame && filesystem_.lock() != mounted) items_->findIn(mounted->rootDirectory());
   if (isSame) filesystem_ = mounted;
-  undoManager_.setAvailable(isSame || (mounted && imagePath_.empty()));
+  lookAtMountedImage();
+}
+
+/// While something new is being done, the step before it is not what the user means.
+void ChangeHistory::lookAtMountedImage() {
+  const EMU3FilesystemPtr mounted = tools_.image->filesystem();
+  const bool isSame = mounted && (imagePath_.empty() || mounted->imageURL() == imagePath_);
+  undoManager_.setAvailable(isSame && newChanges_ == 0);
 }
 
 // ---- Undo and redo
 
+/// A step that was taken off its side. Unless it is run it goes back there, whatever kept it from that: the
+/// user's answer, another dialog, another image.
+class ChangeHistory::Taken final {
+public:
+  Taken(ChangeHistory *history, QString name, HistoryStepPtr step, UndoManager::Side side)
+      : history_(history), path_(history->imagePath_), name_(std::move(name)), step_(std::move(step)),
+        side_(side) {}
+  ~Taken() {
+    if (step_) onMainQueue([back = backFunction()] { back(); });
+  }
+  Taken(const Taken &) = delete;
+  Taken &operator=(const Taken &) = delete;
+
+  void putBack() {
+    backFunction()();
+    step_ = nullptr;
+  }
+  [[nodiscard]] HistoryStepPtr take() { return std::exchange(step_, nullptr); }
+
+private:
+  [[nodiscard]] std::function<void()> backFunction() const {
+    return [history = history_, path = path_, name = name_, step = step_, side = side_] {
+      if (history && history->imagePath_ == path)
+        history->undoManager_.registerCounterpart(side, history->callOf(name, step), name);
+    };
+  }
+
+  const QPointer<ChangeHistory> history_;
+  const std::string path_;
+  const QString name_;
+  HistoryStepPtr step_;
+  const UndoManager::Side side_;
+};
+
 UndoManager::Call ChangeHistory::callOf(const QString &name, HistoryStepPtr step) {
   return [this, name, step = std::move(step)](UndoManager::Side counterpart) {
-    tools_.changes->whenChangeable([this, name, step, counterpart] { runAgain(name, step, counterpart); },
-                                   [this, name, step, counterpart] {
-                                     undoManager_.registerCounterpart(UndoManager::opposite(counterpart),
-                                                                      callOf(name, step), name);
-                                     beep();
-                                   });
+    const auto taken = std::make_shared<Taken>(this, name, step, UndoManager::opposite(counterpart));
+    tools_.changes->whenChangeable(
+        [this, name, taken, counterpart] { runAgain(name, taken->take(), counterpart); },
+        [taken] {
+          taken->putBack();
+          beep();
+        });
   };
 }
 
 void ChangeHistory::runAgain(const QString &name, const HistoryStepPtr &step, UndoManager::Side counterpart) {
   runStep(step, ImageWork::Spinning::no,
-          [this, name, counterpart, shownBefore = tools_.browser->foldersShown()](const StepResult &result) {
-            ended(name, result, counterpart, shownBefore);
+          [this, name, counterpart, shownBefore = tools_.browser->foldersShown()](
+              const StepResult &result, const EMU3FilesystemPtr &image) {
+            if (image == tools_.image->filesystem()) show(result, shownBefore);
+            if (image->imageURL() == imagePath_) ended(name, result, counterpart);
+            imageReplaced();
+            if (image != tools_.image->filesystem()) return;
+            tools_.browser->setStatus(result.status);
+            tools_.dialogs->tellFailures(result.failed, result.failures);
           });
 }
 
 /// What is left is registered again, so that the same command does it. Where nothing at all could be done it
 /// goes below the earlier steps: its cause may last.
-void ChangeHistory::ended(const QString &name, const StepResult &result, UndoManager::Side counterpart,
-                          int shownBefore) {
-  show(result, shownBefore);
+void ChangeHistory::ended(const QString &name, const StepResult &result, UndoManager::Side counterpart) {
   const UndoManager::Side same = UndoManager::opposite(counterpart);
   if (result.rest && (result.counterpart || result.outcome.isStopped))
     undoManager_.registerCounterpart(same, callOf(name, result.rest), name);
@@ -96,8 +156,6 @@ void ChangeHistory::ended(const QString &name, const StepResult &result, UndoMan
     undoManager_.registerBelow(same, callOf(name, result.rest), name);
   if (result.counterpart)
     undoManager_.registerCounterpart(counterpart, callOf(name, result.counterpart), name);
-  tools_.browser->setStatus(result.status);
-  tools_.dialogs->tellFailures(result.failed, result.failures);
 }
 
 /// In its folder, unless the user has gone to another one since.

@@ -40,17 +40,21 @@ public:
   void imageReplaced();
 
 private:
+  class Taken;
+  using Ended = std::function<void(const StepResult &, const EMU3FilesystemPtr &image)>;
+
   UndoManager::Call callOf(const QString &name, HistoryStepPtr step);
-  void runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning,
-               std::function<void(const StepResult &)> done);
+  void runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning, Ended ended);
   void runAgain(const QString &name, const HistoryStepPtr &step, UndoManager::Side counterpart);
-  void ended(const QString &name, const StepResult &result, UndoManager::Side counterpart, int shownBefore);
+  void ended(const QString &name, const StepResult &result, UndoManager::Side counterpart);
   void show(const StepResult &result, int shownBefore);
-  void takeImage();
+  bool takeImage(const EMU3FilesystemPtr &image);
+  void lookAtMountedImage();
 
   const CommandTools tools_;
   UndoManager undoManager_;
   const std::shared_ptr<LastingItems> items_ = std::make_shared<LastingItems>();
+  int newChanges_ = 0;    ///< that run or wait; what takes them back is not registered yet
   std::string imagePath_; ///< of the image that the steps are about; empty before the first
   std::weak_ptr<EMU3Filesystem> filesystem_; ///< that `items_` are objects of
 };

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace tessary {
 namespace {
@@ -42,6 +43,22 @@ bool isGone(const Item &item, const std::string &name, const std::optional<EMU3E
 
 } // namespace
 
+Inventory inventoryOf(const EMU3DirectoryPtr &folder) {
+  Inventory inventory;
+  std::vector<std::pair<EMU3DirectoryPtr, std::string>> waiting{{folder, ""}};
+  while (!waiting.empty()) {
+    const auto [next, path] = std::move(waiting.back());
+    waiting.pop_back();
+    for (const EMU3FilePtr &file : next->allFiles())
+      inventory.insert(path + file->name());
+    for (const EMU3DirectoryPtr &below : next->subdirectories()) {
+      waiting.emplace_back(below, path + below->name() + "/");
+      inventory.insert(waiting.back().second);
+    }
+  }
+  return inventory;
+}
+
 // ---- Away
 
 HistoryStepPtr TakeAwayStep::of(LastingItems &items, const std::vector<PlacedFile> &files) {
@@ -53,27 +70,41 @@ HistoryStepPtr TakeAwayStep::of(LastingItems &items, const std::vector<PlacedFil
 }
 
 HistoryStepPtr TakeAwayStep::of(LastingItems &items, const EMU3DirectoryPtr &folder) {
-  return std::make_shared<TakeAwayStep>(std::vector<File>(), std::vector<LastingFolder>{items.of(folder)});
+  return std::make_shared<TakeAwayStep>(std::vector<File>(), std::vector<Folder>{{items.of(folder), {}}});
+}
+
+HistoryStepPtr TakeAwayStep::ofNew(LastingItems &items, const EMU3DirectoryPtr &folder) {
+  return std::make_shared<TakeAwayStep>(std::vector<File>(),
+                                        std::vector<Folder>{{items.of(folder), inventoryOf(folder)}});
 }
 
 // What has gone meanwhile is passed over.
-ItemsToDelete TakeAwayStep::thoseThere() const {
+ItemsToDelete TakeAwayStep::thoseThere(std::vector<ItemFailure> *changed) const {
   ItemsToDelete toDelete;
   for (const File &each : files_) {
     const PlacedFile placed{each.file->object(), each.folder->object()};
     if (placed.folder->containsFile(placed.file)) toDelete.files.push_back(placed);
   }
-  for (const LastingFolder &folder : folders_)
-    if (isThere(folder->object())) toDelete.folders.push_back(folder->object());
+  for (const Folder &each : folders_) {
+    const EMU3DirectoryPtr folder = each.folder->object();
+    if (!isThere(folder)) continue;
+    if (!each.asItCame || *each.asItCame == inventoryOf(folder))
+      toDelete.folders.push_back(folder);
+    else
+      changed->push_back(
+          {displayText(folder->name()), QStringLiteral("It does not hold what came with it any more.")});
+  }
   return toDelete;
 }
 
 StepResult TakeAwayStep::run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const {
-  const ItemsToDelete toDelete = thoseThere();
+  std::vector<ItemFailure> failures;
+  const ItemsToDelete toDelete = thoseThere(&failures);
   const std::size_t fileCount = toDelete.fileCount();
   progress.beginPart(QStringLiteral("Copying for Undo"));
   Keeping keeping = keep(filesystem, items, toDelete, progress);
-  StepResult result{.failures = std::move(keeping.failures),
+  failures.insert(failures.end(), keeping.failures.begin(), keeping.failures.end());
+  StepResult result{.failures = std::move(failures),
                     .incompleteFiles = std::move(keeping.incompleteFiles),
                     .incompleteFolder = std::move(keeping.incompleteFolder)};
   const auto operation = filesystem.manyItems();
@@ -194,7 +225,7 @@ StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items, W
   std::vector<KeptTree> notBack;
   std::vector<KeptTree> restored;
   std::vector<TakeAwayStep::File> files;
-  std::vector<LastingFolder> folders;
+  std::vector<TakeAwayStep::Folder> folders;
   for (std::size_t i = 0; i < trees_.size(); ++i) {
     const KeptTree &tree = trees_[i];
     if (const std::optional<EMU3Error> &error = back.errorOf(i)) {
@@ -207,7 +238,7 @@ StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items, W
     }
     restored.push_back(tree);
     if (tree.isFolder()) {
-      folders.push_back(tree.folders.front());
+      folders.push_back({tree.folders.front(), inventoryOf(back.folderOf(i))});
       result.folder = back.folderOf(i);
       continue;
     }
@@ -223,7 +254,7 @@ StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items, W
   result.status = doneText(QStringLiteral("Restored"), restored, result.outcome);
   if (failed > 0 && !result.outcome.isStopped)
     result.status = QStringLiteral("Restored %1 file(s), %2 failed.")
-                        .arg(QString::number(restored.size()), QString::number(failed));
+                        .arg(QString::number(result.outcome.done), QString::number(failed));
   result.failed = failuresTitle(QStringLiteral("Restore"), failed, trees_.size());
   if (!notBack.empty()) result.rest = std::make_shared<BringBackStep>(std::move(notBack));
   if (!restored.empty())

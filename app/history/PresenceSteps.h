@@ -3,10 +3,17 @@
 #include "app/history/HistoryStep.h"
 #include "app/history/KeptTrees.h"
 
+#include <optional>
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
 namespace tessary {
+
+/// The paths of all files and folders below a folder, folders with "/" at their ends.
+using Inventory = std::multiset<std::string>;
+[[nodiscard]] Inventory inventoryOf(const EMU3DirectoryPtr &folder);
 
 /// Deletes files and folders, of which it keeps what brings them back.
 class TakeAwayStep final : public HistoryStep {
@@ -16,19 +23,27 @@ public:
     LastingFolder folder; ///< that holds it
   };
 
-  explicit TakeAwayStep(std::vector<File> files, std::vector<LastingFolder> folders = {})
+  struct Folder {
+    LastingFolder folder;
+    /// What came with it: where it holds anything else by then, it stays. None: whatever it holds goes.
+    std::optional<Inventory> asItCame{};
+  };
+
+  explicit TakeAwayStep(std::vector<File> files, std::vector<Folder> folders = {})
       : files_(std::move(files)), folders_(std::move(folders)) {}
   /// Of files that lie in the folders that are named with them.
   [[nodiscard]] static HistoryStepPtr of(LastingItems &items, const std::vector<PlacedFile> &files);
   [[nodiscard]] static HistoryStepPtr of(LastingItems &items, const EMU3DirectoryPtr &folder);
+  /// Of a folder that has just come, with what it holds now.
+  [[nodiscard]] static HistoryStepPtr ofNew(LastingItems &items, const EMU3DirectoryPtr &folder);
 
   StepResult run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const override;
 
 private:
-  [[nodiscard]] ItemsToDelete thoseThere() const;
+  [[nodiscard]] ItemsToDelete thoseThere(std::vector<ItemFailure> *changed) const;
 
   const std::vector<File> files_;
-  const std::vector<LastingFolder> folders_;
+  const std::vector<Folder> folders_;
 };
 
 /// Brings back what was deleted. A folder comes with all that was in it or not at all.

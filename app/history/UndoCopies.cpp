@@ -8,9 +8,12 @@
 #include <QThreadPool>
 #include <cerrno>
 #include <chrono>
+#include <fcntl.h>
 #include <filesystem>
 #include <optional>
+#include <sys/file.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace tessary {
 namespace {
@@ -37,13 +40,32 @@ bool hasRoom(const std::string &folder, std::uint64_t bytes) {
   return !problem && space.available >= bytes + kSpare;
 }
 
+/// Claims a folder of copies as long as the descriptor is open; -1 where it is claimed already. Programs that
+/// were killed claim nothing any more.
+int claim(const std::string &folder) {
+  const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0 || ::flock(descriptor, LOCK_EX | LOCK_NB) == 0) return descriptor;
+  ::close(descriptor);
+  return -1;
+}
+
+void removeUnclaimed(const fs::path &folder) {
+  const int descriptor = claim(folder.native());
+  if (descriptor < 0) return;
+  std::error_code ignored;
+  fs::remove_all(folder, ignored);
+  ::close(descriptor);
+}
+
 // Copies that a program left that was killed: they may be somebody's only ones, so they stay for a month.
 void removeForgotten(const std::string &folders) {
   constexpr std::chrono::hours month(24 * 30);
   std::error_code problem;
-  for (const fs::directory_entry &entry : fs::directory_iterator(folders, problem)) {
-    const auto age = fs::file_time_type::clock::now() - entry.last_write_time(problem);
-    if (!problem && age > month) fs::remove_all(entry.path(), problem);
+  for (fs::directory_iterator entry(folders, problem), end; !problem && entry != end;
+       entry.increment(problem)) {
+    std::error_code unknown;
+    const auto age = fs::file_time_type::clock::now() - entry->last_write_time(unknown);
+    if (!unknown && age > month) removeUnclaimed(entry->path());
   }
 }
 
@@ -69,7 +91,7 @@ std::shared_ptr<const UndoCopies> UndoCopies::make(std::uint64_t bytes, EMU3Erro
   const std::optional<std::string> folder = makePrivateFolder(*above, kKind, error);
   if (!folder) return nullptr;
   removeForgotten(fs::path(*folder).parent_path());
-  return std::shared_ptr<const UndoCopies>(new UndoCopies(*folder, *above));
+  return std::shared_ptr<const UndoCopies>(new UndoCopies(*folder, *above, claim(*folder)));
 }
 
 EMU3Error UndoCopies::copyingFailed(const EMU3Error &error) const {
@@ -77,9 +99,10 @@ EMU3Error UndoCopies::copyingFailed(const EMU3Error &error) const {
 }
 
 UndoCopies::~UndoCopies() {
-  workQueue().start([folder = folder_] {
+  workQueue().start([folder = folder_, claim = claim_] {
     std::error_code ignored;
     fs::remove_all(folder, ignored);
+    if (claim >= 0) ::close(claim);
   });
 }
 

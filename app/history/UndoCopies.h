@@ -26,10 +26,12 @@ public:
   [[nodiscard]] EMU3Error copyingFailed(const EMU3Error &error) const;
 
 private:
-  UndoCopies(std::string folder, std::string above) : folder_(std::move(folder)), above_(std::move(above)) {}
+  UndoCopies(std::string folder, std::string above, int claim)
+      : folder_(std::move(folder)), above_(std::move(above)), claim_(claim) {}
 
   const std::string folder_;
   const std::string above_; ///< the cache, or the temporary directory
+  const int claim_;         ///< descriptor that tells other programs that the copies are in use; -1 for none
 };
 
 } // namespace tessary

@@ -64,6 +64,27 @@ TEST_F(BackupOffer, ComesAgainWhenTheImageIsMountedAgain) {
   answerSheet("Cancel");
 }
 
+TEST_F(BackupOffer, EscapeLeavesTheStepThatWasToBeUndone) {
+  const std::string path = mount(volume());
+  chooseFiles({"FIRST"});
+  clickToolbar("DeleteItem");
+  answerSheet("Not Now");
+  answerSheet("Delete");
+  ASSERT_TRUE(waitUntilIdle());
+  controller_->_unmountImage();
+  openImage(path);
+  clickToolbar("UndoItem");
+  ASSERT_TRUE(offers());
+  QTest::keyClick(sheet<QMessageBox>(), Qt::Key_Escape);
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_FALSE(fileNames().contains("FIRST"));
+  ASSERT_TRUE(toolbarButton("UndoItem")->isEnabled());
+  clickToolbar("UndoItem");
+  answerSheet("Not Now");
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_TRUE(fileNames().contains("FIRST"));
+}
+
 TEST_F(BackupOffer, IsMadeNoMoreForAnImageThatTheUserSaysSoOf) {
   const std::string path = mount(volume());
   askToRename();

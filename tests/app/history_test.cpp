@@ -9,6 +9,8 @@
 
 #include <QAction>
 #include <QMenu>
+#include <chrono>
+#include <filesystem>
 #include <functional>
 
 namespace tessary {
@@ -234,6 +236,51 @@ TEST_F(History, FindsAFolderAgainThatAnotherProgramMadeGrowAndRenamed) {
   undo();
   EXPECT_EQ(status(), "Restored 1 file(s).");
   EXPECT_EQ(holdingsOf(path_).count("/Theirs/SECOND"), 1U);
+}
+
+TEST_F(History, NewFolderInWhichOthersHavePutFilesIsNotTakenBack) {
+  mountImages();
+  newFolder("Fresh");
+  clickToolbar("UnmountItem");
+  {
+    const EMU3FilesystemPtr theirs = test::mounted(path_, MountRules::guarded);
+    const EMU3DirectoryPtr fresh =
+        test::folderNamed(test::folderNamed(theirs->rootDirectory(), "A"), "Fresh");
+    const auto filling = theirs->manyItems();
+    filling->importBytes("THEIRS", std::make_shared<ByteBuffer>(10, std::uint8_t{1}), fresh);
+    filling->run({});
+  }
+  openImage(path_);
+  const Holdings before = holdingsOf(path_);
+  {
+    const AlertAnswers alerts;
+    undo();
+    ASSERT_EQ(alerts.shown().size(), 1U);
+    EXPECT_EQ(alerts.shown()[0].message, "Delete Failed (1 of 1)");
+  }
+  EXPECT_EQ(holdingsOf(path_), before);
+  chooseFolder({"A", "Fresh"});
+  deleteFile("THEIRS");
+  undo(); // brings theirs back
+  EXPECT_EQ(holdingsOf(path_), before);
+  redo();
+  EXPECT_TRUE(controller_->undoManager()->canUndo());
+}
+
+TEST_F(History, CopiesThatAStepNeedsStayHoweverOldTheyAre) {
+  mountImages();
+  const Holdings before = holdingsOf(path_);
+  deleteFile("FIRST");
+  const std::string copies = folder_.path("cache") + "/tessary-" + std::to_string(::geteuid()) + "/Undo";
+  ASSERT_EQ(test::namesIn(copies).size(), 1U);
+  std::filesystem::last_write_time(copies + "/" + test::namesIn(copies)[0],
+                                   std::filesystem::file_time_type::clock::now() -
+                                       std::chrono::hours(24 * 60));
+  deleteFile("SECOND"); // looks for copies that nobody needs any more
+  EXPECT_EQ(test::namesIn(copies).size(), 2U);
+  undo();
+  undo();
+  EXPECT_EQ(holdingsOf(path_), before);
 }
 
 TEST_F(History, NamesWhatItWouldDoInTheMenu) {

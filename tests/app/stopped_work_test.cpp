@@ -312,6 +312,38 @@ TEST_F(StoppedWork, ImageUnmountedMeanwhileGoesOnUntilItIsStopped) {
   EXPECT_EQ(filesIn("Many"), kGroup);
 }
 
+TEST_F(StoppedWork, OfAnImageThatWasUnmountedMeanwhileIsTakenBackOnceThatIsOpenAgain) {
+  mountMany(3);
+  const Holdings before = holdingsOf(path_);
+  medium_.holdFlushes();
+  importFiles(manyHostFiles(100));
+  waitForBar();
+  clickToolbar("UnmountItem");
+  stopAndWait();
+  EXPECT_FALSE(controller_->undoManager()->canUndo()) << "no image is mounted";
+  openImage(path_);
+  EXPECT_EQ(undoName(), "Import");
+  undoAndWait();
+  EXPECT_EQ(holdingsOf(path_), before);
+}
+
+TEST_F(StoppedWork, IsNotUndoneWhileItRunsNorIsTheStepBeforeIt) {
+  mountMany(3);
+  controller_->_newFolder();
+  answerWithName("Fresh");
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(undoName(), "New Folder");
+  medium_.holdFlushes();
+  importFiles(manyHostFiles(100));
+  waitForBar();
+  EXPECT_FALSE(controller_->undoManager()->canUndo());
+  EXPECT_FALSE(toolbarButton("UndoItem")->isEnabled());
+  stopAndWait();
+  EXPECT_EQ(undoName(), "Import");
+  undoAndWait();
+  EXPECT_EQ(undoName(), "New Folder");
+}
+
 TEST_F(StoppedWork, LongNamesDoNotWidenTheWindow) {
   mountMany(0);
   window()->resize(window()->minimumSize());

@@ -98,14 +98,15 @@ TEST_F(UndoManagerTest, CallRegisteredBelowComesAfterAllOthersOfItsSide) {
   EXPECT_EQ(ran_, (std::vector{2, 1, 3}));
 }
 
-TEST_F(UndoManagerTest, CallRegisteredBelowIsTheFirstToBeDropped) {
+TEST_F(UndoManagerTest, CallRegisteredBelowIsNotDroppedByWhatIsDoneMeanwhile) {
   manager_.setLevelsOfUndo(2);
   manager_.registerUndo(noting(1));
   manager_.registerUndo(noting(2));
   manager_.registerBelow(Side::Undo, noting(3));
+  manager_.registerUndo(noting(4));
   while (manager_.canUndo())
     manager_.undo();
-  EXPECT_EQ(ran_, (std::vector{2, 1}));
+  EXPECT_EQ(ran_, (std::vector{4, 2, 3}));
 }
 
 TEST_F(UndoManagerTest, EachSideKeepsTheNewestOfItsLevels) {
