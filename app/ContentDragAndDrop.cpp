@@ -38,9 +38,7 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
   for (const std::size_t row : rows)
     files.push_back(rows_[row].file);
   const EMU3DirectoryPtr directory = directory_;
-  std::vector<std::string> copies;
-  for (const auto &[file, path] : exportForDrag(filesystem_, files))
-    copies.push_back(path);
+  const std::vector<std::string> copies = exportForDrag(filesystem_, files);
   // Rows that are no longer shown are not dragged.
   if (copies.empty() || directory_ != directory) return nullptr;
   // Windows of this program tell why they cannot copy a file, so all of them go there.

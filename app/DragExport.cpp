@@ -1,6 +1,7 @@
 #include "app/DragExport.h"
 
 #include "app/PrivateFolder.h"
+#include "app/progress/WorkProgress.h"
 #include "tessary/ItemsOperation.h"
 #include "tessary/SystemLog.h"
 
@@ -18,8 +19,7 @@ void run(ItemsOperation &operation, const std::function<void(const Item &, const
   watcher.ended = [&](const ItemEnd &end) {
     const Item &item = operation.item(end.item);
     if (!end.error) return exported(item, end);
-    systemLog("Drag export failed for " + (item.file ? item.file->name() : item.folder->name()) + ": " +
-              end.error->description());
+    systemLog("Drag export failed for " + nameOfItem(item) + ": " + end.error->description());
   };
   operation.run(watcher);
 }
@@ -38,17 +38,15 @@ void runMeanwhile(const std::function<void()> &work) {
 
 } // namespace
 
-std::vector<ExportedFile> exportForDrag(const EMU3FilesystemPtr &image,
-                                        const std::vector<EMU3FilePtr> &files) {
-  std::vector<ExportedFile> exported;
+std::vector<std::string> exportForDrag(const EMU3FilesystemPtr &image,
+                                       const std::vector<EMU3FilePtr> &files) {
+  std::vector<std::string> exported;
   runMeanwhile([&] {
     const auto operation = image->manyItems();
     for (const EMU3FilePtr &file : files)
       if (const std::optional<std::string> folder = makePrivateFolder(kKind))
         operation->exportFileInto(file, *folder);
-    run(*operation, [&](const Item &item, const ItemEnd &end) {
-      exported.push_back({item.file, end.hostPath});
-    });
+    run(*operation, [&](const Item &, const ItemEnd &end) { exported.push_back(end.hostPath); });
   });
   return exported;
 }

@@ -10,14 +10,8 @@
 /// exported is left out and logged. Main thread only; events are handled meanwhile, but for the user's.
 namespace tessary {
 
-struct ExportedFile {
-  EMU3FilePtr file;
-  std::string path; ///< of its copy
-};
-
-/// In their order.
-std::vector<ExportedFile> exportForDrag(const EMU3FilesystemPtr &image,
-                                        const std::vector<EMU3FilePtr> &files);
+/// The paths of the copies, in the order of the files.
+std::vector<std::string> exportForDrag(const EMU3FilesystemPtr &image, const std::vector<EMU3FilePtr> &files);
 /// With its tree. The path of its copy; none when that was not made.
 std::optional<std::string> exportForDrag(const EMU3FilesystemPtr &image, const EMU3DirectoryPtr &folder);
 

@@ -77,11 +77,7 @@ void CopyStep::say(const Arrivals &arrivals, StepResult *result) const {
   if (!result->folder)
     result->status = QStringLiteral("Folder '%1' was not copied.").arg(name);
   else if (!result->outcome.isStopped)
-    result->status =
-        QStringLiteral("Copied folder '%1'%2.")
-            .arg(name, result->failures.empty()
-                           ? QString()
-                           : QStringLiteral(" (%1 failed)").arg(QString::number(result->failures.size())));
+    result->status = QStringLiteral("Copied folder '%1'%2.").arg(name, failedText(result->failures.size()));
 }
 
 StepResult CopyStep::run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const {

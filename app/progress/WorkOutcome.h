@@ -13,6 +13,9 @@ struct WorkOutcome {
   bool isStopped = false;
 };
 
+/// " (2 failed)"; nothing when nothing did.
+QString failedText(std::size_t failed);
+
 /// What the status line says: "Imported 3 file(s).", "Imported 3 file(s) (1 failed)."; of what the user has
 /// stopped, "Stopped. Imported 3 of 9 file(s)."
 QString outcomeText(const QString &done, const WorkOutcome &outcome,
