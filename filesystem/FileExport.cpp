@@ -6,12 +6,15 @@
 namespace tessary {
 
 ByteBufferPtr readForExport(Volume &volume, const EMU3FilePtr &file, EMU3Error *error) {
-  return readUndisturbed(volume, file, error,
-                         [&] {
-                           volume.lock.assertHeldShared();
-                           return volume.rules().contentsForExport(volume, *file, error);
-                         })
-      .value_or(nullptr);
+  const auto read = [&] {
+    volume.lock.assertHeldShared();
+    return volume.rules().contentsForExport(volume, *file, error);
+  };
+  const auto readsAgain = [&](const ByteBufferPtr &first) {
+    volume.lock.assertHeldShared();
+    return first ? areWholeBytesOfFile(volume, *file, *first) : read() == nullptr;
+  };
+  return readUndisturbed(volume, file, error, read, readsAgain).value_or(nullptr);
 }
 
 // Read once, so that the list and the audio are of one file.

@@ -26,5 +26,8 @@ namespace tessary {
 /// outside the image or cannot be read.
 [[nodiscard]] ByteBufferPtr wholeBytesOfFile(const Volume &volume, const EMU3File &file)
     TESSARY_REQUIRES_SHARED(volume.lock);
+/// Whether wholeBytesOfFile() would give these bytes now. Reads them a piece at a time.
+[[nodiscard]] bool areWholeBytesOfFile(const Volume &volume, const EMU3File &file, const ByteBuffer &bytes)
+    TESSARY_REQUIRES_SHARED(volume.lock);
 
 } // namespace tessary

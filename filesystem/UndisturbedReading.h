@@ -21,11 +21,12 @@ inline bool readTheSame(const ByteBufferPtr &first, const ByteBufferPtr &second)
 
 /// What `read` gives, which it reads from the file's contents, under the volume's lock. As long as the image
 /// is not claimed another program may delete the file and put another in its place, even one with the same
-/// entry: so it is read until two readings give the same while the file's entry stands as it stood. None,
-/// with code 5, when the file has left the tree, or goes on changing.
-template <typename Read>
+/// entry: so it is read until `readsAgain` says that a second reading gives the same while the file's entry
+/// stands as it stood. None, with code 5, when the file has left the tree, or goes on changing.
+template <typename Read, typename ReadsAgain>
 [[nodiscard]] auto readUndisturbed(Volume &volume, const EMU3FilePtr &file, EMU3Error *error,
-                                   const Read &read) -> std::optional<decltype(read())> {
+                                   const Read &read, const ReadsAgain &readsAgain)
+    -> std::optional<decltype(read())> {
   constexpr int mostAttempts = 12;
   constexpr std::chrono::milliseconds pause(5);
   for (int attempt = 0; attempt < mostAttempts; ++attempt) {
@@ -35,11 +36,19 @@ template <typename Read>
     auto first = read();
     if (!volume.mayChangeBeside()) return first;
     if (!volume.entryStands(*file)) continue;
-    const auto second = read();
-    if (volume.entryStands(*file) && readTheSame(first, second)) return first;
+    const bool isTheSame = readsAgain(first);
+    if (volume.entryStands(*file) && isTheSame) return first;
   }
   fail(error, EngineError::entryNotFound);
   return std::nullopt;
+}
+
+/// The same, where the second reading is another call of `read`.
+template <typename Read>
+[[nodiscard]] auto readUndisturbed(Volume &volume, const EMU3FilePtr &file, EMU3Error *error,
+                                   const Read &read) -> std::optional<decltype(read())> {
+  return readUndisturbed(volume, file, error, read,
+                         [&](const auto &first) { return readTheSame(first, read()); });
 }
 
 } // namespace tessary
