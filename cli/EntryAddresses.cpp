@@ -46,13 +46,15 @@ std::vector<FileItem> filesIn(const EMU3DirectoryPtr &directory, const std::stri
 
 std::vector<FolderItem> foldersIn(const EMU3DirectoryPtr &directory, const std::string &address,
                                   Beside beside) {
+  const std::vector<EMU3DirectoryPtr> folders = directory->subdirectories();
+  if (folders.empty()) return {};
   std::vector<FolderItem> items;
   std::unordered_set<std::string> names;
   if (beside == Beside::anyEntry) {
     for (const EMU3FilePtr &file : directory->allFiles())
       names.insert(file->name());
   }
-  for (const EMU3DirectoryPtr &folder : directory->subdirectories()) {
+  for (const EMU3DirectoryPtr &folder : folders) {
     const std::string name = folder->name();
     items.push_back({folder, addressIn(address, name, folder->place(), names.insert(name).second)});
   }

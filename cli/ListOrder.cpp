@@ -32,16 +32,16 @@ Rank rankOfName(const std::string &name) {
   return {folded + '\0' + name, 0};
 }
 
-Rank rankOf(const FileItem &item, ListOrder::Key key) {
+Rank rankOf(const EMU3FilePtr &file, ListOrder::Key key) {
   switch (key) {
   case ListOrder::Key::name:
-    return rankOfName(item.file->name());
+    return rankOfName(file->name());
   case ListOrder::Key::type:
-    return {item.file->fileTypeString(), 0};
+    return {file->fileTypeString(), 0};
   case ListOrder::Key::format:
-    return {formatCell(item.file->bankDetails()), 0};
+    return {formatCell(file->bankDetails()), 0};
   case ListOrder::Key::size:
-    return {{}, item.file->fileSize()};
+    return {{}, file->fileSize()};
   case ListOrder::Key::none:
     break;
   }
@@ -52,21 +52,24 @@ Rank rankOf(const FolderItem &item, ListOrder::Key key) {
   return key == ListOrder::Key::name ? rankOfName(item.directory->name()) : Rank();
 }
 
-template <typename Item>
-std::vector<Item> sortedBy(std::vector<Item> items, ListOrder::Key key, bool isReversed) {
+template <typename Item> std::vector<Item> sortedByKey(std::vector<Item> items, ListOrder::Key key) {
   std::vector<std::pair<Rank, Item>> ranked;
   ranked.reserve(items.size());
   for (Item &item : items) {
     Rank rank = rankOf(item, key);
     ranked.emplace_back(std::move(rank), std::move(item));
   }
-  if (key != ListOrder::Key::none) {
-    std::stable_sort(ranked.begin(), ranked.end(),
-                     [](const auto &left, const auto &right) { return left.first < right.first; });
-  }
-  if (isReversed) std::reverse(ranked.begin(), ranked.end());
+  std::stable_sort(ranked.begin(), ranked.end(),
+                   [](const auto &left, const auto &right) { return left.first < right.first; });
   std::transform(ranked.begin(), ranked.end(), items.begin(),
                  [](auto &each) { return std::move(each.second); });
+  return items;
+}
+
+template <typename Item>
+std::vector<Item> sortedBy(std::vector<Item> items, ListOrder::Key key, bool isReversed) {
+  if (key != ListOrder::Key::none) items = sortedByKey(std::move(items), key);
+  if (isReversed) std::reverse(items.begin(), items.end());
   return items;
 }
 
@@ -79,7 +82,7 @@ std::optional<ListOrder::Key> ListOrder::keyFrom(const std::string &word) {
   return found->second;
 }
 
-std::vector<FileItem> ListOrder::sorted(std::vector<FileItem> files) const {
+std::vector<EMU3FilePtr> ListOrder::sorted(std::vector<EMU3FilePtr> files) const {
   return sortedBy(std::move(files), key_, isReversed_);
 }
 

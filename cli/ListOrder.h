@@ -21,7 +21,7 @@ public:
 
   /// Entries that are equal by the key keep the folder's own order. Folders have no type, format or size of
   /// their own: only `name` moves them.
-  [[nodiscard]] std::vector<FileItem> sorted(std::vector<FileItem> files) const;
+  [[nodiscard]] std::vector<EMU3FilePtr> sorted(std::vector<EMU3FilePtr> files) const;
   [[nodiscard]] std::vector<FolderItem> sorted(std::vector<FolderItem> folders) const;
 
 private:

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <iterator>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 namespace tessary::cli {
@@ -17,16 +18,19 @@ namespace {
 using Row = std::vector<std::string>;
 
 Row rowOf(const EMU3File &file, bool isLong) {
+  EMU3FileFields fields = file.fields();
   const BankDetails details = file.bankDetails();
-  Row row{file.name(),
-          file.fileTypeString(),
-          formatCell(details),
-          countCell(details.presetCount),
-          countCell(details.sampleCount),
-          file.fileSizeString()};
+  Row row;
+  row.reserve(isLong ? 8 : 6);
+  row.push_back(std::move(fields.name));
+  row.push_back(fileTypeStringFor(fields.fileType));
+  row.push_back(formatCell(details));
+  row.push_back(countCell(details.presetCount));
+  row.push_back(countCell(details.sampleCount));
+  row.push_back(fileSizeStringFor(fields.fileSize));
   if (isLong) {
-    row.push_back(std::to_string(file.fileSize()));
-    row.push_back(placeAddress(file.place()));
+    row.push_back(std::to_string(fields.fileSize));
+    row.push_back(placeAddress({fields.dentryBlock, fields.dentryOffset}));
   }
   return row;
 }
@@ -53,18 +57,18 @@ std::string csvName(const std::string &name) {
   return isTakenForMore ? "'" + name : name;
 }
 
-Row csvRowOf(const FileItem &item) {
-  const BankDetails details = item.file->bankDetails();
+Row csvRowOf(const EMU3File &file, const std::string &address) {
+  const BankDetails details = file.bankDetails();
   const char *format = bankFormatName(details.bankFormat);
   const auto count = [&](std::uint64_t number) { return format ? std::to_string(number) : std::string(); };
-  return {csvPath(item.address, item.file->place()),
-          csvName(item.file->name()),
-          item.file->fileTypeString(),
+  return {csvPath(address, file.place()),
+          csvName(file.name()),
+          file.fileTypeString(),
           format ? format : "",
           count(details.presetCount),
           count(details.sampleCount),
-          std::to_string(item.file->fileSize()),
-          placeAddress(item.file->place())};
+          std::to_string(file.fileSize()),
+          placeAddress(file.place())};
 }
 
 Row csvRowOf(const FolderItem &item) {
@@ -75,8 +79,8 @@ Row csvRowOf(const FolderItem &item) {
 
 void writeFiles(JsonWriter &writer, const ListedFolder &folder) {
   writer.key("files").beginArray();
-  for (const FileItem &item : folder.files)
-    writeFile(writer, *item.file);
+  for (const EMU3FilePtr &file : folder.files)
+    writeFile(writer, *file);
   writer.endArray();
 }
 
@@ -118,7 +122,7 @@ std::vector<ListedFolder> listed(FolderItem top, bool recursive, const ListOrder
   while (!waiting.empty()) {
     FolderItem item = std::move(waiting.back());
     waiting.pop_back();
-    std::vector<FileItem> files = order.sorted(filesIn(item.directory, item.address));
+    std::vector<EMU3FilePtr> files = order.sorted(item.directory->allFiles());
     std::vector<FolderItem> below = order.sorted(foldersIn(item.directory, item.address, Beside::anyEntry));
     if (recursive) waiting.insert(waiting.end(), below.rbegin(), below.rend());
     folders.push_back({std::move(item), std::move(files), std::move(below)});
@@ -136,8 +140,8 @@ void printTables(const std::vector<ListedFolder> &folders, bool withHeadings, bo
                                            {"Presets", true}, {"Samples", true}, {"Size", true}};
     if (isLong) columns.insert(columns.end(), {{"Bytes", true}, {"Place"}});
     TextTable table(std::move(columns));
-    for (const FileItem &item : folder.files)
-      table.addRow(rowOf(*item.file, isLong));
+    for (const EMU3FilePtr &file : folder.files)
+      table.addRow(rowOf(*file, isLong));
     for (const FolderItem &item : folder.folders)
       table.addRow(rowOf(*item.directory, isLong));
     table.print(out);
@@ -154,8 +158,11 @@ void printCsv(const std::vector<ListedFolder> &folders, std::ostream &out) {
                    {"Bytes"},
                    {"Place"}});
   for (const ListedFolder &folder : folders) {
-    for (const FileItem &item : folder.files)
-      table.addRow(csvRowOf(item));
+    std::unordered_map<EMU3FilePtr, std::string> addresses;
+    for (FileItem &item : filesIn(folder.folder.directory, folder.folder.address))
+      addresses.emplace(std::move(item.file), std::move(item.address));
+    for (const EMU3FilePtr &file : folder.files)
+      table.addRow(csvRowOf(*file, addresses[file]));
     for (const FolderItem &item : folder.folders)
       table.addRow(csvRowOf(item));
   }

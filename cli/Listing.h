@@ -13,7 +13,7 @@ namespace tessary::cli {
 /// A folder with what is directly in it, in the order of the list.
 struct ListedFolder {
   FolderItem folder;
-  std::vector<FileItem> files;
+  std::vector<EMU3FilePtr> files;
   std::vector<FolderItem> folders;
 };
 
