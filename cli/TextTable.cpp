@@ -7,6 +7,13 @@
 namespace tessary::cli {
 namespace {
 
+// Cells that are shown as they are, as nearly all of them.
+bool isPlain(const std::string &cell) {
+  return std::all_of(cell.begin(), cell.end(),
+                     [](char byte) { return byte >= 0x20 && byte < 0x7F && byte != '\\'; });
+}
+
+// In characters.
 std::size_t widthOf(const std::string &cell) {
   return static_cast<std::size_t>(std::count_if(
       cell.begin(), cell.end(), [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
@@ -40,38 +47,39 @@ void appendCsvLine(std::string &text, const std::vector<std::string> &cells) {
 
 } // namespace
 
+TextTable::TextTable(std::vector<Column> columns) : columns_(std::move(columns)) {
+  for (const Column &column : columns_)
+    widths_.push_back(widthOf(column.title));
+}
+
 void TextTable::addRow(std::vector<std::string> cells) {
   for (std::size_t i = 0; i < cells.size(); ++i) {
+    std::string &cell = cells[i];
     const bool isName = columns_[i].content == Content::name;
-    cells[i] = isName ? escapedNameForDisplay(cells[i]) : escapedForDisplay(cells[i]);
+    if (!isPlain(cell)) cell = isName ? escapedNameForDisplay(cell) : escapedForDisplay(cell);
+    widths_[i] = std::max(widths_[i], widthOf(cell));
   }
   rows_.push_back(std::move(cells));
 }
 
+void TextTable::appendLine(const std::vector<std::string> &cells, std::string &text) const {
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    const std::size_t padding = widths_[i] - widthOf(cells[i]);
+    const bool isLast = i + 1 == cells.size();
+    if (columns_[i].alignsRight)
+      text.append(padding, ' ').append(cells[i]);
+    else
+      text.append(cells[i]).append(isLast ? 0 : padding, ' ');
+    text += isLast ? "\n" : "  ";
+  }
+}
+
 // The text is made whole and printed at once: a stream takes longer for a word than making it does.
 void TextTable::print(std::ostream &out) const {
-  std::vector<std::size_t> widths;
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    std::size_t width = widthOf(columns_[i].title);
-    for (const auto &row : rows_)
-      width = std::max(width, widthOf(row[i]));
-    widths.push_back(width);
-  }
   std::string text;
-  const auto appendLine = [&](const std::vector<std::string> &cells) {
-    for (std::size_t i = 0; i < cells.size(); ++i) {
-      const std::size_t padding = widths[i] - widthOf(cells[i]);
-      const bool isLast = i + 1 == cells.size();
-      if (columns_[i].alignsRight)
-        text.append(padding, ' ').append(cells[i]);
-      else
-        text.append(cells[i]).append(isLast ? 0 : padding, ' ');
-      text += isLast ? "\n" : "  ";
-    }
-  };
-  appendLine(titlesOf(columns_));
+  appendLine(titlesOf(columns_), text);
   for (const auto &row : rows_)
-    appendLine(row);
+    appendLine(row, text);
   out << text;
 }
 

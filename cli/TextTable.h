@@ -20,7 +20,7 @@ public:
     Content content = Content::name;
   };
 
-  explicit TextTable(std::vector<Column> columns) : columns_(std::move(columns)) {}
+  explicit TextTable(std::vector<Column> columns);
 
   /// As many cells as there are columns.
   void addRow(std::vector<std::string> cells);
@@ -31,7 +31,10 @@ public:
   void printCsv(std::ostream &out) const;
 
 private:
+  void appendLine(const std::vector<std::string> &cells, std::string &text) const;
+
   std::vector<Column> columns_;
+  std::vector<std::size_t> widths_; ///< of each column's widest cell, in characters
   std::vector<std::vector<std::string>> rows_;
 };
 

@@ -2,18 +2,19 @@
 
 #include "filesystem/DiskFormat.h"
 
-#include <array>
-#include <charconv>
 #include <utility>
 
 namespace tessary {
 namespace {
 
-// std::to_chars, since printf would follow the locale that the toolkit sets.
-std::string withOneDecimal(double value) {
-  std::array<char, 64> text{};
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, 1);
-  return {text.data(), end.ptr};
+// With one decimal, rounded to the nearest, halves to the even one. In whole numbers: printf would follow the
+// locale that the toolkit sets, and this is asked for each file of a list.
+std::string withOneDecimal(std::uint64_t size, std::uint64_t unit) {
+  const std::uint64_t tenthsOfRest = size % unit * 10;
+  std::uint64_t tenths = size / unit * 10 + tenthsOfRest / unit;
+  const std::uint64_t twiceLeft = tenthsOfRest % unit * 2;
+  if (twiceLeft > unit || (twiceLeft == unit && tenths % 2 != 0)) ++tenths;
+  return std::to_string(tenths / 10) + '.' + static_cast<char>('0' + tenths % 10);
 }
 
 } // namespace
@@ -84,10 +85,8 @@ std::string fileSizeStringFor(std::uint64_t fileSize) {
   constexpr std::uint64_t kilobyte = 1024;
   constexpr std::uint64_t megabyte = kilobyte * kilobyte;
   if (fileSize < kilobyte) return std::to_string(fileSize) + " B";
-  if (fileSize < megabyte) {
-    return withOneDecimal(static_cast<double>(fileSize) / static_cast<double>(kilobyte)) + " KB";
-  }
-  return withOneDecimal(static_cast<double>(fileSize) / static_cast<double>(megabyte)) + " MB";
+  if (fileSize < megabyte) return withOneDecimal(fileSize, kilobyte) + " KB";
+  return withOneDecimal(fileSize, megabyte) + " MB";
 }
 
 } // namespace tessary

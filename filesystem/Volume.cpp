@@ -105,8 +105,9 @@ bool Volume::mayChangeBeside() const {
 }
 
 bool Volume::entryStands(const EMU3File &file) const {
-  const std::optional<format::Dentry> before = snapshot_.entry(file.place());
-  const std::optional<format::Dentry> now = entries.readEntry(file.place());
+  const EntryPlace place = file.place();
+  const std::optional<format::Dentry> before = snapshot_.entry(place);
+  const std::optional<format::Dentry> now = entries.readEntry(place);
   return before && now && *before == *now;
 }
 

@@ -112,6 +112,10 @@ TEST(FileModel, SizeTextChangesUnitAt1024AndAt1048576Bytes) {
       {33553920, "32.0 MB"},
       {1075, "1.0 KB"},
       {1076, "1.1 KB"},
+      {1280, "1.2 KB"}, // 1.25: halves go to the even digit
+      {1792, "1.8 KB"}, // 1.75
+      {1310720, "1.2 MB"},
+      {1310721, "1.3 MB"},
       {1ULL << 40, "1048576.0 MB"},
   };
   for (const auto &[size, text] : sizes) {
