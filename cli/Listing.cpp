@@ -61,14 +61,10 @@ Row csvRowOf(const EMU3File &file, const std::string &address) {
   const BankDetails details = file.bankDetails();
   const char *format = bankFormatName(details.bankFormat);
   const auto count = [&](std::uint64_t number) { return format ? std::to_string(number) : std::string(); };
-  return {csvPath(address, file.place()),
-          csvName(file.name()),
-          file.fileTypeString(),
-          format ? format : "",
-          count(details.presetCount),
-          count(details.sampleCount),
-          std::to_string(file.fileSize()),
-          placeAddress(file.place())};
+  return {csvPath(address, file.place()),  csvName(file.name()),
+          file.fileTypeString(),           format ? format : "",
+          count(details.presetCount),      count(details.sampleCount),
+          std::to_string(file.fileSize()), placeAddress(file.place())};
 }
 
 Row csvRowOf(const FolderItem &item) {

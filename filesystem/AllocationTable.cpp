@@ -44,29 +44,37 @@ public:
   [[nodiscard]] std::uint64_t count() const { return count_; }
   /// The first marked one from `i` on; `count` when there is none.
   [[nodiscard]] std::uint64_t nextMarked(std::uint64_t i) const {
-    return next(i, true, [](std::uint64_t four) { return four; });
+    return next(i, true, [](const Eight &marks) { return marks; });
   }
   /// The first free one.
   [[nodiscard]] std::uint64_t nextFree(std::uint64_t i) const {
-    // Not 0 exactly where one of the four is 0: only there, or above it by a borrow, does the subtraction set
-    // the highest bit of an entry in which it was not set before.
-    return next(i, false,
-                [](std::uint64_t four) { return (four - 0x0001000100010001) & ~four & 0x8000800080008000; });
+    return next(i, false, [](const Eight &marks) { return marks == 0; });
   }
 
 private:
-  // Free and marked entries come by the hundred. So many entries are looked at together, four to a word, and
-  // single ones only where one of them is what is looked for.
-  template <typename AnyOfFour>
-  [[nodiscard]] std::uint64_t next(std::uint64_t i, bool isMarked, const AnyOfFour &anyOfFour) const {
-    constexpr std::size_t words = 8;
-    std::array<std::uint64_t, words> many;
-    for (; i + 4 * words <= count_; i += 4 * words) {
+  using Eight [[gnu::vector_size(16)]] = std::int16_t;
+
+  [[nodiscard]] static bool isAnySet(const Eight &lanes) {
+    std::array<std::uint64_t, 2> halves;
+    std::memcpy(halves.data(), &lanes, sizeof lanes);
+    return (halves[0] | halves[1]) != 0;
+  }
+
+  // Free and marked entries come by the hundred. So many entries are looked at together, and single ones only
+  // in the first eight that have what is looked for: there `isWanted` sets a lane that is not 0.
+  template <typename IsWanted>
+  [[nodiscard]] std::uint64_t next(std::uint64_t i, bool isMarked, const IsWanted &isWanted) const {
+    constexpr std::size_t eights = 8;
+    std::array<Eight, eights> many;
+    for (; i + 8 * eights <= count_; i += 8 * eights) {
       std::memcpy(many.data(), bytes_ + 2 * i, sizeof many);
-      std::uint64_t any = 0;
-      for (const std::uint64_t four : many)
-        any |= anyOfFour(four);
-      if (any != 0) break;
+      Eight any{};
+      for (const Eight &marks : many)
+        any |= isWanted(marks);
+      if (!isAnySet(any)) continue;
+      for (const Eight *marks = many.data(); !isAnySet(isWanted(*marks)); ++marks)
+        i += 8;
+      break;
     }
     while (i < count_ && (readLE16(bytes_ + 2 * i) != 0) != isMarked)
       ++i;
