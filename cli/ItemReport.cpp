@@ -48,10 +48,12 @@ bool ItemReport::run(const std::string &item, const std::function<std::string()>
                      const std::function<ItemResult()> &result) {
   if (session_.interrupted()) return false;
   EMU3Error error;
-  if (attempt(item, work, &error))
+  if (attempt(item, work, &error)) {
     succeed(item, sentence(), result ? result() : ItemResult());
-  else
+    session_.out().flush();
+  } else {
     fail(item, error);
+  }
   return true;
 }
 
@@ -69,6 +71,8 @@ void ItemReport::runAll(ItemsOperation &operation, const std::vector<std::string
       succeed(item, ended.isLeftOut ? "Left out, since its name is there: " + item : sentence(ended),
               resultOf(ended));
   };
+  // Items end by the group, and their lines are written together.
+  watcher.progressed = [&](const ItemsProgress &) { session_.out().flush(); };
   operation.run(watcher);
 }
 
@@ -85,15 +89,17 @@ void ItemReport::succeed(const std::string &item, const std::string &sentence, I
   if (session_.json)
     outcomes_.push_back({item, std::move(result), std::nullopt});
   else if (!session_.quiet)
-    session_.out() << escapedForDisplay(sentence) << '\n' << std::flush;
+    session_.out() << escapedForDisplay(sentence) << '\n';
 }
 
 void ItemReport::fail(const std::string &item, const EMU3Error &error) {
   anyFailed_ = true;
-  if (session_.json)
+  if (session_.json) {
     outcomes_.push_back({item, {}, error});
-  else
-    printProblem(session_.streams.err, session_.problemPrefix, item, error);
+    return;
+  }
+  session_.out().flush(); // so that a terminal shows the lines in the order of the items
+  printProblem(session_.streams.err, session_.problemPrefix, item, error);
 }
 
 ExitStatus ItemReport::finish() {

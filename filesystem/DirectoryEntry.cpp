@@ -69,6 +69,17 @@ std::vector<std::int64_t> folderBlocks(const std::uint8_t *dentry) {
   return blocks;
 }
 
+bool isAllZero(const Block &block) {
+  return std::all_of(block.begin(), block.end(), [](std::uint8_t byte) { return byte == 0; });
+}
+
+bool hasNoEntry(const Block &block) {
+  for (std::size_t entry = 0; entry < kDentriesPerBlock; ++entry) {
+    if (block[entry * kDentrySize] != 0) return false;
+  }
+  return true;
+}
+
 namespace {
 
 Dentry namedDentry(std::string_view storedName) {

@@ -30,6 +30,11 @@ namespace tessary {
 [[nodiscard]] std::int64_t folderBlockAt(const format::Dentry &dentry, std::size_t position);
 void setFolderBlockAt(format::Dentry &dentry, std::size_t position, std::int64_t block);
 
+/// Whether a block holds nothing at all.
+[[nodiscard]] bool isAllZero(const format::Block &block);
+/// Whether no entry is in the block: each of its 16 begins with a zero byte.
+[[nodiscard]] bool hasNoEntry(const format::Block &block);
+
 /// Gives a file's entry an id; one with which the entry would read as a folder's is raised by 1.
 void setFileEntryId(format::Dentry &dentry, std::uint8_t entryId);
 

@@ -139,10 +139,10 @@ std::string RenamedEntry::takeBack(Volume &volume) {
 
 std::uint8_t nextEntryId(const EMU3Directory &folder) {
   unsigned next = 0;
-  for (const EMU3FilePtr &file : folder.files()) {
-    const unsigned id = file->entryId();
+  folder.lookAtFiles([&](const EMU3File &file) {
+    const unsigned id = file.entryId();
     if (id >= (next & 0xFF)) next = id + 1;
-  }
+  });
   return static_cast<std::uint8_t>(next & 0xFF);
 }
 

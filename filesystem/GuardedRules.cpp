@@ -35,17 +35,6 @@ std::uint64_t blocksFilled(std::uint64_t size) {
   return (size + kBlockSize - 1) / kBlockSize;
 }
 
-bool isAllZero(const Block &block) {
-  return std::all_of(block.begin(), block.end(), [](std::uint8_t byte) { return byte == 0; });
-}
-
-bool hasNoEntry(const Block &block) {
-  for (std::size_t entry = 0; entry < kDentriesPerBlock; ++entry) {
-    if (block[entry * kDentrySize] != 0) return false;
-  }
-  return true;
-}
-
 // The first of an entry's seven block numbers that is below 1.
 std::optional<std::size_t> firstEmptyPosition(const Dentry &dentry) {
   for (std::size_t position = 0; position < kFolderBlockCount; ++position) {
@@ -204,9 +193,10 @@ void GuardedRules::clearMarks(Volume &volume, const BlockRun &freed) const {
 }
 
 bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const {
-  if (volume.entries.isPlanned(place)) return false;
-  if (dentry[0] == 0) return true;
-  return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
+  const auto isOfDeletedFile = [&] {
+    return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
+  };
+  return (dentry[0] == 0 || isOfDeletedFile()) && !volume.entries.isPlanned(place);
 }
 
 // A damaged folder may name blocks of the table, or of a file's contents.
@@ -221,10 +211,14 @@ bool GuardedRules::mayChangeEntry(const Volume &volume, EntryPlace place, const 
   return !isInContents(volume, place.block, own);
 }
 
-// A deleted file of that place leaves the list: it no longer has an entry.
+// A deleted file of that place leaves the list: it no longer has an entry. Mostly there is none.
 void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const {
+  const auto hadIt = [&](const EMU3File &file) { return file.isDeleted() && file.place() == place; };
+  bool isAny = false;
+  folder->lookAtFiles([&](const EMU3File &file) { isAny = isAny || hadIt(file); });
+  if (!isAny) return;
   for (const EMU3FilePtr &file : folder->files()) {
-    if (file->isDeleted() && file->place() == place) volume.tree.removeFile(folder, file);
+    if (hadIt(*file)) volume.tree.removeFile(folder, file);
   }
 }
 

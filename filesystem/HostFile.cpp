@@ -23,7 +23,8 @@ ByteBufferPtr readAll(int descriptor, const std::string &path, std::uint64_t exp
   std::size_t length = 0;
   while (true) {
     if (length == bytes->size()) bytes->resize(length * 2);
-    const ssize_t got = ::read(descriptor, bytes->data() + length, bytes->size() - length);
+    const std::size_t wanted = bytes->size() - length;
+    const ssize_t got = ::read(descriptor, bytes->data() + length, wanted);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) {
       fail(error, hostError(errno, path));
@@ -31,6 +32,8 @@ ByteBufferPtr readAll(int descriptor, const std::string &path, std::uint64_t exp
     }
     if (got == 0) break;
     length += static_cast<std::size_t>(got);
+    // A host reads less of a file than was asked for where the file ends.
+    if (length == expected && static_cast<std::size_t>(got) < wanted) break;
   }
   if (length < expected) { // half a sample stored as if it were whole would be a silent loss
     fail(error, {kHostErrorDomain, EIO, path + ": The file became shorter while it was read"});
