@@ -87,7 +87,7 @@ Subprocess::Subprocess(const std::vector<std::string> &words, const SubprocessOp
   if (pid_ == 0) {
     ::dup2(in.theirs, STDIN_FILENO);
     ::dup2(out.theirs, STDOUT_FILENO);
-    ::dup2(err.theirs, STDERR_FILENO);
+    ::dup2(options.errGoesToOut ? out.theirs : err.theirs, STDERR_FILENO);
     for (const int descriptor : options.closed)
       ::close(descriptor);
     if (options.addressSpace != 0) {

@@ -19,6 +19,7 @@ struct Ending {
 struct SubprocessOptions {
   bool errIsTerminal = false;
   bool outIsTerminal = false;
+  bool errGoesToOut = false; ///< both write to the one pipe, in the order in which they are written
   bool ignoresSigint = false;
   bool ignoresSigpipe = false;
   std::size_t addressSpace = 0; ///< most that it may map, in bytes; 0 for no limit

@@ -88,6 +88,25 @@ TEST_F(Ls, CsvHasPathsPlacesAndPlainNumbersAndNothingWhereThereIsNone) {
                     ""}));
 }
 
+TEST_F(Ls, CsvKeepsEachFilesOwnAddressInAnyOrder) {
+  ImageBuilder image;
+  for (const std::size_t size : {3, 9, 6})
+    image.root().addFile(size == 9 ? "OTHER" : "TWICE", patternBytes(size), {.type = 0x82});
+  image.root().addRaw(rawFileEntry("GONE", 0, 0, 9, 1, 1, 1));
+  image.root().addFolder("TWICE");
+  use(image);
+  EXPECT_EQ(cli("ls", {"--csv", "--sort", "size", "--reverse"}).out,
+            kCsvTitles + std::string("/OTHER,OTHER,File,,,,9,@34:1\n"
+                                     "@34:2,TWICE,File,,,,6,@34:2\n"
+                                     "/TWICE,TWICE,File,,,,3,@34:0\n"
+                                     "@34:4,TWICE,Folder,,,,,@34:4\n"));
+  EXPECT_EQ(cli("ls", {"--csv", "--reverse"}).out,
+            kCsvTitles + std::string("@34:2,TWICE,File,,,,6,@34:2\n"
+                                     "/OTHER,OTHER,File,,,,9,@34:1\n"
+                                     "/TWICE,TWICE,File,,,,3,@34:0\n"
+                                     "@34:4,TWICE,Folder,,,,,@34:4\n"));
+}
+
 TEST_F(Ls, CsvNeverLetsANameOutOfItsCell) {
   ImageBuilder image;
   for (const char *name :

@@ -59,6 +59,14 @@ TEST_F(Program, WritesToItsStreamsWhatTheToolWrites) {
   EXPECT_EQ(bad.err, "tessary-cli: No such file: /NONE\n");
 }
 
+TEST_F(Program, LinesOfBothStreamsComeInTheOrderOfTheItems) {
+  const std::string good = hostPath("GOOD"), none = hostPath("NONE");
+  writeText(good, "good");
+  const Result result = run({"import", imagePath(), none, good, none, "-t", "/"}, {.errGoesToOut = true});
+  const std::string failed = "tessary-cli: " + none + ": No such file or directory\n";
+  EXPECT_EQ(result.out, failed + "Imported " + good + " into /\n" + failed);
+}
+
 TEST_F(Program, BatchReadsStandardInput) {
   const Result result = run({"batch", imagePath()}, {}, "cat /KICK\ncat /KICK");
   EXPECT_EQ(result.ending, (Ending{0, 0}));

@@ -5,9 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <limits>
 #include <utility>
+#include <vector>
 
 namespace tessary::test {
 namespace {
@@ -145,6 +147,44 @@ TEST(AnyMarked, WhatCannotBeReadIs) {
   EXPECT_TRUE(parts.table.anyMarked(0, 6 * 256 + 1));
   EXPECT_TRUE(parts.table.anyMarked(7 * 256, 1));
   EXPECT_FALSE(parts.table.anyMarked(14 * 256, 256));
+}
+
+std::vector<std::pair<std::uint64_t, std::uint64_t>> markedRuns(const AllocationTable &table,
+                                                                std::uint64_t first, std::uint64_t end) {
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> runs;
+  table.forEachMarkedRun(first, end, [&](const MarkedRun &run) { runs.emplace_back(run.first, run.count); });
+  return runs;
+}
+
+// Runs of every length from 1 to 200, with as many free blocks behind each, so that they begin and end
+// everywhere among the marks that are looked at together. A mark is any 16 bits but 0.
+TEST(MarkedRuns, AreFoundWhereverTheyBeginAndEnd) {
+  ImageBuilder image({.sizeBytes = 64 * kMiB, .marksBlocks = false});
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> expected;
+  std::uint64_t block = 7;
+  for (std::uint64_t length = 1; length <= 200; ++length) {
+    for (std::uint64_t i = 0; i < length; ++i)
+      image.setFatEntry(block + i, i % 3 == 0 ? 0x0100 : i % 3 == 1 ? 0x0001 : 0x8000);
+    expected.emplace_back(block, length);
+    block += 2 * length;
+  }
+  EngineParts parts(std::move(image));
+  EXPECT_EQ(markedRuns(parts.table, 0, block), expected);
+}
+
+TEST(MarkedRuns, EndWhereTheyAreAskedTo) {
+  ImageBuilder image({.sizeBytes = 4 * kMiB, .marksBlocks = false});
+  for (std::uint64_t block = 100; block < 400; ++block)
+    image.setFatEntry(block, 0x8000);
+  EngineParts parts(std::move(image));
+  for (const std::uint64_t first : {99U, 100U, 101U, 163U, 164U, 165U, 255U, 256U, 257U, 398U, 399U}) {
+    for (const std::uint64_t end : {400U, 401U, 500U})
+      EXPECT_EQ(markedRuns(parts.table, first, end),
+                (std::vector{std::pair{std::max<std::uint64_t>(first, 100),
+                                       400 - std::max<std::uint64_t>(first, 100)}}));
+    EXPECT_EQ(markedRuns(parts.table, first, std::max<std::uint64_t>(first, 100) + 1).front().second, 1U);
+  }
+  EXPECT_TRUE(markedRuns(parts.table, 400, 1000).empty());
 }
 
 TEST(TableAccess, FollowsTheTableWhenItsPlaceIsReadAnew) {

@@ -1,7 +1,9 @@
 // Contents are passed on whole or not at all, and never over a mounted image.
 
+#include "filesystem/FileReading.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/UnreadablePages.h"
+#include "tests/writing/EngineParts.h"
 #include "tests/writing/guarded/GuardedVolume.h"
 
 #include <gtest/gtest.h>
@@ -204,6 +206,47 @@ TEST_F(ExportOntoAnImage, ThatIsNoLongerMountedIsAllowed) {
   copy.reset();
   EXPECT_TRUE(volume->exportFile(volume.file("bank"), path));
   EXPECT_EQ(readBytes(path), bankContents());
+}
+
+// The second reading of contents that another program may change meanwhile.
+TEST(SecondReading, SeesEveryByteOfTheContents) {
+  constexpr std::size_t size = 700'003; // some pieces, and part of a block
+  const Bytes contents = patternBytes(size, 5);
+  ImageBuilder image({.sizeBytes = 4 * kMiB});
+  image.root().addFile("long", contents);
+  const OpenedVolume volume(std::move(image), MountRules::guarded);
+  const EMU3FilePtr file = fileNamed(volume.root(), "long");
+  const ReadLock lock((*volume).lock);
+  ByteBuffer bytes(contents.begin(), contents.end());
+  EXPECT_TRUE(areWholeBytesOfFile(*volume, *file, bytes));
+  for (const std::size_t place :
+       {std::size_t{0}, std::size_t{262'143}, std::size_t{262'144}, std::size_t{524'288}, size - 1}) {
+    bytes[place] ^= 1;
+    EXPECT_FALSE(areWholeBytesOfFile(*volume, *file, bytes)) << place;
+    bytes[place] ^= 1;
+  }
+  bytes.push_back(0);
+  EXPECT_FALSE(areWholeBytesOfFile(*volume, *file, bytes));
+  bytes.resize(size - 1);
+  EXPECT_FALSE(areWholeBytesOfFile(*volume, *file, bytes));
+}
+
+TEST(SecondReading, FindsNothingWhereTheImageWasCutShort) {
+  ImageBuilder image({.sizeBytes = 4 * kMiB});
+  image.root().addFile("zeros", Bytes(300'000, 0)); // what is cut off inside a page reads as zeros too
+  image.root().addFile("empty", {});
+  const OpenedVolume volume(std::move(image), MountRules::guarded);
+  const EMU3FilePtr file = fileNamed(volume.root(), "zeros");
+  const ReadLock lock((*volume).lock);
+  const ByteBufferPtr bytes = wholeBytesOfFile(*volume, *file);
+  ASSERT_TRUE(bytes);
+  const std::uint64_t end =
+      ((*volume).geometry().slotStartBlock(file->startCluster()) + file->blocksInLastCluster()) * kBlockBytes;
+  std::filesystem::resize_file(volume.path(), end);
+  EXPECT_TRUE(areWholeBytesOfFile(*volume, *file, *bytes));
+  std::filesystem::resize_file(volume.path(), end - 1);
+  EXPECT_FALSE(areWholeBytesOfFile(*volume, *file, *bytes));
+  EXPECT_TRUE(areWholeBytesOfFile(*volume, *fileNamed(volume.root(), "empty"), {}));
 }
 
 } // namespace
