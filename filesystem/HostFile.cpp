@@ -46,14 +46,16 @@ ByteBufferPtr readAll(int descriptor, const std::string &path, std::uint64_t exp
 } // namespace
 
 // Looks before opening: opening a FIFO would wait for its other end, opening a device can act on it.
-std::optional<HostFile> HostFile::open(const std::string &path, EMU3Error *error) {
+std::optional<HostFile> HostFile::open(const std::string &path, EMU3Error *error, Seen seen) {
   const auto refused = [&](EMU3Error reason) {
     fail(error, std::move(reason));
     return std::nullopt;
   };
   struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) return refused(hostError(errno, path));
-  if (!S_ISREG(status.st_mode)) return refused(notRegular(path, status.st_mode));
+  if (seen != Seen::regularFile) {
+    if (::stat(path.c_str(), &status) != 0) return refused(hostError(errno, path));
+    if (!S_ISREG(status.st_mode)) return refused(notRegular(path, status.st_mode));
+  }
   const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   if (descriptor < 0) return refused(hostError(errno, path));
   HostFile file(path, descriptor, 0);

@@ -13,7 +13,13 @@ namespace tessary {
 /// without being opened, so a FIFO never blocks. Errors are the host's, and name the file.
 class HostFile final {
 public:
-  static std::optional<HostFile> open(const std::string &path, EMU3Error *error);
+  /// What the caller has seen at the path.
+  enum class Seen {
+    nothing,
+    regularFile, ///< one look less; what came in its place since is refused too, once it is open
+  };
+
+  static std::optional<HostFile> open(const std::string &path, EMU3Error *error, Seen seen = Seen::nothing);
   ~HostFile();
   HostFile(HostFile &&other) noexcept;
   HostFile(const HostFile &) = delete;

@@ -24,9 +24,8 @@ bool mayStore(Volume &volume, const std::string &imagePath, const NewFile &file,
 }
 
 std::optional<NewFile> withBytes(NewFile file, Volume &volume, const std::string &imagePath,
-                                 const std::string &hostPath, const EMU3DirectoryPtr &toDirectory,
+                                 const std::optional<HostFile> &source, const EMU3DirectoryPtr &toDirectory,
                                  EMU3Error *error) {
-  const std::optional<HostFile> source = HostFile::open(hostPath, error);
   if (!source) return std::nullopt;
   file.size = source->size();
   if (file.size > kReadAtOnce && volume.rules().refusesBeforeReading() &&
@@ -55,8 +54,11 @@ std::optional<NewFile> readForImport(Volume &volume, const std::string &imagePat
   NewFile file;
   file.name = nameForImport(importSource);
   if (importSource.name && !mayGiveName(volume, *importSource.name, error)) return std::nullopt;
-  if (!importSource.bytes)
-    return withBytes(std::move(file), volume, imagePath, importSource.hostPath, toDirectory, error);
+  if (!importSource.bytes) {
+    const auto seen = importSource.isRegular ? HostFile::Seen::regularFile : HostFile::Seen::nothing;
+    return withBytes(std::move(file), volume, imagePath, HostFile::open(importSource.hostPath, error, seen),
+                     toDirectory, error);
+  }
   file.size = importSource.bytes->size();
   if (volume.rules().refusesBeforeReading() && !mayStore(volume, imagePath, file, toDirectory, error))
     return std::nullopt;
@@ -75,7 +77,7 @@ std::optional<NewFile> readForRestoration(Volume &volume, const std::string &ima
   NewFile file;
   file.name = *name;
   file.model = entry;
-  return withBytes(std::move(file), volume, imagePath, hostPath, toDirectory, error);
+  return withBytes(std::move(file), volume, imagePath, HostFile::open(hostPath, error), toDirectory, error);
 }
 
 } // namespace tessary

@@ -17,6 +17,7 @@ struct ImportSource {
   std::string hostPath{};            ///< of a host file; empty where `bytes` are given
   std::optional<std::string> name{}; ///< that was asked for; none for the host file's own without extension
   ByteBufferPtr bytes{};
+  bool isRegular = false; ///< the host file has been seen to be a regular one
 };
 
 /// What an import calls a host file or folder: `name`, cut to 15 UTF-16 code units.

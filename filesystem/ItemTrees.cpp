@@ -29,8 +29,7 @@ template <typename Folder> struct Above {
 // planned.
 template <typename Inside, typename OnFolder, typename OnFile>
 void walkTree(const EMU3DirectoryPtr &top, Inside above, const OnFolder &onFolder, const OnFile &onFile) {
-  std::vector<std::pair<EMU3DirectoryPtr, Inside>> waiting;
-  waiting.emplace_back(top, std::move(above));
+  std::vector<std::pair<EMU3DirectoryPtr, Inside>> waiting{{top, std::move(above)}};
   while (!waiting.empty()) {
     const auto [folder, outside] = std::move(waiting.back());
     waiting.pop_back();
@@ -65,11 +64,6 @@ struct Emptied {
   VolumeFolder made; ///< where its contents go
 };
 
-ArrivingFile arrivingFile(const TreeDestination &destination, const VolumeFolder &to,
-                          const std::string &name) {
-  return {destination.earlier, to, name};
-}
-
 // A copy of an entry keeps its name as it is; otherwise it is stored anew.
 std::string nameOfCopy(const TreeDestination &destination, const EMU3File &file) {
   const Volume &volume = *destination.at.volume;
@@ -95,12 +89,14 @@ FolderPlan planOfStored(const Volume &volume, const EntryBytes &entry) {
 
 } // namespace
 
-std::unique_ptr<ItemStep> importStep(const TreeDestination &destination, ImportSource source,
-                                     const VolumeFolder &to) {
+// What has a size was seen to be a regular file.
+void planImport(ItemsPlan *plan, const TreeDestination &destination, Item item, ImportSource source,
+                const VolumeFolder &to) {
   const std::string name = nameOnceStored(*destination.at.volume, nameForImport(source));
+  source.isRegular = item.bytes > 0;
   auto step = std::make_unique<ImportStep>(destination.at, std::move(source), to);
-  step->setArriving(arrivingFile(destination, to, name));
-  return step;
+  step->setArriving({destination.earlier, to, name});
+  plan->add(std::move(item), std::move(step));
 }
 
 std::unique_ptr<ItemStep> copyStep(const TreeDestination &destination, const VolumeAt &source,
@@ -116,7 +112,7 @@ std::unique_ptr<ItemStep> copyStep(const TreeDestination &destination, const Vol
                                           return std::make_unique<CopyFile>(file, to->folder);
                                         });
   }
-  step->setArriving(arrivingFile(destination, to, nameOfCopy(destination, *file)));
+  step->setArriving({destination.earlier, to, nameOfCopy(destination, *file)});
   return step;
 }
 
@@ -138,7 +134,7 @@ void planMove(ItemsPlan *plan, const TreeDestination &destination, const Foreign
   }
   // In the folder that it is in already nothing changes.
   if (to->folder != file.directory)
-    step->setArriving(arrivingFile(destination, to, nameOfCopy(destination, *file.file)));
+    step->setArriving({destination.earlier, to, nameOfCopy(destination, *file.file)});
   plan->add(std::move(item), std::move(step));
 }
 
@@ -161,8 +157,8 @@ void planImport(ItemsPlan *plan, const TreeDestination &destination, const std::
         plan->add({.parent = folder.above.item, .hostPath = folder.path, .isFolder = true},
                   std::make_unique<FolderStep>(destination.at, std::move(making), folder.above.into, made));
     for (const std::string &path : listing.files)
-      plan->add({.parent = item, .hostPath = path, .bytes = sizeOfHostFile(path)},
-                importStep(destination, {.hostPath = path}, made));
+      planImport(plan, destination, {.parent = item, .hostPath = path, .bytes = sizeOfHostFile(path)},
+                 {.hostPath = path}, made);
     for (; !listing.folders.empty(); listing.folders.pop_back())
       waiting.push_back({std::move(listing.folders.back()), {item, made}});
   }

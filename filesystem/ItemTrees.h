@@ -22,6 +22,9 @@ struct TreeDestination {
   std::shared_ptr<EarlierFiles> earlier{}; ///< null where files that are there do not matter
 };
 
+/// Plans the import of one file. `item` has the size of its host file.
+void planImport(ItemsPlan *plan, const TreeDestination &destination, Item item, ImportSource source,
+                const VolumeFolder &to);
 /// Plans the import of a folder of the host.
 void planImport(ItemsPlan *plan, const TreeDestination &destination, const std::string &hostPath,
                 const VolumeFolder &to);
@@ -42,9 +45,6 @@ void planMove(ItemsPlan *plan, const TreeDestination &destination, const Foreign
 void planExport(ItemsPlan *plan, const ExportFrom &from, const EMU3DirectoryPtr &folder,
                 const HostFolder &into, const ExistingOnHost &existing);
 
-/// The step that imports one file.
-[[nodiscard]] std::unique_ptr<ItemStep> importStep(const TreeDestination &destination, ImportSource source,
-                                                   const VolumeFolder &to);
 /// The step that copies a file of this volume or another.
 [[nodiscard]] std::unique_ptr<ItemStep> copyStep(const TreeDestination &destination, const VolumeAt &source,
                                                  const EMU3FilePtr &file, const VolumeFolder &to);

@@ -101,7 +101,7 @@ void ItemsOperation::setExportOptions(const ExportOptions &options) {
 }
 
 void ItemsOperation::Parts::addImport(Item item, ImportSource source, const EMU3DirectoryPtr &to) {
-  plan.add(std::move(item), importStep(destination(), std::move(source), folderThatIsThere(to)));
+  planImport(&plan, destination(), std::move(item), std::move(source), folderThatIsThere(to));
 }
 
 void ItemsOperation::importFile(const std::string &hostPath, const EMU3DirectoryPtr &to) {
