@@ -56,8 +56,9 @@ void TextTable::addRow(std::vector<std::string> cells) {
   for (std::size_t i = 0; i < cells.size(); ++i) {
     std::string &cell = cells[i];
     const bool isName = columns_[i].content == Content::name;
-    if (!isPlain(cell)) cell = isName ? escapedNameForDisplay(cell) : escapedForDisplay(cell);
-    widths_[i] = std::max(widths_[i], widthOf(cell));
+    const bool isShownAsItIs = isPlain(cell);
+    if (!isShownAsItIs) cell = isName ? escapedNameForDisplay(cell) : escapedForDisplay(cell);
+    widths_[i] = std::max(widths_[i], isShownAsItIs ? cell.size() : widthOf(cell));
   }
   rows_.push_back(std::move(cells));
 }
