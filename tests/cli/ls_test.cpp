@@ -90,7 +90,7 @@ TEST_F(Ls, CsvHasPathsPlacesAndPlainNumbersAndNothingWhereThereIsNone) {
 
 TEST_F(Ls, CsvKeepsEachFilesOwnAddressInAnyOrder) {
   ImageBuilder image;
-  for (const std::size_t size : {3, 9, 6})
+  for (const std::size_t size : {3U, 9U, 6U})
     image.root().addFile(size == 9 ? "OTHER" : "TWICE", patternBytes(size), {.type = 0x82});
   image.root().addRaw(rawFileEntry("GONE", 0, 0, 9, 1, 1, 1));
   image.root().addFolder("TWICE");
