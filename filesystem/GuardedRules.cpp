@@ -193,10 +193,9 @@ void GuardedRules::clearMarks(Volume &volume, const BlockRun &freed) const {
 }
 
 bool GuardedRules::isFree(const Volume &volume, const std::uint8_t *dentry, EntryPlace place) const {
-  const auto isOfDeletedFile = [&] {
-    return dentry[kDentryRawType] == kRawTypeDeleted && !volume.index->isFolderEntry(place);
-  };
-  return (dentry[0] == 0 || isOfDeletedFile()) && !volume.entries.isPlanned(place);
+  const bool isDeleted = dentry[kDentryRawType] == kRawTypeDeleted;
+  if (dentry[0] != 0 && (!isDeleted || volume.index->isFolderEntry(place))) return false;
+  return !volume.entries.isPlanned(place);
 }
 
 // A damaged folder may name blocks of the table, or of a file's contents.
