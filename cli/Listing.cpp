@@ -61,10 +61,13 @@ Row csvRowOf(const EMU3File &file, const std::string &address) {
   const BankDetails details = file.bankDetails();
   const char *format = bankFormatName(details.bankFormat);
   const auto count = [&](std::uint64_t number) { return format ? std::to_string(number) : std::string(); };
-  return {csvPath(address, file.place()),  csvName(file.name()),
-          file.fileTypeString(),           format ? format : "",
-          count(details.presetCount),      count(details.sampleCount),
-          std::to_string(file.fileSize()), placeAddress(file.place())};
+  const EntryPlace place = file.place();
+  Row row{csvPath(address, place), csvName(file.name()), file.fileTypeString(), format ? format : ""};
+  row.push_back(count(details.presetCount));
+  row.push_back(count(details.sampleCount));
+  row.push_back(std::to_string(file.fileSize()));
+  row.push_back(placeAddress(place));
+  return row;
 }
 
 Row csvRowOf(const FolderItem &item) {
