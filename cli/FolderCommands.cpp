@@ -108,7 +108,7 @@ extern const CommandEntry kMakeFolderCommand{
     "characters, at\n"
     "most 15 bytes of which are stored, and is not compared with names that exist.\n"
     "\n"
-    "Example:\n"
+    "Examples:\n"
     "  tessary-cli mkdir disk.hda /Drums/Snares\n"
     "  tessary-cli mkdir disk.hda -p /Drums/Snares/Old\n",
     {.claims = true},

@@ -1,14 +1,17 @@
 // Every command that the documents show, run as it stands there, one after the other, in a folder with the
 // demo image and the host files that they name.
 
+#include "cli/Command.h"
 #include "tests/cli/CliRun.h"
 #include "tests/cli/ProjectFile.h"
 #include "tests/support/BankBuilder.h"
 #include "tests/support/HostFiles.h"
 #include "tests/support/SampleVolumes.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -68,6 +71,18 @@ Lines commandsOfManPage(const std::string &document) {
   return commands;
 }
 
+// The heading of a command's examples and the lines below it, as a shell reads them.
+Lines examplesInHelp(const std::string &command) {
+  std::istringstream help(runCli({command, "--help"}).out);
+  Lines examples;
+  for (std::string line; std::getline(help, line);)
+    if (line == "Example:" || line == "Examples:" || (!examples.empty() && !line.empty()))
+      examples.push_back(examples.empty() ? line : line.substr(std::min<std::size_t>(2, line.size())));
+    else if (!examples.empty())
+      break;
+  return examples;
+}
+
 class DocumentedCommands : public CliTest {
 protected:
   DocumentedCommands() {
@@ -81,8 +96,8 @@ protected:
   // A line of a shell, with the program found by its name.
   int statusOf(const std::string &line) const {
     const std::string program = std::filesystem::path(TESSARY_CLI_PROGRAM).parent_path().native();
-    writeText(hostPath("line.sh"),
-              "set -o pipefail\ncd '" + hostPath("") + "'\nPATH='" + program + "':\"$PATH\"\n" + line + "\n");
+    writeText(hostPath("line.sh"), "set -o pipefail\ncd '" + hostPath("") + "'\nHOME=$PWD\nPATH='" + program +
+                                       "':\"$PATH\"\n" + line + "\n");
     const std::string shell = "bash '" + hostPath("line.sh") + "' >'" + hostPath("output") + "' 2>&1";
     const int status = std::system(shell.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -105,6 +120,27 @@ TEST_F(DocumentedCommands, OfTheUserGuideWork) {
 
 TEST_F(DocumentedCommands, OfTheManPageWork) {
   expectToWork(commandsOfManPage("packaging/man/tessary-cli.1"), 17);
+}
+
+// Not each names what is on the demo image; none may be refused for its words.
+TEST_F(DocumentedCommands, OfTheHelpAreTakenAndHeadedByTheirNumber) {
+  std::size_t commands = 0;
+  for (const cli::CommandEntry *entry : cli::commandTable()) {
+    const Lines examples = examplesInHelp(std::string(entry->name));
+    if (examples.empty()) continue;
+    const auto calls = std::count_if(examples.begin(), examples.end(), [](const std::string &line) {
+      return line.starts_with("tessary-cli ");
+    });
+    EXPECT_EQ(examples.front(), calls == 1 ? "Example:" : "Examples:") << entry->name;
+    std::string script;
+    for (auto line = std::next(examples.begin()); line != examples.end(); ++line)
+      script += *line + "\n";
+    statusOf(script);
+    const std::string said = readText(hostPath("output"));
+    EXPECT_EQ(said.find("See: tessary-cli"), std::string::npos) << entry->name << "\n" << said;
+    ++commands;
+  }
+  EXPECT_GE(commands, 19U);
 }
 
 } // namespace
