@@ -92,7 +92,10 @@ void Browser::showImage() {
   sidebar_->setRoot(root);
   sidebar_->reload();
   // Of an image without folders nothing is shown at first.
-  if (const EMU3DirectoryPtr first = folderToShowFirst(root); first != root) showFolder(first);
+  if (const EMU3DirectoryPtr first = folderToShowFirst(root); first != root)
+    showFolder(first);
+  else
+    writeReadyFile(views_.window); // no folder's details are waited for
   updateFolderBar();
 }
 

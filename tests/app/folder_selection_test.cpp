@@ -245,5 +245,13 @@ TEST_F(FolderSelection, ReadyFileIsWrittenWhenDetailsAreShown) {
   qunsetenv("TESSARY_READY_FILE");
 }
 
+TEST_F(FolderSelection, ReadyFileIsWrittenForAnImageWithoutFolders) {
+  const std::string ready = folder_.path("ready");
+  qputenv("TESSARY_READY_FILE", ready.c_str());
+  controller_->openImageAtURL(writeImage(ImageBuilder()));
+  EXPECT_TRUE(QTest::qWaitFor([&] { return std::filesystem::exists(ready); }, 10000));
+  qunsetenv("TESSARY_READY_FILE");
+}
+
 } // namespace
 } // namespace tessary::test
