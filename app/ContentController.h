@@ -16,6 +16,8 @@
 
 namespace tessary {
 
+class DragExport;
+
 /// Feeds the file table: the files of the current folder, or those found in all folders, as they were at the
 /// last `refresh`. Its rows can be dragged to other folders, also of another window's image, and out as host
 /// files; what is dropped on the table is for the current folder. Main thread only.
@@ -36,6 +38,8 @@ public:
   void setTableView(QTableView *tableView);
   QTableView *tableView() const { return tableView_; }
 
+  /// Makes the copies for other programs; unset, they get none. Not owned.
+  void setDragExport(DragExport *drags) { drags_ = drags; }
   /// Performs a drop of what a window of this program drags on the table; unset, that is refused.
   void setItemsDropped(ItemsDropped callback) { itemsDropped_ = std::move(callback); }
   /// Performs a drop of host files, given by their paths, on the table.
@@ -74,9 +78,7 @@ public:
   Qt::DropActions supportedDragActions() const override;
   Qt::DropActions supportedDropActions() const override;
   QStringList mimeTypes() const override;
-  /// The rows' files as `DraggedItems`, in row order. Exports them to the host, each into a private folder of
-  /// its own. A row whose export fails is left out and logged; null when none is left, or when another folder
-  /// is shown by then. Meanwhile events are handled, but for the user's. The caller owns the result.
+  /// The rows' files as `DraggedItems`, in row order; null for none. The caller owns the result.
   QMimeData *mimeData(const QModelIndexList &indexes) const override;
   /// Any place on the table will do. Refuses the table's own rows, and everything unless a folder of an image
   /// is shown that is writable, or will be when another program lets go of it.
@@ -102,6 +104,7 @@ private:
   EMU3DirectoryPtr directory_;
   EMU3FilesystemPtr filesystem_;
   QPointer<QTableView> tableView_;
+  DragExport *drags_ = nullptr;
   ItemsDropped itemsDropped_;
   std::function<void(const std::vector<std::string> &)> dropReceived_;
   FileOrder order_;

@@ -37,12 +37,9 @@ QMimeData *ContentController::mimeData(const QModelIndexList &indexes) const {
   files.reserve(rows.size());
   for (const std::size_t row : rows)
     files.push_back(rows_[row].file);
-  const EMU3DirectoryPtr directory = directory_;
-  const std::vector<std::string> copies = exportForDrag(filesystem_, files);
-  // Rows that are no longer shown are not dragged.
-  if (copies.empty() || directory_ != directory) return nullptr;
-  // Windows of this program tell why they cannot copy a file, so all of them go there.
-  return new DraggedItems(filesystem_, files, search_.everywhere ? nullptr : directory, copies);
+  if (files.empty()) return nullptr;
+  return new DraggedItems(filesystem_, files, search_.everywhere ? nullptr : directory_,
+                          drags_ ? drags_->copiesOf(files) : nullptr);
 }
 
 // ---- Drops on the table
@@ -55,7 +52,7 @@ bool ContentController::canDropMimeData(const QMimeData *data, Qt::DropAction ac
                                         const QModelIndex &) const {
   if (action != Qt::CopyAction || incomingDrag_.comesFrom(tableView_) || !canImport()) return false;
   if (const DraggedItems *items = DraggedItems::in(data)) return itemsDropped_ && items->mayGoTo(directory_);
-  return !incomingDrag_.bringsSamples() && incomingDrag_.bringsFiles(*data);
+  return incomingDrag_.bringsFiles(*data);
 }
 
 bool ContentController::dropMimeData(const QMimeData *data, Qt::DropAction, int, int, const QModelIndex &) {
@@ -65,6 +62,7 @@ bool ContentController::dropMimeData(const QMimeData *data, Qt::DropAction, int,
     itemsDropped_(directory_, *items);
     return true;
   }
+  if (DraggedData::in(data)) return false;
   const std::vector<std::string> urls = filePaths(*data);
   if (urls.empty() || !dropReceived_) return false;
   dropReceived_(urls);

@@ -1,68 +1,122 @@
 #include "app/DragExport.h"
 
+#include "app/Browser.h"
+#include "app/Dialogs.h"
+#include "app/DisplayText.h"
+#include "app/DraggedData.h"
+#include "app/FileURLs.h"
+#include "app/ImageWork.h"
 #include "app/PrivateFolder.h"
-#include "app/progress/WorkProgress.h"
-#include "tessary/ItemsOperation.h"
-#include "tessary/SystemLog.h"
+#include "tessary/ExportNames.h"
 
-#include <QEventLoop>
-#include <functional>
+#include <filesystem>
+#include <system_error>
+#include <utility>
 
 namespace tessary {
 namespace {
 
 constexpr const char *kKind = "EMU3Drag";
 
-/// Runs the operation; `exported` is called with what was, on the thread that does it.
-void run(ItemsOperation &operation, const std::function<void(const Item &, const ItemEnd &)> &exported) {
-  ItemsWatcher watcher;
-  watcher.ended = [&](const ItemEnd &end) {
-    const Item &item = operation.item(end.item);
-    if (!end.error) return exported(item, end);
-    systemLog("Drag export failed for " + nameOfItem(item) + ": " + end.error->description());
-  };
-  operation.run(watcher);
+ExportPlan::Result failureOfAll(const std::vector<std::string> &items, const EMU3Error &error) {
+  ExportPlan::Result result;
+  for (const std::string &item : items)
+    result.failures.push_back(ItemFailure::of(item, error));
+  result.outcome.failed = result.outcome.all = items.size();
+  return result;
 }
 
-/// Runs `work` on a thread of its own, not behind the queued work on the image, and waits for it.
-void runMeanwhile(const std::function<void()> &work) {
-  SerialQueue queue("com.tessary.drag");
-  QEventLoop loop;
-  queue.async([&] {
-    work();
-    QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
-  });
-  loop.exec(QEventLoop::ExcludeUserInputEvents); // the mouse stays with the drag
-  queue.waitUntilIdle();                         // when the application ends, so does the loop
+QList<QUrl> urlsOf(const std::vector<std::string> &paths) {
+  QList<QUrl> urls;
+  for (const std::string &path : paths)
+    urls.append(fileURL(path));
+  return urls;
 }
 
 } // namespace
 
-std::vector<std::string> exportForDrag(const EMU3FilesystemPtr &image,
-                                       const std::vector<EMU3FilePtr> &files) {
-  std::vector<std::string> exported;
-  runMeanwhile([&] {
-    const auto operation = image->manyItems();
-    for (const EMU3FilePtr &file : files)
-      if (const std::optional<std::string> folder = makePrivateFolder(kKind))
-        operation->exportFileInto(file, *folder);
-    run(*operation, [&](const Item &, const ItemEnd &end) { exported.push_back(end.hostPath); });
-  });
-  return exported;
+DragExport::DragExport(const CommandTools &tools, QObject *parent) : QObject(parent), tools_(tools) {}
+
+// ---- What is dragged
+
+HostCopiesPtr DragExport::copiesOf(const std::vector<EMU3FilePtr> &files) {
+  Job job{tools_.image->filesystem(), {}, ExportWords::kFiles, [files](ExportPlan *plan) {
+            for (const EMU3FilePtr &file : files)
+              plan->addFile(file);
+          }};
+  for (const EMU3FilePtr &file : files)
+    job.items.push_back(file->name());
+  return copiesBy(job);
 }
 
-std::optional<std::string> exportForDrag(const EMU3FilesystemPtr &image, const EMU3DirectoryPtr &folder) {
-  std::optional<std::string> exported;
-  runMeanwhile([&] {
-    const std::optional<std::string> above = makePrivateFolder(kKind);
-    if (!above) return;
-    const auto operation = image->manyItems();
-    operation->exportFolderInto(folder, *above);
-    run(*operation, [&](const Item &item, const ItemEnd &end) {
-      if (item.folder == folder) exported = end.hostPath;
-    });
-  });
-  return exported;
+HostCopiesPtr DragExport::copiesOf(const EMU3DirectoryPtr &folder) {
+  return copiesBy(
+      {tools_.image->filesystem(), {folder->name()}, ExportWords::kFiles, [folder](ExportPlan *plan) {
+         plan->addTree(folder);
+       }});
+}
+
+std::unique_ptr<DraggedData>
+DragExport::dataOf(const EMU3FilePtr &bank, const std::vector<ListedSample> &samples, std::uint32_t rate) {
+  Job job{tools_.image->filesystem(), {}, ExportWords::kSamples, [bank, samples, rate](ExportPlan *plan) {
+            plan->setSampleRate(rate);
+            for (const ListedSample &sample : samples)
+              plan->addSample(bank, sample, sample.name);
+          }};
+  QStringList names;
+  const std::string name = bank->name();
+  for (const ListedSample &sample : samples) {
+    job.items.push_back(name + "[" + sample.name + "]");
+    names += displayText(exportedSampleName(name, sample.name).whole());
+  }
+  return std::make_unique<DraggedData>(names, copiesBy(job));
+}
+
+HostCopiesPtr DragExport::copiesBy(const Job &job) {
+  return std::make_shared<HostCopies>(this,
+                                      [this, job](const HostCopiesPtr &copies) { return make(copies, job); });
+}
+
+// ---- Making the copies
+
+HostCopies::Stop DragExport::make(const HostCopiesPtr &copies, const Job &job) {
+  const EMU3FilesystemPtr mounted = tools_.image->filesystem();
+  if (!mounted || mounted != job.image.lock()) return nullptr;
+  const WorkProgressPtr progress = tools_.image->runLongWorkBeside(
+      queue_,
+      [job](EMU3Filesystem &filesystem, WorkProgress &working) { return write(filesystem, job, working); },
+      [this, copies, words = job.words](const ExportPlan::Result &result) {
+        copies->made(urlsOf(result.paths), [this, copies, words, result] { tell(*copies, words, result); });
+      });
+  return [progress] { progress->stop(); };
+}
+
+ExportPlan::Result DragExport::write(EMU3Filesystem &filesystem, const Job &job, WorkProgress &progress) {
+  progress.beginPart(QStringLiteral("Exporting"));
+  EMU3Error error;
+  const std::optional<std::string> folder = makePrivateFolder(kKind, &error);
+  if (!folder) return failureOfAll(job.items, error);
+  ExportPlan plan(*folder);
+  job.planner(&plan);
+  ExportPlan::Result result = plan.run(filesystem, "Drag export", progress);
+  if (result.outcome.isStopped) result.paths.clear();
+  std::error_code leftThere;
+  if (result.paths.empty()) std::filesystem::remove_all(*folder, leftThere); // nobody gets to know of it
+  return result;
+}
+
+void DragExport::tell(const HostCopies &copies, const ExportWords &words,
+                      const ExportPlan::Result &result) const {
+  if (copies.cameTooLate())
+    return tools_.dialogs->tell(
+        QStringLiteral("Nothing Was Dragged Out"),
+        QStringLiteral(
+            "The other program did not wait until the copies were made. Choose “Export…”, and take "
+            "them to it from the folder that you export to."));
+  if (copies.isAbandoned()) return; // the user has given the drag up
+  const WorkOutcome &outcome = result.outcome;
+  if (outcome.isStopped || outcome.failed > 0) tools_.browser->setStatus(words.status(outcome));
+  tools_.dialogs->tellFailures(words.failed(result), result.failures);
 }
 
 } // namespace tessary

@@ -1,18 +1,55 @@
 #pragma once
 
+#include "app/CommandTools.h"
+#include "app/ExportWords.h"
+#include "app/HostCopies.h"
 #include "tessary/EMU3Filesystem.h"
+#include "tessary/SerialQueue.h"
 
-#include <optional>
+#include <QObject>
+#include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
-/// Host copies of what is dragged, each in a private folder of its own; nothing removes them. What cannot be
-/// exported is left out and logged. Main thread only; events are handled meanwhile, but for the user's.
 namespace tessary {
 
-/// The paths of the copies, in the order of the files.
-std::vector<std::string> exportForDrag(const EMU3FilesystemPtr &image, const std::vector<EMU3FilePtr> &files);
-/// With its tree. The path of its copy; none when that was not made.
-std::optional<std::string> exportForDrag(const EMU3FilesystemPtr &image, const EMU3DirectoryPtr &folder);
+class DraggedData;
+
+/// Exports what is dragged out of the window, when another program asks for it: into a private folder for
+/// each drag, which stays. Not behind the image's queued work, since that program waits. The bar shows it,
+/// and Stop ends it after the item in progress; the other program then gets nothing, since a part would look
+/// like the whole. What fails is left out and listed when the drag is over. Main thread only.
+class DragExport final : public QObject {
+  Q_OBJECT
+
+public:
+  explicit DragExport(const CommandTools &tools, QObject *parent = nullptr);
+
+  // Copies, still to be made, of what the mounted image has.
+  HostCopiesPtr copiesOf(const std::vector<EMU3FilePtr> &files);
+  /// With its tree.
+  HostCopiesPtr copiesOf(const EMU3DirectoryPtr &folder);
+  /// What a drag of samples brings: WAV files of that rate.
+  std::unique_ptr<DraggedData> dataOf(const EMU3FilePtr &bank, const std::vector<ListedSample> &samples,
+                                      std::uint32_t rate);
+
+private:
+  struct Job {
+    std::weak_ptr<EMU3Filesystem> image;
+    std::vector<std::string> items; ///< what is dragged, as it is called
+    ExportWords words;
+    std::function<void(ExportPlan *)> planner; ///< runs on the queue
+  };
+
+  HostCopiesPtr copiesBy(const Job &job);
+  HostCopies::Stop make(const HostCopiesPtr &copies, const Job &job);
+  static ExportPlan::Result write(EMU3Filesystem &filesystem, const Job &job, WorkProgress &progress);
+  void tell(const HostCopies &copies, const ExportWords &words, const ExportPlan::Result &result) const;
+
+  const CommandTools tools_;
+  SerialQueue queue_{"com.tessary.drag"};
+};
 
 } // namespace tessary

@@ -1,8 +1,9 @@
 #include "app/DragPicture.h"
 
+#include "app/DraggedData.h"
+
 #include <QAbstractItemView>
 #include <QDrag>
-#include <QMimeData>
 #include <QPainter>
 #include <QWidget>
 #include <algorithm>
@@ -24,12 +25,19 @@ QStringList drawnLines(const QStringList &names, const QFontMetrics &metrics) {
 
 } // namespace
 
-void dragWithPicture(QAbstractItemView *view, QMimeData *data, const QStringList &names) {
+void dragWithPicture(QAbstractItemView *view, DraggedData *data) {
+  const HostCopiesPtr copies = data->copies();
+  bool isOverOurs = false;
   auto *drag = new QDrag(view);
   drag->setMimeData(data);
-  drag->setPixmap(dragPicture(names, *view));
+  drag->setPixmap(dragPicture(data->names(), *view));
   drag->setHotSpot(kDragPictureHotSpot);
-  drag->exec(Qt::CopyAction, Qt::CopyAction);
+  const QMetaObject::Connection following = QObject::connect(
+      drag, &QDrag::targetChanged, [&isOverOurs](const QObject *target) { isOverOurs = target; });
+  if (copies) copies->dragBegins();
+  const Qt::DropAction action = drag->exec(Qt::CopyAction, Qt::CopyAction);
+  QObject::disconnect(following);
+  if (copies) copies->dragEnds(action != Qt::IgnoreAction && !isOverOurs);
 }
 
 QPixmap dragPicture(const QStringList &names, const QWidget &widget) {

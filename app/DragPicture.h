@@ -5,14 +5,15 @@
 #include <QStringList>
 
 class QAbstractItemView;
-class QMimeData;
 class QWidget;
 
 namespace tessary {
 
-/// Drags the data, which it owns from then on, out of the view as copies, with a picture of these names.
-/// Returns when the drag is over.
-void dragWithPicture(QAbstractItemView *view, QMimeData *data, const QStringList &names);
+class DraggedData;
+
+/// Drags the data, which it owns from then on, out of the view as copies, with a picture of its names.
+/// Returns when the drag is over; another program may ask for the copies before and after.
+void dragWithPicture(QAbstractItemView *view, DraggedData *data);
 
 /// What is drawn beside the pointer while files are dragged: the first few of their names, in the font and
 /// colours of the widget that they are dragged from.

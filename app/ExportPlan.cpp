@@ -29,6 +29,20 @@ std::string nameOf(const Item &item) {
 
 // ---- What is there
 
+void ExportPlan::addFile(const EMU3FilePtr &file) {
+  const std::string name = file->name();
+  add({exportedFileName(name), name,
+       [file](ItemsOperation &operation, const std::string &path) { operation.exportFile(file, path); }});
+}
+
+void ExportPlan::addSample(const EMU3FilePtr &bank, const ListedSample &sample, const std::string &label) {
+  const std::string name = bank->name();
+  const auto writeAt = [bank, number = sample.number](ItemsOperation &operation, const std::string &path) {
+    operation.exportSample(bank, number, path);
+  };
+  add({exportedSampleName(name, sample.name), name + "[" + label + "]", writeAt});
+}
+
 void ExportPlan::add(ExportJob job) {
   std::string path = targets_.claim(folder_, job.name).path;
   if (isThere(path)) conflicts_.push_back({.path = path, .job = planned_.size()});
@@ -109,10 +123,12 @@ ExportPlan::Result ExportPlan::run(EMU3Filesystem &filesystem, const std::string
       result.failures.push_back(ItemFailure::of(name, *end.error));
       return systemLog(what + " failed for " + name + ": " + end.error->description());
     }
-    if (end.isLeftOut)
+    if (end.isLeftOut) {
       ++result.skipped;
-    else if (!item.isFolder)
-      ++result.outcome.done;
+      return;
+    }
+    if (!item.isFolder) ++result.outcome.done;
+    if (!item.parent) result.paths.push_back(end.hostPath);
   };
   operation->run(watcher);
   for (std::size_t item = 0; item < operation->progress().items; ++item)

@@ -8,12 +8,19 @@
 #include "tessary/ItemsWatcher.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 namespace tessary {
+
+/// A sample as a bank lists it, by its number there.
+struct ListedSample {
+  std::uint64_t number = 0;
+  std::string name;
+};
 
 /// One host file to be written.
 struct ExportJob {
@@ -31,12 +38,15 @@ public:
     WorkOutcome outcome{}; ///< of files, or samples
     std::size_t skipped = 0;
     std::vector<ItemFailure> failures;
+    std::vector<std::string> paths{}; ///< of what was written, in order; of a tree that of its folder alone
   };
 
   explicit ExportPlan(std::string folder) : folder_(std::move(folder)) {}
 
-  // Both look on the host for what is there: not for the main thread.
-  void add(ExportJob job);
+  // All look on the host for what is there: not for the main thread.
+  void addFile(const EMU3FilePtr &file);
+  /// `label` tells the sample from others of its bank when it fails.
+  void addSample(const EMU3FilePtr &bank, const ListedSample &sample, const std::string &label);
   /// A folder of the volume with its tree. A host folder of its name that is there is used.
   void addTree(const EMU3DirectoryPtr &top);
   /// Counts among what was asked for something that cannot be written at all.
@@ -69,6 +79,7 @@ private:
     EMU3FilePtr fileOfTree{}; ///< null where it is a job's
   };
 
+  void add(ExportJob job);
   void lookForTree(const EMU3DirectoryPtr &top);
   void plan(ItemsOperation &operation, Result *result);
 

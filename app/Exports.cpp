@@ -25,23 +25,6 @@ std::vector<EMU3FilePtr> banksAmong(const std::vector<EMU3FilePtr> &files) {
   return banks;
 }
 
-ExportJob jobFor(const EMU3FilePtr &file) {
-  const std::string name = file->name();
-  const auto writeAt = [file](ItemsOperation &operation, const std::string &path) {
-    operation.exportFile(file, path);
-  };
-  return {exportedFileName(name), name, writeAt};
-}
-
-ExportJob jobFor(const EMU3FilePtr &bank, std::uint64_t index, const std::string &sampleName,
-                 const std::string &label) {
-  const std::string name = bank->name();
-  const auto writeAt = [bank, index](ItemsOperation &operation, const std::string &path) {
-    operation.exportSample(bank, index, path);
-  };
-  return {exportedSampleName(name, sampleName), name + "[" + label + "]", writeAt};
-}
-
 void planSamples(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, ExportPlan *plan) {
   const std::string name = bank->name();
   const std::vector<BankSample> samples = filesystem.namedSamplesFromBankFile(bank);
@@ -51,41 +34,16 @@ void planSamples(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, ExportPlan
     systemLog("Sample export failed for " + name + ": " + missing.description());
   }
   for (std::size_t i = 0; i < samples.size(); ++i)
-    plan->add(jobFor(bank, i, samples[i].name, samples[i].type));
+    plan->addSample(bank, {i, samples[i].name}, samples[i].type);
 }
 
 /// Of the root all that is in it.
 void planFolder(EMU3Filesystem &filesystem, const EMU3DirectoryPtr &folder, ExportPlan *plan) {
   if (folder != filesystem.rootDirectory()) return plan->addTree(folder);
   for (const EMU3FilePtr &file : folder->allFiles())
-    plan->add(jobFor(file));
+    plan->addFile(file);
   for (const EMU3DirectoryPtr &below : folder->subdirectories())
     plan->addTree(below);
-}
-
-QString filesStatus(const WorkOutcome &outcome) {
-  if (outcome.isStopped) return outcomeText(QStringLiteral("Exported"), outcome);
-  return outcome.failed == 0
-             ? QStringLiteral("Exported %1 file(s) successfully.").arg(QString::number(outcome.done))
-             : QStringLiteral("Exported with %1 failure(s).").arg(QString::number(outcome.failed));
-}
-
-QString samplesStatus(const WorkOutcome &outcome) {
-  const QString done = QString::number(outcome.done);
-  if (outcome.isStopped) return outcomeText(QStringLiteral("Exported"), outcome, QStringLiteral("sample(s)"));
-  return outcome.failed == 0 ? QStringLiteral("Exported %1 sample(s) successfully.").arg(done)
-                             : QStringLiteral("Exported %1 sample(s) with %2 failure(s).")
-                                   .arg(done, QString::number(outcome.failed));
-}
-
-QString filesFailed(const ExportPlan::Result &result) {
-  const WorkOutcome &outcome = result.outcome;
-  return failuresTitle(QStringLiteral("Export"), outcome.failed,
-                       outcome.failed + outcome.done + result.skipped);
-}
-
-QString samplesFailed(const ExportPlan::Result &result) {
-  return QStringLiteral("Sample Export Failed (%1)").arg(QString::number(result.outcome.failed));
 }
 
 QString skippedText(std::size_t skipped) {
@@ -93,9 +51,6 @@ QString skippedText(std::size_t skipped) {
 }
 
 } // namespace
-
-const Exports::Kind Exports::kFiles{"Export", filesStatus, filesFailed};
-const Exports::Kind Exports::kSamples{"Sample export", samplesStatus, samplesFailed};
 
 Exports::Exports(const CommandTools &tools, QObject *parent) : QObject(parent), tools_(tools) {}
 
@@ -108,9 +63,9 @@ void Exports::exportFiles(const std::vector<EMU3FilePtr> &files) {
       QStringLiteral("Export Here"), [this, files](const std::string &hostFolder) {
         const auto planner = [files](EMU3Filesystem &, ExportPlan *plan, const WorkProgress &) {
           for (const EMU3FilePtr &file : files)
-            plan->add(jobFor(file));
+            plan->addFile(file);
         };
-        run({hostFolder, kFiles, planner});
+        run({hostFolder, ExportWords::kFiles, planner});
       });
 }
 
@@ -122,7 +77,7 @@ void Exports::exportFolder(const EMU3DirectoryPtr &folder) {
         const auto planner = [folder](EMU3Filesystem &filesystem, ExportPlan *plan, const WorkProgress &) {
           planFolder(filesystem, folder, plan);
         };
-        run({hostFolder, kFiles, planner});
+        run({hostFolder, ExportWords::kFiles, planner});
       });
 }
 
@@ -145,7 +100,7 @@ void Exports::exportSamples(const std::vector<EMU3FilePtr> &files) {
             if (holder->containsFile(bank)) planSamples(filesystem, bank, plan);
           }
         };
-        run({hostFolder, kSamples, planner});
+        run({hostFolder, ExportWords::kSamples, planner});
       });
 }
 
@@ -157,9 +112,9 @@ void Exports::exportSamples(const EMU3FilePtr &bank, const std::vector<ListedSam
         const auto planner = [bank, samples, rate](EMU3Filesystem &, ExportPlan *plan, const WorkProgress &) {
           plan->setSampleRate(rate);
           for (const ListedSample &sample : samples)
-            plan->add(jobFor(bank, sample.number, sample.name, sample.name));
+            plan->addSample(bank, sample, sample.name);
         };
-        run({hostFolder, kSamples, planner});
+        run({hostFolder, ExportWords::kSamples, planner});
       });
 }
 
@@ -172,27 +127,27 @@ void Exports::run(const Job &job) {
         Planned planned{std::make_shared<ExportPlan>(job.hostFolder), {}};
         job.planner(filesystem, planned.plan.get(), progress);
         if (planned.plan->conflicts() == 0 || progress.isToStop())
-          planned.result = planned.plan->run(filesystem, job.kind.log, progress);
+          planned.result = planned.plan->run(filesystem, job.words.log, progress);
         return planned;
       },
-      [this, kind = job.kind](const Planned &planned) {
-        if (planned.result) return tell(kind, *planned.result);
-        askAboutConflicts(planned.plan, [this, kind, plan = planned.plan] { write(kind, plan); });
+      [this, words = job.words](const Planned &planned) {
+        if (planned.result) return tell(words, *planned.result);
+        askAboutConflicts(planned.plan, [this, words, plan = planned.plan] { write(words, plan); });
       });
 }
 
-void Exports::write(const Kind &kind, const Plan &plan) {
+void Exports::write(const ExportWords &words, const Plan &plan) {
   tools_.image->runLongWork(
-      [kind, plan](EMU3Filesystem &filesystem, WorkProgress &progress) {
+      [words, plan](EMU3Filesystem &filesystem, WorkProgress &progress) {
         progress.beginPart(QStringLiteral("Exporting"));
-        return plan->run(filesystem, kind.log, progress);
+        return plan->run(filesystem, words.log, progress);
       },
-      [this, kind](const ExportPlan::Result &result) { tell(kind, result); });
+      [this, words](const ExportPlan::Result &result) { tell(words, result); });
 }
 
-void Exports::tell(const Kind &kind, const ExportPlan::Result &result) {
-  tools_.browser->setStatus(kind.status(result.outcome) + skippedText(result.skipped));
-  tools_.dialogs->tellFailures(kind.failed(result), result.failures);
+void Exports::tell(const ExportWords &words, const ExportPlan::Result &result) {
+  tools_.browser->setStatus(words.status(result.outcome) + skippedText(result.skipped));
+  tools_.dialogs->tellFailures(words.failed(result), result.failures);
 }
 
 /// One after another, until the user decides for all that are left.

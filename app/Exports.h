@@ -2,8 +2,8 @@
 
 #include "app/CommandTools.h"
 #include "app/ExportPlan.h"
+#include "app/ExportWords.h"
 #include "app/PlacedFiles.h"
-#include "app/panel/SampleDrag.h"
 
 #include <QObject>
 #include <functional>
@@ -31,18 +31,10 @@ public:
 
 private:
   using Plan = std::shared_ptr<ExportPlan>;
-  /// What is exported: how that is called in the log, and what is said when it has ended.
-  struct Kind {
-    const char *log;
-    QString (*status)(const WorkOutcome &outcome);
-    QString (*failed)(const ExportPlan::Result &result);
-  };
-  static const Kind kFiles;
-  static const Kind kSamples;
   /// What is to be written where; the planner runs on the I/O queue.
   struct Job {
     std::string hostFolder;
-    Kind kind;
+    ExportWords words;
     std::function<void(EMU3Filesystem &, ExportPlan *, const WorkProgress &)> planner;
   };
   /// What is to be decided about, or how it ended where nothing was.
@@ -52,8 +44,8 @@ private:
   };
 
   void run(const Job &job);
-  void write(const Kind &kind, const Plan &plan);
-  void tell(const Kind &kind, const ExportPlan::Result &result);
+  void write(const ExportWords &words, const Plan &plan);
+  void tell(const ExportWords &words, const ExportPlan::Result &result);
   void askAboutConflicts(const Plan &plan, std::function<void()> decided);
 
   const CommandTools tools_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/Colors.h"
+#include "app/DraggedData.h"
 
 #include <QAbstractItemModel>
 #include <QApplication>
@@ -21,7 +22,7 @@ namespace tessary {
 /// the user's file when that were accepted. And all of a row belongs to its item, the indentation too.
 ///
 /// What is selected shows whether the view has the keyboard, and the current row is framed while it has.
-template <typename View> class FileDropView : public View {
+template <typename View> class FileDropView : public View, public TakesDraggedData {
 public:
   explicit FileDropView(QWidget *parent) : View(parent) { showKeyboard(false); }
 

@@ -1,33 +1,18 @@
 #include "app/FileTable.h"
 
-#include "app/DisplayText.h"
 #include "app/DragPicture.h"
 #include "app/FileListing.h"
-#include "app/FileURLs.h"
 #include "app/TableRows.h"
 #include "app/TextSize.h"
-#include "tessary/ExportNames.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>
-#include <QMimeData>
 #include <QMouseEvent>
 #include <algorithm>
 #include <cmath>
 #include <numeric>
 
 namespace tessary {
-namespace {
-
-/// Of the files that come along: a selected row whose export fails does not.
-QStringList exportedNames(const QMimeData &files) {
-  QStringList names;
-  for (const std::string &path : filePaths(files))
-    names += displayText(nameOfExportedFile(path));
-  return names;
-}
-
-} // namespace
 
 FileTable::FileTable(QWidget *parent) : FileDropView(parent) {
   setUpRows(this);
@@ -94,8 +79,8 @@ void FileTable::currentChanged(const QModelIndex &current, const QModelIndex &pr
 // ---- Mouse
 
 void FileTable::startDrag(Qt::DropActions) {
-  if (QMimeData *files = model()->mimeData(selectedIndexes()))
-    dragWithPicture(this, files, exportedNames(*files));
+  if (auto *files = qobject_cast<DraggedData *>(model()->mimeData(selectedIndexes())))
+    dragWithPicture(this, files);
 }
 
 void FileTable::mouseDoubleClickEvent(QMouseEvent *event) {

@@ -1,9 +1,7 @@
 #include "app/FolderOutline.h"
 
 #include "app/CellDelegate.h"
-#include "app/DisplayText.h"
 #include "app/DragPicture.h"
-#include "app/DraggedItems.h"
 #include "app/TextSize.h"
 
 #include <QContextMenuEvent>
@@ -103,9 +101,8 @@ void FolderOutline::contextMenuEvent(QContextMenuEvent *event) {
 }
 
 void FolderOutline::startDrag(Qt::DropActions) {
-  QMimeData *carried = model()->mimeData(selectedIndexes());
-  if (const DraggedItems *dragged = DraggedItems::in(carried))
-    dragWithPicture(this, carried, {displayText(dragged->folder()->name())});
+  if (auto *folder = qobject_cast<DraggedData *>(model()->mimeData(selectedIndexes())))
+    dragWithPicture(this, folder);
 }
 
 /// In the viewport; its top left corner when no selected row is in sight.

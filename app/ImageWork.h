@@ -53,12 +53,18 @@ public:
   void runLongWork(Work work, Done done, Spinning spinning = Spinning::no,
                    Following following = Following::whileMounted) {
     const auto progress = std::make_shared<WorkProgress>();
-    const auto begun = [progress, work = std::move(work)](EMU3Filesystem &filesystem) {
-      progress->begin();
-      return work(filesystem, *progress);
-    };
-    run(filesystem_->ioQueue(), completing(begun, std::move(done)), Kind::task, spinning, progress,
-        following);
+    run(filesystem_->ioQueue(), completing(beginning(progress, std::move(work)), std::move(done)), Kind::task,
+        spinning, progress, following);
+  }
+  /// Long work on a queue of the caller's, beside what is queued on the image: somebody waits for it, so the
+  /// bar shows it before other work. Returns what stops it.
+  template <typename Work, typename Done>
+  WorkProgressPtr runLongWorkBeside(SerialQueue &queue, Work work, Done done) {
+    const auto progress = std::make_shared<WorkProgress>();
+    run(queue, completing(beginning(progress, std::move(work)), std::move(done)), Kind::task, Spinning::no,
+        progress, Following::always);
+    longWork_.showFirst(progress);
+    return progress;
   }
   /// Runs what is read to be shown there: nothing is lost when nobody waits for it any more.
   template <typename Work, typename Done> void readFromImage(Work work, Done done) {
@@ -82,6 +88,12 @@ public:
 private:
   using Work = std::function<Completion(EMU3Filesystem &)>;
 
+  template <typename LongFunction> static auto beginning(const WorkProgressPtr &progress, LongFunction work) {
+    return [progress, work = std::move(work)](EMU3Filesystem &filesystem) {
+      progress->begin();
+      return work(filesystem, *progress);
+    };
+  }
   template <typename Function, typename Done> static Work completing(Function work, Done done) {
     return [work = std::move(work), done = std::move(done)](EMU3Filesystem &filesystem) -> Completion {
       using Result = std::invoke_result_t<const Function &, EMU3Filesystem &>;

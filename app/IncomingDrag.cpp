@@ -1,7 +1,7 @@
 #include "app/IncomingDrag.h"
 
+#include "app/DraggedData.h"
 #include "app/FileURLs.h"
-#include "app/panel/BankEntryTable.h"
 
 #include <QAbstractItemView>
 #include <QDropEvent>
@@ -16,12 +16,8 @@ void IncomingDrag::watch(QAbstractItemView *view) {
 bool IncomingDrag::bringsFiles(const QMimeData &data) {
   if (known_ == &data) return bringsFiles_;
   known_ = &data;
-  bringsFiles_ = !filePaths(data).empty();
+  bringsFiles_ = !DraggedData::in(&data) && !filePaths(data).empty();
   return bringsFiles_;
-}
-
-bool IncomingDrag::bringsSamples() const {
-  return qobject_cast<const BankEntryTable *>(source_.data()) != nullptr;
 }
 
 bool IncomingDrag::eventFilter(QObject *watched, QEvent *event) {

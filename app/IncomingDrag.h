@@ -21,12 +21,9 @@ public:
   /// Whether the drag started at that widget of this application.
   bool comesFrom(const QObject *widget) const { return source_ && source_ == widget; }
 
-  /// Whether it brings samples out of the panel of a bank's contents: WAV files, which are nothing for a
-  /// volume.
-  bool bringsSamples() const;
-
   /// Whether `data`, which the drag brings, names files of this host. Looked up once a drag: the program that
-  /// the drag comes from has to be asked, and it may name thousands.
+  /// the drag comes from has to be asked, and it may name thousands. What a window of this program drags
+  /// names none: rows and folders are taken as what they are, and samples are nothing for a volume.
   bool bringsFiles(const QMimeData &data);
 
 protected:

@@ -3,6 +3,7 @@
 #include "app/Browser.h"
 #include "app/Deletions.h"
 #include "app/Dialogs.h"
+#include "app/DragExport.h"
 #include "app/Exports.h"
 #include "app/FileCommands.h"
 #include "app/FolderCommands.h"
@@ -225,6 +226,7 @@ private:
   Transfers *transfers_ = nullptr;
   Imports *imports_ = nullptr;
   Exports *exports_ = nullptr;
+  DragExport *drags_ = nullptr;
   FolderCommands *folderCommands_ = nullptr;
   FileCommands *fileCommands_ = nullptr;
   ImageCheck *check_ = nullptr;

@@ -84,6 +84,7 @@ void MainWindowController::_buildUI() {
   transfers_ = new Transfers(tools, this);
   imports_ = new Imports(tools, this);
   exports_ = new Exports(tools, this);
+  drags_ = new DragExport(tools, this);
   folderCommands_ = new FolderCommands(tools, this);
   fileCommands_ = new FileCommands(
       tools, [this](const std::vector<EMU3FilePtr> &files) { exports_->exportFiles(files); }, this);
@@ -92,7 +93,7 @@ void MainWindowController::_buildUI() {
   newImages_ = new NewImages(
       tools, [this](const std::string &path) { openImageAtURL(path); }, this);
   bankContents_ = new BankContents(
-      tools, panel_,
+      tools, panel_, drags_,
       [this](const EMU3FilePtr &bank, const std::vector<ListedSample> &samples, std::uint32_t rate) {
         exports_->exportSamples(bank, samples, rate);
       },
@@ -175,6 +176,8 @@ void MainWindowController::_setupDragging() {
   outlineView()->setDropIndicatorShown(false);
   constexpr int millisecondsToOpenFolder = 700;
   outlineView()->setAutoExpandDelay(millisecondsToOpenFolder);
+  contentCtl()->setDragExport(drags_);
+  sidebarCtl()->setDragExport(drags_);
   contentCtl()->setDropReceived(
       [this](const std::vector<std::string> &urls) { imports_->dropOnTable(urls); });
   sidebarCtl()->setSourceTableView(tableView());

@@ -18,6 +18,8 @@
 
 namespace tessary {
 
+class DragExport;
+
 /// Feeds the folder outline: the folder tree below `root`, each folder with an icon and a label that tells
 /// its number of files. Shows the tree as it was at the last `reload`; a folder's subfolders are read when
 /// they are first asked for. A folder can be dragged to another one, also of another window's image, and out
@@ -45,7 +47,9 @@ public:
     selectionChanged_ = std::move(callback);
   }
 
-  /// Performs a drop of what a window of this program drags; unset, it is taken as host files are.
+  /// Makes the copies for other programs; unset, they get none. Not owned.
+  void setDragExport(DragExport *drags) { drags_ = drags; }
+  /// Performs a drop of what a window of this program drags; unset, that is refused.
   void setItemsDropped(ItemsDropped callback) { itemsDropped_ = std::move(callback); }
   /// Host files that come from this table are an internal drag. The view is not owned.
   void setSourceTableView(QTableView *tableView) { sourceTableView_ = tableView; }
@@ -135,6 +139,7 @@ private:
   std::weak_ptr<EMU3Filesystem> filesystem_;
   QPointer<QTreeView> outlineView_;
   std::function<void(const EMU3DirectoryPtr &)> selectionChanged_;
+  DragExport *drags_ = nullptr;
   ItemsDropped itemsDropped_;
   QPointer<QTableView> sourceTableView_;
   std::function<bool(const EMU3DirectoryPtr &, bool)> validateDropBlock_;

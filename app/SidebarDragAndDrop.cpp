@@ -1,3 +1,4 @@
+#include "app/DragExport.h"
 #include "app/FileURLs.h"
 #include "app/SidebarController.h"
 
@@ -19,7 +20,8 @@ QStringList SidebarController::mimeTypes() const {
 QMimeData *SidebarController::mimeData(const QModelIndexList &indexes) const {
   const EMU3FilesystemPtr filesystem = filesystem_.lock();
   if (!filesystem || indexes.isEmpty() || !indexes.first().isValid()) return nullptr;
-  return new DraggedItems(filesystem, directoryAt(indexes.first()));
+  const EMU3DirectoryPtr folder = directoryAt(indexes.first());
+  return new DraggedItems(filesystem, folder, drags_ ? drags_->copiesOf(folder) : nullptr);
 }
 
 bool SidebarController::canDropMimeData(const QMimeData *data, Qt::DropAction action, int, int,
@@ -28,9 +30,11 @@ bool SidebarController::canDropMimeData(const QMimeData *data, Qt::DropAction ac
 }
 
 Qt::DropAction SidebarController::validateDrop(const QMimeData &data, const QModelIndex &item) const {
-  if (!root_ || incomingDrag_.bringsSamples()) return Qt::IgnoreAction;
-  const DraggedItems *items = itemsDropped_ ? DraggedItems::in(&data) : nullptr;
-  if (items ? !items->mayGoTo(directoryAt(item)) : !incomingDrag_.bringsFiles(data)) return Qt::IgnoreAction;
+  if (!root_) return Qt::IgnoreAction;
+  const DraggedItems *items = DraggedItems::in(&data);
+  const bool isOfUse =
+      items ? itemsDropped_ && items->mayGoTo(directoryAt(item)) : incomingDrag_.bringsFiles(data);
+  if (!isOfUse) return Qt::IgnoreAction;
   const bool internal = isInternalDrag();
   if (validateDropBlock_)
     return validateDropBlock_(directoryAt(item), internal) ? Qt::CopyAction : Qt::IgnoreAction;
@@ -40,10 +44,12 @@ Qt::DropAction SidebarController::validateDrop(const QMimeData &data, const QMod
 bool SidebarController::dropMimeData(const QMimeData *data, Qt::DropAction, int, int,
                                      const QModelIndex &parent) {
   if (!root_) return false;
-  if (const DraggedItems *items = DraggedItems::in(data); items && itemsDropped_) {
+  if (const DraggedItems *items = DraggedItems::in(data)) {
+    if (!itemsDropped_) return false;
     itemsDropped_(directoryAt(parent), *items);
     return true;
   }
+  if (DraggedData::in(data)) return false;
   const std::vector<std::string> urls = filePaths(*data);
   if (urls.empty() || !dropReceived_) return false;
   dropReceived_(directoryAt(parent), urls, isInternalDrag());

@@ -44,9 +44,9 @@ QString messageFor(const BankReading &reading) {
 
 } // namespace
 
-BankContents::BankContents(const CommandTools &tools, BankContentsPanel *panel, Export exportSamples,
-                           QObject *parent)
-    : QObject(parent), tools_(tools), panel_(panel), exportSamples_(std::move(exportSamples)),
+BankContents::BankContents(const CommandTools &tools, BankContentsPanel *panel, DragExport *drags,
+                           Export exportSamples, QObject *parent)
+    : QObject(parent), tools_(tools), panel_(panel), drags_(drags), exportSamples_(std::move(exportSamples)),
       reader_(tools.image), player_(new SamplePlayer(makeAudioOutput(), this)), playKey_(new PlayKey(this)) {
   followSoon_.setSingleShot(true);
   followSoon_.callOnTimeout(this, &BankContents::follow);
@@ -80,11 +80,7 @@ void BankContents::connectPanel() {
   connect(table, &BankEntryTable::copyAsked, this, &BankContents::copyNames);
   table->setContextMenuPolicy(Qt::CustomContextMenu);
   connect(table, &QWidget::customContextMenuRequested, this, &BankContents::showMenu);
-  table->setDragData([this]() -> QMimeData * {
-    const std::vector<ListedSample> samples = chosenSamples();
-    if (samples.empty() || !tools_.image->filesystem()) return nullptr;
-    return drag_.dataFor(tools_.image->filesystem(), bank_, samples, panel_->rate());
-  });
+  table->setDragData([this] { return dragged(); });
   connect(panel_->wave(), &WaveView::cursorMoved, this, [this](std::uint64_t frame) {
     if (player_->isPlaying()) return play(frame);
     showPosition(frame);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/CommandTools.h"
+#include "app/DragExport.h"
 #include "app/panel/PlayKey.h"
-#include "app/panel/SampleDrag.h"
 #include "app/panel/SamplePlayer.h"
 #include "app/panel/SampleReader.h"
 
@@ -25,7 +25,8 @@ public:
   /// Asks where to and writes these samples of a bank with that rate.
   using Export = std::function<void(const EMU3FilePtr &, const std::vector<ListedSample> &, std::uint32_t)>;
 
-  BankContents(const CommandTools &tools, BankContentsPanel *panel, Export exportSamples,
+  /// `drags` is not owned.
+  BankContents(const CommandTools &tools, BankContentsPanel *panel, DragExport *drags, Export exportSamples,
                QObject *parent = nullptr);
 
   /// While the panel is hidden nothing is read.
@@ -57,14 +58,15 @@ private:
   // What leaves the panel (BankContentsOut.cpp)
   void copyNames() const;
   void exportChosen();
+  [[nodiscard]] std::unique_ptr<DraggedData> dragged() const;
   [[nodiscard]] std::vector<ListedSample> chosenSamples() const;
   void showMenu(const QPoint &position);
 
   const CommandTools tools_;
   BankContentsPanel *const panel_;
+  DragExport *const drags_;
   const Export exportSamples_;
   SampleReader reader_;
-  SampleDrag drag_;
   SamplePlayer *const player_;
   PlayKey *const playKey_;
   QTimer followSoon_; ///< once after many changes of the selection

@@ -1,4 +1,5 @@
 #include "app/Beeper.h"
+#include "app/DraggedData.h"
 #include "app/panel/BankContents.h"
 #include "app/panel/BankContentsPanel.h"
 #include "app/panel/BankEntryTable.h"
@@ -30,6 +31,11 @@ void BankContents::copyNames() const {
 void BankContents::exportChosen() {
   const std::vector<ListedSample> samples = chosenSamples();
   samples.empty() ? beep() : exportSamples_(bank_, samples, panel_->rate());
+}
+
+std::unique_ptr<DraggedData> BankContents::dragged() const {
+  const std::vector<ListedSample> samples = chosenSamples();
+  return samples.empty() ? nullptr : drags_->dataOf(bank_, samples, panel_->rate());
 }
 
 void BankContents::showMenu(const QPoint &position) {

@@ -1,14 +1,10 @@
 #include "app/panel/BankEntryTable.h"
 
-#include "app/DisplayText.h"
 #include "app/DragPicture.h"
-#include "app/FileURLs.h"
 #include "app/TableRows.h"
 #include "app/TextSize.h"
 #include "app/panel/BankContentsModel.h"
-#include "tessary/Text.h"
 
-#include <QDrag>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <algorithm>
@@ -100,17 +96,8 @@ void BankEntryTable::currentChanged(const QModelIndex &current, const QModelInde
 
 // ---- Mouse
 
-void BankEntryTable::startDrag(Qt::DropActions supportedActions) {
-  QMimeData *samples = dragData();
-  if (!samples) return;
-  QStringList names;
-  for (const std::string &path : filePaths(*samples))
-    names += displayText(lastPathComponent(path));
-  auto *drag = new QDrag(this);
-  drag->setMimeData(samples);
-  drag->setPixmap(dragPicture(names, *this));
-  drag->setHotSpot(kDragPictureHotSpot);
-  drag->exec(supportedActions, Qt::CopyAction);
+void BankEntryTable::startDrag(Qt::DropActions) {
+  if (std::unique_ptr<DraggedData> samples = dragData()) dragWithPicture(this, samples.release());
 }
 
 } // namespace tessary

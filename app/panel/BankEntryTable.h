@@ -1,10 +1,11 @@
 #pragma once
 
+#include "app/DraggedData.h"
 #include "app/FileDropView.h"
 
-#include <QMimeData>
 #include <QTableView>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace tessary {
@@ -20,10 +21,12 @@ public:
   void setModel(QAbstractItemModel *model) override;
   /// The system's text size has changed.
   void followTextSize();
-  /// Asked for what a drag brings when one begins; null for nothing. The caller owns it.
-  void setDragData(std::function<QMimeData *()> dragData) { dragData_ = std::move(dragData); }
-  /// What a drag of the chosen rows brings.
-  [[nodiscard]] QMimeData *dragData() const { return dragData_ ? dragData_() : nullptr; }
+  /// Asked for what a drag brings when one begins; null for nothing.
+  void setDragData(std::function<std::unique_ptr<DraggedData>()> dragData) {
+    dragData_ = std::move(dragData);
+  }
+  /// What a drag of the chosen rows brings; null for nothing.
+  [[nodiscard]] std::unique_ptr<DraggedData> dragData() const { return dragData_ ? dragData_() : nullptr; }
   /// Chooses that row alone and shows it.
   void chooseRow(int row);
   /// From top to bottom.
@@ -42,7 +45,7 @@ protected:
 private:
   [[nodiscard]] QModelIndex nearestEnabled(int row, int step) const;
 
-  std::function<QMimeData *()> dragData_;
+  std::function<std::unique_ptr<DraggedData>()> dragData_;
 };
 
 } // namespace tessary

@@ -49,6 +49,11 @@ void LongWork::add(const WorkProgressPtr &work) {
   timer_.start();
 }
 
+void LongWork::showFirst(const WorkProgressPtr &work) {
+  const auto at = std::find(works_.begin(), works_.end(), work);
+  if (at != works_.end()) std::rotate(works_.begin(), at, at + 1);
+}
+
 void LongWork::remove(const WorkProgressPtr &work) {
   std::erase(works_, work);
   if (works_.empty()) timer_.stop();

@@ -16,7 +16,7 @@ namespace tessary {
 using WorkProgressPtr = std::shared_ptr<WorkProgress>;
 
 /// The long work of a window that runs or waits for its turn, and the bar that shows the first of it that
-/// runs, from half a second on. Main thread only.
+/// runs, from half a second on: in the order in which it was given. Main thread only.
 class LongWork final : public QObject {
   Q_OBJECT
 
@@ -26,6 +26,8 @@ public:
   explicit LongWork(WorkBar *bar, QObject *parent = nullptr);
 
   void add(const WorkProgressPtr &work);
+  /// Of what was added: whenever it runs, the bar shows this.
+  void showFirst(const WorkProgressPtr &work);
   /// It has ended.
   void remove(const WorkProgressPtr &work);
   bool isEmpty() const { return works_.empty(); }
@@ -41,7 +43,7 @@ private:
 
   QPointer<WorkBar> bar_;
   QTimer timer_;
-  std::vector<WorkProgressPtr> works_; ///< in the order in which it was given
+  std::vector<WorkProgressPtr> works_; ///< in the order in which it is shown
   WorkProgressPtr shown_;              ///< null while the bar is hidden
   TimeLeft timeLeft_;                  ///< of this part of the work that is shown
   std::size_t part_ = 0;
