@@ -21,6 +21,14 @@ bool isThere(const std::string &path) {
   return std::filesystem::exists(std::filesystem::file_status(kindOf(path)));
 }
 
+bool hasLeftTree(EMU3DirectoryPtr folder) {
+  for (EMU3DirectoryPtr above = folder->parent(); above; above = above->parent()) {
+    if (!above->containsSubdirectory(folder)) return true;
+    folder = above;
+  }
+  return folder->dentryBlock() != 0; // of the root
+}
+
 std::string nameOf(const Item &item) {
   return item.file ? item.file->name() : item.folder->name();
 }
@@ -50,6 +58,7 @@ void ExportPlan::add(ExportJob job) {
 }
 
 void ExportPlan::addTree(const EMU3DirectoryPtr &top) {
+  if (hasLeftTree(top)) return addFailure(top->name(), engineError(EngineError::entryNotFound));
   trees_.push_back(top);
   options_.followsLinks = false; // what lies in a folder was not chosen one by one
   lookForTree(top);
@@ -73,7 +82,7 @@ void ExportPlan::lookForTree(const EMU3DirectoryPtr &top) {
 }
 
 void ExportPlan::addFailure(const std::string &item, const EMU3Error &error) {
-  failures_.push_back(ItemFailure::of(item, error));
+  failures_.push_back({item, error});
 }
 
 void ExportPlan::decide(ExistingFile decision) {
@@ -109,7 +118,13 @@ void ExportPlan::plan(ItemsOperation &operation, Result *result) {
 
 ExportPlan::Result ExportPlan::run(EMU3Filesystem &filesystem, const std::string &what,
                                    WorkProgress &progress) {
-  Result result{.failures = failures_};
+  Result result;
+  const auto fail = [&](const std::string &item, const EMU3Error &error) {
+    result.failures.push_back(ItemFailure::of(item, error));
+    systemLog(what + " failed for " + item + ": " + error.description());
+  };
+  for (const Failure &failure : failures_)
+    fail(failure.item, failure.error);
   const auto operation = filesystem.manyItems();
   plan(*operation, &result);
   std::vector<std::string> names; // of the jobs' items, which come first
@@ -118,11 +133,7 @@ ExportPlan::Result ExportPlan::run(EMU3Filesystem &filesystem, const std::string
   ItemsWatcher watcher = progress.watch(*operation);
   watcher.ended = [&](const ItemEnd &end) {
     const Item &item = operation->item(end.item);
-    if (end.error) {
-      const std::string name = end.item < names.size() ? names[end.item] : nameOf(item);
-      result.failures.push_back(ItemFailure::of(name, *end.error));
-      return systemLog(what + " failed for " + name + ": " + end.error->description());
-    }
+    if (end.error) return fail(end.item < names.size() ? names[end.item] : nameOf(item), *end.error);
     if (end.isLeftOut) {
       ++result.skipped;
       return;

@@ -47,7 +47,8 @@ public:
   void addFile(const EMU3FilePtr &file);
   /// `label` tells the sample from others of its bank when it fails.
   void addSample(const EMU3FilePtr &bank, const ListedSample &sample, const std::string &label);
-  /// A folder of the volume with its tree. A host folder of its name that is there is used.
+  /// A folder of the volume with its tree; one that has left the volume's tree is a failure. A host folder of
+  /// its name that is there is used.
   void addTree(const EMU3DirectoryPtr &top);
   /// Counts among what was asked for something that cannot be written at all.
   void addFailure(const std::string &item, const EMU3Error &error);
@@ -73,6 +74,10 @@ private:
     std::string path;
     ExistingFile decision = ExistingFile::isReplaced; ///< of a file that is not there yet, this means nothing
   };
+  struct Failure {
+    std::string item;
+    EMU3Error error;
+  };
   struct Conflict {
     std::string path;
     std::size_t job = 0;      ///< of `planned_`
@@ -90,7 +95,7 @@ private:
   std::vector<EMU3DirectoryPtr> trees_;
   std::unordered_map<EMU3FilePtr, ExistingFile> decisions_; ///< about files of trees
   std::vector<Conflict> conflicts_;
-  std::vector<ItemFailure> failures_;
+  std::vector<Failure> failures_;
 };
 
 } // namespace tessary

@@ -7,7 +7,6 @@
 #include "app/DisplayText.h"
 #include "app/ImageWork.h"
 #include "tessary/ItemsOperation.h"
-#include "tessary/SystemLog.h"
 #include "tessary/Text.h"
 
 #include <QCheckBox>
@@ -26,13 +25,9 @@ std::vector<EMU3FilePtr> banksAmong(const std::vector<EMU3FilePtr> &files) {
 }
 
 void planSamples(EMU3Filesystem &filesystem, const EMU3FilePtr &bank, ExportPlan *plan) {
-  const std::string name = bank->name();
   const std::vector<BankSample> samples = filesystem.namedSamplesFromBankFile(bank);
   EMU3Error missing; // a bank without samples, or one whose list is not there
-  if (samples.empty() && !filesystem.contentsOfFile(bank, &missing)) {
-    plan->addFailure(name, missing);
-    systemLog("Sample export failed for " + name + ": " + missing.description());
-  }
+  if (samples.empty() && !filesystem.contentsOfFile(bank, &missing)) plan->addFailure(bank->name(), missing);
   for (std::size_t i = 0; i < samples.size(); ++i)
     plan->addSample(bank, {i, samples[i].name}, samples[i].type);
 }

@@ -20,7 +20,7 @@ using test::bytesOf;
 using test::ImageBuilder;
 using test::patternBytes;
 
-/// What the table makes of rows that are dragged: the real drag asks for it once, as it starts.
+/// What the table makes of rows that are dragged, and what another program gets that asks for it.
 class DragOut : public test::FileCommandTest {
 protected:
   ContentController *content() const { return controller_->contentCtl(); }
@@ -34,6 +34,12 @@ protected:
     if (data)
       for (const QUrl &url : data->urls())
         paths.push_back(QFile::encodeName(url.toLocalFile()).toStdString());
+    return paths;
+  }
+  /// Waits until what was exported has been told, too.
+  std::vector<std::string> pathsGiven(const std::unique_ptr<QMimeData> &data) const {
+    std::vector<std::string> paths = pathsIn(data);
+    EXPECT_TRUE(test::waitUntilIdle());
     return paths;
   }
   std::filesystem::path dragFolder() const {
@@ -51,14 +57,23 @@ ImageBuilder threeFiles() {
   return image;
 }
 
-TEST_F(DragOut, EachRowIsAFileInAPrivateFolderOfItsOwn) {
+TEST_F(DragOut, ExportsNothingBeforeAnotherProgramAsksForTheAddresses) {
+  mount(threeFiles());
+  const auto data = dragged({"BANK", "PLAIN"});
+  EXPECT_TRUE(data->hasUrls());
+  EXPECT_EQ(data->formats(), QStringList{"text/uri-list"});
+  EXPECT_FALSE(data->hasFormat("text/plain"));
+  EXPECT_FALSE(std::filesystem::exists(dragFolder()));
+  EXPECT_EQ(pathsIn(data).size(), 2U);
+}
+
+TEST_F(DragOut, EachDragIsAPrivateFolder) {
   mount(threeFiles());
   const auto paths = pathsIn(dragged({"BANK"}));
   ASSERT_EQ(paths.size(), 1U);
   const std::filesystem::path path = paths[0];
   EXPECT_EQ(path.filename(), "BANK.E4B");
   EXPECT_EQ(test::readBytes(path), patternBytes(70'000, 3));
-  EXPECT_EQ(path.parent_path().parent_path(), dragFolder());
   EXPECT_TRUE(std::filesystem::equivalent(path.parent_path().parent_path(), dragFolder()));
   struct stat status {};
   ASSERT_EQ(::stat(path.parent_path().c_str(), &status), 0);
@@ -72,7 +87,17 @@ TEST_F(DragOut, RowsComeInTheirOrderOnceEach) {
   for (const std::filesystem::path path : paths)
     names.push_back(path.filename());
   EXPECT_EQ(names, (std::vector<std::string>{"BANK.E4B", "SYSTEM.E4B", "PLAIN.E4B"}));
-  EXPECT_EQ(test::namesIn(dragFolder()).size(), 3U);
+  EXPECT_EQ(test::namesIn(dragFolder()).size(), 1U) << "one folder for all";
+}
+
+TEST_F(DragOut, AskedForAgainIsTheSameCopies) {
+  mount(threeFiles());
+  const auto data = dragged({"BANK", "PLAIN"});
+  const auto first = pathsIn(data);
+  EXPECT_EQ(pathsIn(data), first);
+  EXPECT_EQ(data->data("text/uri-list"),
+            data->urls()[0].toEncoded() + "\r\n" + data->urls()[1].toEncoded() + "\r\n");
+  EXPECT_EQ(test::namesIn(dragFolder()).size(), 1U);
 }
 
 TEST_F(DragOut, EventsAreHandledWhileTheFilesAreWritten) {
@@ -83,15 +108,15 @@ TEST_F(DragOut, EventsAreHandledWhileTheFilesAreWritten) {
   EXPECT_EQ(test::readBytes(paths[0]), patternBytes(70'000, 3));
 }
 
-TEST_F(DragOut, IsNothingWhenAnotherFolderIsShownByThen) {
+TEST_F(DragOut, IsWhatWasDraggedWhateverIsShownByThen) {
   ImageBuilder image = threeFiles();
   image.root().addFolder("Other").addFile("BANK", bytesOf("another of that name"));
-  test::HeldVolume held(mount(image));
-  QTimer::singleShot(50, [&] {
-    outline()->setCurrentIndex(folderItem({"Other"}));
-    held.letGo();
-  });
-  EXPECT_EQ(dragged({"BANK"}), nullptr);
+  mount(image);
+  const auto data = dragged({"BANK"});
+  chooseFolder({"Other"});
+  const auto paths = pathsIn(data);
+  ASSERT_EQ(paths.size(), 1U);
+  EXPECT_EQ(test::readBytes(paths[0]), patternBytes(70'000, 3));
 }
 
 TEST_F(DragOut, IsNotBehindQueuedWork) {
@@ -126,7 +151,9 @@ TEST_F(DragOut, FilesOfOneNameDoNotReplaceEachOther) {
   const std::unique_ptr<QMimeData> data(content()->mimeData(table()->selectionModel()->selectedIndexes()));
   const auto paths = pathsIn(data);
   ASSERT_EQ(paths.size(), 2U);
+  EXPECT_EQ(std::filesystem::path(paths[0]).filename(), "TWIN.E4B");
   EXPECT_EQ(test::readText(paths[0]), "one");
+  EXPECT_EQ(std::filesystem::path(paths[1]).filename(), "TWIN (2).E4B");
   EXPECT_EQ(test::readText(paths[1]), "two");
   EXPECT_EQ(DraggedItems::in(data.get())->files(), content()->displayedFiles());
 }
@@ -156,53 +183,92 @@ TEST_F(DragOut, WorksOnAReadOnlyImage) {
   EXPECT_EQ(test::readText(paths[0]), "plain");
 }
 
-TEST_F(DragOut, IsLoggedAndLeftOutWhenTheExportFails) {
+TEST_F(DragOut, WhatIsNotExportedIsLeftOutLoggedAndListed) {
   mount(threeFiles());
   const EMU3DirectoryPtr folder = controller_->currentDirectory();
   ASSERT_TRUE(controller_->filesystem()->deleteFile(test::fileNamed(folder, "SYSTEM"), folder));
   const test::CapturedLog log;
-  const auto paths = pathsIn(dragged({"SYSTEM", "PLAIN"}));
+  const test::AlertAnswers alerts;
+  const auto paths = pathsGiven(dragged({"SYSTEM", "PLAIN"}));
   ASSERT_EQ(paths.size(), 1U);
   EXPECT_EQ(std::filesystem::path(paths[0]).filename(), "PLAIN.E4B");
   EXPECT_EQ(log.lines(),
             std::vector<std::string>{"Drag export failed for SYSTEM: "
                                      "Error Domain=com.tessary.error Code=5 \"Dentry block not found\""});
+  EXPECT_EQ(status(), "Exported with 1 failure(s).");
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Export Failed (1 of 2)");
+  EXPECT_EQ(alerts.shown()[0].failures, QStringList{"SYSTEM: Dentry block not found"});
 }
 
-TEST_F(DragOut, FileWhoseContentsAreIncompleteIsLoggedAndLeftOut) {
+TEST_F(DragOut, WhatIsNotExportedIsListedOnceHoweverOftenItIsAskedFor) {
+  mount(threeFiles());
+  const EMU3DirectoryPtr folder = controller_->currentDirectory();
+  ASSERT_TRUE(controller_->filesystem()->deleteFile(test::fileNamed(folder, "SYSTEM"), folder));
+  const test::CapturedLog log;
+  const test::AlertAnswers alerts;
+  const auto data = dragged({"SYSTEM", "PLAIN"});
+  EXPECT_EQ(pathsGiven(data), pathsGiven(data));
+  EXPECT_EQ(alerts.shown().size(), 1U);
+}
+
+TEST_F(DragOut, NothingIsToldWhenAllIsExported) {
+  mount(threeFiles());
+  const test::AlertAnswers alerts;
+  const QString before = status();
+  EXPECT_EQ(pathsGiven(dragged({"SYSTEM", "PLAIN"})).size(), 2U);
+  EXPECT_EQ(status(), before);
+  EXPECT_TRUE(alerts.shown().empty());
+}
+
+TEST_F(DragOut, FileWhoseContentsAreIncompleteIsLeftOutLoggedAndListed) {
   ImageBuilder image;
   test::FolderBuilder folder = image.root().addFolder("Mixed");
   folder.addFile("WHOLE", bytesOf("whole"));
   addIncompleteFile(image, folder, "CUT");
   mount(image);
   const test::CapturedLog log;
-  const auto paths = pathsIn(dragged({"WHOLE", "CUT"}));
+  const test::AlertAnswers alerts;
+  const auto paths = pathsGiven(dragged({"WHOLE", "CUT"}));
   ASSERT_EQ(paths.size(), 1U);
   EXPECT_EQ(test::readText(paths[0]), "whole");
   EXPECT_EQ(log.lines(),
             std::vector<std::string>{"Drag export failed for CUT: Error Domain=com.tessary.error Code=2 "
                                      "\"File contents are incomplete\""});
-  EXPECT_EQ(dragged({"CUT"}), nullptr);
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].failures, QStringList{"CUT: File contents are incomplete"});
 }
 
-TEST_F(DragOut, IsNoDragWhenEveryExportFails) {
+TEST_F(DragOut, IsNothingWhenEveryExportFails) {
   mount(threeFiles());
   const EMU3DirectoryPtr folder = controller_->currentDirectory();
   ASSERT_TRUE(controller_->filesystem()->deleteFile(test::fileNamed(folder, "SYSTEM"), folder));
   const test::CapturedLog log;
-  EXPECT_EQ(dragged({"SYSTEM"}), nullptr);
+  const test::AlertAnswers alerts;
+  const auto data = dragged({"SYSTEM"});
+  EXPECT_TRUE(pathsGiven(data).empty());
+  EXPECT_TRUE(data->data("text/uri-list").isEmpty());
   EXPECT_EQ(log.lines().size(), 1U);
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Export Failed (1 of 1)");
+  EXPECT_TRUE(std::filesystem::is_empty(dragFolder())) << "nobody knows of that folder";
 }
 
-TEST_F(DragOut, IsNoDragAndSilentWithoutAPlaceForTheFiles) {
+TEST_F(DragOut, IsNothingAndToldWithoutAPlaceForTheFiles) {
   mount(threeFiles());
   const std::string noFolder = folder_.path("no folder");
   test::writeText(noFolder, "");
   const test::CapturedLog log;
+  const test::AlertAnswers alerts;
   qputenv("TMPDIR", QByteArray::fromStdString(noFolder));
-  EXPECT_EQ(dragged({"PLAIN"}), nullptr);
+  EXPECT_TRUE(pathsGiven(dragged({"PLAIN", "BANK"})).empty());
   EXPECT_TRUE(log.lines().empty());
-  EXPECT_EQ(status(), "Mixed — 3 file(s)");
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Export Failed (2 of 2)");
+  ASSERT_EQ(alerts.shown()[0].failures.size(), 2);
+  EXPECT_TRUE(alerts.shown()[0].failures[0].startsWith("BANK: "))
+      << alerts.shown()[0].failures[0].toStdString();
+  EXPECT_TRUE(alerts.shown()[0].failures[1].startsWith("PLAIN: "));
 }
 
 TEST_F(DragOut, IsNoDragWithoutAnImage) {
@@ -269,19 +335,24 @@ TEST_F(FolderDragOut, OtherProgramsReadItsAddressAsAList) {
   EXPECT_EQ(list, data->urls().first().toEncoded() + "\r\n");
 }
 
-TEST_F(FolderDragOut, FileWhoseContentsAreIncompleteIsLoggedAndLeftOut) {
+TEST_F(FolderDragOut, FileWhoseContentsAreIncompleteIsLeftOutLoggedAndListed) {
   ImageBuilder image;
   test::FolderBuilder folder = image.root().addFolder("Mixed");
   folder.addFile("WHOLE", bytesOf("whole"));
   addIncompleteFile(image, folder, "CUT");
   mount(image);
   const test::CapturedLog log;
-  const auto paths = pathsIn(draggedFolder({"Mixed"}));
+  const test::AlertAnswers alerts;
+  const auto paths = pathsGiven(draggedFolder({"Mixed"}));
   ASSERT_EQ(paths.size(), 1U);
   EXPECT_EQ(test::namesIn(paths[0]), std::vector<std::string>{"WHOLE.E4B"});
   EXPECT_EQ(log.lines(),
             std::vector<std::string>{"Drag export failed for CUT: Error Domain=com.tessary.error Code=2 "
                                      "\"File contents are incomplete\""});
+  EXPECT_EQ(status(), "Exported with 1 failure(s).");
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Export Failed (1 of 2)");
+  EXPECT_EQ(alerts.shown()[0].failures, QStringList{"CUT: File contents are incomplete"});
 }
 
 TEST_F(FolderDragOut, OfAnImageThatIsNoLongerMountedHasNoAddress) {
@@ -291,6 +362,19 @@ TEST_F(FolderDragOut, OfAnImageThatIsNoLongerMountedHasNoAddress) {
   ASSERT_TRUE(test::waitUntilIdle());
   EXPECT_TRUE(data->urls().isEmpty());
   EXPECT_FALSE(std::filesystem::exists(dragFolder()));
+}
+
+TEST_F(FolderDragOut, ThatIsGoneByThenIsNothingAndTold) {
+  mount(nestedFolders());
+  const auto data = draggedFolder({"Drums"});
+  const EMU3FilesystemPtr filesystem = controller_->filesystem();
+  ASSERT_TRUE(filesystem->deleteDirectory(test::folderNamed(filesystem->rootDirectory(), "Drums"),
+                                          filesystem->rootDirectory()));
+  const test::CapturedLog log;
+  const test::AlertAnswers alerts;
+  EXPECT_TRUE(pathsGiven(data).empty());
+  EXPECT_FALSE(log.lines().empty());
+  EXPECT_EQ(alerts.shown().size(), 1U);
 }
 
 TEST_F(FolderDragOut, TheRootIsNot) {

@@ -91,13 +91,26 @@ TEST_F(WindowDrags, RowsOnTheEmptyAreaGoIntoTheRoot) {
   EXPECT_EQ(entry(holdingsOf(toPath_), "/KICK"), entry(holdingsOf(fromPath_), "/Drums/KICK"));
 }
 
-TEST_F(WindowDrags, RowsAreNotTakenFromTheirHostCopies) {
-  const auto drag = dragFiles(from_, {"KICK"});
-  for (const auto &copy : std::filesystem::recursive_directory_iterator(folder_.path("tmp")))
-    if (copy.is_regular_file()) writeBytes(copy.path(), bytesOf("not what the image holds"));
-  dropOnFolder(*drag, to_, {"Pads"});
+TEST_F(WindowDrags, RowsAreCopiedWithoutHostCopies) {
+  dropOnFolder(*dragFiles(from_, {"KICK"}), to_, {"Pads"});
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_EQ(entry(holdingsOf(toPath_), "/Pads/KICK"), entry(holdingsOf(fromPath_), "/Drums/KICK"));
+  EXPECT_EQ(exportedCopies(), 0U) << "nobody outside has asked for them";
+}
+
+TEST_F(WindowDrags, OverAFileDialogExportNothing) {
+  chooseFromMenus(to_, "File", QStringLiteral("Mount Image…"));
+  auto *dialog = sheet<QFileDialog>(to_);
+  const auto rows = dragFiles(from_, {"KICK"});
+  const auto tree = dragFolder(from_, {"Drums"});
+  for (QWidget *part : dialog->findChildren<QWidget *>())
+    for (FileDrag *drag : {rows.get(), tree.get()})
+      if (part->isVisible()) {
+        EXPECT_EQ(drag->dropOn(part, part->rect().center()), Qt::IgnoreAction)
+            << part->metaObject()->className();
+      }
+  EXPECT_EQ(exportedCopies(), 0U);
+  dialog->reject();
 }
 
 TEST_F(WindowDrags, WhatDoesNotArriveIsListed) {

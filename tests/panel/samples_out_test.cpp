@@ -1,14 +1,17 @@
 // Samples leave the panel as WAV files: exported, and dragged.
 
 #include "app/FileURLs.h"
+#include "tests/app/FileDrag.h"
 #include "tests/panel/PanelTest.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/MountedVolume.h"
 
-#include <QDrag>
 #include <QFileDialog>
 #include <QMimeData>
+#include <QPushButton>
+#include <QTimer>
 #include <filesystem>
+#include <unistd.h>
 
 namespace tessary {
 namespace {
@@ -37,7 +40,10 @@ protected:
     ASSERT_TRUE(waitUntilIdle());
   }
   /// What a drag of the chosen rows brings.
-  std::unique_ptr<QMimeData> dragged() { return std::unique_ptr<QMimeData>(entries()->dragData()); }
+  std::unique_ptr<DraggedData> dragged() { return entries()->dragData(); }
+  std::string dragFolder() const {
+    return folder_.path("tmp/tessary-" + std::to_string(::geteuid()) + "/EMU3Drag");
+  }
 };
 
 TEST_F(SamplesOut, ExportWritesTheChosenOneUnderItsNameWithTheChosenRate) {
@@ -97,6 +103,29 @@ TEST_F(SamplesOut, DragBringsWavFilesNamedAfterBankAndSample) {
   EXPECT_EQ(data->formats(), QStringList{"text/uri-list"});
 }
 
+TEST_F(SamplesOut, DragThatIsStoppedGivesNothing) {
+  const std::string path = mount(kitImage());
+  pressPanelKey();
+  look("KIT");
+  chooseEntry("Kick");
+  chooseEntry("Snare", Qt::ControlModifier);
+  const auto data = dragged();
+  HeldVolume held(path);
+  auto *stop = window()->findChild<QPushButton *>(QStringLiteral("WorkStop"));
+  QTimer look;
+  look.callOnTimeout([&] {
+    if (!stop->isVisible()) return;
+    look.stop();
+    click(stop, stop->rect().center());
+    held.letGo();
+  });
+  look.start(10);
+  EXPECT_TRUE(data->urls().isEmpty());
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(status(), "Stopped. Exported 1 of 2 sample(s).");
+  EXPECT_TRUE(std::filesystem::is_empty(dragFolder()));
+}
+
 TEST_F(SamplesOut, SamplesOfOneNameDoNotReplaceEachOther) {
   ImageBuilder image;
   image.root().addFolder("Twins").addFile("TWINS", IffBank()
@@ -116,13 +145,45 @@ TEST_F(SamplesOut, SamplesOfOneNameDoNotReplaceEachOther) {
   EXPECT_EQ(audioOf(readBytes(paths[1])), patternBytes(10, 2));
 }
 
-TEST_F(SamplesOut, DragOfABankThatIsGoneIsNoneAndLogged) {
+TEST_F(SamplesOut, DragExportsNothingBeforeAnotherProgramAsks) {
   lookAtKit();
+  chooseEntry("Kick");
+  chooseEntry("Snare", Qt::ControlModifier);
+  const auto data = dragged();
+  ASSERT_TRUE(data);
+  EXPECT_TRUE(data->hasUrls());
+  EXPECT_EQ(data->names(), (QStringList{"KIT_Kick.wav", "KIT_Snare.wav"}));
+  EXPECT_FALSE(std::filesystem::exists(dragFolder()));
+  EXPECT_EQ(data->urls(), data->urls());
+  EXPECT_EQ(namesIn(dragFolder()).size(), 1U);
+}
+
+TEST_F(SamplesOut, DragIsRefusedByTheWindowItselfAndExportsNothing) {
+  lookAtKit();
+  chooseEntry("Kick");
+  FileDrag drag(dragged().release());
+  EXPECT_EQ(drag.dropOn(table()->viewport(), emptyPlace(table())), Qt::IgnoreAction);
+  EXPECT_EQ(drag.dropOn(outline()->viewport(), emptyPlace(outline())), Qt::IgnoreAction);
+  EXPECT_FALSE(std::filesystem::exists(dragFolder()));
+}
+
+TEST_F(SamplesOut, DragOfABankThatIsGoneIsNothingAndTold) {
+  lookAtKit();
+  chooseEntry("Kick");
+  const auto data = dragged();
   const EMU3DirectoryPtr folder = controller_->currentDirectory();
   ASSERT_TRUE(controller_->filesystem()->deleteFile(fileNamed(folder, "KIT"), folder));
   const CapturedLog log;
-  EXPECT_EQ(dragged(), nullptr);
-  EXPECT_EQ(log.lines().size(), 1U);
+  const AlertAnswers alerts;
+  EXPECT_TRUE(data->urls().isEmpty());
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(log.lines(),
+            std::vector<std::string>{"Drag export failed for KIT[Kick]: "
+                                     "Error Domain=com.tessary.error Code=5 \"Dentry block not found\""});
+  EXPECT_EQ(status(), "Exported 0 sample(s) with 1 failure(s).");
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Sample Export Failed (1)");
+  EXPECT_EQ(alerts.shown()[0].failures, QStringList{"KIT[Kick]: Dentry block not found"});
 }
 
 TEST_F(SamplesOut, NameThatSteersAPathStaysInItsFolder) {
