@@ -110,9 +110,8 @@ void DragExport::tell(const HostCopies &copies, const ExportWords &words,
   if (copies.cameTooLate())
     return tools_.dialogs->tell(
         QStringLiteral("Nothing Was Dragged Out"),
-        QStringLiteral(
-            "The other program did not wait until the copies were made. Choose “Export…”, and take "
-            "them to it from the folder that you export to."));
+        QStringLiteral("The other program did not wait until the copies were made. Export them to a "
+                       "folder, and drag them from there."));
   if (copies.isAbandoned()) return; // the user has given the drag up
   const WorkOutcome &outcome = result.outcome;
   if (outcome.isStopped || outcome.failed > 0) tools_.browser->setStatus(words.status(outcome));

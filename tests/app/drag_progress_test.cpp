@@ -205,10 +205,9 @@ TEST_F(DragProgress, ProgramThatDoesNotWaitIsToldOf) {
   EXPECT_TRUE(std::filesystem::is_empty(dragFolder()));
   ASSERT_EQ(alerts_.shown().size(), 1U);
   EXPECT_EQ(alerts_.shown()[0].message, "Nothing Was Dragged Out");
-  EXPECT_EQ(
-      alerts_.shown()[0].informativeText,
-      "The other program did not wait until the copies were made. Choose “Export…”, and take them to it "
-      "from the folder that you export to.");
+  EXPECT_EQ(alerts_.shown()[0].informativeText,
+            "The other program did not wait until the copies were made. Export them to a "
+            "folder, and drag them from there.");
 }
 
 TEST_F(DragProgress, WhatFailsIsListedWhenTheDragIsOver) {

@@ -54,6 +54,28 @@ TEST(LongWorkShown, TheFirstThatRunsAndStopIsForThatAlone) {
   EXPECT_TRUE(waiting->isToStop());
 }
 
+TEST(LongWorkShown, WhatSomebodyWaitsForFirst) {
+  WorkBar bar;
+  LongWork work(&bar);
+  const auto first = std::make_shared<WorkProgress>();
+  const auto second = std::make_shared<WorkProgress>();
+  const auto waitedFor = std::make_shared<WorkProgress>();
+  const WorkProgress::Clock::time_point begin = WorkProgress::Clock::now() - 1h;
+  for (const auto &each : {first, second, waitedFor}) {
+    each->begin(begin);
+    work.add(each);
+  }
+  work.showFirst(waitedFor);
+  work.look(begin + 1s);
+  emit bar.stopPressed();
+  EXPECT_TRUE(waitedFor->isToStop());
+  EXPECT_FALSE(first->isToStop());
+  work.remove(waitedFor);
+  emit bar.stopPressed();
+  EXPECT_TRUE(first->isToStop());
+  EXPECT_FALSE(second->isToStop());
+}
+
 // ---- Its words
 
 TEST(LongWorkWords, TellItemShareBytesAndTimeLeft) {

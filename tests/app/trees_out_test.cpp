@@ -2,6 +2,8 @@
 
 #include "tests/app/HostTrees.h"
 #include "tests/app/LongWorkTest.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/MountedVolume.h"
 
 #include <QFileDialog>
 #include <QMenuBar>
@@ -107,6 +109,24 @@ TEST_F(TreesOut, FolderBehindALinkIsNotWrittenInto) {
   ASSERT_EQ(alerts.shown().size(), 1U);
   EXPECT_EQ(alerts.shown()[0].message, "Export Failed (6 of 6)");
   EXPECT_TRUE(namesIn(folder_.path("elsewhere")).empty());
+}
+
+TEST_F(TreesOut, FolderThatIsDeletedMeanwhileIsAFailure) {
+  const EMU3DirectoryPtr root = controller_->filesystem()->rootDirectory();
+  chooseFromFolderMenu({"Drums", "De/ep"}, "Export Folder…");
+  ASSERT_TRUE(controller_->filesystem()->deleteDirectory(folderNamed(root, "Drums"), root));
+  const CapturedLog log;
+  const AlertAnswers alerts;
+  confirmPanel({out()});
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_TRUE(namesIn(out()).empty());
+  EXPECT_EQ(status(), "Exported with 1 failure(s).");
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Export Failed (1 of 1)");
+  EXPECT_EQ(alerts.shown()[0].failures, QStringList{"De/ep: Dentry block not found"});
+  EXPECT_EQ(log.lines(),
+            std::vector<std::string>{"Export failed for De/ep: "
+                                     "Error Domain=com.tessary.error Code=5 \"Dentry block not found\""});
 }
 
 TEST_F(TreesOut, ImageIsNeverWrittenOver) {

@@ -118,9 +118,8 @@ carry_to() {
   wait_for "a screen that stands still" is_still
 }
 let_go() { xdotool mouseup 1; }
-# How many files of that kind were made for drags.
-drags_made() { find "$scratch" -path '*/EMU3Drag/*' -name "*.$1" | wc -l; }
-more_drags_than() { [ "$(drags_made "$1")" -gt "$2" ]; }
+# Whether no file was made for another program.
+nothing_dragged_out() { [ -z "$(find "$scratch" -path '*/EMU3Drag/*')" ]; }
 
 # ---- Beginning ----------------------------------------------------------------------------------------------
 
