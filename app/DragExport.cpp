@@ -79,14 +79,18 @@ HostCopiesPtr DragExport::copiesBy(const Job &job) {
 
 // ---- Making the copies
 
-HostCopies::Stop DragExport::make(const HostCopiesPtr &copies, const Job &job) {
+HostCopies::Stop DragExport::make(const HostCopiesPtr &asked, const Job &job) {
   const EMU3FilesystemPtr mounted = tools_.image->filesystem();
   if (!mounted || mounted != job.image.lock()) return nullptr;
   const WorkProgressPtr progress = tools_.image->runLongWorkBeside(
       queue_,
       [job](EMU3Filesystem &filesystem, WorkProgress &working) { return write(filesystem, job, working); },
-      [this, copies, words = job.words](const ExportPlan::Result &result) {
-        copies->made(urlsOf(result.paths), [this, copies, words, result] { tell(*copies, words, result); });
+      // Not the copies themselves: they are the main thread's, and would end with this on the queue's.
+      [this, waiting = std::weak_ptr(asked), words = job.words](const ExportPlan::Result &result) {
+        const HostCopiesPtr copies = waiting.lock();
+        if (!copies) return;
+        copies->made(urlsOf(result.paths),
+                     [this, words, result](const HostCopies &told) { tell(told, words, result); });
       });
   return [progress] { progress->stop(); };
 }

@@ -38,7 +38,7 @@ void HostCopies::wait() {
   tellWhenOver();
 }
 
-void HostCopies::made(QList<QUrl> urls, std::function<void()> tell) {
+void HostCopies::made(QList<QUrl> urls, std::function<void(const HostCopies &)> tell) {
   state_ = State::made;
   stop_ = nullptr;
   urls_ = std::move(urls);
@@ -64,7 +64,8 @@ void HostCopies::dataIsGone() {
 /// Not at once: an alert would hold up the program that waits for the answer.
 void HostCopies::tellWhenOver() {
   if (!tell_ || !owner_ || isDragged_ || waiting_ > 0) return;
-  QMetaObject::invokeMethod(owner_, std::exchange(tell_, nullptr), Qt::QueuedConnection);
+  const auto tell = [self = shared_from_this(), tell = std::exchange(tell_, nullptr)] { tell(*self); };
+  QMetaObject::invokeMethod(owner_, tell, Qt::QueuedConnection);
 }
 
 } // namespace tessary

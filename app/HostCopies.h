@@ -30,7 +30,7 @@ public:
   /// they are: events are handled meanwhile, but the user reaches only what `InputPause` leaves.
   QList<QUrl> urls();
   /// `tell` runs when the drag is over and nobody waits any more.
-  void made(QList<QUrl> urls, std::function<void()> tell);
+  void made(QList<QUrl> urls, std::function<void(const HostCopies &)> tell);
 
   // What becomes of the drag.
   void dragBegins() { isDragged_ = true; }
@@ -58,8 +58,8 @@ private:
   State state_ = State::notAskedFor;
   QList<QUrl> urls_;
   Stop stop_;
-  std::function<void()> tell_; ///< null when nothing is left to be told
-  int waiting_ = 0;            ///< askers
+  std::function<void(const HostCopies &)> tell_; ///< null when nothing is left to be told
+  int waiting_ = 0;                              ///< askers
   bool isDragged_ = false;
   bool isDropped_ = false;
   bool isAbandoned_ = false; ///< while they were being made

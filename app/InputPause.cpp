@@ -25,6 +25,8 @@ bool isFromOutside(const QEvent *event) {
 } // namespace
 
 InputPause::InputPause() {
+  while (QWidget *menu = QApplication::activePopupWidget())
+    if (!menu->close()) break;
   QApplication::instance()->installEventFilter(this);
 }
 

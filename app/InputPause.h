@@ -9,8 +9,8 @@ namespace tessary {
 /// window and quitting ask as ever. For an event loop inside another one, whose caller waits. Main thread
 /// only.
 ///
-/// What the user does is kept from widgets, not from windows: a drag that goes on follows the mouse by way of
-/// these.
+/// A menu that is open closes, since it would keep the mouse from Stop. What the user does is kept from
+/// widgets, not from windows: a drag that goes on follows the mouse by way of these.
 class InputPause final : public QObject {
   Q_OBJECT
 

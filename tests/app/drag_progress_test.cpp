@@ -87,7 +87,11 @@ TEST_F(DragProgress, StoppedGivesNothingOfItAndLeavesNoCopies) {
 }
 
 TEST_F(DragProgress, KeyStopsItToo) {
-  EXPECT_TRUE(ask([this] { pressKeyIn(window(), Qt::Key_Period, Qt::ControlModifier); }).isEmpty());
+  EXPECT_TRUE(ask([this] {
+                pressKeyIn(window(), Qt::Key_Period, Qt::ControlModifier);
+                EXPECT_TRUE(
+                    QTest::qWaitFor([this] { return !stopButton()->isEnabled(); })); // it goes down first
+              }).isEmpty());
   EXPECT_EQ(status(), "Stopped. Exported 64 of 100 file(s).");
 }
 
@@ -123,6 +127,15 @@ TEST_F(DragProgress, NoCommandCanBeGivenMeanwhile) {
   EXPECT_FALSE(isAnySheetUp());
   clickRow(outline(), folderItem({"Other"}));
   EXPECT_EQ(controller_->currentDirectory(), folder({"Other"})) << "afterwards they can";
+}
+
+TEST_F(DragProgress, MenuThatIsOpenClosesSoThatStopCanBePressed) {
+  clickRow(table(), table()->model()->index(0, 0), Qt::RightButton);
+  ASSERT_NE(QApplication::activePopupWidget(), nullptr);
+  EXPECT_TRUE(ask([this] {
+                EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+                pressStop();
+              }).isEmpty());
 }
 
 TEST_F(DragProgress, NothingOfAnotherProgramIsTakenMeanwhile) {
