@@ -9,8 +9,8 @@
 
 // drop_target
 // A window that takes files which are dropped on it, as another program does, and says on standard output
-// which: a path a line, or "nothing". With --asks-early it asks for them when the drag comes over it, too, as some
-// file managers do, and says what it is told then.
+// which: a path a line, or "nothing". With --asks-early it asks for them when the drag comes over it, too, as
+// some file managers do, and says what it is told then.
 
 namespace {
 

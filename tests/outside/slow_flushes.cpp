@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 // slow_flushes
-// Loaded before a program (LD_PRELOAD): each flush of a file takes as many milliseconds more as the file says that
-// SLOW_FLUSHES names, as on a slow disk. Read anew each time, so that a test can change it.
+// Loaded before a program (LD_PRELOAD): each flush of a file takes as many milliseconds more as the file says
+// that SLOW_FLUSHES names, as on a slow disk. Read anew each time, so that a test can change it.
 
 namespace {
 
