@@ -86,11 +86,11 @@ HostCopies::Stop DragExport::make(const HostCopiesPtr &asked, const Job &job) {
       queue_,
       [job](EMU3Filesystem &filesystem, WorkProgress &working) { return write(filesystem, job, working); },
       // Not the copies themselves: they are the main thread's, and would end with this on the queue's.
-      [this, waiting = std::weak_ptr(asked), words = job.words](const ExportPlan::Result &result) {
+      [this, waiting = std::weak_ptr(asked), job](const ExportPlan::Result &result) {
         const HostCopiesPtr copies = waiting.lock();
         if (!copies) return;
         copies->made(urlsOf(result.paths),
-                     [this, words, result](const HostCopies &told) { tell(told, words, result); });
+                     [this, job, result](const HostCopies &told) { tell(told, job, result); });
       });
   return [progress] { progress->stop(); };
 }
@@ -109,8 +109,7 @@ ExportPlan::Result DragExport::write(EMU3Filesystem &filesystem, const Job &job,
   return result;
 }
 
-void DragExport::tell(const HostCopies &copies, const ExportWords &words,
-                      const ExportPlan::Result &result) const {
+void DragExport::tell(const HostCopies &copies, const Job &job, const ExportPlan::Result &result) const {
   if (copies.cameTooLate())
     return tools_.dialogs->tell(
         QStringLiteral("Nothing Was Dragged Out"),
@@ -118,8 +117,10 @@ void DragExport::tell(const HostCopies &copies, const ExportWords &words,
                        "folder, and drag them from there."));
   if (copies.isAbandoned()) return; // the user has given the drag up
   const WorkOutcome &outcome = result.outcome;
-  if (outcome.isStopped || outcome.failed > 0) tools_.browser->setStatus(words.status(outcome));
-  tools_.dialogs->tellFailures(words.failed(result), result.failures);
+  const EMU3FilesystemPtr mounted = tools_.image->filesystem(); // perhaps another one by now
+  if (mounted && mounted == job.image.lock() && (outcome.isStopped || outcome.failed > 0))
+    tools_.browser->setStatus(job.words.status(outcome));
+  tools_.dialogs->tellFailures(job.words.failed(result), result.failures);
 }
 
 } // namespace tessary

@@ -46,7 +46,7 @@ private:
   HostCopiesPtr copiesBy(const Job &job);
   HostCopies::Stop make(const HostCopiesPtr &copies, const Job &job);
   static ExportPlan::Result write(EMU3Filesystem &filesystem, const Job &job, WorkProgress &progress);
-  void tell(const HostCopies &copies, const ExportWords &words, const ExportPlan::Result &result) const;
+  void tell(const HostCopies &copies, const Job &job, const ExportPlan::Result &result) const;
 
   const CommandTools tools_;
   SerialQueue queue_{"com.tessary.drag"};

@@ -177,6 +177,16 @@ TEST_F(DragProgress, ImageThatIsUnmountedMeanwhileGivesTheCopies) {
   EXPECT_FALSE(MountedImage::isMounted(path_)) << "it is let go of when they are made";
 }
 
+TEST_F(DragProgress, StatusLineIsNotOfAnImageThatWasUnmountedMeanwhile) {
+  QString unmounted;
+  ask([&] {
+    pressStop();
+    controller_->_unmountImage();
+    unmounted = status();
+  });
+  EXPECT_EQ(status(), unmounted);
+}
+
 TEST_F(DragProgress, StopIsForItWhileAnImportRuns) {
   chooseFolder({"Other"});
   medium_.holdFlushes();
