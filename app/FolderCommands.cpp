@@ -132,8 +132,8 @@ void FolderCommands::removeNow(const EMU3DirectoryPtr &folder, const EMU3Directo
                         if (result.counterpart) return removed(name, parent);
                         if (result.outcome.isStopped) return tools_.browser->setStatus(result.status);
                         tools_.dialogs->tellFailures(result.failed, result.failures);
-                        if (result.incompleteFolder)
-                          return askWhetherForGood(result.incompleteFolder, parent);
+                        if (!result.incompleteFolders.empty())
+                          return askWhetherForGood(result.incompleteFolders.front(), parent);
                         if (result.failures.empty()) // it was gone already
                           tools_.dialogs->tell(engineError(EngineError::entryNotFound));
                       });

@@ -142,7 +142,10 @@ void ChangeHistory::runAgain(const QString &name, const HistoryStepPtr &step, Un
             imageReplaced();
             if (image != tools_.image->filesystem()) return;
             tools_.browser->setStatus(result.status);
-            tools_.dialogs->tellFailures(result.failed, result.failures);
+            std::vector<ItemFailure> failures = result.failures;
+            failures.insert(failures.end(), result.leftOut.begin(), result.leftOut.end());
+            tools_.dialogs->tellFailures(result.leftOut.empty() ? result.failed : result.failedWithLeftOut,
+                                         failures);
           });
 }
 

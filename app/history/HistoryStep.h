@@ -31,7 +31,11 @@ struct StepResult {
 
   /// Not deleted, since they could not be kept whole and so would not come back.
   std::vector<PlacedFile> incompleteFiles{};
-  EMU3DirectoryPtr incompleteFolder{};
+  std::vector<EMU3DirectoryPtr> incompleteFolders{};
+  /// Those, and what was gone already. A command passes over what is gone and asks about the others; undo and
+  /// redo list them with the failures, under this title.
+  std::vector<ItemFailure> leftOut{};
+  QString failedWithLeftOut{};
 };
 
 /// What undo or redo does to the image. Steps do not change; they are run on the image's I/O queue.

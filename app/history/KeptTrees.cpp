@@ -134,6 +134,19 @@ std::size_t KeptTree::fileCount() const {
       std::count_if(files.begin(), files.end(), [](const LastingFile &file) { return file != nullptr; }));
 }
 
+std::size_t fileCountOf(const std::vector<KeptTree> &trees) {
+  std::size_t files = 0;
+  for (const KeptTree &tree : trees)
+    files += tree.fileCount();
+  return files;
+}
+
+QString doneText(const QString &done, const std::vector<KeptTree> &trees, const WorkOutcome &outcome) {
+  if (!outcome.isStopped && trees.size() == 1 && trees.front().isFolder())
+    return QStringLiteral("%1 folder '%2'.").arg(done, displayText(trees.front().name));
+  return outcomeText(done, outcome);
+}
+
 std::size_t ItemsToDelete::fileCount() const {
   std::size_t count = 0;
   forEachFile(*this, [&](const EMU3FilePtr &) { ++count; });
@@ -179,7 +192,7 @@ Keeping keep(EMU3Filesystem &filesystem, LastingItems &items, const ItemsToDelet
     if (isKept(placed.file->name(), [&] { keeping.incompleteFiles.push_back(placed); }))
       keeping.toDelete.files.push_back(placed);
   for (const EMU3DirectoryPtr &folder : toDelete.folders)
-    if (isKept(folder->name(), [&] { keeping.incompleteFolder = folder; }))
+    if (isKept(folder->name(), [&] { keeping.incompleteFolders.push_back(folder); }))
       keeping.toDelete.folders.push_back(folder);
   return keeping;
 }

@@ -4,10 +4,12 @@
 #include "app/PlacedFiles.h"
 #include "app/history/LastingItems.h"
 #include "app/history/UndoCopies.h"
+#include "app/progress/WorkOutcome.h"
 #include "app/progress/WorkProgress.h"
 #include "tessary/EMU3Filesystem.h"
 #include "tessary/StoredTree.h"
 
+#include <QString>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -29,6 +31,13 @@ struct KeptTree {
   [[nodiscard]] std::size_t fileCount() const;
 };
 
+/// How many files all of them are.
+[[nodiscard]] std::size_t fileCountOf(const std::vector<KeptTree> &trees);
+
+/// "Deleted 3 file(s).", or of one folder "Deleted folder 'NAME'." `outcome` is that of the files.
+[[nodiscard]] QString doneText(const QString &done, const std::vector<KeptTree> &trees,
+                               const WorkOutcome &outcome);
+
 /// Files and folders of the tree that are about to be deleted.
 struct ItemsToDelete {
   std::vector<PlacedFile> files;
@@ -44,9 +53,9 @@ struct Keeping {
   ItemsToDelete toDelete;      ///< with a tree of `trees` for each, files first
   std::vector<KeptTree> trees; ///< in the same order
   std::vector<PlacedFile> incompleteFiles;
-  EMU3DirectoryPtr incompleteFolder; ///< the last of those that hold such a file
-  std::vector<ItemFailure> failures; ///< of the others
-  bool isStopped = false;            ///< by the user: nothing is to be deleted
+  std::vector<EMU3DirectoryPtr> incompleteFolders; ///< that hold such a file
+  std::vector<ItemFailure> failures;               ///< of the others
+  bool isStopped = false;                          ///< by the user: nothing is to be deleted
 };
 
 /// Copies the contents of files and folders to the host. Where there is no room for all of them, all fail. On

@@ -1,6 +1,7 @@
 #include "app/history/NameStep.h"
 
 #include "app/DisplayText.h"
+#include "app/history/Whereabouts.h"
 #include "tessary/ItemsOperation.h"
 
 #include <optional>
@@ -30,7 +31,8 @@ StepResult NameStep::run(EMU3Filesystem &filesystem, LastingItems &, WorkProgres
   StepResult result{.failed = QStringLiteral("Rename Failed")};
   if (error.isSet()) {
     result.status = result.failed + QLatin1Char('.');
-    result.failures.push_back(ItemFailure::of(nameNow, error));
+    const bool isStillThere = file ? isThere(filesystem, {file, folder}) : isThere(filesystem, folder);
+    result.failures.push_back(isStillThere ? ItemFailure::of(nameNow, error) : goneFailure(nameNow));
     result.rest = file_ ? std::make_shared<NameStep>(file_, folder_, entry_)
                         : std::make_shared<NameStep>(folder_, entry_);
     return result;

@@ -1,6 +1,7 @@
 #include "app/history/PlaceStep.h"
 
 #include "app/Browser.h"
+#include "app/history/Whereabouts.h"
 #include "tessary/ItemsOperation.h"
 #include "tessary/SystemLog.h"
 
@@ -30,7 +31,10 @@ StepResult PlaceStep::run(EMU3Filesystem &filesystem, LastingItems &items, WorkP
     const EMU3FilePtr before = move.file->object();
     if (end.error) {
       systemLog("Transfer failed: " + end.error->description());
-      return result.failures.push_back(ItemFailure::of(before->name(), *end.error));
+      return result.failures.push_back(
+          isThere(filesystem, {before, move.from->object()})
+              ? failureIn(filesystem, move.to->object(), before->name(), *end.error)
+              : goneFailure(before->name()));
     }
     isDone[end.item] = true;
     if (end.file) items.became(before, end.file);

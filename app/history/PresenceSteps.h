@@ -40,7 +40,9 @@ public:
   StepResult run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const override;
 
 private:
-  [[nodiscard]] ItemsToDelete thoseThere(std::vector<ItemFailure> *changed) const;
+  [[nodiscard]] ItemsToDelete chosen(const EMU3Filesystem &filesystem, StepResult *result) const;
+  [[nodiscard]] HistoryStepPtr rest(const EMU3Filesystem &filesystem) const;
+  void sayIncomplete(Keeping *keeping, StepResult *result) const;
 
   const std::vector<File> files_;
   const std::vector<Folder> folders_;

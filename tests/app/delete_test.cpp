@@ -670,7 +670,8 @@ TEST_F(Delete, UndoThatRestoresNothingDoesNotStandInTheWayOfEarlierOnes) {
   EXPECT_EQ(status(), QStringLiteral("Restored 0 file(s), 1 failed.")) << "kept all the same";
 }
 
-TEST_F(Delete, RedoPassesOverARestoredFileThatWasMovedAway) {
+TEST_F(Delete, RedoNamesARestoredFileThatWasMovedAway) {
+  const AlertAnswers alerts;
   mountDrums(drums());
   deleteFiles({QStringLiteral("KICK")});
   undo();
@@ -680,6 +681,8 @@ TEST_F(Delete, RedoPassesOverARestoredFileThatWasMovedAway) {
                                    filesystem->rootDirectory()->subdirectories()[1]));
   redo();
   EXPECT_EQ(status(), QStringLiteral("Deleted 0 file(s)."));
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].failures, QStringList{"KICK: It is no longer in its folder."});
   EXPECT_EQ(namesOnImage(imagePath_, {"Pads"}), std::vector<std::string>{"KICK"});
   EXPECT_FALSE(canUndo());
 }

@@ -1,7 +1,6 @@
-#include "app/history/PresenceSteps.h"
-
-#include "app/Browser.h"
 #include "app/DisplayText.h"
+#include "app/history/PresenceSteps.h"
+#include "app/history/Whereabouts.h"
 #include "tessary/ItemsOperation.h"
 #include "tessary/SystemLog.h"
 
@@ -11,131 +10,6 @@
 #include <utility>
 
 namespace tessary {
-namespace {
-
-std::size_t filesOf(const std::vector<KeptTree> &trees) {
-  std::size_t files = 0;
-  for (const KeptTree &tree : trees)
-    files += tree.fileCount();
-  return files;
-}
-
-/// "Deleted 3 file(s).", or of one folder "Deleted folder 'NAME'." `outcome` is that of the files.
-QString doneText(const QString &done, const std::vector<KeptTree> &trees, const WorkOutcome &outcome) {
-  if (!outcome.isStopped && trees.size() == 1 && trees.front().isFolder())
-    return QStringLiteral("%1 folder '%2'.").arg(done, displayText(trees.front().name));
-  return outcomeText(done, outcome);
-}
-
-bool isThere(const EMU3DirectoryPtr &folder) {
-  const EMU3DirectoryPtr parent = folder->parent();
-  return parent && parent->containsSubdirectory(folder);
-}
-
-/// Whether a deletion that ended so took the item away. Logs why when it failed. Where only the marks of its
-/// blocks could not be cleared the item is gone all the same.
-bool isGone(const Item &item, const std::string &name, const std::optional<EMU3Error> &error) {
-  if (!error) return true;
-  systemLog("Delete failed for " + name + ": " + error->description());
-  const bool isHeld = item.file ? item.file->folder() != nullptr : isThere(item.folder);
-  return error->code != kErrorEntryNotFound && !isHeld;
-}
-
-} // namespace
-
-Inventory inventoryOf(const EMU3DirectoryPtr &folder) {
-  Inventory inventory;
-  std::vector<std::pair<EMU3DirectoryPtr, std::string>> waiting{{folder, ""}};
-  while (!waiting.empty()) {
-    const auto [next, path] = std::move(waiting.back());
-    waiting.pop_back();
-    for (const EMU3FilePtr &file : next->allFiles())
-      inventory.insert(path + file->name());
-    for (const EMU3DirectoryPtr &below : next->subdirectories()) {
-      waiting.emplace_back(below, path + below->name() + "/");
-      inventory.insert(waiting.back().second);
-    }
-  }
-  return inventory;
-}
-
-// ---- Away
-
-HistoryStepPtr TakeAwayStep::of(LastingItems &items, const std::vector<PlacedFile> &files) {
-  std::vector<File> lasting;
-  lasting.reserve(files.size());
-  for (const PlacedFile &placed : files)
-    lasting.push_back({items.of(placed.file), items.of(placed.folder)});
-  return std::make_shared<TakeAwayStep>(std::move(lasting));
-}
-
-HistoryStepPtr TakeAwayStep::of(LastingItems &items, const EMU3DirectoryPtr &folder) {
-  return std::make_shared<TakeAwayStep>(std::vector<File>(), std::vector<Folder>{{items.of(folder), {}}});
-}
-
-HistoryStepPtr TakeAwayStep::ofNew(LastingItems &items, const EMU3DirectoryPtr &folder) {
-  return std::make_shared<TakeAwayStep>(std::vector<File>(),
-                                        std::vector<Folder>{{items.of(folder), inventoryOf(folder)}});
-}
-
-// What has gone meanwhile is passed over.
-ItemsToDelete TakeAwayStep::thoseThere(std::vector<ItemFailure> *changed) const {
-  ItemsToDelete toDelete;
-  for (const File &each : files_) {
-    const PlacedFile placed{each.file->object(), each.folder->object()};
-    if (placed.folder->containsFile(placed.file)) toDelete.files.push_back(placed);
-  }
-  for (const Folder &each : folders_) {
-    const EMU3DirectoryPtr folder = each.folder->object();
-    if (!isThere(folder)) continue;
-    if (!each.asItCame || *each.asItCame == inventoryOf(folder))
-      toDelete.folders.push_back(folder);
-    else
-      changed->push_back(
-          {displayText(folder->name()), QStringLiteral("It does not hold what came with it any more.")});
-  }
-  return toDelete;
-}
-
-StepResult TakeAwayStep::run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const {
-  std::vector<ItemFailure> failures;
-  const ItemsToDelete toDelete = thoseThere(&failures);
-  const std::size_t fileCount = toDelete.fileCount();
-  progress.beginPart(QStringLiteral("Copying for Undo"));
-  Keeping keeping = keep(filesystem, items, toDelete, progress);
-  failures.insert(failures.end(), keeping.failures.begin(), keeping.failures.end());
-  StepResult result{.failures = std::move(failures),
-                    .incompleteFiles = std::move(keeping.incompleteFiles),
-                    .incompleteFolder = std::move(keeping.incompleteFolder)};
-  const auto operation = filesystem.manyItems();
-  for (const PlacedFile &placed : keeping.toDelete.files)
-    operation->deleteFile(placed.file, placed.folder);
-  for (const EMU3DirectoryPtr &folder : keeping.toDelete.folders)
-    operation->deleteFolder(folder, folder->parent());
-  std::vector<KeptTree> gone;
-  progress.beginPart(QStringLiteral("Deleting"));
-  ItemsWatcher watcher = progress.watch(*operation);
-  watcher.ended = [&](const ItemEnd &end) {
-    KeptTree &tree = keeping.trees[end.item];
-    if (isGone(operation->item(end.item), tree.name, end.error))
-      gone.push_back(std::move(tree));
-    else
-      result.failures.push_back(ItemFailure::of(tree.name, *end.error));
-  };
-  operation->run(watcher);
-  const bool isStopped = keeping.isStopped || isCutShort(*operation);
-  result.outcome = {.done = filesOf(gone), .all = fileCount, .isStopped = isStopped};
-  if (isStopped) result.incompleteFiles.clear(); // nothing more is asked
-  result.status = doneText(QStringLiteral("Deleted"), gone, result.outcome);
-  result.failed =
-      failuresTitle(QStringLiteral("Delete"), result.failures.size(), files_.size() + folders_.size());
-  if (!result.failures.empty() || isStopped) result.rest = std::make_shared<TakeAwayStep>(files_, folders_);
-  if (!gone.empty()) result.counterpart = std::make_shared<BringBackStep>(std::move(gone));
-  return result;
-}
-
-// ---- Back
-
 namespace {
 
 /// Trees that are brought back together.
@@ -230,7 +104,7 @@ StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items, W
     const KeptTree &tree = trees_[i];
     if (const std::optional<EMU3Error> &error = back.errorOf(i)) {
       systemLog("Restore import failed: " + error->description());
-      result.failures.push_back(ItemFailure::of(tree.name, *error));
+      result.failures.push_back(failureIn(filesystem, tree.in->object(), tree.name, *error));
     }
     if (!back.isBack(i)) {
       notBack.push_back(tree);
@@ -250,7 +124,7 @@ StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items, W
   for (const TakeAwayStep::File &file : files)
     filesystem.populateBankMetadata(file.file->object());
   const std::size_t failed = result.failures.size();
-  result.outcome = {.done = filesOf(restored), .all = filesOf(trees_), .isStopped = back.isStopped()};
+  result.outcome = {.done = fileCountOf(restored), .all = fileCountOf(trees_), .isStopped = back.isStopped()};
   result.status = doneText(QStringLiteral("Restored"), restored, result.outcome);
   if (failed > 0 && !result.outcome.isStopped)
     result.status = QStringLiteral("Restored %1 file(s), %2 failed.")
