@@ -63,7 +63,8 @@ EMU3FilesystemPtr EMU3Filesystem::initWithURL(const std::string &imageURL, EMU3E
 
 EMU3Filesystem::EMU3Filesystem(std::string imageURL, std::shared_ptr<Volume> volume)
     : imageURL_(std::move(imageURL)), imagePath_(absolutePath(imageURL_)),
-      ioQueue_(std::make_unique<SerialQueue>("com.tessary.io")), volume_(std::move(volume)) {}
+      ioQueue_(std::make_unique<SerialQueue>("com.tessary.io")), volume_(std::move(volume)),
+      identity_(ImageIdentity::of(volume_->image.descriptor(), imagePath_)) {}
 
 EMU3Filesystem::~EMU3Filesystem() = default;
 

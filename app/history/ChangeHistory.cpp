@@ -57,14 +57,19 @@ void ChangeHistory::runStep(const HistoryStepPtr &step, ImageWork::Spinning spin
       spinning, ImageWork::Following::always);
 }
 
+/// False for null.
+bool ChangeHistory::isAbout(const EMU3FilesystemPtr &image) const {
+  return image && image_ && image->identity().isSameImage(*image_);
+}
+
 /// From now on the steps are about that image; those of another are dropped. False where it is not mounted
 /// any more, and the steps are about the one that is.
 bool ChangeHistory::takeImage(const EMU3FilesystemPtr &image) {
   const EMU3FilesystemPtr mounted = tools_.image->filesystem();
-  const bool isSame = image->imageURL() == imagePath_;
-  if (!isSame && image != mounted && mounted && mounted->imageURL() == imagePath_) return false;
+  const bool isSame = isAbout(image);
+  if (!isSame && image != mounted && isAbout(mounted)) return false;
   if (!isSame) undoManager_.clear();
-  imagePath_ = image->imageURL();
+  image_ = image->identity();
   if (!isSame || image == mounted) filesystem_ = image;
   imageReplaced();
   return true;
@@ -72,7 +77,7 @@ bool ChangeHistory::takeImage(const EMU3FilesystemPtr &image) {
 
 void ChangeHistory::imageReplaced() {
   const EMU3FilesystemPtr mounted = tools_.image->filesystem();
-  const bool isSame = mounted && mounted->imageURL() == imagePath_;
+  const bool isSame = isAbout(mounted);
   if (isSame && filesystem_.lock() != mounted) items_->findIn(mounted->rootDirectory());
   if (isSame) filesystem_ = mounted;
   lookAtMountedImage();
@@ -81,8 +86,8 @@ void ChangeHistory::imageReplaced() {
 /// While something new is being done, the step before it is not what the user means.
 void ChangeHistory::lookAtMountedImage() {
   const EMU3FilesystemPtr mounted = tools_.image->filesystem();
-  const bool isSame = mounted && (imagePath_.empty() || mounted->imageURL() == imagePath_);
-  undoManager_.setAvailable(isSame && newChanges_ == 0);
+  const bool mayBeMeant = mounted && (!image_ || isAbout(mounted));
+  undoManager_.setAvailable(mayBeMeant && newChanges_ == 0);
 }
 
 // ---- Undo and redo
@@ -92,7 +97,7 @@ void ChangeHistory::lookAtMountedImage() {
 class ChangeHistory::Taken final {
 public:
   Taken(ChangeHistory *history, QString name, HistoryStepPtr step, UndoManager::Side side)
-      : history_(history), path_(history->imagePath_), name_(std::move(name)), step_(std::move(step)),
+      : history_(history), image_(history->image_), name_(std::move(name)), step_(std::move(step)),
         side_(side) {}
   ~Taken() {
     if (step_) onMainQueue([back = backFunction()] { back(); });
@@ -108,14 +113,14 @@ public:
 
 private:
   [[nodiscard]] std::function<void()> backFunction() const {
-    return [history = history_, path = path_, name = name_, step = step_, side = side_] {
-      if (history && history->imagePath_ == path)
-        history->undoManager_.registerCounterpart(side, history->callOf(name, step), name);
+    return [history = history_, image = image_, name = name_, step = step_, side = side_] {
+      const bool isAboutIt = history && history->image_ && image && history->image_->isSameImage(*image);
+      if (isAboutIt) history->undoManager_.registerCounterpart(side, history->callOf(name, step), name);
     };
   }
 
   const QPointer<ChangeHistory> history_;
-  const std::string path_;
+  const std::optional<ImageIdentity> image_;
   const QString name_;
   HistoryStepPtr step_;
   const UndoManager::Side side_;
@@ -138,7 +143,7 @@ void ChangeHistory::runAgain(const QString &name, const HistoryStepPtr &step, Un
           [this, name, counterpart, shownBefore = tools_.browser->foldersShown()](
               const StepResult &result, const EMU3FilesystemPtr &image) {
             if (image == tools_.image->filesystem()) show(result, shownBefore);
-            if (image->imageURL() == imagePath_) ended(name, result, counterpart);
+            if (isAbout(image)) ended(name, result, counterpart);
             imageReplaced();
             if (image != tools_.image->filesystem()) return;
             tools_.browser->setStatus(result.status);

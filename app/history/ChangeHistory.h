@@ -5,18 +5,24 @@
 #include "app/UndoManager.h"
 #include "app/history/HistoryStep.h"
 #include "app/history/LastingItems.h"
+#include "tessary/ImageIdentity.h"
 
 #include <QObject>
 #include <functional>
 #include <memory>
-#include <string>
+#include <optional>
 #include <vector>
 
 namespace tessary {
 
-/// What the user has changed in the image, and can undo and redo: the ten newest steps. They outlast an
-/// unmount, until another image is changed. Main thread only; the steps work on the
-/// image's I/O queue.
+/// What the user has changed in the image, and can undo and redo: the ten newest steps. Main thread only; the
+/// steps work on the image's I/O queue.
+///
+/// They outlast an unmount, until another image is changed. The image is known by its file (`ImageIdentity`),
+/// so also when it is mounted by another path. A file that was put in its place is another image, be it a
+/// backup of it: the steps wait for the one that they are about. Where other contents were copied into the
+/// file itself, what the steps mean is looked for by place and name, of a folder its first block; what is not
+/// found is told as gone, and nothing else is changed in its stead.
 class ChangeHistory final : public QObject {
   Q_OBJECT
 
@@ -50,12 +56,13 @@ private:
   void show(const StepResult &result, int shownBefore);
   bool takeImage(const EMU3FilesystemPtr &image);
   void lookAtMountedImage();
+  [[nodiscard]] bool isAbout(const EMU3FilesystemPtr &image) const;
 
   const CommandTools tools_;
   UndoManager undoManager_;
   const std::shared_ptr<LastingItems> items_ = std::make_shared<LastingItems>();
-  int newChanges_ = 0;    ///< that run or wait; what takes them back is not registered yet
-  std::string imagePath_; ///< of the image that the steps are about; empty before the first
+  int newChanges_ = 0;                       ///< that run or wait; what takes them back is not registered yet
+  std::optional<ImageIdentity> image_;       ///< that the steps are about; none before the first
   std::weak_ptr<EMU3Filesystem> filesystem_; ///< that `items_` are objects of
 };
 

@@ -5,6 +5,7 @@
 #include "tessary/EMU3Directory.h"
 #include "tessary/EMU3Error.h"
 #include "tessary/EMU3File.h"
+#include "tessary/ImageIdentity.h"
 #include "tessary/MountRules.h"
 #include "tessary/ReadOnlyReason.h"
 #include "tessary/SerialQueue.h"
@@ -84,6 +85,8 @@ public:
   /// Whether both have one image file mounted, whatever the paths that led to it. Guarded, they share its
   /// tree then.
   [[nodiscard]] bool isOfSameImage(const EMU3Filesystem &other) const;
+  /// What to know the image by when it is no longer mounted; as it was when it was mounted.
+  [[nodiscard]] const ImageIdentity &identity() const { return identity_; }
   [[nodiscard]] std::uint64_t imageSize() const; ///< bytes
   /// Whether changes are refused, and why. Another program's claim may have ended since: `claimForChanges`.
   [[nodiscard]] bool isReadOnly() const;
@@ -229,6 +232,7 @@ private:
   const std::string imagePath_; ///< `imageURL_` as an absolute path
   const std::unique_ptr<SerialQueue> ioQueue_;
   const std::shared_ptr<Volume> volume_;
+  const ImageIdentity identity_;
   std::atomic<const EMU3Directory *> detailsFolder_ = nullptr; ///< of the bank analysed last; only compared
   std::atomic<unsigned> detailsRead_ = 0;                      ///< banks, since pages were given back
 };
