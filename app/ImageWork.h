@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/ImageQueues.h"
 #include "app/progress/LongWork.h"
 #include "tessary/EMU3Filesystem.h"
 
@@ -9,6 +10,7 @@
 #include <memory>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace tessary {
 
@@ -37,15 +39,19 @@ public:
   ImageWork(Spinner *spinner, WorkBar *bar, QObject *parent = nullptr);
 
   /// Null when no image is mounted.
-  EMU3FilesystemPtr filesystem() const { return filesystem_; }
-  void setFilesystem(EMU3FilesystemPtr filesystem);
+  EMU3FilesystemPtr filesystem() const { return queues_ ? queues_->filesystem() : nullptr; }
+  /// Where tasks of an earlier mount of the same image have not ended, in this window or another, those that
+  /// are given from now on wait for them.
+  void setFilesystem(const EMU3FilesystemPtr &filesystem);
+  /// Whether that is so now.
+  bool waitsForEarlierWork() const { return waits_ > 0; }
   /// Whether a task waits or runs: on this image, or on one that was mounted before.
   bool isWorking() const { return tasks_ > 0; }
 
   /// Runs `work(filesystem)` on the image's I/O queue, behind what waits there, then `done(its result)`.
   template <typename Work, typename Done>
   void runOnImage(Work work, Done done, Spinning spinning = Spinning::no) {
-    run(filesystem_->ioQueue(), completing(std::move(work), std::move(done)), Kind::task, spinning);
+    run(queues_->io(), completing(std::move(work), std::move(done)), Kind::task, spinning);
   }
   /// The same with work that may take long, `work(filesystem, progress)`: it tells how far it is, and ends
   /// after the item in progress when the user stops it.
@@ -53,7 +59,7 @@ public:
   void runLongWork(Work work, Done done, Spinning spinning = Spinning::no,
                    Following following = Following::whileMounted) {
     const auto progress = std::make_shared<WorkProgress>();
-    run(filesystem_->ioQueue(), completing(beginning(progress, std::move(work)), std::move(done)), Kind::task,
+    run(queues_->io(), completing(beginning(progress, std::move(work)), std::move(done)), Kind::task,
         spinning, progress, following);
   }
   /// Long work on a queue of the caller's, beside what is queued on the image: somebody waits for it, so the
@@ -68,22 +74,26 @@ public:
   }
   /// Runs what is read to be shown there: nothing is lost when nobody waits for it any more.
   template <typename Work, typename Done> void readFromImage(Work work, Done done) {
-    run(filesystem_->ioQueue(), completing(std::move(work), std::move(done)), Kind::reading, Spinning::no);
+    run(queues_->io(), completing(std::move(work), std::move(done)), Kind::reading, Spinning::no);
   }
   /// Asks all long work to stop, be it on an image that is no longer mounted.
   void stop() { longWork_.stop(); }
 
   /// A look at the image that the user waits for: not behind the I/O queue's long work.
   template <typename Work, typename Done> void lookAtImage(Work work, Done done) {
-    run(*lookQueue_, completing(std::move(work), std::move(done)), Kind::reading, Spinning::yes);
+    run(queues_->looks(), completing(std::move(work), std::move(done)), Kind::reading, Spinning::yes);
   }
   /// A single change, which may wait for a slow medium: beside the I/O queue, one after another, in order.
   /// `failed` gets an error that it comes with.
   void runChange(Change change, std::function<void(const EMU3Error &)> failed);
   /// Other work that must come in order with those changes.
   template <typename Work, typename Done> void runBesideChanges(Work work, Done done) {
-    run(*changeQueue_, completing(std::move(work), std::move(done)), Kind::task, Spinning::yes);
+    run(queues_->changes(), completing(std::move(work), std::move(done)), Kind::task, Spinning::yes);
   }
+
+signals:
+  /// What the mounted image's tasks had to wait for is done; the image may hold other things than before.
+  void earlierWorkEnded();
 
 private:
   using Work = std::function<Completion(EMU3Filesystem &)>;
@@ -105,17 +115,16 @@ private:
       }
     };
   }
+  void waitForEarlierWork(SerialQueue &queue, const std::vector<ImageQueuesPtr> &earlier);
   /// `progress` is that of long work.
   void run(SerialQueue &queue, Work work, Kind kind, Spinning spinning,
            const WorkProgressPtr &progress = nullptr, Following following = Following::whileMounted);
 
   QPointer<Spinner> spinner_;
   LongWork longWork_;
-  EMU3FilesystemPtr filesystem_;
-  // Of the mounted image, so that nothing waits for the medium of one that was mounted before.
-  std::unique_ptr<SerialQueue> changeQueue_;
-  std::unique_ptr<SerialQueue> lookQueue_;
-  int tasks_ = 0; ///< whose completion has not come back yet
+  ImageQueuesPtr queues_; ///< of the mounted image; null for none
+  int tasks_ = 0;         ///< whose completion has not come back yet
+  int waits_ = 0;         ///< queues of the mounted image that wait for earlier work
 };
 
 } // namespace tessary

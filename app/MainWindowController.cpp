@@ -23,6 +23,7 @@ MainWindowController::MainWindowController(WindowList &windows)
   window_->setMayClose([this] { return _mayClose(); });
   connect(window_.get(), &MainWindow::closed, this, &MainWindowController::windowClosed);
   connect(undoManager(), &UndoManager::changed, this, &MainWindowController::_validateItems);
+  connect(image_, &ImageWork::earlierWorkEnded, this, &MainWindowController::_earlierWorkEnded);
   connect(check_, &ImageCheck::changed, this, &MainWindowController::_validateItems);
   browser_->showTitle();
   _tellThatNoneIsMounted();

@@ -195,7 +195,8 @@ private:
   bool _isOfUse(Action action) const;
 
   // Image (MainWindowImage.cpp)
-  void _setFilesystem(EMU3FilesystemPtr filesystem);
+  void _setFilesystem(const EMU3FilesystemPtr &filesystem);
+  void _earlierWorkEnded();
   void _tellThatNoneIsMounted();
 
   // What has the keyboard

@@ -2,6 +2,7 @@
 #include "app/DisplayText.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
+#include "app/StatusBar.h"
 #include "app/WindowList.h"
 #include "app/panel/BankContents.h"
 #include "tessary/Text.h"
@@ -12,6 +13,12 @@
 #include <utility>
 
 namespace tessary {
+namespace {
+
+const QString kEarlierWork =
+    QStringLiteral("Earlier work on this image is not finished. What you do now waits for it.");
+
+} // namespace
 
 QString MainWindowController::imageName() const {
   return filesystem() ? displayText(lastPathComponent(filesystem()->imageURL())) : QString();
@@ -52,6 +59,14 @@ void MainWindowController::showImage(const EMU3FilesystemPtr &image) {
   browser_->showImage();
   if (browser_->showsReadOnly())
     browser_->setStatus(browser_->readOnlyText(QStringLiteral("Opened read-only")));
+  else if (image_->waitsForEarlierWork())
+    browser_->setStatus(kEarlierWork);
+}
+
+void MainWindowController::_earlierWorkEnded() {
+  const bool isStillSaid = statusLabel()->text() == kEarlierWork;
+  browser_->showChanges();
+  if (isStillSaid) browser_->setStatus(QStringLiteral("Earlier work on this image has ended."));
 }
 
 void MainWindowController::openingFailed(const QString &reason) {
@@ -69,8 +84,8 @@ void MainWindowController::_tellThatNoneIsMounted() {
   browser_->setStatus(QStringLiteral("No image loaded"));
 }
 
-void MainWindowController::_setFilesystem(EMU3FilesystemPtr filesystem) {
-  image_->setFilesystem(std::move(filesystem));
+void MainWindowController::_setFilesystem(const EMU3FilesystemPtr &filesystem) {
+  image_->setFilesystem(filesystem);
   browser_->showTitle();
   clickedDirectory_ = nullptr;
   check_->imageReplaced();
