@@ -102,7 +102,9 @@ void AppDelegate::askWhetherToEnd(const std::vector<MainWindowController *> &wor
   QWidget *above = QApplication::activeModalWidget();
   std::unique_ptr<Alert> question = quittingQuestion(images, above ? above : mainWC()->window());
   connect(question.get(), &QDialog::finished, this, [this, asked = question.get()] {
-    if (asked->chosen() == 0) end();
+    const WorkAnswer answer = workAnswer(asked->chosen());
+    if (answer == WorkAnswer::stop) windows_->stopWork();
+    if (answer != WorkAnswer::cancel) end();
   });
   question_ = question.release();
   question_->setAttribute(Qt::WA_DeleteOnClose);

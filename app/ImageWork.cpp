@@ -26,6 +26,11 @@ void ImageWork::waitForEarlierWork(SerialQueue &queue, const std::vector<ImageQu
   run(queue, completing(wait, ended), Kind::task, Spinning::no);
 }
 
+void ImageWork::stop() {
+  *isStopped_ = true;
+  longWork_.stop();
+}
+
 void ImageWork::runChange(Change change, std::function<void(const EMU3Error &)> failed) {
   const auto work = [change = std::move(change),
                      failed = std::move(failed)](EMU3Filesystem &filesystem) -> Completion {
@@ -44,9 +49,9 @@ void ImageWork::run(SerialQueue &queue, Work work, Kind kind, Spinning spinning,
   if (spinning == Spinning::yes) spinner_->start();
   if (progress) longWork_.add(progress);
   // A task keeps the queues; who only reads is waited for by nobody.
-  queue.async([self = QPointer(this), queues = kind == Kind::task ? queues_ : nullptr,
+  queue.async([self = QPointer(this), queues = kind == Kind::task ? queues_ : nullptr, isStopped = isStopped_,
                filesystem = filesystem(), kind, spinning, progress, following, work = std::move(work)] {
-    const Completion completion = work(*filesystem);
+    const Completion completion = *isStopped ? Completion([] {}) : work(*filesystem);
     onMainQueue([self, filesystem, kind, spinning, progress, following, completion] {
       if (!self) return;
       if (kind == Kind::task) --self->tasks_;

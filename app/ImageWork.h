@@ -6,6 +6,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <type_traits>
@@ -76,8 +77,9 @@ public:
   template <typename Work, typename Done> void readFromImage(Work work, Done done) {
     run(queues_->io(), completing(std::move(work), std::move(done)), Kind::reading, Spinning::no);
   }
-  /// Asks all long work to stop, be it on an image that is no longer mounted.
-  void stop() { longWork_.stop(); }
+  /// Asks all work to stop, be it on an image that is no longer mounted: long work after the item in
+  /// progress. What waits for its turn does not begin, and nothing follows it.
+  void stop();
 
   /// A look at the image that the user waits for: not behind the I/O queue's long work.
   template <typename Work, typename Done> void lookAtImage(Work work, Done done) {
@@ -123,8 +125,9 @@ private:
   QPointer<Spinner> spinner_;
   LongWork longWork_;
   ImageQueuesPtr queues_; ///< of the mounted image; null for none
-  int tasks_ = 0;         ///< whose completion has not come back yet
-  int waits_ = 0;         ///< queues of the mounted image that wait for earlier work
+  const std::shared_ptr<std::atomic<bool>> isStopped_ = std::make_shared<std::atomic<bool>>(false);
+  int tasks_ = 0; ///< whose completion has not come back yet
+  int waits_ = 0; ///< queues of the mounted image that wait for earlier work
 };
 
 } // namespace tessary

@@ -82,7 +82,10 @@ void MainWindowController::_closeWindow() {
 
 bool MainWindowController::_mayClose() {
   if (closingIsAgreed_ || dialogs_->isQuitting() || !isWorking()) return true;
-  dialogs_->ask(closingQuestion(imageName(), window_.get()), [this] {
+  dialogs_->choose(closingQuestion(imageName(), window_.get()), [this](int button) {
+    const WorkAnswer answer = workAnswer(button);
+    if (answer == WorkAnswer::cancel) return;
+    if (answer == WorkAnswer::stop) stopWork();
     closingIsAgreed_ = true;
     window_->close();
   });

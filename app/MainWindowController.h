@@ -74,6 +74,9 @@ public:
   /// The user has agreed that the window ends, or the program: takes it off the screen. What is queued is
   /// done all the same. From now on no alert is raised.
   void prepareToQuit();
+  /// Ends the work of a window that is about to end, after the item in progress; what is queued does not
+  /// begin.
+  void stopWork() { image_->stop(); }
 
   /// Opens the image at a path of the host in the background and then shows it in place of the one mounted.
   /// Where another window shows that image, that one comes to the front and this one stays as it is.

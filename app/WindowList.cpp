@@ -62,6 +62,12 @@ std::vector<MainWindowController *> WindowList::working() const {
   return working;
 }
 
+void WindowList::stopWork() {
+  for (const auto *each : {&windows_, &closed_})
+    for (const auto &window : *each)
+      window->stopWork();
+}
+
 void WindowList::windowUsed(const QWindow *window) {
   while (window && window->transientParent())
     window = window->transientParent();

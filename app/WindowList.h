@@ -35,6 +35,8 @@ public:
   MainWindowController *lastUsed() const { return byUse_.empty() ? nullptr : byUse_.front(); }
   /// Those that have a task to finish.
   std::vector<MainWindowController *> working() const;
+  /// The program is about to end: ends the work of all windows, also of those that were closed.
+  void stopWork();
 
   /// Opens the image at a path of the host in an empty window, or else in a new one.
   void openImage(const std::string &imageURL);

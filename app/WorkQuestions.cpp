@@ -3,10 +3,15 @@
 namespace tessary {
 namespace {
 
-std::unique_ptr<Alert> makeQuestion(const QString &message, const QString &explanation, const QString &agree,
+/// `what` the user wants to do: "Close" or "Quit".
+std::unique_ptr<Alert> makeQuestion(const QString &what, const QString &message, const QString &explanation,
                                     QWidget *parent) {
-  auto question = std::make_unique<Alert>(message, explanation, parent);
-  question->addChoice(agree, Alert::AcceptRole);
+  const QString stop = QStringLiteral("Stop and %1").arg(what);
+  const QString stopping =
+      QStringLiteral(" “%1” ends it after the item in progress: what was done stays, the rest is not done.");
+  auto question = std::make_unique<Alert>(message, explanation + stopping.arg(stop), parent);
+  question->addChoice(what, Alert::AcceptRole);
+  question->addChoice(stop, Alert::AcceptRole);
   question->addChoice(QStringLiteral("Cancel"), Alert::RejectRole);
   return question;
 }
@@ -20,17 +25,23 @@ QString unfinished(const QStringList &images) {
 
 } // namespace
 
+WorkAnswer workAnswer(int button) {
+  return button < 0 ? WorkAnswer::cancel : static_cast<WorkAnswer>(button);
+}
+
 std::unique_ptr<Alert> closingQuestion(const QString &image, QWidget *parent) {
-  return makeQuestion(QStringLiteral("Close the window while work is running?"),
+  return makeQuestion(QStringLiteral("Close"), QStringLiteral("Close the window while work is running?"),
                       unfinished({image}) +
-                          QStringLiteral(" It goes on without the window, and nothing more is told of it."),
-                      QStringLiteral("Close"), parent);
+                          QStringLiteral(" “Close” lets it go on without the window; nothing "
+                                         "more is told of it."),
+                      parent);
 }
 
 std::unique_ptr<Alert> quittingQuestion(const QStringList &images, QWidget *parent) {
-  return makeQuestion(QStringLiteral("Quit while work is running?"),
-                      unfinished(images) + QStringLiteral(" Tessary ends when all of it is done."),
-                      QStringLiteral("Quit"), parent);
+  return makeQuestion(QStringLiteral("Quit"), QStringLiteral("Quit while work is running?"),
+                      unfinished(images) +
+                          QStringLiteral(" “Quit” lets it go on; Tessary ends when all of it is done."),
+                      parent);
 }
 
 } // namespace tessary

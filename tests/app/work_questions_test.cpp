@@ -3,9 +3,11 @@
 #include "app/Alert.h"
 #include "app/ContentController.h"
 #include "tests/app/SeveralWindows.h"
+#include "tests/support/MediumFaults.h"
 
 #include <QApplication>
 #include <QTest>
+#include <filesystem>
 
 namespace tessary::test {
 namespace {
@@ -63,9 +65,11 @@ TEST_F(WorkQuestions, ClosingAsksWhereWorkRuns) {
   const ShownAlert asked = describe(*sheet<Alert>(other_));
   EXPECT_EQ(asked.message, QStringLiteral("Close the window while work is running?"));
   EXPECT_EQ(asked.informativeText,
-            QStringLiteral("Work on “other.hda” is not finished. It goes on without the "
-                           "window, and nothing more is told of it."));
-  EXPECT_EQ(asked.buttons, (QStringList{"Close", "Cancel"}));
+            QStringLiteral("Work on “other.hda” is not finished. “Close” lets it go on without the window; "
+                           "nothing more is told of it. “Stop and Close” ends it after the item in progress: "
+                           "what was done stays, the rest is not done."));
+  EXPECT_EQ(asked.buttons, (QStringList{"Close", "Stop and Close", "Cancel"}));
+  EXPECT_EQ(sheet<Alert>(other_)->defaultButton()->text(), QStringLiteral("Close"));
   EXPECT_EQ(sheet<Alert>(other_)->windowModality(), Qt::WindowModal);
   clickButton(sheet<Alert>(other_), QStringLiteral("Cancel"));
   EXPECT_TRUE(other_->window()->isVisible());
@@ -99,7 +103,89 @@ TEST_F(WorkQuestions, WorkOnAnImageThatWasUnmountedCountsToo) {
   clickButton(sheet<Alert>(other_), QStringLiteral("Cancel"));
 }
 
+TEST_F(WorkQuestions, StopAndCloseBeginsNothingThatWaits) {
+  auto held = holdImport(other_);
+  selectFiles(other_, {"KICK"});
+  chooseFromMenus(other_, "Edit", QStringLiteral("Delete"));
+  clickButton(sheet<Alert>(other_), QStringLiteral("Delete"));
+  const QPointer<MainWindowController> closed = other_;
+  const Bytes before = readBytes(otherPath_);
+  const AlertAnswers alerts;
+  other_->window()->close();
+  clickButton(sheet<Alert>(other_), QStringLiteral("Stop and Close"));
+  EXPECT_EQ(windows(), std::vector<Window>{one_});
+  held->letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return closed.isNull(); }));
+  EXPECT_EQ(readBytes(otherPath_), before);
+  EXPECT_TRUE(alerts.shown().empty());
+}
+
+TEST_F(WorkQuestions, StopAndCloseLeavesTheOtherWindowsWorkAlone) {
+  const auto heldOne = holdImport(one_), heldOther = holdImport(other_);
+  other_->window()->close();
+  clickButton(sheet<Alert>(other_), QStringLiteral("Stop and Close"));
+  heldOne->letGo();
+  heldOther->letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_TRUE(hasImport(onePath_));
+  EXPECT_FALSE(hasImport(otherPath_));
+}
+
 // ---- Quitting
+
+TEST_F(WorkQuestions, StopAndQuitEndsWorkAfterTheItemsInProgressAndKeepsThose) {
+  constexpr int files = 100, group = 64; // those go to the medium together
+  MediumFaults medium;
+  medium.holdFlushes();
+  chooseFromMenus(other_, "File", QStringLiteral("Import…"));
+  std::vector<std::string> paths;
+  for (int i = 0; i < files; ++i) {
+    paths.push_back(folder_.path("many/F" + std::to_string(1000 + i) + ".E4B"));
+    std::filesystem::create_directories(folder_.path("many"));
+    writeBytes(paths.back(), patternBytes(10));
+  }
+  choosePaths(sheet<QFileDialog>(other_), paths);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return medium.waiting() > 0; }, 30000));
+  const auto heldOne = holdImport(one_); // waits, and does not begin
+  delegate_->terminate();
+  ASSERT_NE(quitQuestion(), nullptr);
+  clickButton(quitQuestion(), QStringLiteral("Stop and Quit"));
+  const AlertAnswers alerts;
+  QTimer::singleShot(50, one_, [&] {
+    medium.letGo();
+    heldOne->letGo();
+  });
+  runToEnd();
+  EXPECT_EQ(namesOnImage(otherPath_, {"Drums"}).size(), 2U + group);
+  EXPECT_FALSE(hasImport(onePath_));
+  EXPECT_TRUE(alerts.shown().empty());
+}
+
+TEST_F(WorkQuestions, StopAndQuitStopsTheWorkOfWindowsClosedBeforeToo) {
+  const auto heldOne = holdImport(one_), heldOther = holdImport(other_);
+  other_->window()->close();
+  clickButton(sheet<Alert>(other_), QStringLiteral("Close"));
+  delegate_->terminate();
+  ASSERT_NE(quitQuestion(), nullptr);
+  clickButton(quitQuestion(), QStringLiteral("Stop and Quit"));
+  QTimer::singleShot(50, one_, [&] {
+    heldOne->letGo();
+    heldOther->letGo();
+  });
+  runToEnd();
+  EXPECT_FALSE(hasImport(onePath_));
+  EXPECT_FALSE(hasImport(otherPath_));
+}
+
+TEST_F(WorkQuestions, CancelledTheWorkGoesOn) {
+  const auto held = holdImport(other_);
+  delegate_->terminate();
+  clickButton(quitQuestion(), QStringLiteral("Cancel"));
+  held->letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_TRUE(hasImport(otherPath_));
+}
 
 TEST_F(WorkQuestions, QuittingNamesTheImageThatIsWorkedOn) {
   const auto held = holdImport(other_);
@@ -108,8 +194,10 @@ TEST_F(WorkQuestions, QuittingNamesTheImageThatIsWorkedOn) {
   const ShownAlert asked = describe(*quitQuestion());
   EXPECT_EQ(asked.message, QStringLiteral("Quit while work is running?"));
   EXPECT_EQ(asked.informativeText,
-            QStringLiteral("Work on “other.hda” is not finished. Tessary ends when all of it is done."));
-  EXPECT_EQ(asked.buttons, (QStringList{"Quit", "Cancel"}));
+            QStringLiteral("Work on “other.hda” is not finished. “Quit” lets it go on; Tessary ends when all "
+                           "of it is done. “Stop and Quit” ends it after the item in progress: what was done "
+                           "stays, the rest is not done."));
+  EXPECT_EQ(asked.buttons, (QStringList{"Quit", "Stop and Quit", "Cancel"}));
   EXPECT_EQ(quitQuestion()->defaultButton()->text(), QStringLiteral("Quit"));
   clickButton(quitQuestion(), QStringLiteral("Cancel"));
   EXPECT_EQ(quitQuestion(), nullptr);
