@@ -10,23 +10,12 @@
 #include "app/PlatformTexts.h"
 #include "app/history/ChangeHistory.h"
 #include "app/history/PresenceSteps.h"
-#include "tessary/SystemLog.h"
+#include "app/history/Removal.h"
 
+#include <optional>
 #include <utility>
 
 namespace tessary {
-namespace {
-
-/// Deletes a file of which nothing is kept. Whether it is gone; logs why when that fails. Where only the
-/// marks of its blocks could not be cleared it is gone all the same.
-bool deleteForGood(EMU3Filesystem &filesystem, const PlacedFile &placed) {
-  EMU3Error error;
-  if (filesystem.deleteFile(placed.file, placed.folder, &error)) return true;
-  systemLog("Delete failed for " + placed.file->name() + ": " + error.description());
-  return error.code != kErrorEntryNotFound && !placed.file->folder();
-}
-
-} // namespace
 
 Deletions::Deletions(const CommandTools &tools, QObject *parent) : QObject(parent), tools_(tools) {}
 
@@ -91,13 +80,16 @@ void Deletions::askWhetherForGood(const IncompleteFiles &incomplete) {
 }
 
 void Deletions::removeForGood(const PlacedFile &file, const IncompleteFiles &others) {
-  tools_.image->runOnImage([file](EMU3Filesystem &filesystem) { return deleteForGood(filesystem, file); },
-                           [this, others](bool isGone) {
-                             IncompleteFiles left = others;
-                             if (isGone) ++left.deletedBefore;
-                             showDeleted(left.deletedBefore);
-                             askWhetherForGood(left);
-                           });
+  tools_.image->runLongWork(
+      [file](EMU3Filesystem &filesystem, WorkProgress &progress) {
+        return tessary::removeForGood(filesystem, file, progress);
+      },
+      [this, others](const std::optional<EMU3Error> &failure) {
+        IncompleteFiles left = others;
+        if (!failure) ++left.deletedBefore;
+        showDeleted(left.deletedBefore);
+        askWhetherForGood(left);
+      });
 }
 
 } // namespace tessary

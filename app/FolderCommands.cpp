@@ -12,6 +12,7 @@
 #include "app/history/ChangeHistory.h"
 #include "app/history/NameStep.h"
 #include "app/history/PresenceSteps.h"
+#include "app/history/Removal.h"
 
 #include <QLabel>
 #include <QPointer>
@@ -153,11 +154,15 @@ void FolderCommands::askWhetherForGood(const EMU3DirectoryPtr &folder, const EMU
 }
 
 void FolderCommands::removeForGood(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
-  tools_.changes->run(
-      [this, folder, parent](EMU3Filesystem &filesystem, EMU3Error *error) -> ImageWork::Completion {
-        const std::string name = folder->name();
-        if (!filesystem.deleteDirectory(folder, parent, error)) return {};
-        return [this, name, parent] { removed(name, parent); };
+  tools_.image->runLongWork(
+      [folder, parent](EMU3Filesystem &filesystem, WorkProgress &progress) {
+        return tessary::removeForGood(filesystem, folder, parent, progress);
+      },
+      [this, name = folder->name(), parent](const std::optional<EMU3Error> &failure) {
+        if (!failure) return removed(name, parent);
+        const QString news = tools_.browser->readOnlyNews();
+        if (!news.isEmpty()) tools_.browser->setStatus(news);
+        tools_.dialogs->tell(*failure);
       });
 }
 

@@ -41,9 +41,16 @@ void ImageCheck::check() {
   checking_ = true;
   emit changed();
   tools_.browser->setStatus(QStringLiteral("Checking…"));
-  tools_.image->runOnImage([](EMU3Filesystem &filesystem) { return filesystem.check(); },
-                           [this](const std::vector<VolumeFinding> &findings) { checked(findings); },
-                           ImageWork::Spinning::yes);
+  tools_.image->runLongWork(
+      [](EMU3Filesystem &filesystem, WorkProgress &progress) {
+        progress.beginPart(QStringLiteral("Checking"));
+        progress.setItem(lastPathComponent(filesystem.imageURL()));
+        CheckWatcher watcher;
+        watcher.progressed = [&](std::uint64_t done, std::uint64_t all) { progress.setBytes(done, all); };
+        watcher.isToStop = [&] { return progress.isToStop(); };
+        return filesystem.check(watcher);
+      },
+      [this](const Findings &findings) { checked(findings); }, ImageWork::Spinning::yes);
 }
 
 void ImageCheck::imageReplaced() {
@@ -52,12 +59,12 @@ void ImageCheck::imageReplaced() {
   emit changed();
 }
 
-void ImageCheck::checked(const std::vector<VolumeFinding> &findings) {
+void ImageCheck::checked(const Findings &findings) {
   if (tools_.dialogs->isQuitting()) return;
   checking_ = false;
   emit changed();
-  tools_.browser->setStatus(checkedText(findings));
-  show(findings);
+  tools_.browser->setStatus(findings ? checkedText(*findings) : QStringLiteral("Stopped."));
+  if (findings) show(*findings);
 }
 
 // ---- The list of findings

@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <optional>
 #include <vector>
 
 namespace tessary {
@@ -29,7 +30,9 @@ signals:
   void changed();
 
 private:
-  void checked(const std::vector<VolumeFinding> &findings);
+  using Findings = std::optional<std::vector<VolumeFinding>>; ///< none of a check that was stopped
+
+  void checked(const Findings &findings);
   void show(std::vector<VolumeFinding> findings);
   /// Whether what the finding is about is part of the mounted image.
   bool canGoTo(const VolumeFinding &finding) const;

@@ -433,9 +433,13 @@ bool EMU3Filesystem::backUpTo(const std::string &target, const BackupWatcher &wa
 // ---- Damage. The image as a whole is looked at between two changes.
 
 std::vector<VolumeFinding> EMU3Filesystem::check() {
+  return *check(CheckWatcher());
+}
+
+std::optional<std::vector<VolumeFinding>> EMU3Filesystem::check(const CheckWatcher &watcher) {
   const ReadLock changing(volume_->changing);
   const ReadLock lock(volume_->lock);
-  return checkVolume(*volume_);
+  return checkVolume(*volume_, watcher);
 }
 
 std::vector<LostFolder> EMU3Filesystem::lostFolders() {

@@ -118,9 +118,11 @@ std::optional<LostBlock> lostBlockIn(const std::uint8_t *block, const VolumeGeom
   return lost;
 }
 
-// Calls `visit` with the blocks from `first` up to `end` that are no holes of a sparse image, in order.
+// Calls `visit` with the blocks of the span that are no holes of a sparse image, in order.
 template <typename Visit>
-void forEachBlock(const ImageMapping &image, std::uint64_t first, std::uint64_t end, const Visit &visit) {
+void forEachBlock(const ImageMapping &image, BlockSpan span, CheckProgress *progress, const Visit &visit) {
+  const auto [first, end] = span;
+  std::uint64_t told = first;
   constexpr std::uint64_t blocksAtOnce = 64;
   std::vector<std::uint8_t> piece(blocksAtOnce * kBlockSize);
   for (std::uint64_t block = image.behindHole(first, end); block < end;
@@ -130,17 +132,18 @@ void forEachBlock(const ImageMapping &image, std::uint64_t first, std::uint64_t 
     for (std::uint64_t i = 0; i < got; ++i)
       visit(block + i, piece.data() + i * kBlockSize);
     block += std::max<std::uint64_t>(got, 1); // passes over one that cannot be read
+    if (progress && !progress->went(block - told)) return;
+    told = block;
   }
 }
 
 using LostBlocks = std::map<std::int64_t, LostBlock>;
 
-LostBlocks lostBlocks(const Volume &volume, const VolumeGeometry &geometry)
+LostBlocks lostBlocks(const Volume &volume, const VolumeGeometry &geometry, CheckProgress *progress)
     TESSARY_REQUIRES_SHARED(volume.lock) {
   const std::unordered_set<std::int64_t> owned = VolumeTree::folderBlocks(volume.tree.root());
-  const std::uint64_t end = std::min({geometry.dataAreaBlock, geometry.totalBlocks, kLastFolderBlock + 1});
   LostBlocks found;
-  forEachBlock(volume.image, geometry.rootDirBlock, end,
+  forEachBlock(volume.image, folderGround(geometry), progress,
                [&](std::uint64_t number, const std::uint8_t *bytes) {
                  const auto block = static_cast<std::int64_t>(number);
                  if (owned.contains(block) || !geometry.mayHoldFolder(number)) return;
@@ -239,8 +242,13 @@ EMU3DirectoryPtr folderAt(const VolumeTree &tree, EntryPlace place) {
 
 } // namespace
 
-LostGround lostGround(const Volume &volume) {
-  LostBlocks lost = lostBlocks(volume, volume.geometry());
+BlockSpan folderGround(const VolumeGeometry &geometry) {
+  const std::uint64_t end = std::min({geometry.dataAreaBlock, geometry.totalBlocks, kLastFolderBlock + 1});
+  return {geometry.rootDirBlock, std::max(end, geometry.rootDirBlock)};
+}
+
+LostGround lostGround(const Volume &volume, CheckProgress *progress) {
+  LostBlocks lost = lostBlocks(volume, volume.geometry(), progress);
   const std::vector<std::int64_t> tops = topsOf(lost);
   LostGround ground;
   ground.files.reserve(

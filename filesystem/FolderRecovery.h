@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filesystem/BlockSpan.h"
+#include "filesystem/CheckProgress.h"
 #include "filesystem/NewEntryChange.h"
 #include "tessary/EMU3Error.h"
 #include "tessary/VolumeFindings.h"
@@ -28,9 +30,13 @@ struct LostGround {
   std::unordered_set<std::int64_t> blocks;
 };
 
-/// Looks through the blocks where folders may lie and that no folder of the tree lists. Goes through them
-/// once, in memory in proportion to what is lost.
-[[nodiscard]] LostGround lostGround(const Volume &volume) TESSARY_REQUIRES_SHARED(volume.lock);
+/// The blocks in which folders may lie: from `begin` up to `end`.
+[[nodiscard]] BlockSpan folderGround(const VolumeGeometry &geometry);
+
+/// Looks through those of them that no folder of the tree lists. Goes through them once, in memory in
+/// proportion to what is lost. Where `progress`, which may be null, stops it, what was found so far.
+[[nodiscard]] LostGround lostGround(const Volume &volume, CheckProgress *progress = nullptr)
+    TESSARY_REQUIRES_SHARED(volume.lock);
 
 /// Writes an entry for one of `lostGround`'s folders into a place of the folder that is really free; guarded,
 /// a full folder grows. Codes 5 (the block holds no lost folder), 6 and 7.

@@ -1,6 +1,7 @@
 #include "filesystem/VolumeCheck.h"
 
 #include "filesystem/BareDangers.h"
+#include "filesystem/CheckProgress.h"
 #include "filesystem/DirectoryEntry.h"
 #include "filesystem/FindingList.h"
 #include "filesystem/VolumeRules.h"
@@ -36,11 +37,13 @@ public:
     positions_.push_back({span.end, 0});
   }
 
-  void compare(const AllocationTable &table, std::uint64_t described) {
+  void compare(const AllocationTable &table, std::uint64_t described, CheckProgress *progress) {
+    constexpr std::uint64_t tableBlocksAtOnce = 128;
+    constexpr std::uint64_t marksAtOnce = tableBlocksAtOnce * kFatEntriesPerBlock;
     std::sort(positions_.begin(), positions_.end(), isBelow);
     auto next = positions_.begin();
     std::uint64_t marked = 0;
-    table.forEachMarkedRun(0, described, [&](const MarkedRun &run) {
+    const auto visit = [&](const MarkedRun &run) {
       for (; next != positions_.end() && next->block <= run.first; ++next)
         next->marked = marked;
       for (; next != positions_.end() && next->block < run.first + run.count; ++next)
@@ -50,7 +53,11 @@ public:
         countUnowned({run.first, run.first + run.count});
       else
         unreadable_ += run.count;
-    });
+    };
+    for (std::uint64_t first = 0; first < described; first += marksAtOnce) {
+      table.forEachMarkedRun(first, std::min(first + marksAtOnce, described), visit);
+      if (!progress->went(tableBlocksAtOnce)) return;
+    }
     for (; next != positions_.end(); ++next)
       next->marked = marked;
   }
@@ -136,17 +143,19 @@ private:
 /// One look over a volume.
 class VolumeCheck final {
 public:
-  explicit VolumeCheck(const Volume &volume) TESSARY_REQUIRES_SHARED(volume.lock)
-      : volume_(volume), survey_(volume), geometry_(survey_.geometry),
+  VolumeCheck(const Volume &volume, CheckProgress *progress) TESSARY_REQUIRES_SHARED(volume.lock)
+      : volume_(volume), progress_(progress), survey_(volume, progress), geometry_(survey_.geometry),
         readableBlocks_(volume.image.blocksStillThere()) {}
 
-  std::vector<VolumeFinding> run() TESSARY_REQUIRES_SHARED(volume_.lock) {
+  /// None where it was stopped: what is found then says nothing of the whole.
+  std::optional<std::vector<VolumeFinding>> run() TESSARY_REQUIRES_SHARED(volume_.lock) {
+    if (progress_->isStopped()) return std::nullopt;
     checkHeader();
     checkTablePlace();
-    checkFolders();
+    if (!checkFolders()) return std::nullopt;
     checkFiles();
     checkOverlaps();
-    checkMarks();
+    if (!checkMarks()) return std::nullopt;
     checkLostFolders();
     if (volume_.rules().kind() == MountRules::bare) addBareDangers(volume_, survey_, &findings_);
     return findings_.take();
@@ -155,7 +164,9 @@ public:
 private:
   void checkHeader();
   void checkTablePlace();
-  void checkFolders() TESSARY_REQUIRES_SHARED(volume_.lock);
+  // False when the check is to stop.
+  [[nodiscard]] bool checkFolders() TESSARY_REQUIRES_SHARED(volume_.lock);
+  [[nodiscard]] bool checkMarks() TESSARY_REQUIRES_SHARED(volume_.lock);
   /// `isRepeated` where the folder lists the block before.
   void checkFolderBlock(const EMU3DirectoryPtr &folder, std::uint64_t block, bool isRepeated)
       TESSARY_REQUIRES_SHARED(volume_.lock);
@@ -165,7 +176,6 @@ private:
   void checkContents(const FileExtent &extent);
   void checkNumbers(const FileExtent &extent);
   void checkOverlaps();
-  void checkMarks() TESSARY_REQUIRES_SHARED(volume_.lock);
   [[nodiscard]] std::vector<BlockSpan> owners() const;
   void checkLostFolders();
 
@@ -176,6 +186,7 @@ private:
   }
 
   const Volume &volume_;
+  CheckProgress *const progress_;
   const VolumeSurvey survey_;
   const VolumeGeometry &geometry_;
   const std::uint64_t readableBlocks_;
@@ -236,7 +247,7 @@ void VolumeCheck::checkTablePlace() {
                     "is used. Here slots are chosen by the files.");
 }
 
-void VolumeCheck::checkFolders() {
+bool VolumeCheck::checkFolders() {
   for (const EMU3DirectoryPtr &folder : survey_.folders) {
     const std::vector<std::int64_t> blocks = folder->blockList();
     if (blocks.empty()) {
@@ -254,7 +265,9 @@ void VolumeCheck::checkFolders() {
           "its place.",
           {folder, file, std::nullopt});
     }
+    if (!progress_->went(blocks.size())) return false;
   }
+  return true;
 }
 
 void VolumeCheck::checkFolderBlock(const EMU3DirectoryPtr &folder, std::uint64_t block, bool isRepeated) {
@@ -444,11 +457,12 @@ std::vector<BlockSpan> VolumeCheck::owners() const {
   return spans;
 }
 
-void VolumeCheck::checkMarks() {
+bool VolumeCheck::checkMarks() {
   MarkComparison marks(owners(), geometry_.dataAreaBlock, survey_.files.size());
   for (const FileExtent &extent : survey_.files)
     marks.ask(described(extent.blocks));
-  marks.compare(volume_.table, geometry_.describedBlocks());
+  marks.compare(volume_.table, geometry_.describedBlocks(), progress_);
+  if (progress_->isStopped()) return false;
   if (marks.unreadableMarks() > 0) {
     findings_.add(finding::kTableUnreadable,
                   "The allocation table cannot be read where it has the marks of " +
@@ -466,10 +480,21 @@ void VolumeCheck::checkMarks() {
             "else there. Copy the file here, then delete this one.",
         {extent.folder, extent.file, std::nullopt});
   }
-  if (marks.unownedMarks() == 0) return;
+  if (marks.unownedMarks() == 0) return true;
   findings_.add(finding::kUnownedMarks,
                 counted(marks.unownedMarks(), "block") + " marked as used but part of no file, from block " +
                     number(marks.firstUnowned()) + " on: room that is not used, and no harm.");
+  return true;
+}
+
+/// Of the volume, that a check looks through: where folders may lie, the folders' own, the table's.
+std::uint64_t blocksToCheck(const Volume &volume) {
+  const VolumeGeometry &geometry = volume.geometry();
+  const BlockSpan ground = folderGround(geometry);
+  std::uint64_t blocks = ground.end - ground.begin + geometry.describedBlocks() / kFatEntriesPerBlock;
+  for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(volume.tree.root()))
+    blocks += folder->blockList().size();
+  return blocks;
 }
 
 void VolumeCheck::checkLostFolders() {
@@ -487,8 +512,12 @@ void VolumeCheck::checkLostFolders() {
 } // namespace
 
 // The check looks at the very volume whose lock the caller holds, which the analysis cannot see.
-std::vector<VolumeFinding> checkVolume(const Volume &volume) TESSARY_NO_THREAD_SAFETY_ANALYSIS {
-  return VolumeCheck(volume).run();
+std::optional<std::vector<VolumeFinding>>
+checkVolume(const Volume &volume, const CheckWatcher &watcher) TESSARY_NO_THREAD_SAFETY_ANALYSIS {
+  CheckProgress progress(watcher, blocksToCheck(volume));
+  std::optional<std::vector<VolumeFinding>> findings = VolumeCheck(volume, &progress).run();
+  if (findings) progress.finish();
+  return findings;
 }
 
 } // namespace tessary

@@ -4,9 +4,9 @@
 
 namespace tessary {
 
-VolumeSurvey::VolumeSurvey(const Volume &volume)
+VolumeSurvey::VolumeSurvey(const Volume &volume, CheckProgress *progress)
     : geometry(volume.geometry()), folders(directoriesInPreOrder(volume.tree.root())),
-      lost(lostGround(volume)) {
+      lost(lostGround(volume, progress)) {
   for (const EMU3DirectoryPtr &folder : folders) {
     for (const EMU3FilePtr &file : folder->allFiles()) {
       const std::uint64_t begin = geometry.slotStartBlock(std::max<std::uint16_t>(file->startCluster(), 1));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filesystem/BlockSpan.h"
 #include "filesystem/FolderRecovery.h"
 #include "filesystem/Volume.h"
 #include "tessary/EMU3Directory.h"
@@ -9,12 +10,6 @@
 #include <vector>
 
 namespace tessary {
-
-/// Blocks from `begin` up to `end`.
-struct BlockSpan {
-  std::uint64_t begin = 0;
-  std::uint64_t end = 0;
-};
 
 /// The contents of a live file as its entry claims them; they may lie outside the image.
 struct FileExtent {
@@ -30,10 +25,10 @@ struct FolderBlock {
 };
 
 /// What lies where on a volume, as its tree says: made once for a check, in memory and time in proportion to
-/// folders and files.
+/// folders and files. Of use only where `progress` has not stopped it.
 class VolumeSurvey final {
 public:
-  explicit VolumeSurvey(const Volume &volume) TESSARY_REQUIRES_SHARED(volume.lock);
+  VolumeSurvey(const Volume &volume, CheckProgress *progress) TESSARY_REQUIRES_SHARED(volume.lock);
 
   const VolumeGeometry geometry;
   const std::vector<EMU3DirectoryPtr> folders;

@@ -1,10 +1,9 @@
 #include "app/history/PresenceSteps.h"
 
-#include "app/Browser.h"
 #include "app/DisplayText.h"
+#include "app/history/Removal.h"
 #include "app/history/Whereabouts.h"
 #include "tessary/ItemsOperation.h"
-#include "tessary/SystemLog.h"
 
 #include <memory>
 #include <optional>
@@ -12,19 +11,6 @@
 #include <utility>
 
 namespace tessary {
-namespace {
-
-/// Whether a deletion that ended so took the item away. Logs why when it failed. Where only the marks of its
-/// blocks could not be cleared the item is gone all the same.
-bool isGone(const EMU3Filesystem &filesystem, const Item &item, const std::string &name,
-            const std::optional<EMU3Error> &error) {
-  if (!error) return true;
-  systemLog("Delete failed for " + name + ": " + error->description());
-  const bool isHeld = item.file ? item.file->folder() != nullptr : isThere(filesystem, item.folder);
-  return error->code != kErrorEntryNotFound && !isHeld;
-}
-
-} // namespace
 
 Inventory inventoryOf(const EMU3DirectoryPtr &folder) {
   Inventory inventory;

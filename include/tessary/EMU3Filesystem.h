@@ -2,6 +2,7 @@
 
 #include "tessary/BankEntry.h"
 #include "tessary/ByteBuffer.h"
+#include "tessary/CheckWatcher.h"
 #include "tessary/EMU3Directory.h"
 #include "tessary/EMU3Error.h"
 #include "tessary/EMU3File.h"
@@ -206,6 +207,8 @@ public:
   // Damage
   /// Looks the whole volume over and changes nothing.
   [[nodiscard]] std::vector<VolumeFinding> check();
+  /// The same, watched. None where the watcher stopped it.
+  [[nodiscard]] std::optional<std::vector<VolumeFinding>> check(const CheckWatcher &watcher);
   /// Folders that no entry leads to any more, by their directory block. One inside another is part of that
   /// one.
   [[nodiscard]] std::vector<LostFolder> lostFolders();

@@ -2,6 +2,8 @@
 #include "app/FindingsModel.h"
 #include "app/FindingsPanel.h"
 #include "app/Spinner.h"
+#include "app/StatusBar.h"
+#include "app/progress/WorkBar.h"
 #include "tests/app/Contrast.h"
 #include "tests/app/FileDrag.h"
 #include "tests/app/PaletteGuard.h"
@@ -139,6 +141,25 @@ TEST_F(CheckImage, RunsOnTheQueueWithTheSpinnerAndOnceAtATime) {
   EXPECT_NE(panel(), nullptr);
   EXPECT_EQ(controller_->spinner()->users(), 0);
   EXPECT_TRUE(item()->isEnabled());
+  EXPECT_EQ(status(), "Checked: 4 finding(s), 3 of harm.");
+}
+
+TEST_F(CheckImage, ShowsTheBarAndStopsWithoutAList) {
+  const std::string path = mount(damaged());
+  HeldVolume held(path);
+  chooseCheck();
+  auto *bar = window()->findChild<WorkBar *>();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return bar->isVisible(); }, 30000));
+  EXPECT_EQ(bar->findChild<StatusLabel *>("WorkItem")->text(), "Checking “disk.hda”");
+  auto *stop = bar->findChild<QPushButton *>("WorkStop");
+  click(stop, stop->rect().center());
+  held.letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(status(), "Stopped.");
+  EXPECT_EQ(panel(), nullptr);
+  EXPECT_FALSE(bar->isVisible());
+  EXPECT_TRUE(item()->isEnabled());
+  check();
   EXPECT_EQ(status(), "Checked: 4 finding(s), 3 of harm.");
 }
 

@@ -195,6 +195,44 @@ TEST_F(StoppedWork, DeletionKeepsTheRest) {
   EXPECT_EQ(filesIn("Many"), 0U);
 }
 
+TEST_F(StoppedWork, DeletionForGoodShowsTheBar) {
+  ImageBuilder image;
+  FolderBuilder many = image.root().addFolder("Many");
+  addIncompleteFile(image, many, "CUT");
+  path_ = mount(image);
+  chooseFolder({"Many"});
+  deleteAll();
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_EQ(sheet<Alert>()->text(), "Delete “CUT” for good?");
+  medium_.holdFlushes();
+  clickButton(sheet<Alert>(), "Delete");
+  waitForBar();
+  EXPECT_EQ(what(), "Deleting “CUT”");
+  letGoAndWait();
+  EXPECT_EQ(status(), "Deleted 1 file(s).");
+  EXPECT_EQ(filesIn("Many"), 0U);
+}
+
+TEST_F(StoppedWork, DeletionOfAFolderForGoodShowsTheBarAndWaitsItsTurn) {
+  ImageBuilder image;
+  FolderBuilder many = image.root().addFolder("Many");
+  addIncompleteFile(image, many, "CUT");
+  path_ = mount(image);
+  chooseFromFolderMenu({"Many"}, "Delete Folder");
+  answerSheet("Delete");
+  ASSERT_EQ(sheet<Alert>()->text(), "Delete folder 'Many' for good?");
+  HeldQueue before(*controller_->filesystem());
+  clickButton(sheet<Alert>(), "Delete");
+  QTest::qWait(100);
+  EXPECT_EQ(filesIn("Many"), 1U) << "it is behind the image's other long work";
+  medium_.holdFlushes();
+  before.letGo();
+  waitForBar();
+  EXPECT_EQ(what(), "Deleting “Many”");
+  letGoAndWait();
+  EXPECT_EQ(status(), "Deleted folder 'Many'.");
+}
+
 TEST_F(StoppedWork, CopiesAndMovesKeepTheRest) {
   mountMany(100);
   const Holdings before = holdingsOf(path_);

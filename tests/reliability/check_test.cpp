@@ -53,6 +53,45 @@ TEST(VolumeCheck, FindsNothingOnASoundVolume) {
   EXPECT_EQ(Checked(image).kinds(), Kinds{});
 }
 
+TEST(VolumeCheck, TellsHowFarItIsUpToTheEnd) {
+  const Checked checked(demoVolume());
+  std::uint64_t last = 0, all = 0;
+  CheckWatcher watcher;
+  watcher.progressed = [&](std::uint64_t done, std::uint64_t bytes) {
+    EXPECT_GE(done, last);
+    EXPECT_LE(done, bytes);
+    EXPECT_TRUE(all == 0 || all == bytes) << "the whole stays what it is";
+    last = done;
+    all = bytes;
+  };
+  const auto findings = checked.volume->check(watcher);
+  ASSERT_TRUE(findings.has_value());
+  EXPECT_EQ(findings->size(), checked.findings.size());
+  EXPECT_GT(all, 0U);
+  EXPECT_EQ(last, all);
+}
+
+TEST(VolumeCheck, IsStoppedAtAnyMomentWithoutFindings) {
+  const Checked checked(demoVolume());
+  int asked = 0;
+  CheckWatcher counting;
+  counting.isToStop = [&] {
+    ++asked;
+    return false;
+  };
+  ASSERT_TRUE(checked.volume->check(counting).has_value());
+  ASSERT_GT(asked, 2);
+  for (int moment = 1; moment <= asked; ++moment) {
+    int left = moment;
+    CheckWatcher watcher;
+    watcher.isToStop = [&] {
+      EXPECT_GT(left, 0) << "it went on";
+      return --left == 0;
+    };
+    EXPECT_FALSE(checked.volume->check(watcher).has_value()) << moment;
+  }
+}
+
 TEST(VolumeCheck, FindsNoHarmOnTheDemoVolume) {
   EXPECT_EQ(Checked(demoVolume()).kinds(), Kinds{});
 }
