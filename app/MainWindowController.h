@@ -81,8 +81,8 @@ public:
   /// Opens the image at a path of the host in the background and then shows it in place of the one mounted.
   /// Where another window shows that image, that one comes to the front and this one stays as it is.
   void openImageAtURL(const std::string &imageURL);
-  /// The same, to be shown in an empty window or a new one.
-  void openImageElsewhere(const std::string &imageURL);
+  /// Opens the image for another window; tells here what could not be opened, as long as this one is there.
+  void openImageElsewhere(const std::string &imageURL, ImageOpenings::EndedElsewhere ended);
   /// Shows the image in place of the one mounted.
   void showImage(const EMU3FilesystemPtr &image);
   /// Tells in a modal alert what was not opened, and why.
@@ -96,6 +96,8 @@ public:
   bool isEmpty() const { return !filesystem() && !openings_->areUnderWay(); }
   /// Whether a task that the user has asked for waits or runs.
   bool isWorking() const { return image_->isWorking(); }
+  /// Whether the user has agreed that the window, or the program, ends.
+  bool isEnding() const { return dialogs_->isQuitting(); }
   /// The folder whose files the table shows; null for none.
   EMU3DirectoryPtr currentDirectory() const { return browser_->folder(); }
   SidebarController *sidebarCtl() const { return browser_->sidebar(); }

@@ -47,11 +47,9 @@ void MainWindowController::openImageAtURL(const std::string &imageURL) {
   });
 }
 
-void MainWindowController::openImageElsewhere(const std::string &imageURL) {
-  openings_->open(imageURL, [this](const EMU3FilesystemPtr &image) {
-    openings_->wentElsewhere();
-    if (!windows_.bringToFront(*image, nullptr)) windows_.showImage(image);
-  });
+void MainWindowController::openImageElsewhere(const std::string &imageURL,
+                                              ImageOpenings::EndedElsewhere ended) {
+  openings_->openElsewhere(imageURL, std::move(ended));
 }
 
 void MainWindowController::showImage(const EMU3FilesystemPtr &image) {

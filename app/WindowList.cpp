@@ -7,6 +7,7 @@
 
 #include <QDrag>
 #include <QGuiApplication>
+#include <QPointer>
 #include <QThreadPool>
 #include <QWindow>
 #include <algorithm>
@@ -78,6 +79,8 @@ void WindowList::windowUsed(const QWindow *window) {
 }
 
 void WindowList::windowClosed(MainWindowController *window) {
+  // An image that is being opened for a new window still gets one.
+  if (windows_.size() == 1 && openingsElsewhere_ > 0 && !window->isEnding()) openWindow();
   if (windows_.size() == 1) return emit lastWindowClosed();
   window->prepareToQuit();
   const auto closed = std::find_if(windows_.begin(), windows_.end(),
@@ -105,7 +108,23 @@ void WindowList::openImage(const std::string &imageURL) {
   if (MainWindowController *empty = emptyWindow())
     empty->openImageAtURL(imageURL);
   else
-    lastUsed()->openImageElsewhere(imageURL);
+    openInNewWindow(imageURL);
+}
+
+/// The window that was used last shows that it is being opened, and may be closed meanwhile.
+void WindowList::openInNewWindow(const std::string &imageURL) {
+  ++openingsElsewhere_;
+  const auto ended = [list = QPointer(this)](const EMU3FilesystemPtr &image, const QString &failure) {
+    if (list) list->openedElsewhere(image, failure);
+  };
+  lastUsed()->openImageElsewhere(imageURL, ended);
+}
+
+void WindowList::openedElsewhere(const EMU3FilesystemPtr &image, const QString &failure) {
+  --openingsElsewhere_;
+  if (!lastUsed() || lastUsed()->isEnding()) return; // the program ends
+  if (!failure.isEmpty()) return lastUsed()->openingFailed(failure);
+  if (image && !bringToFront(*image, nullptr)) showImage(image);
 }
 
 void WindowList::showImage(const EMU3FilesystemPtr &image) {

@@ -53,6 +53,8 @@ signals:
 
 private:
   MainWindowController *emptyWindow() const;
+  void openInNewWindow(const std::string &imageURL);
+  void openedElsewhere(const EMU3FilesystemPtr &image, const QString &failure);
   void windowClosed(MainWindowController *window);
   void windowUsed(const QWindow *window);
   void endClosed();
@@ -62,6 +64,7 @@ private:
   /// Off the screen, with tasks to finish.
   std::vector<std::unique_ptr<MainWindowController>> closed_;
   QTimer closedCheck_;
+  int openingsElsewhere_ = 0; ///< of images that will get a window when they are opened
 };
 
 } // namespace tessary

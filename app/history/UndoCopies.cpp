@@ -14,6 +14,7 @@
 #include <sys/file.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace tessary {
 namespace {
@@ -32,6 +33,16 @@ std::optional<std::string> userCache() {
   if (!path.empty()) fs::create_directories(path, problem);
   if (path.empty() || problem) return std::nullopt;
   return path;
+}
+
+/// Where copies may lie. The temporary directory comes last: it may be memory.
+std::vector<std::string> places() {
+  std::vector<std::string> places;
+  if (const std::optional<std::string> cache = userCache()) places.push_back(*cache);
+  std::error_code problem;
+  const fs::path temporary = fs::temp_directory_path(problem);
+  if (!problem || places.empty()) places.push_back(temporary.native());
+  return places;
 }
 
 bool hasRoom(const std::string &folder, std::uint64_t bytes) {
@@ -76,22 +87,19 @@ EMU3Error failedIn(const std::string &above, int errnum) {
 } // namespace
 
 std::shared_ptr<const UndoCopies> UndoCopies::make(std::uint64_t bytes, EMU3Error *error) {
-  const std::optional<std::string> cache = userCache();
-  std::error_code problem;
-  const fs::path temporary = fs::temp_directory_path(problem);
-  std::optional<std::string> above;
-  if (cache && hasRoom(*cache, bytes))
-    above = cache;
-  else if (!problem && hasRoom(temporary, bytes))
-    above = temporary.native();
-  if (!above) {
-    fail(error, failedIn(cache ? *cache : temporary.native(), ENOSPC));
-    return nullptr;
+  EMU3Error failure; // of the first place: that is where the user can help
+  for (const std::string &above : places()) {
+    EMU3Error problem = failedIn(above, ENOSPC);
+    const std::optional<std::string> folder =
+        hasRoom(above, bytes) ? makePrivateFolder(above, kKind, &problem) : std::nullopt;
+    if (folder) {
+      removeForgotten(fs::path(*folder).parent_path());
+      return std::shared_ptr<const UndoCopies>(new UndoCopies(*folder, above, claim(*folder)));
+    }
+    if (!failure.isSet()) failure = problem;
   }
-  const std::optional<std::string> folder = makePrivateFolder(*above, kKind, error);
-  if (!folder) return nullptr;
-  removeForgotten(fs::path(*folder).parent_path());
-  return std::shared_ptr<const UndoCopies>(new UndoCopies(*folder, *above, claim(*folder)));
+  fail(error, failure);
+  return nullptr;
 }
 
 EMU3Error UndoCopies::copyingFailed(const EMU3Error &error) const {

@@ -13,8 +13,8 @@ namespace tessary {
 /// the last step that has it. Any thread.
 class UndoCopies final {
 public:
-  /// A new, empty folder of this user alone, for so many bytes: in the user's cache; where that lacks room,
-  /// in the host's temporary directory. Null with the error where neither has room.
+  /// A new, empty folder of this user alone, for so many bytes: in the user's cache; where that lacks room
+  /// or cannot be written, in the host's temporary directory. Null with the error where neither will do.
   [[nodiscard]] static std::shared_ptr<const UndoCopies> make(std::uint64_t bytes, EMU3Error *error);
 
   ~UndoCopies();

@@ -27,6 +27,11 @@ const QString kCancel = QStringLiteral("Cancel");
 
 class Delete : public FileCommandTest {
 protected:
+  /// Where the copies for undo would go in this folder there is a file.
+  void putInTheWay(const std::string &folder) const {
+    std::filesystem::create_directories(folder_.path(folder));
+    writeText(folder_.path(folder) + "/tessary-" + std::to_string(::geteuid()), "in the way");
+  }
   static ImageBuilder drums(std::vector<std::string> names = {"KICK", "SNARE", "HAT"}) {
     ImageBuilder image;
     auto folder = image.root().addFolder("Drums", {.blockCount = 2});
@@ -277,11 +282,23 @@ TEST_F(Delete, RunsOnTheQueueWithoutTheSpinner) {
   EXPECT_EQ(fileNames(), (QStringList{QStringLiteral("SNARE"), QStringLiteral("HAT")}));
 }
 
+TEST_F(Delete, BacksUpInTheTemporaryDirectoryWhereTheCacheCannotBeWritten) {
+  mountDrums(drums());
+  putInTheWay("cache");
+  const StoredFiles before = sorted(drumsOnImage());
+  deleteFiles({QStringLiteral("KICK"), QStringLiteral("HAT")});
+  EXPECT_EQ(status(), QStringLiteral("Deleted 2 file(s)."));
+  const std::string copies = folder_.path("tmp") + "/tessary-" + std::to_string(::geteuid()) + "/Undo";
+  EXPECT_EQ(namesIn(copies).size(), 1U);
+  undo();
+  EXPECT_EQ(sorted(drumsOnImage()), before);
+}
+
 TEST_F(Delete, LeavesAFileThatCannotBeBackedUp) {
   const AlertAnswers alerts;
   mountDrums(drums());
-  std::filesystem::create_directories(folder_.path("cache"));
-  writeText(folder_.path("cache") + "/tessary-" + std::to_string(::geteuid()), "in the way");
+  putInTheWay("cache");
+  putInTheWay("tmp");
   const Bytes before = readBytes(imagePath_);
   const CapturedLog log;
   deleteFiles({QStringLiteral("KICK"), QStringLiteral("HAT")});
@@ -473,6 +490,7 @@ TEST_F(Delete, OfNothingLeavesWhatCanBeRedone) {
   undo();
   std::filesystem::permissions(backupFolder(),
                                std::filesystem::perms::owner_all | std::filesystem::perms::others_read);
+  putInTheWay("tmp");
   deleteFiles({QStringLiteral("HAT")});
   EXPECT_EQ(status(), QStringLiteral("Deleted 0 file(s)."));
   EXPECT_TRUE(canRedo());

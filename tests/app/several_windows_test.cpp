@@ -248,6 +248,57 @@ TEST_F(SeveralWindows, ClosingOneLeavesTheOthersAndWhatTheyDo) {
   EXPECT_EQ(status(one), QStringLiteral("Deleted 1 file(s)."));
 }
 
+TEST_F(SeveralWindows, ImageIsOpenedThoughTheWindowThatBeganItWasClosed) {
+  const Window first = open(writeVolume("one.hda", 1));
+  const Window second = open(writeVolume("two.hda", 2));
+  activate(second->window());
+  const std::string third = writeVolume("three.hda", 3);
+  {
+    HeldWorkQueue held;
+    delegate_->application(third);
+    EXPECT_EQ(status(second), "Opening image…");
+    second->window()->close();
+    EXPECT_EQ(windows(), std::vector<Window>{first});
+    QTest::qWait(200); // until it has ended
+  }
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_EQ(windows().size(), 2U);
+  EXPECT_TRUE(title(windows().back()).contains("three.hda"));
+}
+
+TEST_F(SeveralWindows, ImageIsOpenedThoughTheLastWindowWasClosed) {
+  const Window first = open(writeVolume("one.hda", 1));
+  {
+    HeldWorkQueue held;
+    delegate_->application(writeVolume("two.hda", 2));
+    first->window()->close();
+    ASSERT_EQ(windows().size(), 1U) << "a new one waits for the image";
+    EXPECT_NE(windows().front(), first);
+  }
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_EQ(windows().size(), 1U);
+  EXPECT_TRUE(title(windows().front()).contains("two.hda"));
+}
+
+TEST_F(SeveralWindows, WhyAnImageWasNotOpenedIsToldThoughTheWindowThatBeganItWasClosed) {
+  const Window first = open(writeVolume("one.hda", 1));
+  const Window second = open(writeVolume("two.hda", 2));
+  activate(second->window());
+  const std::string broken = folder_.path("broken.hda");
+  writeBytes(broken, patternBytes(5000));
+  const AlertAnswers alerts;
+  {
+    HeldWorkQueue held;
+    delegate_->application(broken);
+    second->window()->close();
+  }
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Cannot Open Image");
+  EXPECT_TRUE(alerts.shown()[0].informativeText.contains("broken.hda"));
+  EXPECT_EQ(windows(), std::vector<Window>{first});
+}
+
 TEST_F(SeveralWindows, ImageOfAClosedOneCanBeOpenedAgain) {
   open(writeVolume("one.hda", 1));
   const std::string otherPath = writeVolume("other.hda", 100);
