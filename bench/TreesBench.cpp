@@ -4,7 +4,9 @@
 #include "app/FileURLs.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
+#include "app/SidebarController.h"
 #include "app/StatusBar.h"
+#include "app/WindowList.h"
 #include "app/progress/WorkBar.h"
 #include "bench/WindowWatch.h"
 #include "tests/support/BankBuilder.h"
@@ -12,11 +14,16 @@
 #include "tests/support/MediumFaults.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <QComboBox>
+#include <QLineEdit>
+#include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
+#include <stdexcept>
 
 namespace tessary::bench {
 namespace {
@@ -60,6 +67,63 @@ void measure(MainWindowController &controller, const char *what, const std::func
   watch.work.print("its own work between turns");
 }
 
+std::size_t filesOn(const MainWindowController &controller) {
+  std::size_t files = 0;
+  for (const EMU3DirectoryPtr &each : directoriesInPreOrder(controller.filesystem()->rootDirectory()))
+    files += each->allFiles().size();
+  return files;
+}
+
+void openIn(MainWindowController &controller, const std::string &path) {
+  controller.showWindow();
+  controller.openImageAtURL(path);
+  runUntil([&] { return controller.currentDirectory() != nullptr; });
+  runUntil([] { return SerialQueue::pendingBlocks() == 0; });
+}
+
+/// Does the change, undoes it, redoes it, and undoes it again.
+void measureChange(MainWindowController &controller, const char *what, const std::function<void()> &change) {
+  const std::string name = what;
+  measure(controller, what, change);
+  measure(controller, (name + ", undone").c_str(), [&] { controller._undo(); });
+  measure(controller, (name + ", redone").c_str(), [&] { controller._redo(); });
+  measure(controller, (name + ", undone again").c_str(), [&] { controller._undo(); });
+}
+
+/// Presses the button of the sheet that is up, once it has been answered by `fill`.
+void answer(const MainWindowController &controller, const std::function<void(QDialog &)> &fill = {}) {
+  for (auto *dialog : controller.window()->findChildren<QMessageBox *>()) {
+    if (!dialog->isVisible()) continue;
+    if (fill) fill(*dialog);
+    dialog->defaultButton()->click();
+    return;
+  }
+  throw std::runtime_error("no question is up");
+}
+
+std::string makeFullImage(const test::TemporaryFolder &folder) {
+  test::ImageBuilder image({.sizeBytes = 256 * test::kMiB});
+  for (int number = 0; number < kFolders / 2; ++number) {
+    auto banks = image.root().addFolder("Banks " + std::to_string(number), {.blockCount = 7});
+    for (int file = 0; file < 2 * kFilesInFolder; ++file)
+      banks.addFile("BANK " + std::to_string(file), test::emulatorThreeBank("BANK", 1, 1));
+  }
+  image.root().addFolder("Other", {.blockCount = 7});
+  const std::string path = folder.path("full.hda");
+  image.writeTo(path);
+  return path;
+}
+
+/// To the last folder of the list of all folders.
+void transfer(MainWindowController &controller, bool moves) {
+  controller.tableView()->selectAll();
+  moves ? controller._moveToDir() : controller._copyToDir();
+  answer(controller, [](QDialog &question) {
+    auto *folders = question.findChild<QComboBox *>();
+    folders->setCurrentIndex(folders->count() - 1);
+  });
+}
+
 } // namespace
 
 int measureTrees() {
@@ -67,11 +131,9 @@ int measureTrees() {
   test::MediumFaults card;
   QMimeData dragged;
   dragged.setUrls({fileURL(makeTree(folder))});
-  MainWindowController controller;
-  controller.showWindow();
-  controller.openImageAtURL(makeImage(folder));
-  runUntil([&] { return controller.currentDirectory() != nullptr; });
-  runUntil([] { return SerialQueue::pendingBlocks() == 0; });
+  WindowList windows;
+  MainWindowController controller(windows);
+  openIn(controller, makeImage(folder));
   card.delayFlushes(kFlush);
   auto *bar = controller.window()->findChild<WorkBar *>();
   auto *stop = bar->findChild<QPushButton *>(QStringLiteral("WorkStop"));
@@ -85,11 +147,47 @@ int measureTrees() {
   measure(controller, "undone, the first part", [&] { controller._undo(); });
   measure(controller, "redone, the first part", [&] { controller._redo(); });
   measure(controller, "redone, the second part", [&] { controller._redo(); });
-  const std::vector<EMU3DirectoryPtr> all = directoriesInPreOrder(controller.filesystem()->rootDirectory());
-  std::size_t files = 0;
-  for (const EMU3DirectoryPtr &each : all)
-    files += each->allFiles().size();
-  return files == kFolders * kFilesInFolder + 1 ? 0 : 1;
+  return filesOn(controller) == kFolders * kFilesInFolder + 1 ? 0 : 1;
+}
+
+int measureChanges() {
+  const test::TemporaryFolder folder;
+  test::MediumFaults card;
+  WindowList windows;
+  MainWindowController controller(windows);
+  openIn(controller, makeFullImage(folder));
+  const std::size_t files = filesOn(controller);
+  card.delayFlushes(kFlush);
+  const auto chooseFiles = [&] { controller.tableView()->selectAll(); };
+  measureChange(controller, "a folder's files deleted", [&] {
+    chooseFiles();
+    controller._deleteSelected();
+    answer(controller);
+  });
+  measureChange(controller, "a file renamed", [&] {
+    controller.tableView()->selectRow(0);
+    controller._renameSelected();
+    answer(controller,
+           [](QDialog &question) { question.findChild<QLineEdit *>()->setText(QStringLiteral("ANOTHER")); });
+  });
+  measureChange(controller, "a folder's files moved", [&] { transfer(controller, true); });
+  measureChange(controller, "a folder's files copied", [&] { transfer(controller, false); });
+
+  MainWindowController other(windows);
+  openIn(other, makeImage(folder));
+  measureChange(other, "a folder's files copied to another window", [&] {
+    controller.tableView()->selectAll();
+    const std::unique_ptr<QMimeData> rows(
+        controller.contentCtl()->mimeData(controller.tableView()->selectionModel()->selectedIndexes()));
+    other.contentCtl()->dropMimeData(rows.get(), Qt::CopyAction, -1, -1, {});
+  });
+  measureChange(other, "a tree copied to another window", [&] {
+    const EMU3DirectoryPtr top = controller.filesystem()->rootDirectory()->subdirectories().front();
+    const std::unique_ptr<QMimeData> tree(
+        controller.sidebarCtl()->mimeData({controller.sidebarCtl()->indexOf(top)}));
+    other.contentCtl()->dropMimeData(tree.get(), Qt::CopyAction, -1, -1, {});
+  });
+  return filesOn(controller) == files && filesOn(other) == 1 ? 0 : 1;
 }
 
 } // namespace tessary::bench

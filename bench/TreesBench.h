@@ -6,4 +6,8 @@ namespace tessary::bench {
 /// and redone. The exit status.
 int measureTrees();
 
+/// The same while 100 files are deleted, moved, copied inside the image and to another window's, while one is
+/// renamed and a tree is copied; each change undone, redone and undone again.
+int measureChanges();
+
 } // namespace tessary::bench

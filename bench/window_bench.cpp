@@ -5,6 +5,8 @@
 //                                    contents is shown, and draws the wave of a sample of 30 MiB
 // window_bench trees                 drops a tree of 1,000 files on the window, stops the import, does the
 //                                    rest, undoes and redoes it, and tells how long the window stood still
+// window_bench changes               deletes, renames, moves and copies files, also to another window, undoes
+//                                    and redoes it, and tells how long the window stood still
 // window_bench start IMAGE           tells where the time goes until the first folder's details are painted
 // window_bench start IMAGE TESSARY   times whole starts of the program TESSARY as well
 //
@@ -226,10 +228,11 @@ int main(int argc, char **argv) {
   if (arguments.size() == 2 && arguments[1] == QLatin1String("import")) return measureImport();
   if (arguments.size() == 2 && arguments[1] == QLatin1String("panel")) return measurePanel();
   if (arguments.size() == 2 && arguments[1] == QLatin1String("trees")) return measureTrees();
+  if (arguments.size() == 2 && arguments[1] == QLatin1String("changes")) return measureChanges();
   if ((arguments.size() != 3 && arguments.size() != 4) || arguments[1] != QLatin1String("start")) {
-    std::fputs(
-        "window_bench import\nwindow_bench panel\nwindow_bench trees\nwindow_bench start IMAGE [TESSARY]\n",
-        stderr);
+    std::fputs("window_bench import\nwindow_bench panel\nwindow_bench trees\nwindow_bench "
+               "changes\nwindow_bench start IMAGE [TESSARY]\n",
+               stderr);
     return 2;
   }
   measureSteps(QFile::encodeName(arguments[2]).toStdString(), begin);
