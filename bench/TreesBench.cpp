@@ -170,8 +170,6 @@ int measureChanges() {
     answer(controller,
            [](QDialog &question) { question.findChild<QLineEdit *>()->setText(QStringLiteral("ANOTHER")); });
   });
-  measureChange(controller, "a folder's files moved", [&] { transfer(controller, true); });
-  measureChange(controller, "a folder's files copied", [&] { transfer(controller, false); });
 
   MainWindowController other(windows);
   openIn(other, makeImage(folder));
@@ -187,6 +185,8 @@ int measureChanges() {
         controller.sidebarCtl()->mimeData({controller.sidebarCtl()->indexOf(top)}));
     other.contentCtl()->dropMimeData(tree.get(), Qt::CopyAction, -1, -1, {});
   });
+  measureChange(controller, "a folder's files moved", [&] { transfer(controller, true); });
+  measureChange(controller, "a folder's files copied", [&] { transfer(controller, false); });
   return filesOn(controller) == files && filesOn(other) == 1 ? 0 : 1;
 }
 

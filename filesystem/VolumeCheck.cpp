@@ -488,7 +488,7 @@ bool VolumeCheck::checkMarks() {
 }
 
 /// Of the volume, that a check looks through: where folders may lie, the folders' own, the table's.
-std::uint64_t blocksToCheck(const Volume &volume) {
+std::uint64_t blocksToCheck(const Volume &volume) TESSARY_REQUIRES_SHARED(volume.lock) {
   const VolumeGeometry &geometry = volume.geometry();
   const BlockSpan ground = folderGround(geometry);
   std::uint64_t blocks = ground.end - ground.begin + geometry.describedBlocks() / kFatEntriesPerBlock;
