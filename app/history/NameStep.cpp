@@ -8,6 +8,19 @@
 #include <string>
 
 namespace tessary {
+namespace {
+
+ItemFailure renamedElsewhere(const std::string &name) {
+  return {displayText(name), QStringLiteral("It was given this name elsewhere meanwhile.")};
+}
+
+} // namespace
+
+/// For the next try, when it has failed.
+HistoryStepPtr NameStep::again() const {
+  if (file_) return std::make_shared<NameStep>(file_, folder_, entry_);
+  return HistoryStepPtr(new NameStep(folder_, entry_, renamedTo_));
+}
 
 StepResult NameStep::run(EMU3Filesystem &filesystem, LastingItems &, WorkProgress &progress) const {
   const EMU3FilePtr file = file_ ? file_->object() : nullptr;
@@ -17,7 +30,8 @@ StepResult NameStep::run(EMU3Filesystem &filesystem, LastingItems &, WorkProgres
   const std::optional<EntryBytes> now =
       file ? filesystem.entryOfFile(file, &error) : filesystem.entryOfDirectory(folder, &error);
   progress.beginPart(QStringLiteral("Renaming"));
-  if (now) {
+  const bool isRenamedElsewhere = now && !file && nameNow != renamedTo_;
+  if (now && !isRenamedElsewhere) {
     const auto operation = filesystem.manyItems();
     if (file)
       operation->restoreName(file, entry_, folder);
@@ -29,12 +43,14 @@ StepResult NameStep::run(EMU3Filesystem &filesystem, LastingItems &, WorkProgres
     operation->run(watcher);
   }
   StepResult result{.failed = QStringLiteral("Rename Failed")};
-  if (error.isSet()) {
+  if (error.isSet() || isRenamedElsewhere) {
     result.status = result.failed + QLatin1Char('.');
     const bool isStillThere = file ? isThere(filesystem, {file, folder}) : isThere(filesystem, folder);
-    result.failures.push_back(isStillThere ? ItemFailure::of(nameNow, error) : goneFailure(nameNow));
-    result.rest = file_ ? std::make_shared<NameStep>(file_, folder_, entry_)
-                        : std::make_shared<NameStep>(folder_, entry_);
+    if (isRenamedElsewhere)
+      result.failures.push_back(renamedElsewhere(nameNow));
+    else
+      result.failures.push_back(isStillThere ? ItemFailure::of(nameNow, error) : goneFailure(nameNow));
+    result.rest = again();
     return result;
   }
   result.outcome = {.done = 1, .all = 1};

@@ -167,6 +167,26 @@ TEST_F(UndoImpossible, RenamingOfAFolderThatIsGoneIsNamed) {
   EXPECT_EQ(readBytes(path_), bytes);
 }
 
+TEST_F(UndoImpossible, FolderThatAnotherProgramHasNamedOtherwiseKeepsThatName) {
+  mountImages();
+  renameFolder({"B"}, "Bass");
+  changeByOther([](EMU3Filesystem &theirs) {
+    ASSERT_TRUE(theirs.renameDirectory(folderNamed(theirs.rootDirectory(), "Bass"), "Brass"));
+  });
+  const Bytes bytes = readBytes(path_);
+  undo();
+  EXPECT_EQ(toldFailures("Rename Failed"), QStringList{"Brass: It was given this name elsewhere meanwhile."});
+  EXPECT_EQ(readBytes(path_), bytes);
+  changeByOther([](EMU3Filesystem &theirs) {
+    ASSERT_TRUE(theirs.renameDirectory(folderNamed(theirs.rootDirectory(), "Brass"), "Bass"));
+  });
+  ASSERT_TRUE(controller_->undoManager()->canUndo());
+  undo();
+  EXPECT_EQ(status(), "Renamed to 'B'.");
+  redo();
+  EXPECT_EQ(status(), "Renamed to 'Bass'.");
+}
+
 TEST_F(UndoImpossible, FileWhoseContentsAreIncompleteByThenIsNamedAndStaysRedoable) {
   mountImages();
   deleteFile("FIRST");
