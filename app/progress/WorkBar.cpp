@@ -39,7 +39,7 @@ WorkBar::WorkBar(QWidget *parent)
   const QString key = stop_->shortcut().toString(QKeySequence::NativeText);
   stop_->setToolTip(QStringLiteral("Stop (%1)").arg(key));
   stop_->setAccessibleDescription(
-      QStringLiteral("Ends the work after the item in progress. What was done stays. Key: %1").arg(key));
+      QStringLiteral("Ends the work after the item in progress. Key: %1").arg(key));
   connect(stop_, &QPushButton::clicked, this, &WorkBar::stopPressed);
   auto *layout = new QGridLayout(this);
   layout->setContentsMargins(margin, spacing, margin, spacing);
