@@ -67,7 +67,7 @@ public:
   /// bar shows it before other work. Returns what stops it.
   template <typename Work, typename Done>
   WorkProgressPtr runLongWorkBeside(SerialQueue &queue, Work work, Done done) {
-    const auto progress = std::make_shared<WorkProgress>();
+    auto progress = std::make_shared<WorkProgress>();
     run(queue, completing(beginning(progress, std::move(work)), std::move(done)), Kind::task, Spinning::no,
         progress, Following::always);
     longWork_.showFirst(progress);

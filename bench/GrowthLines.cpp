@@ -1,3 +1,4 @@
+#include "bench/Median.h"
 #include "bench/Processes.h"
 #include "bench/SpeedVolumes.h"
 #include "bench/Workplace.h"
@@ -7,6 +8,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <stdexcept>
+#include <vector>
 
 // How the cost of work grows with files, folders and bytes.
 namespace tessary::bench {
@@ -23,23 +25,26 @@ void require(bool isDone) {
   if (!isDone) throw std::runtime_error("a change failed");
 }
 
-/// What single changes of a mounted volume take, in milliseconds; each is undone again, which is not counted.
+/// What a single change of a mounted volume takes, in milliseconds: the median of many. Each is undone again,
+/// which is not counted.
 struct Changes {
   double import = 0, deletion = 0, newFolder = 0;
 };
 
 Changes changesOf(EMU3Filesystem &volume, const std::string &hostFile) {
   const EMU3DirectoryPtr folder = volume.rootDirectory()->subdirectories().back()->subdirectories().back();
-  constexpr int times = 30;
-  Changes took;
+  constexpr int times = 31;
+  std::vector<double> imports, deletions, newFolders;
   for (int i = 0; i < times; ++i) {
-    took.import += millisecondsOf(1, [&] { require(volume.importFileAtURL(hostFile, folder)); }) / times;
+    imports.push_back(millisecondsOf(1, [&] { require(volume.importFileAtURL(hostFile, folder)); }));
     const EMU3FilePtr file = folder->files().back();
-    took.deletion += millisecondsOf(1, [&] { require(volume.deleteFile(file, folder)); }) / times;
-    took.newFolder += millisecondsOf(1, [&] { require(volume.createDirectoryNamed("New", folder)); }) / times;
+    deletions.push_back(millisecondsOf(1, [&] { require(volume.deleteFile(file, folder)); }));
+  }
+  for (int i = 0; i < times; ++i) {
+    newFolders.push_back(millisecondsOf(1, [&] { require(volume.createDirectoryNamed("New", folder)); }));
     require(volume.deleteDirectory(folder->subdirectories().back(), folder));
   }
-  return took;
+  return {median(imports), median(deletions), median(newFolders)};
 }
 
 void printRow(const Workplace &place, const std::string &what, const std::string &path) {

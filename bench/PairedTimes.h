@@ -1,8 +1,8 @@
 #pragma once
 
-#include <benchmark/benchmark.h>
+#include "bench/Median.h"
 
-#include <algorithm>
+#include <benchmark/benchmark.h>
 #include <chrono>
 #include <vector>
 
@@ -37,11 +37,6 @@ private:
     const auto begin = std::chrono::steady_clock::now();
     call();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-  }
-  static double median(std::vector<double> values) {
-    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2),
-                     values.end());
-    return values[values.size() / 2];
   }
 
   std::vector<double> workTimes_;

@@ -1,6 +1,7 @@
 #include "bench/SpeedTable.h"
 
-#include <algorithm>
+#include "bench/Median.h"
+
 #include <cstdio>
 #include <vector>
 
@@ -8,11 +9,6 @@ namespace tessary::bench {
 namespace {
 
 constexpr std::size_t kPairs = 15;
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
 
 const char *verdict(double value, double aim) {
   return value <= aim ? "" : "  missed";
