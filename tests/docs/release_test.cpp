@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 #include <iomanip>
-#include <regex>
 #include <sstream>
 #include <string>
 
@@ -22,12 +21,15 @@ void PrintTo(const Release &release, std::ostream *out) {
   *out << release.version << " of " << release.date;
 }
 
-/// What the two groups of the pattern hold where the file first matches it.
-Release firstIn(const std::string &file, const std::string &pattern) {
-  const std::string text = readText(TESSARY_SOURCE_FOLDER "/" + file);
-  std::smatch found;
-  if (!std::regex_search(text, found, std::regex(pattern))) return {};
-  return {.version = found[1], .date = found[2]};
+/// Takes off the front of the text all up to the end of `before`, and all up to `behind`, which it returns.
+std::string takeBetween(std::string *text, const std::string &before, const std::string &behind) {
+  const std::size_t begin = text->find(before);
+  if (begin == std::string::npos) return {};
+  const std::size_t end = text->find(behind, begin + before.size());
+  if (end == std::string::npos) return {};
+  const std::string between = text->substr(begin + before.size(), end - begin - before.size());
+  text->erase(0, end);
+  return between;
 }
 
 /// The date of a line as a mail has it, "Sun, 22 Nov 2026 12:00:00 +0000".
@@ -40,16 +42,33 @@ std::string dateOfMail(const std::string &line) {
   return text.str();
 }
 
+std::string textOf(const std::string &file) {
+  return readText(TESSARY_SOURCE_FOLDER "/" + file);
+}
+
+Release ofChangeLog() {
+  std::string text = textOf("CHANGELOG.md");
+  const std::string version = takeBetween(&text, "\n## ", " (");
+  return {version, takeBetween(&text, "(", ")")};
+}
+
+Release ofCatalogue() {
+  std::string text = textOf("packaging/linux/com.tessary.Tessary.metainfo.xml");
+  const std::string version = takeBetween(&text, "<release version=\"", "\"");
+  return {version, takeBetween(&text, "date=\"", "\"")};
+}
+
+Release ofPackages() {
+  std::string text = textOf("packaging/debian/changelog");
+  const std::string version = takeBetween(&text, "tessary (", "-");
+  takeBetween(&text, "\n -- ", "<");
+  return {version, dateOfMail(takeBetween(&text, ">  ", "\n"))};
+}
+
 TEST(ProjectRelease, IsTheSameInChangeLogPackagesAndDesktopCatalogue) {
-  const Release release = firstIn("CHANGELOG.md", R"(\n## (\S+) \((\S+)\))");
-  EXPECT_EQ(release.version, TESSARY_VERSION);
-  EXPECT_TRUE(std::regex_match(release.date, std::regex(R"(\d{4}-\d\d-\d\d)"))) << release.date;
-  EXPECT_EQ(release, firstIn("packaging/linux/com.tessary.Tessary.metainfo.xml",
-                             R"re(<release version="([^"]+)" date="([^"]+)")re"));
-  Release ofPackages =
-      firstIn("packaging/debian/changelog", R"(^tessary \((.+)-\d+\)[^]*?\n -- .+>  (.+ \d{4}) )");
-  ofPackages.date = dateOfMail(ofPackages.date);
-  EXPECT_EQ(release, ofPackages);
+  EXPECT_EQ(ofChangeLog().version, TESSARY_VERSION);
+  EXPECT_EQ(ofCatalogue(), ofChangeLog());
+  EXPECT_EQ(ofPackages(), ofChangeLog());
 }
 
 } // namespace
