@@ -1,8 +1,5 @@
 #include "app/history/LastingItems.h"
 
-#include "tessary/EntryPlace.h"
-
-#include <map>
 #include <utility>
 #include <vector>
 
@@ -25,28 +22,11 @@ bool isSame(const EMU3Directory &one, const EMU3Directory &other) {
   return before.front() == now.front();
 }
 
-template <typename Pointer> using ByPlace = std::map<EntryPlace, Pointer>;
-
 // Called now and then, so that it costs next to nothing.
 template <typename Known> void forgetUnused(Known *known) {
   constexpr std::size_t few = 64;
   if (known->size() < few || (known->size() & (known->size() - 1)) != 0) return;
   std::erase_if(*known, [](const auto &entry) { return entry.second.expired(); });
-}
-
-/// Each entry of the known ones with what stands at its place now, where that is the same.
-template <typename Pointer, typename Known>
-std::vector<std::pair<Pointer, Pointer>> foundAgain(const Known &known, const ByPlace<Pointer> &there) {
-  std::vector<std::pair<Pointer, Pointer>> found;
-  for (const auto &[address, weak] : known) {
-    const auto lasting = weak.lock();
-    if (!lasting) continue;
-    const Pointer before = lasting->object();
-    const auto now = there.find(before->place());
-    if (now != there.end() && now->second != before && isSame(*before, *now->second))
-      found.emplace_back(before, now->second);
-  }
-  return found;
 }
 
 } // namespace
@@ -70,15 +50,20 @@ LastingFolder LastingItems::of(const EMU3DirectoryPtr &folder) {
   return lastingOf(folder, &folders_);
 }
 
+/// An object that is another one's already stays that one's.
 template <typename Pointer>
 void LastingItems::change(const Pointer &before, const Pointer &now, Known<Pointer> *known) {
   if (before == now) return;
-  const auto node = known->extract(before.get());
-  if (node.empty()) return;
-  const std::shared_ptr<Lasting<Pointer>> lasting = node.mapped().lock();
+  const auto entry = known->find(before.get());
+  if (entry == known->end()) return;
+  const std::shared_ptr<Lasting<Pointer>> lasting = entry->second.lock();
+  const auto other = known->find(now.get());
+  if (lasting && other != known->end() && !other->second.expired()) return;
+  known->erase(entry);
   if (!lasting) return;
   (*known)[now.get()] = lasting;
   lasting->set(now);
+  lasting->state_ = Lasting<Pointer>::State::there;
 }
 
 void LastingItems::became(const EMU3FilePtr &before, const EMU3FilePtr &now) {
@@ -91,19 +76,54 @@ void LastingItems::became(const EMU3DirectoryPtr &before, const EMU3DirectoryPtr
   change(before, now, &folders_);
 }
 
+template <typename Pointer>
+void LastingItems::markDeleted(const Pointer &object, const Known<Pointer> &known) {
+  const auto entry = known.find(object.get());
+  if (entry == known.end()) return;
+  if (const auto lasting = entry->second.lock()) lasting->state_ = Lasting<Pointer>::State::deleted;
+}
+
+void LastingItems::deleted(const EMU3FilePtr &file) {
+  const MutexLock lock(mutex_);
+  markDeleted(file, files_);
+}
+
+void LastingItems::deleted(const EMU3DirectoryPtr &folder) {
+  const MutexLock lock(mutex_);
+  markDeleted(folder, folders_);
+}
+
+/// Those that were there until now come before those that were missed: what has come to the place of a missed
+/// one since is another.
+template <typename Pointer>
+void LastingItems::findAgain(const std::map<EntryPlace, Pointer> &there, Known<Pointer> *known) {
+  using State = typename Lasting<Pointer>::State;
+  std::vector<std::shared_ptr<Lasting<Pointer>>> sought;
+  for (const State state : {State::there, State::missed})
+    for (const auto &[address, weak] : *known)
+      if (auto lasting = weak.lock(); lasting && lasting->state_ == state)
+        sought.push_back(std::move(lasting));
+  for (const auto &lasting : sought) {
+    const Pointer before = lasting->object();
+    const auto now = there.find(before->place());
+    lasting->state_ = State::missed;
+    if (now == there.end() || !isSame(*before, *now->second)) continue;
+    if (now->second == before) lasting->state_ = State::there;
+    change(before, now->second, known);
+  }
+}
+
 void LastingItems::findIn(const EMU3DirectoryPtr &root) {
-  ByPlace<EMU3FilePtr> files;
-  ByPlace<EMU3DirectoryPtr> folders;
+  std::map<EntryPlace, EMU3FilePtr> files;
+  std::map<EntryPlace, EMU3DirectoryPtr> folders;
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root)) {
     folders.emplace(folder->place(), folder);
     for (const EMU3FilePtr &file : folder->allFiles())
       files.emplace(file->place(), file);
   }
   const MutexLock lock(mutex_);
-  for (const auto &[before, now] : foundAgain(files_, files))
-    change(before, now, &files_);
-  for (const auto &[before, now] : foundAgain(folders_, folders))
-    change(before, now, &folders_);
+  findAgain(files, &files_);
+  findAgain(folders, &folders_);
 }
 
 } // namespace tessary

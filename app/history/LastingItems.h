@@ -2,8 +2,11 @@
 
 #include "tessary/EMU3Directory.h"
 #include "tessary/EMU3File.h"
+#include "tessary/EntryPlace.h"
 #include "tessary/Mutex.h"
 
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <unordered_map>
 #include <utility>
@@ -28,8 +31,12 @@ private:
     object_ = std::move(object);
   }
 
+  /// `missed`: not found when the image was last mounted anew. `deleted`: by a step or a command.
+  enum class State : std::uint8_t { there, missed, deleted };
+
   mutable Mutex mutex_;
   Pointer object_ TESSARY_GUARDED_BY(mutex_);
+  State state_ = State::there; ///< for `LastingItems` alone, under its lock
 };
 using LastingFile = std::shared_ptr<Lasting<EMU3FilePtr>>;
 using LastingFolder = std::shared_ptr<Lasting<EMU3DirectoryPtr>>;
@@ -45,7 +52,13 @@ public:
   void became(const EMU3FilePtr &before, const EMU3FilePtr &now);
   void became(const EMU3DirectoryPtr &before, const EMU3DirectoryPtr &now);
 
-  /// The image was mounted anew, with this root: each is looked for at the place of its entry.
+  // The file, or the folder without what was in it, is deleted until it becomes another object: what comes to
+  // its place is not it. Nothing where no step means it.
+  void deleted(const EMU3FilePtr &file);
+  void deleted(const EMU3DirectoryPtr &folder);
+
+  /// The image was mounted anew, with this root: each that is not deleted is looked for at the place of its
+  /// entry.
   void findIn(const EMU3DirectoryPtr &root);
 
 private:
@@ -56,6 +69,9 @@ private:
   static std::shared_ptr<Lasting<Pointer>> lastingOf(const Pointer &object, Known<Pointer> *known);
   template <typename Pointer>
   static void change(const Pointer &before, const Pointer &now, Known<Pointer> *known);
+  template <typename Pointer> static void markDeleted(const Pointer &object, const Known<Pointer> &known);
+  template <typename Pointer>
+  static void findAgain(const std::map<EntryPlace, Pointer> &there, Known<Pointer> *known);
 
   Mutex mutex_;
   // By the object that it is now. An entry holds its object, so that no other gets its address.

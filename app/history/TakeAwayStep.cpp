@@ -12,6 +12,17 @@
 
 namespace tessary {
 
+namespace {
+
+void tellSteps(LastingItems &items, const KeptTree &gone) {
+  for (const LastingFile &file : gone.files)
+    if (file) items.deleted(file->object());
+  for (const LastingFolder &folder : gone.folders)
+    if (folder) items.deleted(folder->object());
+}
+
+} // namespace
+
 Inventory inventoryOf(const EMU3DirectoryPtr &folder) {
   Inventory inventory;
   std::vector<std::pair<EMU3DirectoryPtr, std::string>> waiting{{folder, ""}};
@@ -112,10 +123,10 @@ StepResult TakeAwayStep::run(EMU3Filesystem &filesystem, LastingItems &items, Wo
   ItemsWatcher watcher = progress.watch(*operation);
   watcher.ended = [&](const ItemEnd &end) {
     KeptTree &tree = keeping.trees[end.item];
-    if (isGone(filesystem, operation->item(end.item), tree.name, end.error))
-      gone.push_back(std::move(tree));
-    else
-      result.failures.push_back(ItemFailure::of(tree.name, *end.error));
+    if (!isGone(filesystem, operation->item(end.item), tree.name, end.error))
+      return result.failures.push_back(ItemFailure::of(tree.name, *end.error));
+    tellSteps(items, tree);
+    gone.push_back(std::move(tree));
   };
   operation->run(watcher);
   const bool isStopped = keeping.isStopped || isCutShort(*operation);
