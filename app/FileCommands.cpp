@@ -48,20 +48,21 @@ void FileCommands::askForNameOf(const PlacedFile &placed) {
   const QPointer alert(question.get());
   tools_.dialogs->askForName(std::move(question), [this, placed, alert](const QString &name) {
     tools_.changes->run(
-        [this, alert, placed, name = name.toStdString()](EMU3Filesystem &filesystem,
-                                                         EMU3Error *error) -> ImageWork::Completion {
+        [this, alert, placed, image = tools_.image->filesystem(),
+         name = name.toStdString()](EMU3Filesystem &filesystem, EMU3Error *error) -> ImageWork::Completion {
           const bool isRenamed = !keepsName(placed, name);
           const std::optional<EntryBytes> before =
               isRenamed ? filesystem.entryOfFile(placed.file, error) : std::nullopt;
           if (isRenamed && (!before || !filesystem.renameFile(placed.file, name, placed.folder, error)))
             return {};
-          return [this, alert, placed, before, renamed = placed.file->name()] {
+          return [this, alert, placed, image, before, renamed = placed.file->name()] {
             if (alert) alert->accept();
             LastingItems &items = *tools_.history->items();
             if (before)
               tools_.history->did(
                   QStringLiteral("Rename"),
-                  std::make_shared<NameStep>(items.of(placed.file), items.of(placed.folder), *before));
+                  std::make_shared<NameStep>(items.of(placed.file), items.of(placed.folder), *before), image);
+            if (image != tools_.image->filesystem()) return;
             tools_.browser->content()->refresh();
             tools_.browser->setStatus(QStringLiteral("Renamed to \"%1\".").arg(displayText(renamed)));
           };

@@ -56,13 +56,14 @@ void FolderCommands::askForNew(const EMU3DirectoryPtr &parent) {
   const QPointer alert(question.get());
   tools_.dialogs->askForName(std::move(question), [this, parent, alert](const QString &name) {
     tools_.changes->run(
-        [this, alert, parent, name = name.toStdString()](EMU3Filesystem &filesystem,
-                                                         EMU3Error *error) -> ImageWork::Completion {
+        [this, alert, parent, image = tools_.image->filesystem(),
+         name = name.toStdString()](EMU3Filesystem &filesystem, EMU3Error *error) -> ImageWork::Completion {
           EMU3DirectoryPtr made;
           if (!filesystem.createDirectoryNamed(name, parent, error, &made)) return {};
-          return [this, alert, folder = made] {
+          return [this, alert, image, folder = made] {
             if (alert) alert->accept();
-            tools_.history->madeFolder(folder);
+            tools_.history->madeFolder(folder, image);
+            if (image != tools_.image->filesystem()) return;
             tools_.browser->showChanges();
             tools_.browser->showFolder(folder);
             tools_.browser->setStatus(
@@ -88,17 +89,19 @@ void FolderCommands::askForNameOf(const EMU3DirectoryPtr &folder) {
   const QPointer alert(question.get());
   tools_.dialogs->askForName(std::move(question), [this, folder, alert](const QString &name) {
     tools_.changes->run(
-        [this, alert, folder, name = name.toStdString()](EMU3Filesystem &filesystem,
-                                                         EMU3Error *error) -> ImageWork::Completion {
+        [this, alert, folder, image = tools_.image->filesystem(),
+         name = name.toStdString()](EMU3Filesystem &filesystem, EMU3Error *error) -> ImageWork::Completion {
           const bool keepsName = folder->name() == name;
           const std::optional<EntryBytes> before =
               keepsName ? std::nullopt : filesystem.entryOfDirectory(folder, error);
           if (!keepsName && (!before || !filesystem.renameDirectory(folder, name, error))) return {};
-          return [this, alert, folder, before] {
+          return [this, alert, folder, image, before] {
             if (alert) alert->accept();
             if (!before) return;
             tools_.history->did(QStringLiteral("Rename Folder"),
-                                std::make_shared<NameStep>(tools_.history->items()->of(folder), *before));
+                                std::make_shared<NameStep>(tools_.history->items()->of(folder), *before),
+                                image);
+            if (image != tools_.image->filesystem()) return;
             tools_.browser->folderRenamed(folder);
             tools_.browser->setStatus(QStringLiteral("Renamed to '%1'.").arg(displayText(folder->name())));
           };

@@ -74,12 +74,15 @@ void ImageChanges::tellReadOnly(const QString &advice) {
 // ---- A single change
 
 void ImageChanges::run(ImageWork::Change change, std::function<void()> failed) {
-  image_->runChange(std::move(change), [this, failed = std::move(failed)](const EMU3Error &error) {
+  emit begun();
+  const auto tell = [this, image = image_->filesystem(), failed = std::move(failed)](const EMU3Error &error) {
+    if (image != image_->filesystem()) return;
     const QString news = browser_->readOnlyNews();
     if (!news.isEmpty()) browser_->setStatus(news);
     dialogs_->tell(error);
     if (failed) failed();
-  });
+  };
+  image_->runChange(std::move(change), tell, [this] { emit ended(); });
 }
 
 } // namespace tessary

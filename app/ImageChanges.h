@@ -28,10 +28,17 @@ public:
   /// no longer, else `refused`. At once, unless another program's claim has to be asked about, or a backup
   /// is offered: once an image, before its first change. Neither runs where the user then cancels.
   void whenChangeable(std::function<void()> change, std::function<void()> refused);
-  /// Runs a single change; an error is shown in an alert. `failed` runs after that.
+  /// Runs a single change; an error is shown in an alert. `failed` runs after that. What the change tells to
+  /// follow it runs though the image is not mounted any more.
   void run(ImageWork::Change change, std::function<void()> failed = {});
   /// `advice` follows the text.
   void tellReadOnly(const QString &advice = {});
+
+signals:
+  /// A single change of the mounted image was given; it waits or runs.
+  void begun();
+  /// One has ended, well or not; what followed it has run.
+  void ended();
 
 private:
   void offerBackup(std::function<void()> change);

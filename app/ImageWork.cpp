@@ -31,16 +31,20 @@ void ImageWork::stop() {
   longWork_.stop();
 }
 
-void ImageWork::runChange(Change change, std::function<void(const EMU3Error &)> failed) {
-  const auto work = [change = std::move(change),
-                     failed = std::move(failed)](EMU3Filesystem &filesystem) -> Completion {
+void ImageWork::runChange(Change change, std::function<void(const EMU3Error &)> failed, Completion ended) {
+  const auto work = [change = std::move(change), failed = std::move(failed),
+                     ended = std::move(ended)](EMU3Filesystem &filesystem) -> Completion {
     EMU3Error error;
-    if (Completion changed = change(filesystem, &error)) return changed;
-    return [error, failed] {
-      if (error.isSet()) failed(error);
+    const Completion changed = change(filesystem, &error);
+    return [changed, error, failed, ended] {
+      if (changed)
+        changed();
+      else if (error.isSet())
+        failed(error);
+      ended();
     };
   };
-  runBesideChanges(work, [](const Completion &completion) { completion(); });
+  run(queues_->changes(), work, Kind::task, Spinning::yes, nullptr, Following::always);
 }
 
 void ImageWork::run(SerialQueue &queue, Work work, Kind kind, Spinning spinning,
@@ -49,9 +53,11 @@ void ImageWork::run(SerialQueue &queue, Work work, Kind kind, Spinning spinning,
   if (spinning == Spinning::yes) spinner_->start();
   if (progress) longWork_.add(progress);
   // A task keeps the queues; who only reads is waited for by nobody.
-  queue.async([self = QPointer(this), queues = kind == Kind::task ? queues_ : nullptr, isStopped = isStopped_,
+  const bool isToFinish = progress && progress->atEnd() == WorkProgress::AtEnd::finishes;
+  const std::shared_ptr<const std::atomic<bool>> isStopped = isToFinish ? nullptr : isStopped_;
+  queue.async([self = QPointer(this), queues = kind == Kind::task ? queues_ : nullptr, isStopped,
                filesystem = filesystem(), kind, spinning, progress, following, work = std::move(work)] {
-    const Completion completion = *isStopped ? Completion([] {}) : work(*filesystem);
+    const Completion completion = isStopped && *isStopped ? Completion([] {}) : work(*filesystem);
     onMainQueue([self, filesystem, kind, spinning, progress, following, completion] {
       if (!self) return;
       if (kind == Kind::task) --self->tasks_;

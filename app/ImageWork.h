@@ -58,8 +58,9 @@ public:
   /// after the item in progress when the user stops it.
   template <typename Work, typename Done>
   void runLongWork(Work work, Done done, Spinning spinning = Spinning::no,
-                   Following following = Following::whileMounted) {
-    const auto progress = std::make_shared<WorkProgress>();
+                   Following following = Following::whileMounted,
+                   WorkProgress::AtEnd atEnd = WorkProgress::AtEnd::stops) {
+    const auto progress = std::make_shared<WorkProgress>(atEnd);
     run(queues_->io(), completing(beginning(progress, std::move(work)), std::move(done)), Kind::task,
         spinning, progress, following);
   }
@@ -78,7 +79,7 @@ public:
     run(queues_->io(), completing(std::move(work), std::move(done)), Kind::reading, Spinning::no);
   }
   /// Asks all work to stop, be it on an image that is no longer mounted: long work after the item in
-  /// progress. What waits for its turn does not begin, and nothing follows it.
+  /// progress. What waits for its turn does not begin, and nothing follows it. Work that is to finish does.
   void stop();
 
   /// A look at the image that the user waits for: not behind the I/O queue's long work.
@@ -86,8 +87,9 @@ public:
     run(queues_->looks(), completing(std::move(work), std::move(done)), Kind::reading, Spinning::yes);
   }
   /// A single change, which may wait for a slow medium: beside the I/O queue, one after another, in order.
-  /// `failed` gets an error that it comes with.
-  void runChange(Change change, std::function<void(const EMU3Error &)> failed);
+  /// `failed` gets an error that it comes with, `ended` follows in any case. All of that runs though the
+  /// image is not mounted any more.
+  void runChange(Change change, std::function<void(const EMU3Error &)> failed, Completion ended);
   /// Other work that must come in order with those changes.
   template <typename Work, typename Done> void runBesideChanges(Work work, Done done) {
     run(queues_->changes(), completing(std::move(work), std::move(done)), Kind::task, Spinning::yes);

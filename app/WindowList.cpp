@@ -59,6 +59,8 @@ std::vector<MainWindowController *> WindowList::windows() const {
 
 std::vector<MainWindowController *> WindowList::working() const {
   std::vector<MainWindowController *> working = windows();
+  for (const auto &window : closed_)
+    working.push_back(window.get());
   std::erase_if(working, [](const MainWindowController *window) { return !window->isWorking(); });
   return working;
 }

@@ -33,7 +33,7 @@ public:
   std::vector<MainWindowController *> windows() const;
   /// The one that has, or had last, the keyboard; null as long as none was opened.
   MainWindowController *lastUsed() const { return byUse_.empty() ? nullptr : byUse_.front(); }
-  /// Those that have a task to finish.
+  /// Those that have a task to finish, also of those that were closed.
   std::vector<MainWindowController *> working() const;
   /// The program is about to end: ends the work of all windows, also of those that were closed.
   void stopWork();

@@ -89,12 +89,19 @@ private:
   std::vector<Made> made_;                       ///< by item
 };
 
+void setOutlasting(const std::vector<KeptTree> &trees, bool isOutlasting) {
+  for (const KeptTree &tree : trees)
+    if (tree.copies) tree.copies->setOutlasting(isOutlasting);
+}
+
 } // namespace
 
 StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items, WorkProgress &progress) const {
   progress.beginPart(QStringLiteral("Restoring"));
+  setOutlasting(trees_, true); // whenever the program ends
   Return back(filesystem, items, trees_);
   back.run(progress);
+  setOutlasting(trees_, false);
   StepResult result;
   std::vector<KeptTree> notBack;
   std::vector<KeptTree> restored;
@@ -130,6 +137,7 @@ StepResult BringBackStep::run(EMU3Filesystem &filesystem, LastingItems &items, W
     result.status = QStringLiteral("Restored %1 file(s), %2 failed.")
                         .arg(QString::number(result.outcome.done), QString::number(failed));
   result.failed = failuresTitle(QStringLiteral("Restore"), failed, trees_.size());
+  setOutlasting(notBack, true); // the window may be closed before the user is told
   if (!notBack.empty()) result.rest = std::make_shared<BringBackStep>(std::move(notBack));
   if (!restored.empty())
     result.counterpart = std::make_shared<TakeAwayStep>(std::move(files), std::move(folders));

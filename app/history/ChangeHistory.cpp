@@ -15,17 +15,24 @@ namespace tessary {
 ChangeHistory::ChangeHistory(const CommandTools &tools, QObject *parent) : QObject(parent), tools_(tools) {
   constexpr std::size_t undoLevels = 10;
   undoManager_.setLevelsOfUndo(undoLevels);
+  connect(tools_.changes, &ImageChanges::begun, this, [this] {
+    ++newChanges_;
+    lookAtMountedImage();
+  });
+  connect(tools_.changes, &ImageChanges::ended, this, [this] {
+    --newChanges_;
+    lookAtMountedImage();
+  });
 }
 
 // ---- What was done
 
-void ChangeHistory::madeFolder(const EMU3DirectoryPtr &folder) {
-  did(QStringLiteral("New Folder"), TakeAwayStep::ofNew(*items_, folder));
+void ChangeHistory::madeFolder(const EMU3DirectoryPtr &folder, const EMU3FilesystemPtr &image) {
+  did(QStringLiteral("New Folder"), TakeAwayStep::ofNew(*items_, folder), image);
 }
 
-void ChangeHistory::did(const QString &name, HistoryStepPtr undo) {
-  takeImage(tools_.image->filesystem());
-  undoManager_.registerUndo(callOf(name, std::move(undo)), name);
+void ChangeHistory::did(const QString &name, HistoryStepPtr undo, const EMU3FilesystemPtr &image) {
+  if (takeImage(image)) undoManager_.registerUndo(callOf(name, std::move(undo)), name);
 }
 
 /// The steps outlast an unmount, so also one that ends only then is registered.
@@ -33,7 +40,7 @@ void ChangeHistory::run(const QString &name, const HistoryStepPtr &step, ImageWo
                         std::function<void(const StepResult &)> done) {
   ++newChanges_;
   lookAtMountedImage();
-  runStep(step, spinning,
+  runStep(step, spinning, WorkProgress::AtEnd::stops,
           [this, name, done = std::move(done)](const StepResult &result, const EMU3FilesystemPtr &image) {
             --newChanges_;
             const HistoryStepPtr rest = result.outcome.isStopped ? result.rest : nullptr;
@@ -46,7 +53,8 @@ void ChangeHistory::run(const QString &name, const HistoryStepPtr &step, ImageWo
           });
 }
 
-void ChangeHistory::runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning, Ended ended) {
+void ChangeHistory::runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning,
+                            WorkProgress::AtEnd atEnd, Ended ended) {
   tools_.image->runLongWork(
       [step, items = items_](EMU3Filesystem &filesystem, WorkProgress &progress) {
         return step->run(filesystem, *items, progress);
@@ -54,7 +62,7 @@ void ChangeHistory::runStep(const HistoryStepPtr &step, ImageWork::Spinning spin
       [image = tools_.image->filesystem(), ended = std::move(ended)](const StepResult &result) {
         ended(result, image);
       },
-      spinning, ImageWork::Following::always);
+      spinning, ImageWork::Following::always, atEnd);
 }
 
 /// False for null.
@@ -138,8 +146,9 @@ UndoManager::Call ChangeHistory::callOf(const QString &name, HistoryStepPtr step
   };
 }
 
+/// To its end, though the window is ended meanwhile: what it brings back is nowhere else.
 void ChangeHistory::runAgain(const QString &name, const HistoryStepPtr &step, UndoManager::Side counterpart) {
-  runStep(step, ImageWork::Spinning::no,
+  runStep(step, ImageWork::Spinning::no, WorkProgress::AtEnd::finishes,
           [this, name, counterpart, shownBefore = tools_.browser->foldersShown()](
               const StepResult &result, const EMU3FilesystemPtr &image) {
             if (image == tools_.image->filesystem()) show(result, shownBefore);

@@ -33,10 +33,11 @@ public:
   /// For steps. Any thread.
   const std::shared_ptr<LastingItems> &items() const { return items_; }
 
-  // What the user has newly done in the mounted image; `name` is that of the command.
-  void madeFolder(const EMU3DirectoryPtr &folder);
+  // What the user has newly done in the image, which may have been unmounted meanwhile; `name` is that of the
+  // command.
+  void madeFolder(const EMU3DirectoryPtr &folder, const EMU3FilesystemPtr &image);
   /// `undo` takes it back.
-  void did(const QString &name, HistoryStepPtr undo);
+  void did(const QString &name, HistoryStepPtr undo, const EMU3FilesystemPtr &image);
   /// Does it, and then registers what takes it back; where the user has stopped it, what does the rest can be
   /// redone. `done` hears how it went.
   void run(const QString &name, const HistoryStepPtr &step, ImageWork::Spinning spinning,
@@ -50,7 +51,8 @@ private:
   using Ended = std::function<void(const StepResult &, const EMU3FilesystemPtr &image)>;
 
   UndoManager::Call callOf(const QString &name, HistoryStepPtr step);
-  void runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning, Ended ended);
+  void runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning, WorkProgress::AtEnd atEnd,
+               Ended ended);
   void runAgain(const QString &name, const HistoryStepPtr &step, UndoManager::Side counterpart);
   void ended(const QString &name, const StepResult &result, UndoManager::Side counterpart);
   void show(const StepResult &result, int shownBefore);

@@ -2,6 +2,7 @@
 
 #include "app/PrivateFolder.h"
 #include "app/WorkQueue.h"
+#include "tessary/SystemLog.h"
 
 #include <QFile>
 #include <QStandardPaths>
@@ -107,9 +108,10 @@ EMU3Error UndoCopies::copyingFailed(const EMU3Error &error) const {
 }
 
 UndoCopies::~UndoCopies() {
-  workQueue().start([folder = folder_, claim = claim_] {
+  if (isOutlasting_) systemLog("What could not be brought back is left in " + folder_);
+  workQueue().start([folder = folder_, claim = claim_, isOutlasting = bool(isOutlasting_)] {
     std::error_code ignored;
-    fs::remove_all(folder, ignored);
+    if (!isOutlasting) fs::remove_all(folder, ignored);
     if (claim >= 0) ::close(claim);
   });
 }

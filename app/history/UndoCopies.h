@@ -2,6 +2,7 @@
 
 #include "tessary/EMU3Error.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -22,6 +23,9 @@ public:
   UndoCopies &operator=(const UndoCopies &) = delete;
 
   [[nodiscard]] const std::string &folder() const { return folder_; }
+  /// Whether the copies outlast the steps, for a month, as those of a program that was killed do: as long as
+  /// they may be all that there is of a sound that is being brought back.
+  void setOutlasting(bool isOutlasting) const { isOutlasting_ = isOutlasting; }
   /// Of copying into it, in the user's words: the folder's own name says nothing to anybody.
   [[nodiscard]] EMU3Error copyingFailed(const EMU3Error &error) const;
 
@@ -31,7 +35,8 @@ private:
 
   const std::string folder_;
   const std::string above_; ///< the cache, or the temporary directory
-  const int claim_;         ///< descriptor that tells other programs that the copies are in use; -1 for none
+  mutable std::atomic<bool> isOutlasting_ = false;
+  const int claim_; ///< descriptor that tells other programs that the copies are in use; -1 for none
 };
 
 } // namespace tessary

@@ -62,7 +62,7 @@ void LongWork::remove(const WorkProgressPtr &work) {
 
 void LongWork::stop() {
   for (const WorkProgressPtr &work : works_)
-    work->stop();
+    if (work->atEnd() == WorkProgress::AtEnd::stops) work->stop();
 }
 
 void LongWork::stopShown() {

@@ -32,7 +32,7 @@ public:
   void remove(const WorkProgressPtr &work);
   bool isEmpty() const { return works_.empty(); }
 
-  /// Asks all of it to stop.
+  /// Asks all of it to stop, but what is to finish.
   void stop();
   /// Shows how far it is; by itself ten times a second.
   void look(WorkProgress::Clock::time_point now);

@@ -31,7 +31,10 @@ public:
     bool areBytes = false;
   };
 
-  WorkProgress() = default;
+  /// What becomes of the work when the user ends the window with "Stop and …".
+  enum class AtEnd { stops, finishes };
+
+  explicit WorkProgress(AtEnd atEnd = AtEnd::stops) : atEnd_(atEnd) {}
   WorkProgress(const WorkProgress &) = delete;
   WorkProgress &operator=(const WorkProgress &) = delete;
 
@@ -47,6 +50,7 @@ public:
                                    std::function<std::string(std::size_t item)> nameOf = {});
 
   // What is read of it.
+  [[nodiscard]] AtEnd atEnd() const { return atEnd_; }
   /// None while it waits for its turn.
   [[nodiscard]] std::optional<Clock::time_point> begun() const;
   [[nodiscard]] Figures figures() const;
@@ -58,6 +62,7 @@ public:
 private:
   void setProgress(const ItemsProgress &progress);
 
+  const AtEnd atEnd_;
   mutable Mutex mutex_;
   Figures figures_ TESSARY_GUARDED_BY(mutex_);
   std::optional<Clock::time_point> begun_ TESSARY_GUARDED_BY(mutex_);

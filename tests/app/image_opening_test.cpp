@@ -42,7 +42,7 @@ protected:
   static bool offersMount(const QFileDialog *panel) {
     for (const QPushButton *button : panel->findChildren<QPushButton *>())
       if (button->isVisible() && button->text().remove(QLatin1Char('&')) == QLatin1String("Mount"))
-        return true;
+        return button->isEnabled();
     return false;
   }
 

@@ -1,4 +1,5 @@
 #include "app/Spinner.h"
+#include "app/UndoManager.h"
 #include "tests/app/SheetTest.h"
 #include "tests/app/Stalls.h"
 #include "tests/support/MediumFaults.h"
@@ -209,6 +210,61 @@ TEST_F(SlowMedium, ChangeOfAnImageThatWasReplacedStopsTheSpinnerAlone) {
   EXPECT_EQ(outlineLabels(), QStringList{"OTHERS (1)"});
   EXPECT_EQ(namesOnImage(path, {"A"})[0], "RENAMED");
   EXPECT_EQ(foldersOnImage(path, {"A"}), (std::vector<std::string>{"A1", "A2", "Drums"}));
+}
+
+TEST_F(SlowMedium, NothingIsUndoneWhileASingleChangeIsOnItsWay) {
+  mount(volume());
+  importFile("SNARE.E4B", patternBytes(2000, 9));
+  ASSERT_TRUE(waitUntilIdle());
+  const UndoManager &undo = *controller_->undoManager();
+  ASSERT_EQ(undo.undoName(), "Import");
+  const std::vector<std::pair<std::function<void()>, QString>> changes = {
+      {[this] { renameFile("FIRST", "RENAMED"); }, "Rename"},
+      {[this] { makeFolder("Drums"); }, "New Folder"},
+      {[this] {
+         chooseFromFolderMenu({"A"}, QStringLiteral("Rename Folder"));
+         confirmName("Other");
+       },
+       "Rename Folder"}};
+  for (const auto &[change, name] : changes) {
+    medium_.holdFlushes();
+    change();
+    ASSERT_TRUE(waitForFlush());
+    EXPECT_FALSE(undo.canUndo()) << name.toStdString();
+    EXPECT_FALSE(toolbarButton("UndoItem")->isEnabled());
+    medium_.letGo();
+    ASSERT_TRUE(waitUntilIdle());
+    EXPECT_TRUE(undo.canUndo());
+    EXPECT_EQ(undo.undoName(), name);
+  }
+}
+
+TEST_F(SlowMedium, SingleChangeThatFailsLeavesTheStepBeforeIt) {
+  mount(volume());
+  importFile("SNARE.E4B", patternBytes(2000, 9));
+  ASSERT_TRUE(waitUntilIdle());
+  const AlertAnswers alerts;
+  renameFile("FIRST", "");
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(alerts.shown().size(), 1U);
+  EXPECT_TRUE(controller_->undoManager()->canUndo());
+  EXPECT_EQ(controller_->undoManager()->undoName(), "Import");
+}
+
+TEST_F(SlowMedium, SingleChangeThatEndsAfterAnUnmountCanBeUndone) {
+  const std::string path = mount(volume());
+  medium_.holdFlushes();
+  renameFile("FIRST", "RENAMED");
+  ASSERT_TRUE(waitForFlush());
+  clickToolbar("UnmountItem");
+  medium_.letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(namesOnImage(path, {"A"})[0], "RENAMED");
+  openImage(path);
+  ASSERT_EQ(controller_->undoManager()->undoName(), "Rename");
+  clickToolbar("UndoItem");
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(namesOnImage(path, {"A"})[0], "FIRST");
 }
 
 TEST_F(SlowMedium, ChangeOfAnotherImageDoesNotWaitForTheOneBefore) {

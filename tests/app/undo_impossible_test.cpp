@@ -1,5 +1,6 @@
 // Undo and redo of what has gone meanwhile, or cannot be kept any more: it is told, with the reason.
 
+#include "app/WorkQueue.h"
 #include "tests/app/HistoryTest.h"
 
 #include <filesystem>
@@ -152,6 +153,24 @@ TEST_F(UndoImpossible, DeletionFromAFolderThatIsGoneNamesTheFolderAndKeepsTheCop
             QStringList{"SECOND: The folder “A” is no longer there."});
   EXPECT_EQ(readBytes(path_), bytes);
   EXPECT_TRUE(controller_->undoManager()->canUndo());
+}
+
+TEST_F(UndoImpossible, CopiesOfWhatCouldNotBeBroughtBackOutlastTheWindow) {
+  mountImages();
+  deleteFile("SECOND");
+  deleteFile("FIRST");
+  undo(); // comes back, so its copies are needed no more
+  changeByOther([](EMU3Filesystem &theirs) {
+    ASSERT_TRUE(theirs.deleteDirectory(folderA(theirs), theirs.rootDirectory()));
+  });
+  undo();
+  EXPECT_EQ(toldFailures("Restore Failed (1 of 1)").size(), 1);
+  controller_.reset();
+  workQueue().waitForDone();
+  std::vector<Bytes> left;
+  for (const auto &entry : std::filesystem::recursive_directory_iterator(folder_.path("cache")))
+    if (entry.is_regular_file()) left.push_back(readBytes(entry.path().native()));
+  EXPECT_EQ(left, std::vector<Bytes>{patternBytes(700, 2)});
 }
 
 TEST_F(UndoImpossible, RenamingOfAFolderThatIsGoneIsNamed) {

@@ -178,6 +178,53 @@ TEST_F(WorkQuestions, StopAndQuitStopsTheWorkOfWindowsClosedBeforeToo) {
   EXPECT_FALSE(hasImport(otherPath_));
 }
 
+TEST_F(WorkQuestions, StopAndQuitFinishesAnUndoSinceItsCopiesGoWithTheWindow) {
+  const StoredFiles before = filesOnImage(otherPath_, {"Drums"});
+  selectFiles(other_, {"KICK"});
+  chooseFromMenus(other_, "Edit", QStringLiteral("Delete"));
+  clickButton(sheet<Alert>(other_), QStringLiteral("Delete"));
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_NE(filesOnImage(otherPath_, {"Drums"}), before);
+  auto held = std::make_unique<HeldQueue>(*other_->filesystem());
+  other_->undoManager()->undo(); // waits for its turn
+  delegate_->terminate();
+  ASSERT_NE(quitQuestion(), nullptr);
+  clickButton(quitQuestion(), QStringLiteral("Stop and Quit"));
+  QTimer::singleShot(50, one_, [&] { held->letGo(); });
+  runToEnd();
+  EXPECT_EQ(filesOnImage(otherPath_, {"Drums"}), before);
+}
+
+TEST_F(WorkQuestions, StopAndCloseFinishesAFolderThatIsBeingBroughtBack) {
+  MediumFaults medium;
+  const Bytes before = readBytes(otherPath_);
+  chooseFromMenus(other_, "Folder", QStringLiteral("Delete Folder"));
+  clickButton(sheet<Alert>(other_), QStringLiteral("Delete"));
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_NE(readBytes(otherPath_), before);
+  medium.holdFlushes();
+  other_->undoManager()->undo();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return medium.waiting() > 0; }, 30000));
+  other_->window()->close();
+  clickButton(sheet<Alert>(other_), QStringLiteral("Stop and Close"));
+  medium.letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(namesOnImage(otherPath_, {"Drums"}).size(), 2U);
+}
+
+TEST_F(WorkQuestions, QuittingAsksAboutTheWorkOfAWindowThatWasClosedBefore) {
+  const auto held = holdImport(other_);
+  other_->window()->close();
+  clickButton(sheet<Alert>(other_), QStringLiteral("Close"));
+  delegate_->terminate();
+  ASSERT_NE(quitQuestion(), nullptr);
+  EXPECT_TRUE(describe(*quitQuestion()).informativeText.contains(QStringLiteral("other.hda")));
+  clickButton(quitQuestion(), QStringLiteral("Cancel"));
+  held->letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_TRUE(hasImport(otherPath_));
+}
+
 TEST_F(WorkQuestions, CancelledTheWorkGoesOn) {
   const auto held = holdImport(other_);
   delegate_->terminate();
