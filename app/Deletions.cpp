@@ -55,17 +55,11 @@ void Deletions::showDeleted(std::size_t count) {
 
 /// Asks about the first of the files; when that is done with, about the next.
 void Deletions::askWhetherForGood(const IncompleteFiles &incomplete) {
-  if (incomplete.files.empty() || tools_.dialogs->isQuitting()) return;
-  if (const QDialog *dialog = tools_.dialogs->thatIsUp()) {
-    // What the user has turned to meanwhile comes first.
-    connect(
-        dialog, &QDialog::finished, this,
-        [this, incomplete, filesystem = tools_.image->filesystem()] {
-          if (filesystem == tools_.image->filesystem()) askWhetherForGood(incomplete);
-        },
-        Qt::QueuedConnection);
-    return;
-  }
+  if (incomplete.files.empty()) return;
+  tools_.dialogs->whenNoneIsUp([this, incomplete] { askAboutFirst(incomplete); });
+}
+
+void Deletions::askAboutFirst(const IncompleteFiles &incomplete) {
   const PlacedFile file = incomplete.files.front();
   IncompleteFiles others = incomplete;
   others.files.erase(others.files.begin());

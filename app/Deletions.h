@@ -30,6 +30,7 @@ private:
   void remove(const std::vector<PlacedFile> &files);
   void showDeleted(std::size_t count);
   void askWhetherForGood(const IncompleteFiles &incomplete);
+  void askAboutFirst(const IncompleteFiles &incomplete);
   void removeForGood(const PlacedFile &file, const IncompleteFiles &others);
 
   const CommandTools tools_;

@@ -33,6 +33,18 @@ QDialog *Dialogs::thatIsUp() const {
   return nullptr;
 }
 
+void Dialogs::whenNoneIsUp(std::function<void()> then) {
+  if (quitting_) return;
+  const QDialog *dialog = thatIsUp();
+  if (!dialog) return then();
+  connect(
+      dialog, &QDialog::finished, this,
+      [this, filesystem = image_->filesystem(), then = std::move(then)] {
+        if (filesystem == image_->filesystem()) whenNoneIsUp(then);
+      },
+      Qt::QueuedConnection);
+}
+
 // ---- Sheets
 
 void Dialogs::begin(std::unique_ptr<QDialog> dialog) {

@@ -35,6 +35,9 @@ public:
 
   /// The sheet or modal dialog that the user has to answer first; null when there is none.
   QDialog *thatIsUp() const;
+  /// Runs at once where no dialog is up; else when the user has answered those that are: what he has turned
+  /// to comes first. Not at all when the image is no longer mounted then, or the application is quitting.
+  void whenNoneIsUp(std::function<void()> then);
   /// Shows the dialog as a sheet on the window and deletes it when it is answered. While another dialog is up
   /// it beeps and deletes the dialog at once.
   void begin(std::unique_ptr<QDialog> dialog);

@@ -130,23 +130,24 @@ void FolderCommands::askToRemove(const EMU3DirectoryPtr &folder) {
 }
 
 void FolderCommands::removeNow(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
-  tools_.history->run(QStringLiteral("Delete Folder"), TakeAwayStep::of(*tools_.history->items(), folder),
-                      ImageWork::Spinning::no,
-                      [this, name = folder->name(), parent](const StepResult &result) {
-                        if (result.counterpart) return removed(name, parent);
-                        if (result.outcome.isStopped) return tools_.browser->setStatus(result.status);
-                        tools_.dialogs->tellFailures(result.failed, result.failures);
-                        if (!result.incompleteFolders.empty())
-                          return askWhetherForGood(result.incompleteFolders.front(), parent);
-                        if (result.failures.empty()) // it was gone already
-                          tools_.dialogs->tell(engineError(EngineError::entryNotFound));
-                      });
+  tools_.history->run(
+      QStringLiteral("Delete Folder"), TakeAwayStep::of(*tools_.history->items(), folder),
+      ImageWork::Spinning::no, [this, name = folder->name(), parent](const StepResult &result) {
+        if (result.counterpart) return removed(name, parent);
+        if (result.outcome.isStopped) return tools_.browser->setStatus(result.status);
+        tools_.dialogs->tellFailures(result.failed, result.failures);
+        if (!result.incompleteFolders.empty())
+          return tools_.dialogs->whenNoneIsUp([this, folder = result.incompleteFolders.front(), parent] {
+            askWhetherForGood(folder, parent);
+          });
+        if (result.failures.empty()) // it was gone already
+          tools_.dialogs->tell(engineError(EngineError::entryNotFound));
+      });
 }
 
 // ---- Delete Folder for good
 
 void FolderCommands::askWhetherForGood(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
-  if (tools_.dialogs->thatIsUp() || tools_.dialogs->isQuitting()) return;
   auto question = std::make_unique<Alert>(
       QStringLiteral("Delete folder '%1' for good?").arg(displayText(folder->name())),
       QStringLiteral("Contents of files in it are incomplete, so it cannot be brought back."),

@@ -274,6 +274,30 @@ TEST_F(History, FolderWithIncompleteContentsIsDeletedOnlyForGood) {
   EXPECT_FALSE(controller_->undoManager()->canUndo());
 }
 
+TEST_F(History, FolderIsDeletedForGoodAfterTheDialogThatCameBetween) {
+  test::ImageBuilder image = images();
+  test::FolderBuilder c = image.root().addFolder("C");
+  addIncompleteFile(image, c, "CUT");
+  path_ = mount(image);
+  {
+    test::HeldQueue queue(*controller_->filesystem());
+    chooseFromFolderMenu({"C"}, "Delete Folder");
+    test::clickButton(sheet<Alert>(), "Delete");
+    clickToolbar("ImportItem");
+    queue.letGo();
+    ASSERT_TRUE(test::waitUntilIdle());
+  }
+  EXPECT_EQ(sheet<Alert>(), nullptr);
+  ASSERT_NE(sheet<QFileDialog>(), nullptr);
+  QTest::keyClick(sheet<QFileDialog>(), Qt::Key_Escape);
+  ASSERT_TRUE(test::waitUntilIdle());
+  ASSERT_NE(sheet<Alert>(), nullptr) << "nothing is asked";
+  EXPECT_EQ(sheet<Alert>()->text(), "Delete folder 'C' for good?");
+  answerSheet("Delete");
+  EXPECT_EQ(holdingsOf(path_).count("/C/"), 0U);
+  EXPECT_EQ(beeps_.count(), 0);
+}
+
 TEST_F(History, CopiesOfWhatWasDeletedAreOfThisUserAloneAndGoWithTheWindow) {
   mountImages();
   deleteFolder({"A"});
