@@ -75,8 +75,8 @@ void Deletions::askAboutFirst(const IncompleteFiles &incomplete) {
 
 void Deletions::removeForGood(const PlacedFile &file, const IncompleteFiles &others) {
   tools_.image->runLongWork(
-      [file](EMU3Filesystem &filesystem, WorkProgress &progress) {
-        return tessary::removeForGood(filesystem, file, progress);
+      [file, items = tools_.history->items()](EMU3Filesystem &filesystem, WorkProgress &progress) {
+        return tessary::removeForGood(filesystem, *items, file, progress);
       },
       [this, others](const std::optional<EMU3Error> &failure) {
         IncompleteFiles left = others;

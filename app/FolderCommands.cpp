@@ -159,8 +159,8 @@ void FolderCommands::askWhetherForGood(const EMU3DirectoryPtr &folder, const EMU
 
 void FolderCommands::removeForGood(const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent) {
   tools_.image->runLongWork(
-      [folder, parent](EMU3Filesystem &filesystem, WorkProgress &progress) {
-        return tessary::removeForGood(filesystem, folder, parent, progress);
+      [folder, parent, items = tools_.history->items()](EMU3Filesystem &filesystem, WorkProgress &progress) {
+        return tessary::removeForGood(filesystem, *items, folder, parent, progress);
       },
       [this, name = folder->name(), parent](const std::optional<EMU3Error> &failure) {
         if (!failure) return removed(name, parent);

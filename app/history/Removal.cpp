@@ -4,6 +4,7 @@
 #include "tessary/SystemLog.h"
 
 #include <memory>
+#include <vector>
 
 namespace tessary {
 namespace {
@@ -31,18 +32,32 @@ bool isGone(const EMU3Filesystem &filesystem, const Item &item, const std::strin
   return error->code != kErrorEntryNotFound && !isHeld;
 }
 
-std::optional<EMU3Error> removeForGood(EMU3Filesystem &filesystem, const PlacedFile &placed,
-                                       WorkProgress &progress) {
+std::optional<EMU3Error> removeForGood(EMU3Filesystem &filesystem, LastingItems &items,
+                                       const PlacedFile &placed, WorkProgress &progress) {
   const auto operation = filesystem.manyItems();
   operation->deleteFile(placed.file, placed.folder);
-  return run(filesystem, *operation, placed.file->name(), progress);
+  std::optional<EMU3Error> failure = run(filesystem, *operation, placed.file->name(), progress);
+  if (!failure) items.deleted(placed.file);
+  return failure;
 }
 
-std::optional<EMU3Error> removeForGood(EMU3Filesystem &filesystem, const EMU3DirectoryPtr &folder,
-                                       const EMU3DirectoryPtr &parent, WorkProgress &progress) {
+std::optional<EMU3Error> removeForGood(EMU3Filesystem &filesystem, LastingItems &items,
+                                       const EMU3DirectoryPtr &folder, const EMU3DirectoryPtr &parent,
+                                       WorkProgress &progress) {
+  const std::vector<EMU3DirectoryPtr> folders = directoriesInPreOrder(folder);
+  std::vector<EMU3FilePtr> files;
+  for (const EMU3DirectoryPtr &each : folders)
+    for (const EMU3FilePtr &file : each->allFiles())
+      files.push_back(file);
   const auto operation = filesystem.manyItems();
   operation->deleteFolder(folder, parent);
-  return run(filesystem, *operation, folder->name(), progress);
+  std::optional<EMU3Error> failure = run(filesystem, *operation, folder->name(), progress);
+  if (failure) return failure;
+  for (const EMU3DirectoryPtr &each : folders)
+    items.deleted(each);
+  for (const EMU3FilePtr &file : files)
+    items.deleted(file);
+  return failure;
 }
 
 } // namespace tessary

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/PlacedFiles.h"
+#include "app/history/LastingItems.h"
 #include "app/progress/WorkProgress.h"
 #include "tessary/EMU3Filesystem.h"
 #include "tessary/ItemsOperation.h"
@@ -16,10 +17,10 @@ namespace tessary {
                           const std::optional<EMU3Error> &error);
 
 // Deletes a file, or a folder with all that is in it, of which nothing is kept. What kept it from going; none
-// when it is gone. On the image's I/O queue.
-[[nodiscard]] std::optional<EMU3Error> removeForGood(EMU3Filesystem &filesystem, const PlacedFile &placed,
-                                                     WorkProgress &progress);
-[[nodiscard]] std::optional<EMU3Error> removeForGood(EMU3Filesystem &filesystem,
+// when it is gone; `items` are told of it then. On the image's I/O queue.
+[[nodiscard]] std::optional<EMU3Error> removeForGood(EMU3Filesystem &filesystem, LastingItems &items,
+                                                     const PlacedFile &placed, WorkProgress &progress);
+[[nodiscard]] std::optional<EMU3Error> removeForGood(EMU3Filesystem &filesystem, LastingItems &items,
                                                      const EMU3DirectoryPtr &folder,
                                                      const EMU3DirectoryPtr &parent, WorkProgress &progress);
 

@@ -120,6 +120,32 @@ TEST_F(HistoryMountedAnew, BeforeEachStepFilesAreNotMistaken) {
   expectEachDoesItsOwn(true);
 }
 
+TEST_F(HistoryMountedAnew, FolderInThePlaceOfOneThatWasDeletedForGoodKeepsItsName) {
+  ImageBuilder image;
+  FolderBuilder a = image.root().addFolder("A", {.blockCount = 2});
+  FolderBuilder d = a.addFolder("D");
+  addIncompleteFile(image, d, "CUT");
+  path_ = mount(image);
+  const auto place = inA("D")->place();
+  const auto block = inA("D")->blockList().front();
+  renameFolder({"A", "D"}, "E");
+  deleteFolder({"A", "E"});
+  answerSheet(QStringLiteral("Delete"));
+  ASSERT_TRUE(waitUntilIdle());
+  changeByOther([&](EMU3Filesystem &theirs) {
+    const EMU3DirectoryPtr parent = folderNamed(theirs.rootDirectory(), "A");
+    ASSERT_TRUE(theirs.createDirectoryNamed("E", parent, nullptr));
+  });
+  ASSERT_EQ(inA("E")->place(), place);
+  ASSERT_EQ(inA("E")->blockList().front(), block);
+  const Holdings theirs = holdingsOf(path_);
+  const AlertAnswers alerts;
+  undo();
+  EXPECT_EQ(holdingsOf(path_), theirs);
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].failures, QStringList{"E: It is no longer in its folder."});
+}
+
 // ---- The items alone
 
 class LastingItemsAnew : public testing::Test {
