@@ -244,9 +244,11 @@ TEST_F(SlowMedium, SingleChangeThatFailsLeavesTheStepBeforeIt) {
   importFile("SNARE.E4B", patternBytes(2000, 9));
   ASSERT_TRUE(waitUntilIdle());
   const AlertAnswers alerts;
-  renameFile("FIRST", "");
+  medium_.failFlushes();
+  renameFile("FIRST", "RENAMED");
   ASSERT_TRUE(waitUntilIdle());
-  EXPECT_EQ(alerts.shown().size(), 1U);
+  ASSERT_EQ(alerts.shown().size(), 1U);
+  EXPECT_EQ(alerts.shown()[0].message, "Data write failed");
   EXPECT_TRUE(controller_->undoManager()->canUndo());
   EXPECT_EQ(controller_->undoManager()->undoName(), "Import");
 }
