@@ -102,12 +102,20 @@ choose_item() {
 
 # ---- What is dragged -----------------------------------------------------------------------------------------
 
-# take_hold_of PLACE presses the button there and begins to move.
+# take_hold_of PLACE presses the button there and moves until the picture of what is dragged is up. A program that
+# is busy takes all the moves until then for one, which begins no drag, and tells no other window of them.
 take_hold_of() {
+  local shown
+  shown=$(windows_shown)
   # shellcheck disable=SC2086
   xdotool mousemove $1 mousedown 1
   for _ in 1 2 3 4 5 6; do xdotool mousemove_relative -- 6 2; done
+  wait_for "the picture of what is dragged" comes_with_a_move "$shown"
 }
+comes_with_a_move() {
+  [ "$(windows_shown)" -gt "$1" ] || ! xdotool mousemove_relative -- 1 0
+}
+windows_shown() { xdotool search --onlyvisible --name '' 2>/dev/null | wc -l; }
 # carry_to PLACE moves there and waits until the window shows that it would take a drop.
 carry_to() {
   local before x y
