@@ -65,10 +65,11 @@ void Dialogs::ask(std::unique_ptr<Alert> question, std::function<void()> confirm
   });
 }
 
-void Dialogs::choose(std::unique_ptr<Alert> question, std::function<void(int)> answered) {
+void Dialogs::choose(std::unique_ptr<Alert> question, std::function<void(int)> answered, About about) {
   connect(question.get(), &QDialog::finished, this,
-          [this, alert = question.get(), filesystem = image_->filesystem(), answered = std::move(answered)] {
-            if (filesystem == image_->filesystem()) answered(alert->chosen());
+          [this, alert = question.get(), filesystem = image_->filesystem(), about,
+           answered = std::move(answered)] {
+            if (about == About::window || filesystem == image_->filesystem()) answered(alert->chosen());
           });
   begin(std::move(question));
 }

@@ -45,9 +45,12 @@ public:
   /// given, at any other answer; neither when the image it was asked about is no longer mounted.
   void ask(std::unique_ptr<Alert> question, std::function<void()> confirmed,
            std::function<void()> declined = {});
+  /// What a question is about.
+  enum class About { image, window };
   /// Shows the alert as a sheet. `answered` gets the number of the button, in the order in which they were
   /// added, or -1; it does not run when the image it was asked about is no longer mounted.
-  void choose(std::unique_ptr<Alert> question, std::function<void(int button)> answered);
+  void choose(std::unique_ptr<Alert> question, std::function<void(int button)> answered,
+              About about = About::image);
   /// Asks for a name. `confirmed` gets one that an entry can have; the question is hidden meanwhile, so that
   /// the window can be used. Accept it then, or ask again. It just closes where no name is given, or the
   /// image is no longer mounted.

@@ -79,14 +79,24 @@ HostCopiesPtr DragExport::copiesBy(const Job &job) {
 
 // ---- Making the copies
 
+void DragExport::whenNothingIsExported(std::function<void()> then) {
+  if (exports_ == 0) return then();
+  connect(
+      this, &DragExport::exported, this, [this, then = std::move(then)] { whenNothingIsExported(then); },
+      static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
+}
+
 HostCopies::Stop DragExport::make(const HostCopiesPtr &asked, const Job &job) {
   const EMU3FilesystemPtr mounted = tools_.image->filesystem();
   if (!mounted || mounted != job.image.lock()) return nullptr;
+  ++exports_;
   const WorkProgressPtr progress = tools_.image->runLongWorkBeside(
       queue_,
       [job](EMU3Filesystem &filesystem, WorkProgress &working) { return write(filesystem, job, working); },
       // Not the copies themselves: they are the main thread's, and would end with this on the queue's.
       [this, waiting = std::weak_ptr(asked), job](const ExportPlan::Result &result) {
+        --exports_;
+        emit exported();
         const HostCopiesPtr copies = waiting.lock();
         if (!copies) return;
         copies->made(urlsOf(result.paths),

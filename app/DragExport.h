@@ -27,6 +27,9 @@ class DragExport final : public QObject {
 public:
   explicit DragExport(const CommandTools &tools, QObject *parent = nullptr);
 
+  /// At once where nothing is being exported; else when that has ended.
+  void whenNothingIsExported(std::function<void()> then);
+
   // Copies, still to be made, of what the mounted image has.
   HostCopiesPtr copiesOf(const std::vector<EMU3FilePtr> &files);
   /// With its tree.
@@ -34,6 +37,9 @@ public:
   /// What a drag of samples brings: WAV files of that rate.
   std::unique_ptr<DraggedData> dataOf(const EMU3FilePtr &bank, const std::vector<ListedSample> &samples,
                                       std::uint32_t rate);
+
+signals:
+  void exported();
 
 private:
   struct Job {
@@ -49,6 +55,7 @@ private:
   void tell(const HostCopies &copies, const Job &job, const ExportPlan::Result &result) const;
 
   const CommandTools tools_;
+  int exports_ = 0; ///< that wait or run
   SerialQueue queue_{"com.tessary.drag"};
 };
 

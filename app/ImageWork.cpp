@@ -23,7 +23,7 @@ void ImageWork::waitForEarlierWork(SerialQueue &queue, const std::vector<ImageQu
   const auto ended = [this] {
     if (--waits_ == 0) emit earlierWorkEnded();
   };
-  run(queue, completing(wait, ended), Kind::task, Spinning::no);
+  run(queue, {.work = completing(wait, ended)});
 }
 
 void ImageWork::stop() {
@@ -44,21 +44,21 @@ void ImageWork::runChange(Change change, std::function<void(const EMU3Error &)> 
       ended();
     };
   };
-  run(queues_->changes(), work, Kind::task, Spinning::yes, nullptr, Following::always);
+  run(queues_->changes(), {.work = work, .spinning = Spinning::yes, .following = Following::always});
 }
 
-void ImageWork::run(SerialQueue &queue, Work work, Kind kind, Spinning spinning,
-                    const WorkProgressPtr &progress, Following following) {
-  if (kind == Kind::task) ++tasks_;
-  if (spinning == Spinning::yes) spinner_->start();
-  if (progress) longWork_.add(progress);
+void ImageWork::run(SerialQueue &queue, Task task) {
+  const bool isTask = task.kind == Kind::task;
+  if (isTask) ++tasks_;
+  if (task.spinning == Spinning::yes) spinner_->start();
+  if (task.progress) longWork_.add(task.progress);
+  const std::shared_ptr<const std::atomic<bool>> isStopped = task.beginsThoughStopped ? nullptr : isStopped_;
   // A task keeps the queues; who only reads is waited for by nobody.
-  const bool isToFinish = progress && progress->atEnd() == WorkProgress::AtEnd::finishes;
-  const std::shared_ptr<const std::atomic<bool>> isStopped = isToFinish ? nullptr : isStopped_;
-  queue.async([self = QPointer(this), queues = kind == Kind::task ? queues_ : nullptr, isStopped,
-               filesystem = filesystem(), kind, spinning, progress, following, work = std::move(work)] {
-    const Completion completion = isStopped && *isStopped ? Completion([] {}) : work(*filesystem);
-    onMainQueue([self, filesystem, kind, spinning, progress, following, completion] {
+  queue.async([self = QPointer(this), queues = isTask ? queues_ : nullptr, isStopped,
+               filesystem = filesystem(), task = std::move(task)] {
+    const Completion completion = isStopped && *isStopped ? Completion([] {}) : task.work(*filesystem);
+    onMainQueue([self, filesystem, kind = task.kind, spinning = task.spinning, progress = task.progress,
+                 following = task.following, completion] {
       if (!self) return;
       if (kind == Kind::task) --self->tasks_;
       if (progress) self->longWork_.remove(progress);

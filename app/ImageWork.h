@@ -29,8 +29,6 @@ public:
   enum class Spinning { no, yes };
   /// What the user has asked for, or what is read only to be shown.
   enum class Kind { task, reading };
-  /// When what follows a piece of work runs: while its image is still mounted, or in any case.
-  enum class Following { whileMounted, always };
   /// What follows on the main thread.
   using Completion = std::function<void()>;
   /// Changes the image and tells what follows: nothing when it has failed, or when there was nothing to do.
@@ -52,31 +50,49 @@ public:
   /// Runs `work(filesystem)` on the image's I/O queue, behind what waits there, then `done(its result)`.
   template <typename Work, typename Done>
   void runOnImage(Work work, Done done, Spinning spinning = Spinning::no) {
-    run(queues_->io(), completing(std::move(work), std::move(done)), Kind::task, spinning);
+    run(queues_->io(), {.work = completing(std::move(work), std::move(done)), .spinning = spinning});
   }
   /// The same with work that may take long, `work(filesystem, progress)`: it tells how far it is, and ends
   /// after the item in progress when the user stops it.
   template <typename Work, typename Done>
-  void runLongWork(Work work, Done done, Spinning spinning = Spinning::no,
-                   Following following = Following::whileMounted,
-                   WorkProgress::AtEnd atEnd = WorkProgress::AtEnd::stops) {
+  void runLongWork(Work work, Done done, Spinning spinning = Spinning::no) {
+    const auto progress = std::make_shared<WorkProgress>();
+    run(queues_->io(), {.work = completing(beginning(progress, std::move(work)), std::move(done)),
+                        .spinning = spinning,
+                        .progress = progress});
+  }
+  /// Long work that changes the image: also behind the single changes that were given before it. `done` runs
+  /// though the image is not mounted any more.
+  template <typename Work, typename Done>
+  void runLongChange(Work work, Done done, Spinning spinning, WorkProgress::AtEnd atEnd) {
     const auto progress = std::make_shared<WorkProgress>(atEnd);
-    run(queues_->io(), completing(beginning(progress, std::move(work)), std::move(done)), Kind::task,
-        spinning, progress, following);
+    const auto inOrder = [queues = queues_,
+                          work = beginning(progress, std::move(work))](EMU3Filesystem &filesystem) {
+      queues->changes().waitUntilIdle();
+      return work(filesystem);
+    };
+    run(queues_->io(), {.work = completing(inOrder, std::move(done)),
+                        .spinning = spinning,
+                        .progress = progress,
+                        .following = Following::always,
+                        .beginsThoughStopped = atEnd == WorkProgress::AtEnd::finishes});
   }
   /// Long work on a queue of the caller's, beside what is queued on the image: somebody waits for it, so the
-  /// bar shows it before other work. Returns what stops it.
+  /// bar shows it before other work, and it always comes to an end, be it stopped. Returns what stops it.
   template <typename Work, typename Done>
   WorkProgressPtr runLongWorkBeside(SerialQueue &queue, Work work, Done done) {
     auto progress = std::make_shared<WorkProgress>();
-    run(queue, completing(beginning(progress, std::move(work)), std::move(done)), Kind::task, Spinning::no,
-        progress, Following::always);
+    run(queue, {.work = completing(beginning(progress, std::move(work)), std::move(done)),
+                .progress = progress,
+                .following = Following::always,
+                .beginsThoughStopped = true});
     longWork_.showFirst(progress);
+    if (*isStopped_) progress->stop();
     return progress;
   }
   /// Runs what is read to be shown there: nothing is lost when nobody waits for it any more.
   template <typename Work, typename Done> void readFromImage(Work work, Done done) {
-    run(queues_->io(), completing(std::move(work), std::move(done)), Kind::reading, Spinning::no);
+    run(queues_->io(), {.work = completing(std::move(work), std::move(done)), .kind = Kind::reading});
   }
   /// Asks all work to stop, be it on an image that is no longer mounted: long work after the item in
   /// progress. What waits for its turn does not begin, and nothing follows it. Work that is to finish does.
@@ -84,7 +100,9 @@ public:
 
   /// A look at the image that the user waits for: not behind the I/O queue's long work.
   template <typename Work, typename Done> void lookAtImage(Work work, Done done) {
-    run(queues_->looks(), completing(std::move(work), std::move(done)), Kind::reading, Spinning::yes);
+    run(queues_->looks(), {.work = completing(std::move(work), std::move(done)),
+                           .kind = Kind::reading,
+                           .spinning = Spinning::yes});
   }
   /// A single change, which may wait for a slow medium: beside the I/O queue, one after another, in order.
   /// `failed` gets an error that it comes with, `ended` follows in any case. All of that runs though the
@@ -92,7 +110,8 @@ public:
   void runChange(Change change, std::function<void(const EMU3Error &)> failed, Completion ended);
   /// Other work that must come in order with those changes.
   template <typename Work, typename Done> void runBesideChanges(Work work, Done done) {
-    run(queues_->changes(), completing(std::move(work), std::move(done)), Kind::task, Spinning::yes);
+    run(queues_->changes(),
+        {.work = completing(std::move(work), std::move(done)), .spinning = Spinning::yes});
   }
 
 signals:
@@ -101,6 +120,16 @@ signals:
 
 private:
   using Work = std::function<Completion(EMU3Filesystem &)>;
+  /// When what follows runs: while the image is still mounted, or in any case.
+  enum class Following { whileMounted, always };
+  struct Task {
+    Work work;
+    Kind kind = Kind::task;
+    Spinning spinning = Spinning::no;
+    WorkProgressPtr progress{}; ///< of long work; null for other work
+    Following following = Following::whileMounted;
+    bool beginsThoughStopped = false;
+  };
 
   template <typename LongFunction> static auto beginning(const WorkProgressPtr &progress, LongFunction work) {
     return [progress, work = std::move(work)](EMU3Filesystem &filesystem) {
@@ -120,9 +149,7 @@ private:
     };
   }
   void waitForEarlierWork(SerialQueue &queue, const std::vector<ImageQueuesPtr> &earlier);
-  /// `progress` is that of long work.
-  void run(SerialQueue &queue, Work work, Kind kind, Spinning spinning,
-           const WorkProgressPtr &progress = nullptr, Following following = Following::whileMounted);
+  void run(SerialQueue &queue, Task task);
 
   QPointer<Spinner> spinner_;
   LongWork longWork_;

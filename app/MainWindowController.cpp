@@ -82,14 +82,20 @@ void MainWindowController::_closeWindow() {
 
 bool MainWindowController::_mayClose() {
   if (closingIsAgreed_ || dialogs_->isQuitting() || !isWorking()) return true;
-  dialogs_->choose(closingQuestion(imageName(), window_.get()), [this](int button) {
+  const auto answered = [this](int button) {
     const WorkAnswer answer = workAnswer(button);
-    if (answer == WorkAnswer::cancel) return;
     if (answer == WorkAnswer::stop) stopWork();
-    closingIsAgreed_ = true;
-    window_->close();
-  });
+    if (answer != WorkAnswer::cancel) drags_->whenNothingIsExported([this] { _close(); });
+  };
+  dialogs_->choose(closingQuestion(imageName(), window_.get()), answered, Dialogs::About::window);
   return false;
+}
+
+/// The user has agreed to it, and no other program waits for what was dragged to it: until then the bar, with
+/// its Stop, is all that the mouse reaches, in whatever window.
+void MainWindowController::_close() {
+  if (std::exchange(closingIsAgreed_, true)) return;
+  window_->close();
 }
 
 // ---- Help

@@ -166,6 +166,7 @@ signals:
 
 private:
   bool _mayClose();
+  void _close();
   /// Has the desktop open one of this project's documents.
   void showDocument(const QString &fileName);
   // Window (MainWindowLayout.cpp)

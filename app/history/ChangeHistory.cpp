@@ -15,14 +15,8 @@ namespace tessary {
 ChangeHistory::ChangeHistory(const CommandTools &tools, QObject *parent) : QObject(parent), tools_(tools) {
   constexpr std::size_t undoLevels = 10;
   undoManager_.setLevelsOfUndo(undoLevels);
-  connect(tools_.changes, &ImageChanges::begun, this, [this] {
-    ++newChanges_;
-    lookAtMountedImage();
-  });
-  connect(tools_.changes, &ImageChanges::ended, this, [this] {
-    --newChanges_;
-    lookAtMountedImage();
-  });
+  connect(tools_.changes, &ImageChanges::begun, this, &ChangeHistory::changeBegins);
+  connect(tools_.changes, &ImageChanges::ended, this, &ChangeHistory::changeEnds);
 }
 
 // ---- What was done
@@ -38,31 +32,39 @@ void ChangeHistory::did(const QString &name, HistoryStepPtr undo, const EMU3File
 /// The steps outlast an unmount, so also one that ends only then is registered.
 void ChangeHistory::run(const QString &name, const HistoryStepPtr &step, ImageWork::Spinning spinning,
                         std::function<void(const StepResult &)> done) {
-  ++newChanges_;
-  lookAtMountedImage();
+  changeBegins();
   runStep(step, spinning, WorkProgress::AtEnd::stops,
           [this, name, done = std::move(done)](const StepResult &result, const EMU3FilesystemPtr &image) {
-            --newChanges_;
             const HistoryStepPtr rest = result.outcome.isStopped ? result.rest : nullptr;
             if ((result.counterpart || rest) && takeImage(image)) {
               if (result.counterpart) undoManager_.registerUndo(callOf(name, result.counterpart), name);
               if (rest) undoManager_.registerCounterpart(UndoManager::Side::Redo, callOf(name, rest), name);
             }
-            lookAtMountedImage();
+            changeEnds();
             if (image == tools_.image->filesystem()) done(result);
           });
 }
 
+void ChangeHistory::changeBegins() {
+  ++newChanges_;
+  lookAtMountedImage();
+}
+
+void ChangeHistory::changeEnds() {
+  --newChanges_;
+  lookAtMountedImage();
+}
+
 void ChangeHistory::runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning,
                             WorkProgress::AtEnd atEnd, Ended ended) {
-  tools_.image->runLongWork(
+  tools_.image->runLongChange(
       [step, items = items_](EMU3Filesystem &filesystem, WorkProgress &progress) {
         return step->run(filesystem, *items, progress);
       },
       [image = tools_.image->filesystem(), ended = std::move(ended)](const StepResult &result) {
         ended(result, image);
       },
-      spinning, ImageWork::Following::always, atEnd);
+      spinning, atEnd);
 }
 
 /// False for null.
@@ -85,9 +87,10 @@ bool ChangeHistory::takeImage(const EMU3FilesystemPtr &image) {
 
 void ChangeHistory::imageReplaced() {
   const EMU3FilesystemPtr mounted = tools_.image->filesystem();
-  const bool isSame = isAbout(mounted);
-  if (isSame && filesystem_.lock() != mounted) items_->findIn(mounted->rootDirectory());
-  if (isSame) filesystem_ = mounted;
+  if (isAbout(mounted) && filesystem_.lock() != mounted) {
+    items_->findIn(mounted->rootDirectory());
+    filesystem_ = mounted;
+  }
   lookAtMountedImage();
 }
 

@@ -53,6 +53,8 @@ private:
   UndoManager::Call callOf(const QString &name, HistoryStepPtr step);
   void runStep(const HistoryStepPtr &step, ImageWork::Spinning spinning, WorkProgress::AtEnd atEnd,
                Ended ended);
+  void changeBegins();
+  void changeEnds();
   void runAgain(const QString &name, const HistoryStepPtr &step, UndoManager::Side counterpart);
   void ended(const QString &name, const StepResult &result, UndoManager::Side counterpart);
   void show(const StepResult &result, int shownBefore);

@@ -11,7 +11,6 @@
 #include <utility>
 
 namespace tessary {
-
 namespace {
 
 void tellSteps(LastingItems &items, const KeptTree &gone) {

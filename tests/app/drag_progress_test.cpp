@@ -32,7 +32,7 @@ protected:
     putMenuBar();
     chooseFolder({"Many"});
     selectAllFiles();
-    data_.reset(controller_->contentCtl()->mimeData(table()->selectionModel()->selectedIndexes()));
+    data_ = dataOfSelection();
     before_ = status();
   }
 
@@ -51,6 +51,15 @@ protected:
     EXPECT_FALSE(look.isActive()) << "it was over before the bar was shown";
     EXPECT_TRUE(waitUntilIdle());
     return urls;
+  }
+  std::unique_ptr<QMimeData> dataOfSelection() const {
+    return std::unique_ptr<QMimeData>(
+        controller_->contentCtl()->mimeData(table()->selectionModel()->selectedIndexes()));
+  }
+  void closeAndAnswer(const QString &button) const {
+    window()->close();
+    EXPECT_EQ(describe(*sheet<Alert>()).message, "Close the window while work is running?");
+    clickButton(sheet<Alert>(), button);
   }
   void pressStop() const { click(stopButton(), stopButton()->rect().center()); }
   bool isAnySheetUp() const { return sheet<QDialog>() != nullptr; }
@@ -154,17 +163,43 @@ TEST_F(DragProgress, AlertThatComesUpMeanwhileIsAnswered) {
   EXPECT_EQ(urls.size(), kFiles);
 }
 
-TEST_F(DragProgress, WindowThatIsClosedMeanwhileAsksAndGivesTheCopies) {
+TEST_F(DragProgress, WindowThatIsClosedMeanwhileAsksAndClosesWhenTheCopiesAreGiven) {
   const QList<QUrl> urls = ask([this] {
-    window()->close();
-    auto *question = sheet<Alert>();
-    ASSERT_NE(question, nullptr);
-    EXPECT_EQ(describe(*question).message, "Close the window while work is running?");
-    QAbstractButton *close = question->defaultButton();
-    click(close, close->rect().center());
-    EXPECT_FALSE(window()->isVisible());
+    closeAndAnswer("Close");
+    EXPECT_TRUE(window()->isVisible());
+    EXPECT_TRUE(bar()->isVisible());
   });
   EXPECT_EQ(urls.size(), kFiles);
+  EXPECT_FALSE(window()->isVisible());
+}
+
+TEST_F(DragProgress, StopCanStillBePressedInAWindowThatIsToClose) {
+  EXPECT_TRUE(ask([this] {
+                closeAndAnswer("Close");
+                pressStop();
+              }).isEmpty());
+  EXPECT_FALSE(window()->isVisible());
+}
+
+TEST_F(DragProgress, StopAndCloseGivesNothing) {
+  EXPECT_TRUE(ask([this] { closeAndAnswer("Stop and Close"); }).isEmpty());
+  EXPECT_TRUE(std::filesystem::is_empty(dragFolder()));
+  EXPECT_FALSE(window()->isVisible());
+}
+
+TEST_F(DragProgress, ThatWaitsForAnotherOneEndsToo) {
+  QList<QUrl> later;
+  ask([&] {
+    const std::unique_ptr<QMimeData> second = dataOfSelection();
+    data_.reset(); // its program waits no longer; what is being written goes on
+    QTimer::singleShot(50, [this] {
+      closeAndAnswer("Stop and Close");
+      medium_.letGo();
+    });
+    later = second->urls();
+  });
+  EXPECT_TRUE(later.isEmpty());
+  EXPECT_FALSE(window()->isVisible());
 }
 
 TEST_F(DragProgress, ImageThatIsUnmountedMeanwhileGivesTheCopies) {

@@ -112,6 +112,48 @@ TEST_F(MountedAnew, StepOfTheEarlierMountIsUndoneInTheSameWindow) {
   EXPECT_EQ(holdingsOf(path_), before);
 }
 
+// A deletion that had not begun, and is done by the earlier mount.
+TEST_F(MountedAnew, DeletionOfTheEarlierMountIsDoneAndUndone) {
+  letGo(); // of the import
+  mountAnewIn(one_);
+  ASSERT_TRUE(waitUntilIdle());
+  const Holdings before = holdingsOf(path_);
+  held_ = std::make_unique<HeldQueue>(*one_->filesystem());
+  selectFiles(one_, {"KICK"});
+  chooseFromMenus(one_, "Edit", QStringLiteral("Delete"));
+  clickButton(sheet<QDialog>(one_), QStringLiteral("Delete"));
+  chooseFromMenus(one_, "File", QStringLiteral("Unmount"));
+  mountAnewIn(one_);
+  EXPECT_FALSE(one_->undoManager()->canUndo());
+  letGo();
+  EXPECT_FALSE(isThere("KICK"));
+  EXPECT_FALSE(fileNames(one_).contains("KICK"));
+  ASSERT_EQ(one_->undoManager()->undoName(), QStringLiteral("Delete"));
+  one_->_undo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(holdingsOf(path_), before);
+  one_->_undo(); // of the import: what it means was found in this mount
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_FALSE(isThere("EARLIER"));
+}
+
+TEST_F(MountedAnew, UndoThatTheEarlierMountHadBegunIsRedone) {
+  letGo();
+  mountAnewIn(one_);
+  ASSERT_TRUE(waitUntilIdle());
+  const Holdings before = holdingsOf(path_);
+  held_ = std::make_unique<HeldQueue>(*one_->filesystem());
+  one_->_undo(); // of the import
+  chooseFromMenus(one_, "File", QStringLiteral("Unmount"));
+  mountAnewIn(one_);
+  letGo();
+  EXPECT_FALSE(isThere("EARLIER"));
+  ASSERT_EQ(one_->undoManager()->redoName(), QStringLiteral("Import"));
+  one_->_redo();
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(holdingsOf(path_), before);
+}
+
 TEST_F(MountedAnew, AnotherImageWaitsForNothing) {
   const std::string other = writeVolume("other.hda", 100);
   one_->openImageAtURL(other);

@@ -35,6 +35,14 @@ protected:
     chooseFromFileMenu(file, QStringLiteral("Rename…"));
     confirmName(name);
   }
+  /// The medium does not take it.
+  void renameInVain(const AlertAnswers &alerts) {
+    medium_.failFlushes();
+    renameFile("FIRST", "RENAMED");
+    ASSERT_TRUE(waitUntilIdle());
+    ASSERT_EQ(alerts.shown().size(), 1U);
+    EXPECT_EQ(alerts.shown()[0].message, "Data write failed");
+  }
   void makeFolder(const QString &name) {
     chooseFromMenu(outline(), emptyPlace(outline()), QStringLiteral("New Folder…"));
     confirmName(name);
@@ -244,11 +252,7 @@ TEST_F(SlowMedium, SingleChangeThatFailsLeavesTheStepBeforeIt) {
   importFile("SNARE.E4B", patternBytes(2000, 9));
   ASSERT_TRUE(waitUntilIdle());
   const AlertAnswers alerts;
-  medium_.failFlushes();
-  renameFile("FIRST", "RENAMED");
-  ASSERT_TRUE(waitUntilIdle());
-  ASSERT_EQ(alerts.shown().size(), 1U);
-  EXPECT_EQ(alerts.shown()[0].message, "Data write failed");
+  ASSERT_NO_FATAL_FAILURE(renameInVain(alerts));
   EXPECT_TRUE(controller_->undoManager()->canUndo());
   EXPECT_EQ(controller_->undoManager()->undoName(), "Import");
 }
@@ -269,6 +273,30 @@ TEST_F(SlowMedium, SingleChangeThatEndsAfterAnUnmountCanBeUndone) {
   EXPECT_EQ(namesOnImage(path, {"A"})[0], "FIRST");
 }
 
+TEST_F(SlowMedium, DeletionRightAfterARenamingIsUndoneWithTheNewName) {
+  const std::string path = mount(volume());
+  const AlertAnswers alerts;
+  medium_.holdFlushes();
+  renameFile("SECOND", "OTHER");
+  ASSERT_TRUE(waitForFlush());
+  renameFile("FIRST", "RENAMED"); // waits for its turn
+  chooseFiles({"FIRST"});
+  clickToolbar("DeleteItem");
+  clickButton(&question(), QStringLiteral("Delete"));
+  QTest::qWait(200); // in which it would have begun
+  medium_.letGo();
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_EQ(namesOnImage(path, {"A"}), (std::vector<std::string>{"OTHER", "THIRD"}));
+  const std::vector<std::vector<std::string>> undone{
+      {"RENAMED", "OTHER", "THIRD"}, {"FIRST", "OTHER", "THIRD"}, {"FIRST", "SECOND", "THIRD"}};
+  for (const std::vector<std::string> &names : undone) {
+    clickToolbar("UndoItem");
+    ASSERT_TRUE(waitUntilIdle());
+    EXPECT_EQ(namesOnImage(path, {"A"}), names);
+  }
+  EXPECT_TRUE(alerts.shown().empty());
+}
+
 TEST_F(SlowMedium, ChangeOfAnotherImageDoesNotWaitForTheOneBefore) {
   mount(volume());
   medium_.holdFlushes();
@@ -285,11 +313,7 @@ TEST_F(SlowMedium, ChangeOfAnotherImageDoesNotWaitForTheOneBefore) {
 TEST_F(SlowMedium, SingleChangeThatTheMediumDoesNotTakeMakesTheImageReadOnly) {
   mount(volume());
   const AlertAnswers alerts;
-  medium_.failFlushes();
-  renameFile("FIRST", "RENAMED");
-  ASSERT_TRUE(waitUntilIdle());
-  ASSERT_EQ(alerts.shown().size(), 1U);
-  EXPECT_EQ(alerts.shown()[0].message, "Data write failed");
+  ASSERT_NO_FATAL_FAILURE(renameInVain(alerts));
   EXPECT_EQ(title(), "Tessary — disk.hda (read-only)");
   EXPECT_EQ(status(), "Read-only: the medium did not take a change.");
   EXPECT_FALSE(isBusy());

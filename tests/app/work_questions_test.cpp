@@ -132,6 +132,15 @@ TEST_F(WorkQuestions, StopAndCloseLeavesTheOtherWindowsWorkAlone) {
   EXPECT_FALSE(hasImport(otherPath_));
 }
 
+TEST_F(WorkQuestions, AnswerCountsThoughAnotherImageIsShownMeanwhile) {
+  const auto held = holdImport(other_);
+  other_->window()->close();
+  other_->openImageAtURL(writeVolume("third.hda", 7));
+  ASSERT_TRUE(QTest::qWaitFor([this] { return title(other_) == "Tessary — third.hda"; }, 30000));
+  clickButton(sheet<Alert>(other_), QStringLiteral("Close"));
+  EXPECT_EQ(windows(), std::vector<Window>{one_});
+}
+
 // ---- Quitting
 
 TEST_F(WorkQuestions, StopAndQuitEndsWorkAfterTheItemsInProgressAndKeepsThose) {
