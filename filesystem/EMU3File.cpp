@@ -19,14 +19,9 @@ std::string withOneDecimal(std::uint64_t size, std::uint64_t unit) {
 
 } // namespace
 
-EMU3FileFields EMU3File::fields() const {
+std::string EMU3File::name() const {
   const MutexLock lock(mutex_);
-  return fields_;
-}
-
-EntryPlace EMU3File::place() const {
-  const MutexLock lock(mutex_);
-  return {fields_.dentryBlock, fields_.dentryOffset};
+  return name_;
 }
 
 EMU3DirectoryPtr EMU3File::folder() const {

@@ -10,11 +10,9 @@ namespace tessary {
 using namespace format;
 
 void FileExtents::add(const EMU3File &file, const VolumeGeometry &geometry) {
-  file.lookAtFields([&](const EMU3FileFields &fields) {
-    if (fields.rawType == kRawTypeDeleted || fields.blocksInLastCluster == 0) return;
-    const std::uint64_t first = geometry.slotStartBlock(std::max<std::uint16_t>(fields.startCluster, 1));
-    extents_.emplace_back(first, first + fields.blocksInLastCluster);
-  });
+  if (file.isDeleted() || file.blocksInLastCluster() == 0) return;
+  const std::uint64_t first = geometry.slotStartBlock(std::max<std::uint16_t>(file.startCluster(), 1));
+  extents_.emplace_back(first, first + file.blocksInLastCluster());
 }
 
 std::vector<std::int64_t> FileExtents::thoseOf(const std::set<std::int64_t> &blocks) {

@@ -22,13 +22,8 @@ struct Extent {
 };
 
 Extent extentOf(const EMU3File &file, const VolumeGeometry &geometry) {
-  Extent extent;
-  file.lookAtFields([&](const EMU3FileFields &fields) {
-    extent.firstBlock = geometry.slotStartBlock(std::max<std::uint16_t>(fields.startCluster, 1));
-    extent.blocks = fields.blocksInLastCluster;
-    extent.fileSize = fields.fileSize;
-  });
-  return extent;
+  return {geometry.slotStartBlock(std::max<std::uint16_t>(file.startCluster(), 1)),
+          file.blocksInLastCluster(), file.fileSize()};
 }
 
 // How many bytes of an extent's blocks are contents.

@@ -82,7 +82,7 @@ bool GuardedRules::mayRead(const Volume &volume, const EMU3FilePtr &file) const 
 
 // Every entry has a name, so that nothing on the volume is hidden: what is no text shows as codes.
 std::optional<std::string> GuardedRules::nameOf(const std::uint8_t *dentry) const {
-  const std::string name = withInvalidBytesAsCodes(paddedField(dentry, kNameSize));
+  std::string name = withInvalidBytesAsCodes(paddedField(dentry, kNameSize));
   if (name.find_first_not_of(' ') == std::string::npos) return "%20";
   return name;
 }
@@ -210,14 +210,11 @@ bool GuardedRules::mayChangeEntry(const Volume &volume, EntryPlace place, const 
   return !isInContents(volume, place.block, own);
 }
 
-// A deleted file of that place leaves the list: it no longer has an entry. Mostly there is none.
+// A deleted file of that place leaves the list: it no longer has an entry. Mostly there is none at all.
 void GuardedRules::entryWasTaken(Volume &volume, const EMU3DirectoryPtr &folder, EntryPlace place) const {
-  const auto hadIt = [&](const EMU3File &file) { return file.isDeleted() && file.place() == place; };
-  bool isAny = false;
-  folder->lookAtFiles([&](const EMU3File &file) { isAny = isAny || hadIt(file); });
-  if (!isAny) return;
+  if (!volume.index->slots().hasDeletedFiles()) return;
   for (const EMU3FilePtr &file : folder->files()) {
-    if (hadIt(*file)) volume.tree.removeFile(folder, file);
+    if (file->isDeleted() && file->place() == place) volume.tree.removeFile(folder, file);
   }
 }
 

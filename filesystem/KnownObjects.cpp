@@ -56,12 +56,8 @@ bool UnchangedObjects::isUnchanged(EntryPlace place, const std::uint8_t *dentry)
 
 bool FollowedObjects::isStillFile(const EMU3File &known, const std::uint8_t *dentry) const {
   const EMU3FileFields read = fileFieldsOfDentry(dentry, {}, {});
-  bool isStill = false;
-  known.lookAtFields([&](const EMU3FileFields &fields) {
-    isStill = fields.startCluster == read.startCluster && fields.fileSize == read.fileSize &&
-              fields.entryId == read.entryId && fields.rawType == read.rawType;
-  });
-  return isStill;
+  return known.startCluster() == read.startCluster && known.fileSize() == read.fileSize &&
+         known.entryId() == read.entryId && known.rawType() == read.rawType;
 }
 
 bool FollowedObjects::isStillFolder(const EMU3Directory &known, const std::uint8_t *dentry) const {

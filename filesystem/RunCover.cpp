@@ -5,13 +5,18 @@
 namespace tessary {
 
 void RunCover::reset(std::uint64_t count) {
+  beginMany(count);
+  endMany();
+}
+
+void RunCover::beginMany(std::uint64_t count) {
+  isSummedUp_ = false;
   count_ = count;
   size_ = 1;
   while (size_ < count)
     size_ *= 2;
   nodes_.assign(2 * size_, {});
   weights_.assign(size_ + 1, 0);
-  endMany();
 }
 
 void RunCover::endMany() {

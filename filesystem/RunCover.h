@@ -15,16 +15,16 @@ class RunCover final {
 public:
   /// Forgets everything: so many places, without runs and without weight.
   void reset(std::uint64_t count);
+  // The same with many changes at once: between the two nothing may be asked, and endMany() sums up once for
+  // all.
+  void beginMany(std::uint64_t count);
+  void endMany();
 
   // A run from `first` to `last`; what lies behind the row plays no part. A run is removed with the same two
   // numbers with which it was added.
   void add(std::uint64_t first, std::uint64_t last) { change(first, last, 1); }
   void remove(std::uint64_t first, std::uint64_t last) { change(first, last, -1); }
   void setWeight(std::uint64_t place, std::uint64_t weight);
-
-  // Around many changes at once: between the two nothing may be asked, and endMany() sums up once for all.
-  void beginMany() { isSummedUp_ = false; }
-  void endMany();
 
   [[nodiscard]] bool isCovered(std::uint64_t place) const;
   /// The lowest place from this one on that no run covers; behind the last when there is none.

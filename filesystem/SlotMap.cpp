@@ -23,16 +23,15 @@ void SlotMap::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &root
   const std::uint64_t dataBlocks =
       geometry.totalBlocks > geometry.dataAreaBlock ? geometry.totalBlocks - geometry.dataAreaBlock : 0;
   slotCount_ = std::min(kMostSlots, dividedUp(dataBlocks, geometry.slotSizeBlocks));
-  liveFiles_.reset(slotCount_);
-  liveFiles_.beginMany();
+  liveFiles_.beginMany(slotCount_);
   slots_.assign(slotCount_ + 1, {});
   lastSlots_.assign(slotCount_ + 2, 0);
   highestReached_ = 0;
+  deletedFiles_ = 0;
   firstTableBlock_ = std::max(geometry.fatStartBlock, geometry.dataAreaBlock);
   const std::uint64_t tableEnd = std::min(geometry.tableEndBlock(), geometry.totalBlocks);
   tableBlocks_ = tableEnd > firstTableBlock_ ? tableEnd - firstTableBlock_ : 0;
-  tableContents_.reset(tableBlocks_);
-  tableContents_.beginMany();
+  tableContents_.beginMany(tableBlocks_);
   countFiles(root);
   countFixedBlock(0, 1);
   for (std::uint64_t block = firstTableBlock_; block < tableEnd; ++block)
@@ -58,27 +57,29 @@ void SlotMap::lookAtAllMarks() {
     const std::uint64_t from = std::max(run.first, first);
     const std::uint64_t to = std::min(run.first + run.count, end);
     if (from >= to) return;
-    for (std::uint64_t slot = slotOf(from); slot <= slotOf(to - 1); ++slot)
+    const std::uint64_t last = slotOf(to - 1);
+    for (std::uint64_t slot = slotOf(from); slot <= last; ++slot)
       slots_[slot].marked = true;
   });
 }
 
 void SlotMap::countFiles(const EMU3DirectoryPtr &root) {
   for (const EMU3DirectoryPtr &folder : directoriesInPreOrder(root)) {
-    folder->lookAtFiles([&](const EMU3File &file) {
-      file.lookAtFields([&](const EMU3FileFields &fields) { countFile(fields, 1); });
-    });
+    folder->lookAtFiles([&](const EMU3File &file) { countFile(file.entry(), 1); });
   }
 }
 
-void SlotMap::countFile(const EMU3FileFields &file, int change) {
+void SlotMap::countFile(const EMU3FileEntry &file, int change) {
   const Run reach = reachOf(file);
   const std::uint64_t last = std::min(reach.first + reach.count - 1, slotCount_ + 1);
   lastSlots_[last] += static_cast<std::uint32_t>(change);
   highestReached_ = std::max(highestReached_, last);
   while (highestReached_ > 0 && lastSlots_[highestReached_] == 0)
     --highestReached_;
-  if (file.rawType == 0) return;
+  if (file.rawType == 0) {
+    deletedFiles_ += static_cast<std::uint64_t>(change);
+    return;
+  }
   const Run inTable = tablePartOf(file);
   if (change > 0) {
     liveFiles_.add(reach.first, last);
@@ -89,12 +90,12 @@ void SlotMap::countFile(const EMU3FileFields &file, int change) {
   }
 }
 
-void SlotMap::fileCame(const EMU3FileFields &file) {
+void SlotMap::fileCame(const EMU3FileEntry &file) {
   countFile(file, 1);
   publish();
 }
 
-void SlotMap::fileWent(const EMU3FileFields &file) {
+void SlotMap::fileWent(const EMU3FileEntry &file) {
   countFile(file, -1);
   publish();
 }
@@ -173,14 +174,14 @@ std::optional<std::uint16_t> SlotMap::lowestPlace(std::uint64_t from, std::uint6
   return std::nullopt;
 }
 
-SlotMap::Run SlotMap::reachOf(const EMU3FileFields &file) const {
+SlotMap::Run SlotMap::reachOf(const EMU3FileEntry &file) const {
   return {std::max<std::uint64_t>(1, file.startCluster),
           std::max<std::uint64_t>({1, file.clusterCount, slotsFor(file.blocksInLastCluster)})};
 }
 
 // The blocks of the table that lie in the file's contents; 1 is the first block of the table in the data
 // area.
-SlotMap::Run SlotMap::tablePartOf(const EMU3FileFields &file) const {
+SlotMap::Run SlotMap::tablePartOf(const EMU3FileEntry &file) const {
   const std::uint64_t first = geometry_.slotStartBlock(std::max<std::uint16_t>(file.startCluster, 1));
   const std::uint64_t tableEnd = firstTableBlock_ + tableBlocks_;
   const std::uint64_t from = std::clamp(first, firstTableBlock_, tableEnd);

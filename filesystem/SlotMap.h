@@ -28,8 +28,8 @@ public:
 
   // What has changed since. A file or a folder that goes is told with the very values with which it came, or
   // the counts go wrong.
-  void fileCame(const EMU3FileFields &file);
-  void fileWent(const EMU3FileFields &file);
+  void fileCame(const EMU3FileEntry &file);
+  void fileWent(const EMU3FileEntry &file);
   void folderBlocksCame(const std::vector<std::int64_t> &blocks) { countFixed(blocks, 1); }
   void folderBlocksWent(const std::vector<std::int64_t> &blocks) { countFixed(blocks, -1); }
   /// Marks of `count` blocks from `first` on were written.
@@ -47,6 +47,8 @@ public:
   [[nodiscard]] bool isInContents(std::uint64_t tableBlock) const;
   /// Whether all of the table inside the image could be read when the map was built.
   [[nodiscard]] bool isTableReadable() const { return isTableReadable_; }
+  /// Whether any file of the tree is one whose entry says that it is deleted.
+  [[nodiscard]] bool hasDeletedFiles() const { return deletedFiles_ > 0; }
   /// How many slots there are.
   [[nodiscard]] std::uint64_t slotCount() const { return slotCount_; }
   /// How many slots so many blocks take: one at least.
@@ -68,13 +70,13 @@ private:
     std::uint64_t count = 0;
   };
 
-  void countFile(const EMU3FileFields &file, int change);
+  void countFile(const EMU3FileEntry &file, int change);
   void countFixed(const std::vector<std::int64_t> &blocks, int change);
   void countFixedBlock(std::uint64_t block, int change);
   void lookAtAllMarks();
   void countFiles(const EMU3DirectoryPtr &root);
-  [[nodiscard]] Run tablePartOf(const EMU3FileFields &file) const;
-  [[nodiscard]] Run reachOf(const EMU3FileFields &file) const;
+  [[nodiscard]] Run tablePartOf(const EMU3FileEntry &file) const;
+  [[nodiscard]] Run reachOf(const EMU3FileEntry &file) const;
   [[nodiscard]] std::uint64_t slotOf(std::uint64_t block) const; ///< 0 where the block is in none
   [[nodiscard]] std::uint64_t blocksInside(std::uint64_t slot) const;
   [[nodiscard]] bool isMarked(std::uint64_t slot) const;
@@ -99,6 +101,7 @@ private:
   /// for all that reach further.
   std::vector<std::uint32_t> lastSlots_;
   std::uint64_t highestReached_ = 0; ///< the highest of them that is not 0
+  std::uint64_t deletedFiles_ = 0;
 };
 
 } // namespace tessary

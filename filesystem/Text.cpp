@@ -175,16 +175,16 @@ std::string escapedNameForDisplay(std::string_view name) {
   return escapedForDisplay(doubled);
 }
 
-std::string withInvalidBytesAsCodes(std::string_view text) {
-  if (isAscii(text)) return std::string(text);
+std::string withInvalidBytesAsCodes(std::string text) {
+  if (isAscii(text)) return text;
   std::string shown;
-  while (!text.empty()) {
-    const Character character = nextCharacter(text);
+  for (std::string_view left = text; !left.empty();) {
+    const Character character = nextCharacter(left);
     if (character.valid)
-      shown += text.substr(0, character.length);
+      shown += left.substr(0, character.length);
     else
-      shown += formatted("%%%02X", static_cast<std::uint8_t>(text.front()));
-    text.remove_prefix(character.length);
+      shown += formatted("%%%02X", static_cast<std::uint8_t>(left.front()));
+    left.remove_prefix(character.length);
   }
   return shown;
 }

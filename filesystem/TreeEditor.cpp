@@ -18,12 +18,7 @@ template <typename Pointer> bool removeFrom(std::vector<Pointer> &list, const Po
 
 void TreeEditor::setName(EMU3File &file, std::string name) {
   const MutexLock lock(file.mutex_);
-  file.fields_.name = std::move(name);
-}
-
-void TreeEditor::setFields(EMU3File &file, EMU3FileFields fields) {
-  const MutexLock lock(file.mutex_);
-  file.fields_ = std::move(fields);
+  file.name_ = std::move(name);
 }
 
 void TreeEditor::setBankDetails(EMU3File &file, BankDetails details) {

@@ -17,7 +17,6 @@ public:
   TreeEditor() = delete;
 
   static void setName(EMU3File &file, std::string name);
-  static void setFields(EMU3File &file, EMU3FileFields fields);
   static void setBankDetails(EMU3File &file, BankDetails details);
   /// Null forgets what is cached.
   static void setCachedData(EMU3File &file, ByteBufferPtr data);

@@ -434,10 +434,9 @@ std::vector<BlockSpan> VolumeCheck::owners() const {
   };
   ReachedSlots reached;
   for (const FileExtent &extent : survey_.files) {
-    extent.file->lookAtFields([&](const EMU3FileFields &file) {
-      reached.add(std::max<std::uint16_t>(1, file.startCluster),
-                  std::max<std::uint64_t>(file.clusterCount, slotsFor(file.blocksInLastCluster)));
-    });
+    const EMU3FileEntry &file = extent.file->entry();
+    reached.add(std::max<std::uint16_t>(1, file.startCluster),
+                std::max<std::uint64_t>(file.clusterCount, slotsFor(file.blocksInLastCluster)));
   }
   for (const LostFile &file : survey_.lost.files)
     reached.add(file.slot, slotsFor(file.blockCount));

@@ -16,11 +16,11 @@ void VolumeIndex::build(const VolumeGeometry &geometry, const EMU3DirectoryPtr &
 }
 
 void VolumeIndex::fileCame(const EMU3File &file) {
-  slots_.fileCame(file.fields());
+  slots_.fileCame(file.entry());
 }
 
 void VolumeIndex::fileWent(const EMU3File &file) {
-  slots_.fileWent(file.fields());
+  slots_.fileWent(file.entry());
 }
 
 void VolumeIndex::folderCame(const EMU3Directory &folder) {

@@ -28,54 +28,53 @@ struct BankDetails {
   bool operator==(const BankDetails &) const = default;
 };
 
-/// The fields of a file's directory entry and what follows from them, as one consistent copy.
-struct EMU3FileFields {
+/// The fields of a file's directory entry beside its name, and what follows from them.
+struct EMU3FileEntry {
   std::uint8_t rawType = 0;               ///< type byte as stored; 0 marks a deleted entry
   std::uint8_t entryId = 0;               ///< id byte as stored
   std::uint16_t startCluster = 0;         ///< slot of the contents, from 1; 0 reads as slot 1
   std::uint16_t clusterCount = 0;         ///< as stored; plays no part in reading
   std::uint16_t blocksInLastCluster = 0;  ///< number of 512-byte blocks of contents
   std::uint16_t bytesInLastBlock = 0;     ///< bytes used in the last of them
-  std::string name;                       ///< UTF-8
   std::int64_t fileType = kFileTypePlain; ///< EMU3FileType
   std::uint64_t fileSize = 0;             ///< bytes
   std::int64_t dentryBlock = 0;           ///< directory block that holds the entry
   std::int64_t dentryOffset = 0;          ///< index of the entry in that block, 0–15
 };
 
-/// One file entry of the tree. Plain values, which only the engine changes.
+/// All fields of the entry.
+struct EMU3FileFields : EMU3FileEntry {
+  std::string name; ///< UTF-8
+};
+
+/// One file entry of the tree. Plain values, which only the engine changes: a file that gets another entry is
+/// another object.
 ///
-/// Every accessor may be called from any thread; each returns a copy taken under the file's own lock.
+/// Every accessor may be called from any thread; what can change comes as a copy, taken under the file's own
+/// lock.
 class EMU3File final {
 public:
   EMU3File() = default;
   /// A file with these fields, in no folder, nothing cached and nothing analysed.
-  explicit EMU3File(EMU3FileFields fields) : fields_(std::move(fields)) {}
+  explicit EMU3File(EMU3FileFields fields) : entry_(fields), name_(std::move(fields.name)) {}
 
-  /// All entry fields in one consistent copy.
-  [[nodiscard]] EMU3FileFields fields() const;
-  /// Calls `look` with the fields, under the file's lock: for walks over many files, which need no copy.
-  /// `look` must be short and call nothing that takes a lock.
-  template <typename Look> void lookAtFields(const Look &look) const {
-    const MutexLock lock(mutex_);
-    look(fields_);
-  }
+  [[nodiscard]] EMU3FileFields fields() const { return {entry_, name()}; }
+  /// What never changes: for walks over many files.
+  [[nodiscard]] const EMU3FileEntry &entry() const { return entry_; }
 
-  [[nodiscard]] std::uint8_t rawType() const { return get(&EMU3FileFields::rawType); }
-  [[nodiscard]] std::uint8_t entryId() const { return get(&EMU3FileFields::entryId); }
-  [[nodiscard]] std::uint16_t startCluster() const { return get(&EMU3FileFields::startCluster); }
-  [[nodiscard]] std::uint16_t clusterCount() const { return get(&EMU3FileFields::clusterCount); }
-  [[nodiscard]] std::uint16_t blocksInLastCluster() const {
-    return get(&EMU3FileFields::blocksInLastCluster);
-  }
-  [[nodiscard]] std::uint16_t bytesInLastBlock() const { return get(&EMU3FileFields::bytesInLastBlock); }
-  [[nodiscard]] std::string name() const { return get(&EMU3FileFields::name); }
-  [[nodiscard]] std::int64_t fileType() const { return get(&EMU3FileFields::fileType); }
-  [[nodiscard]] std::uint64_t fileSize() const { return get(&EMU3FileFields::fileSize); }
-  [[nodiscard]] std::int64_t dentryBlock() const { return get(&EMU3FileFields::dentryBlock); }
-  [[nodiscard]] std::int64_t dentryOffset() const { return get(&EMU3FileFields::dentryOffset); }
+  [[nodiscard]] std::uint8_t rawType() const { return entry_.rawType; }
+  [[nodiscard]] std::uint8_t entryId() const { return entry_.entryId; }
+  [[nodiscard]] std::uint16_t startCluster() const { return entry_.startCluster; }
+  [[nodiscard]] std::uint16_t clusterCount() const { return entry_.clusterCount; }
+  [[nodiscard]] std::uint16_t blocksInLastCluster() const { return entry_.blocksInLastCluster; }
+  [[nodiscard]] std::uint16_t bytesInLastBlock() const { return entry_.bytesInLastBlock; }
+  [[nodiscard]] std::string name() const;
+  [[nodiscard]] std::int64_t fileType() const { return entry_.fileType; }
+  [[nodiscard]] std::uint64_t fileSize() const { return entry_.fileSize; }
+  [[nodiscard]] std::int64_t dentryBlock() const { return entry_.dentryBlock; }
+  [[nodiscard]] std::int64_t dentryOffset() const { return entry_.dentryOffset; }
   /// The two above as one.
-  [[nodiscard]] EntryPlace place() const;
+  [[nodiscard]] EntryPlace place() const { return {entry_.dentryBlock, entry_.dentryOffset}; }
 
   /// The folder whose list holds the file; null before it is in one, and once it has left it.
   [[nodiscard]] EMU3DirectoryPtr folder() const;
@@ -101,13 +100,9 @@ public:
 private:
   friend class TreeEditor;
 
-  template <typename T> T get(T EMU3FileFields::*field) const {
-    const MutexLock lock(mutex_);
-    return fields_.*field;
-  }
-
+  const EMU3FileEntry entry_;
   mutable Mutex mutex_;
-  EMU3FileFields fields_ TESSARY_GUARDED_BY(mutex_);
+  std::string name_ TESSARY_GUARDED_BY(mutex_);
   std::weak_ptr<EMU3Directory> folder_ TESSARY_GUARDED_BY(mutex_);
   ByteBufferPtr cachedData_ TESSARY_GUARDED_BY(mutex_);
   BankDetails bankDetails_ TESSARY_GUARDED_BY(mutex_);

@@ -32,7 +32,7 @@ std::string withoutUnprintable(std::string_view text, std::string (*escape)(std:
 
 /// `text` with each byte that is no part of a valid UTF-8 sequence written as '%' and two capital hexadecimal
 /// digits.
-std::string withInvalidBytesAsCodes(std::string_view text);
+std::string withInvalidBytesAsCodes(std::string text);
 
 /// The text of a fixed-width field padded with spaces or zero bytes: without them, up to the first zero
 /// byte left. Empty when the field begins with one or holds nothing else. Not checked to be UTF-8.

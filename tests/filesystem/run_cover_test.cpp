@@ -57,8 +57,10 @@ TEST(RunCover, ManyChangesAtOnceComeToTheSameAsOneByOne) {
     RunCover one;
     RunCover many;
     one.reset(count);
-    many.reset(count);
-    many.beginMany();
+    many.reset(70); // of which nothing is left
+    many.add(2, 50);
+    many.setWeight(60, 5);
+    many.beginMany(count);
     std::vector<std::pair<std::uint64_t, std::uint64_t>> runs;
     for (int step = 0; step < 100; ++step) {
       if (count > 0) {

@@ -129,6 +129,10 @@ public:
       return testing::AssertionFailure() << map.slotCount() << " slots instead of " << expected.count;
     if (figures.free() != expected.free || figures.used() != parts.geometry.totalBlocks - expected.free)
       return testing::AssertionFailure() << figures.free() << " free instead of " << expected.free;
+    const bool hasDeletedFiles = std::any_of(contents.files.begin(), contents.files.end(),
+                                             [](const EMU3FileFields &file) { return file.rawType == 0; });
+    if (map.hasDeletedFiles() != hasDeletedFiles)
+      return testing::AssertionFailure() << "deleted files: " << map.hasDeletedFiles();
     for (std::uint64_t slot = 1; slot <= expected.count; ++slot) {
       if (map.isReached(slot) != expected.reached[slot])
         return testing::AssertionFailure() << "slot " << slot << " is reached: " << map.isReached(slot);

@@ -33,29 +33,6 @@ TEST(FileEditing, NameChangesAlone) {
   EXPECT_EQ(file->rawType(), 0x81);
 }
 
-TEST(FileEditing, FieldsChangeTogetherAndLeaveTheRest) {
-  const EMU3FilePtr file = newFile();
-  const EMU3DirectoryPtr folder = newFolder();
-  const ByteBufferPtr data = bytes(3);
-  TreeEditor::appendFile(folder, file);
-  TreeEditor::setCachedData(*file, data);
-  TreeEditor::setBankDetails(*file, {"Bank", 4, 5, 6});
-  EMU3FileFields fields;
-  fields.name = "Other";
-  fields.rawType = 0x80;
-  fields.fileSize = 77;
-  fields.dentryBlock = 9;
-  fields.dentryOffset = 3;
-  TreeEditor::setFields(*file, fields);
-  EXPECT_EQ(file->name(), "Other");
-  EXPECT_EQ(file->rawType(), 0x80);
-  EXPECT_EQ(file->fileSize(), 77U);
-  EXPECT_EQ(file->place(), (EntryPlace{9, 3}));
-  EXPECT_EQ(file->folder(), folder);
-  EXPECT_EQ(file->cachedData(), data);
-  EXPECT_EQ(file->bankDetails(), (BankDetails{"Bank", 4, 5, 6}));
-}
-
 TEST(FileEditing, BankDetailsChangeTogether) {
   const EMU3FilePtr file = newFile();
   TreeEditor::setBankDetails(*file, {"Bank", 4, 5, 6});

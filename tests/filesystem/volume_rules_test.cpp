@@ -248,7 +248,8 @@ TEST_P(ObjectsOfATree, RootIsInNoFoldersList) {
 TEST_P(ObjectsOfATree, DeletedFileOfTheListMayBeUsedOnlyByTheBareRules) {
   EMU3FileFields fields = file->fields();
   fields.rawType = 0;
-  TreeEditor::setFields(*file, fields);
+  file = std::make_shared<EMU3File>(fields);
+  TreeEditor::setFiles(root, {file});
   const ReadLock lock(volume.lock);
   EXPECT_EQ(rules.mayUse(volume, root, file), isBare());
   EXPECT_EQ(rules.mayErase(*file), isBare());

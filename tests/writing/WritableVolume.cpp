@@ -172,10 +172,15 @@ EntryPlace placeOf(const EMU3Directory &folder) {
   return {static_cast<std::uint64_t>(folder.dentryBlock()), static_cast<std::size_t>(folder.dentryOffset())};
 }
 
-void setDentryBlock(const EMU3FilePtr &file, std::int64_t block) {
+EMU3FilePtr withDentryBlock(const EMU3FilePtr &file, std::int64_t block) {
   EMU3FileFields fields = file->fields();
   fields.dentryBlock = block;
-  TreeEditor::setFields(*file, fields);
+  auto changed = std::make_shared<EMU3File>(fields);
+  const EMU3DirectoryPtr folder = file->folder();
+  std::vector<EMU3FilePtr> files = folder->files();
+  std::replace(files.begin(), files.end(), file, changed);
+  TreeEditor::setFiles(folder, std::move(files));
+  return changed;
 }
 
 std::uint64_t roomOf(MountRules rules, std::uint64_t blocks) {

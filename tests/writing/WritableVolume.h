@@ -99,8 +99,9 @@ void putName(ImageBuilder &image, EntryPlace place, std::string_view sixteenByte
 EntryPlace placeOf(const EMU3File &file);
 EntryPlace placeOf(const EMU3Directory &folder);
 
-/// The tree says from here on that the file's entry lies in this block, as no tree that was read does.
-void setDentryBlock(const EMU3FilePtr &file, std::int64_t block);
+/// Puts another file in the place that this one has in its folder's list: one that is said to have its entry
+/// in this block, as no tree that was read does. Returns it.
+EMU3FilePtr withDentryBlock(const EMU3FilePtr &file, std::int64_t block);
 
 /// How many blocks of room a file of `blocks` takes in slots of 8: guarded, whole slots.
 std::uint64_t roomOf(MountRules rules, std::uint64_t blocks);

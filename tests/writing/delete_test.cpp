@@ -125,9 +125,8 @@ TEST_P(Delete, EntryOutsideTheImageFailsAndChangesNothing) {
   image.root().addFile("victim", patternBytes(100, 1));
   const WritableVolume volume(std::move(image), GetParam());
   const Counters before = countersOf(*volume);
-  const EMU3FilePtr file = volume.root()->files()[0];
   for (const std::int64_t block : {std::int64_t{512}, std::int64_t{-1}, std::int64_t{1} << 56}) {
-    setDentryBlock(file, block);
+    const EMU3FilePtr file = withDentryBlock(volume.root()->files()[0], block);
     EMU3Error error;
     EXPECT_FALSE(volume->deleteFile(file, volume.root(), &error));
     EXPECT_EQ(error.description(), kNoEntryError);

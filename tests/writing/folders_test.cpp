@@ -282,7 +282,7 @@ TEST(BareDeleteFolder, GoesOnWhenADeletionInsideItFails) {
   WritableVolume volume(std::move(image), MountRules::bare);
   const Counters before = countersOf(*volume);
   const EMU3DirectoryPtr directory = folderNamed(volume.root(), "folder");
-  setDentryBlock(fileNamed(directory, "stuck"), 512); // outside the image
+  withDentryBlock(fileNamed(directory, "stuck"), 512); // outside the image
   EMU3Error error;
   EXPECT_TRUE(volume->deleteDirectory(directory, volume.root(), &error));
   EXPECT_FALSE(error.isSet());

@@ -94,9 +94,8 @@ TEST(BareMove, NeedsAFreeSlotThoughItFreesOne) {
 
 TEST(BareMove, WhoseDeletionFailsLeavesTheFileInBothFolders) {
   WritableVolume volume(volumeWithFileAndFolder(), MountRules::bare);
-  const EMU3FilePtr file = volume.root()->files()[0];
+  const EMU3FilePtr file = withDentryBlock(volume.root()->files()[0], 512); // outside the image
   const EMU3DirectoryPtr folder = folderNamed(volume.root(), "folder");
-  setDentryBlock(file, 512); // outside the image
   EMU3Error error;
   EXPECT_FALSE(volume->moveFile(file, volume.root(), folder, &error));
   EXPECT_EQ(error.description(), kNoEntryError);

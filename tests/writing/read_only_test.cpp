@@ -107,8 +107,8 @@ TEST_P(ReadOnly, DeleteIsRefusedBeforeALookAtTheEntry) {
   const EMU3FilePtr file = root->files()[0];
   expectRefused([&](EMU3Error *error) { return volume.filesystem->deleteFile(file, root, error); });
   expectRefused([&](EMU3Error *error) { return volume.filesystem->deleteFile(file, full, error); });
-  setDentryBlock(file, 512);
-  expectRefused([&](EMU3Error *error) { return volume.filesystem->deleteFile(file, root, error); });
+  const EMU3FilePtr elsewhere = withDentryBlock(file, 512);
+  expectRefused([&](EMU3Error *error) { return volume.filesystem->deleteFile(elsewhere, root, error); });
 }
 
 TEST_P(ReadOnly, CopyIsRefusedBeforeALookAtTheFolder) {
@@ -131,9 +131,10 @@ TEST_P(ReadOnly, RenameIsRefusedBeforeALookAtTheName) {
   for (const std::string name : {"new", "", "16 characters...", "   "}) {
     expectRefused([&](EMU3Error *error) { return volume.filesystem->renameFile(file, name, root, error); });
   }
-  setDentryBlock(file, 512);
-  expectRefused([&](EMU3Error *error) { return volume.filesystem->renameFile(file, "", full, error); });
   EXPECT_EQ(file->name(), "bank");
+  const EMU3FilePtr elsewhere = withDentryBlock(file, 512);
+  expectRefused([&](EMU3Error *error) { return volume.filesystem->renameFile(elsewhere, "", full, error); });
+  EXPECT_EQ(elsewhere->name(), "bank");
 }
 
 TEST_P(ReadOnly, CreatingAFolderIsRefusedBeforeALookAtTheName) {

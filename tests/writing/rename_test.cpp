@@ -95,8 +95,7 @@ TEST_P(Rename, ToItsOwnNameRewritesTheField) {
 
 TEST_P(Rename, OfAnEntryOutsideTheImageFailsAndChangesNothing) {
   const WritableVolume volume(volumeWithFile(), GetParam());
-  const EMU3FilePtr file = volume.root()->files()[1];
-  setDentryBlock(file, 512);
+  const EMU3FilePtr file = withDentryBlock(volume.root()->files()[1], 512);
   EMU3Error error;
   EXPECT_FALSE(volume->renameFile(file, "new", volume.root(), &error));
   EXPECT_EQ(error.description(), kNoEntryError);
@@ -106,8 +105,7 @@ TEST_P(Rename, OfAnEntryOutsideTheImageFailsAndChangesNothing) {
 
 TEST_P(Rename, BadNameIsReportedBeforeAnEntryOutsideTheImage) {
   const WritableVolume volume(volumeWithFile(), GetParam());
-  const EMU3FilePtr file = volume.root()->files()[1];
-  setDentryBlock(file, 512);
+  const EMU3FilePtr file = withDentryBlock(volume.root()->files()[1], 512);
   EMU3Error error;
   EXPECT_FALSE(volume->renameFile(file, "", volume.root(), &error));
   EXPECT_EQ(error.description(), kNameError);

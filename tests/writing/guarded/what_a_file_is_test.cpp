@@ -372,8 +372,7 @@ TEST(MovedFile, WithinItsFolderIsTheSameObject) {
 
 TEST(MovedFile, WhoseEntryLiesOutsideTheImageStaysWhereItIs) {
   const GuardedVolume volume(volumeWith(fullEntry(0x80, 1, 2, 3, 100)));
-  const EMU3FilePtr file = volume.root()->files()[0];
-  setDentryBlock(file, 512);
+  const EMU3FilePtr file = withDentryBlock(volume.root()->files()[0], 512);
   EMU3Error error;
   EXPECT_FALSE(volume->moveFile(file, volume.root(), volume.folderAt("folder"), &error));
   EXPECT_EQ(error.description(), kNoEntryError);
