@@ -100,7 +100,7 @@ public:
 private:
   friend class TreeEditor;
 
-  const EMU3FileEntry entry_;
+  const EMU3FileEntry entry_{};
   mutable Mutex mutex_;
   std::string name_ TESSARY_GUARDED_BY(mutex_);
   std::weak_ptr<EMU3Directory> folder_ TESSARY_GUARDED_BY(mutex_);
