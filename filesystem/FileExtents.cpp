@@ -11,7 +11,7 @@ using namespace format;
 
 void FileExtents::add(const EMU3File &file, const VolumeGeometry &geometry) {
   if (file.isDeleted() || file.blocksInLastCluster() == 0) return;
-  const std::uint64_t first = geometry.slotStartBlock(std::max<std::uint16_t>(file.startCluster(), 1));
+  const std::uint64_t first = geometry.contentsStartBlock(file.startCluster());
   extents_.emplace_back(first, first + file.blocksInLastCluster());
 }
 

@@ -22,8 +22,7 @@ struct Extent {
 };
 
 Extent extentOf(const EMU3File &file, const VolumeGeometry &geometry) {
-  return {geometry.slotStartBlock(std::max<std::uint16_t>(file.startCluster(), 1)),
-          file.blocksInLastCluster(), file.fileSize()};
+  return {geometry.contentsStartBlock(file.startCluster()), file.blocksInLastCluster(), file.fileSize()};
 }
 
 // How many bytes of an extent's blocks are contents.

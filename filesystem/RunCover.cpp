@@ -4,11 +4,6 @@
 
 namespace tessary {
 
-void RunCover::reset(std::uint64_t count) {
-  beginMany(count);
-  endMany();
-}
-
 void RunCover::beginMany(std::uint64_t count) {
   isSummedUp_ = false;
   count_ = count;

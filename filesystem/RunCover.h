@@ -13,10 +13,8 @@ namespace tessary {
 /// Places have weights, and those that no run covers are summed up.
 class RunCover final {
 public:
-  /// Forgets everything: so many places, without runs and without weight.
-  void reset(std::uint64_t count);
-  // The same with many changes at once: between the two nothing may be asked, and endMany() sums up once for
-  // all.
+  /// Forgets everything: so many places, without runs and without weight. Nothing may be asked until
+  /// endMany(), which sums up once for all changes made between the two.
   void beginMany(std::uint64_t count);
   void endMany();
 

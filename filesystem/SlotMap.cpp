@@ -182,7 +182,7 @@ SlotMap::Run SlotMap::reachOf(const EMU3FileEntry &file) const {
 // The blocks of the table that lie in the file's contents; 1 is the first block of the table in the data
 // area.
 SlotMap::Run SlotMap::tablePartOf(const EMU3FileEntry &file) const {
-  const std::uint64_t first = geometry_.slotStartBlock(std::max<std::uint16_t>(file.startCluster, 1));
+  const std::uint64_t first = geometry_.contentsStartBlock(file.startCluster);
   const std::uint64_t tableEnd = firstTableBlock_ + tableBlocks_;
   const std::uint64_t from = std::clamp(first, firstTableBlock_, tableEnd);
   const std::uint64_t to = std::clamp(first + file.blocksInLastCluster, firstTableBlock_, tableEnd);

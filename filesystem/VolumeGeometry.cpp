@@ -13,6 +13,10 @@ std::uint64_t VolumeGeometry::slotStartBlock(std::uint16_t slot) const {
   return dataAreaBlock + slotSizeBlocks * (std::uint64_t{slot} - 1);
 }
 
+std::uint64_t VolumeGeometry::contentsStartBlock(std::uint16_t startCluster) const {
+  return slotStartBlock(std::max<std::uint16_t>(startCluster, 1));
+}
+
 std::uint64_t VolumeGeometry::tableEndBlock() const {
   std::uint64_t end = fatStartBlock + (totalBlocks + kFatEntriesPerBlock - 1) / kFatEntriesPerBlock;
   for (const std::uint64_t next : {rootDirBlock, dataAreaBlock}) {

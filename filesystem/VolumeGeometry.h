@@ -21,9 +21,10 @@ struct VolumeGeometry {
   std::uint64_t firstScannedBlock = 0;
 
   /// First block of a slot. The data area is slots of `slotSizeBlocks` blocks, numbered from 1. Slot 0 lies
-  /// one slot below the data area, also where that wraps at 2^64; readers of files take a stored slot 0
-  /// for 1.
+  /// one slot below the data area, also where that wraps at 2^64.
   [[nodiscard]] std::uint64_t slotStartBlock(std::uint16_t slot) const;
+  /// First block of a file's contents, whose entry says this slot: 0 is read as 1.
+  [[nodiscard]] std::uint64_t contentsStartBlock(std::uint16_t startCluster) const;
   /// First block behind the allocation table: where the root block or the data area begins, whichever comes
   /// first from the table's start on, or where entries for all blocks of the image end.
   [[nodiscard]] std::uint64_t tableEndBlock() const;

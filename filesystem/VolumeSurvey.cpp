@@ -9,7 +9,7 @@ VolumeSurvey::VolumeSurvey(const Volume &volume, CheckProgress *progress)
       lost(lostGround(volume, progress)) {
   for (const EMU3DirectoryPtr &folder : folders) {
     for (const EMU3FilePtr &file : folder->allFiles()) {
-      const std::uint64_t begin = geometry.slotStartBlock(std::max<std::uint16_t>(file->startCluster(), 1));
+      const std::uint64_t begin = geometry.contentsStartBlock(file->startCluster());
       files.push_back({{begin, begin + file->blocksInLastCluster()}, folder, file});
     }
     for (const std::int64_t block : folder->blockList()) {

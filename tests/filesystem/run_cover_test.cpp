@@ -13,7 +13,8 @@ TEST(RunCover, AgreesWithCountingEachPlace) {
   Random random(7);
   for (const std::uint64_t count : {0U, 1U, 2U, 3U, 8U, 21U, 64U}) {
     RunCover cover;
-    cover.reset(count);
+    cover.beginMany(count);
+    cover.endMany();
     std::vector<int> runsAt(count + 1);
     std::vector<std::uint64_t> weights(count + 1);
     std::vector<std::pair<std::uint64_t, std::uint64_t>> runs;
@@ -56,8 +57,10 @@ TEST(RunCover, ManyChangesAtOnceComeToTheSameAsOneByOne) {
   for (const std::uint64_t count : {0U, 1U, 3U, 8U, 21U, 64U, 1000U}) {
     RunCover one;
     RunCover many;
-    one.reset(count);
-    many.reset(70); // of which nothing is left
+    one.beginMany(count);
+    one.endMany();
+    many.beginMany(70); // of which nothing is left
+    many.endMany();
     many.add(2, 50);
     many.setWeight(60, 5);
     many.beginMany(count);

@@ -199,6 +199,14 @@ TEST(SlotStart, OfSlotZeroLiesOneSlotBelowAndWraps) {
   EXPECT_EQ((VolumeGeometry{.dataAreaBlock = 16, .slotSizeBlocks = 24}).slotStartBlock(0), kMaxBlock - 7);
 }
 
+TEST(SlotStart, OfContentsIsThatOfTheirSlotAndTheFirstForSlotZero) {
+  const VolumeGeometry geometry{.dataAreaBlock = 16, .slotSizeBlocks = 8};
+  EXPECT_EQ(geometry.contentsStartBlock(0), 16U);
+  EXPECT_EQ(geometry.contentsStartBlock(1), 16U);
+  EXPECT_EQ(geometry.contentsStartBlock(2), 24U);
+  EXPECT_EQ(geometry.contentsStartBlock(65535), 16U + 65534 * 8);
+}
+
 // --- What is no volume -----------------------------------------------------------------------------
 
 TEST(VolumeGeometryRead, OfWhatIsNoVolumeIsNoneWithTheReason) {
