@@ -54,6 +54,12 @@ public:
 private:
   using Eight [[gnu::vector_size(16)]] = std::int16_t;
 
+  [[nodiscard]] Eight eightFrom(std::uint64_t i) const {
+    Eight marks;
+    std::memcpy(&marks, bytes_ + 2 * i, sizeof marks);
+    return marks;
+  }
+
   [[nodiscard]] static bool isAnySet(const Eight &lanes) {
     std::array<std::uint64_t, 2> halves;
     std::memcpy(halves.data(), &lanes, sizeof lanes);
@@ -64,15 +70,13 @@ private:
   // in the first eight that have what is looked for: there `isWanted` sets a lane that is not 0.
   template <typename IsWanted>
   [[nodiscard]] std::uint64_t next(std::uint64_t i, bool isMarked, const IsWanted &isWanted) const {
-    constexpr std::size_t eights = 8;
-    std::array<Eight, eights> many;
+    constexpr std::uint64_t eights = 8;
     for (; i + 8 * eights <= count_; i += 8 * eights) {
-      std::memcpy(many.data(), bytes_ + 2 * i, sizeof many);
       Eight any{};
-      for (const Eight &marks : many)
-        any |= isWanted(marks);
+      for (std::uint64_t eight = 0; eight < eights; ++eight)
+        any |= isWanted(eightFrom(i + 8 * eight));
       if (!isAnySet(any)) continue;
-      for (const Eight *marks = many.data(); !isAnySet(isWanted(*marks)); ++marks)
+      while (!isAnySet(isWanted(eightFrom(i))))
         i += 8;
       break;
     }

@@ -43,14 +43,18 @@ private:
   void changeNode(std::size_t node, int runs);
   void update(std::size_t node);
   void updateFrom(std::size_t node);
+  void sumUpPlaces(std::size_t node);
+  [[nodiscard]] std::size_t nodeOf(std::uint64_t place) const;
   [[nodiscard]] std::uint64_t next(std::size_t node, std::uint64_t begin, std::uint64_t size,
                                    std::uint64_t from) const;
 
   bool isSummedUp_ = true;
   std::uint64_t count_ = 0;
-  std::uint64_t size_ = 1;                      ///< places that the uppermost node stands for, a power of 2
-  std::vector<Node> nodes_ = {{}, {}};          ///< the uppermost is 1, those below `n` are 2n and 2n + 1
-  std::vector<std::uint64_t> weights_ = {0, 0}; ///< by place, whether covered or not
+  std::size_t lowest_ = 1;             ///< the first of the lowest nodes, and their number, a power of 2
+  std::vector<Node> nodes_ = {{}, {}}; ///< the uppermost is 1, those below `n` are 2n and 2n + 1
+  // By place, from 1. A lowest node stands for several places, so that the nodes take little memory.
+  std::vector<std::uint32_t> runs_;    ///< that end in the place's lowest node, and cover the place
+  std::vector<std::uint64_t> weights_; ///< whether covered or not
 };
 
 } // namespace tessary

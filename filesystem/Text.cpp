@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 namespace tessary {
 namespace {
@@ -43,10 +44,19 @@ Character nextCharacter(std::string_view text) {
 
 // Most names are: looked at by itself, opening a volume takes a tenth less.
 bool isAscii(std::string_view text) {
-  unsigned char all = 0;
-  for (const char byte : text)
-    all |= static_cast<unsigned char>(byte);
-  return all < 0x80;
+  constexpr std::uint64_t highestBits = 0x8080808080808080;
+  std::uint64_t all = 0;
+  const auto lookAtEight = [&](std::size_t first) {
+    std::uint64_t eight = 0;
+    std::memcpy(&eight, text.data() + first, sizeof eight);
+    all |= eight;
+  };
+  for (std::size_t first = 0; first + 8 < text.size(); first += 8)
+    lookAtEight(first);
+  if (text.size() >= 8) lookAtEight(text.size() - 8);
+  for (std::size_t i = 0; text.size() < 8 && i < text.size(); ++i)
+    all |= static_cast<unsigned char>(text[i]);
+  return (all & highestBits) == 0;
 }
 
 std::size_t utf16Units(const Character &character) {
@@ -192,8 +202,8 @@ std::string withInvalidBytesAsCodes(std::string text) {
 std::string paddedField(const std::uint8_t *field, std::size_t size) {
   while (size > 0 && (field[size - 1] == ' ' || field[size - 1] == 0))
     --size;
-  const std::uint8_t *const end = std::find(field, field + size, std::uint8_t{0});
-  return {reinterpret_cast<const char *>(field), reinterpret_cast<const char *>(end)};
+  const std::string_view text(reinterpret_cast<const char *>(field), size);
+  return std::string(text.substr(0, text.find('\0')));
 }
 
 std::string lastPathComponent(const std::string &path) {

@@ -3,6 +3,7 @@
 #include "filesystem/DirectoryBlocks.h"
 #include "filesystem/DirectoryEntry.h"
 #include "filesystem/DirectorySnapshot.h"
+#include "filesystem/FileArena.h"
 #include "filesystem/KnownObjects.h"
 #include "filesystem/TreeEditor.h"
 #include "filesystem/VolumeIndex.h"
@@ -120,7 +121,7 @@ private:
     if (!name) return;
     if (isFileDentry(dentry)) {
       EMU3FilePtr file = known_ ? known_->file(place, dentry, folder.directory) : nullptr;
-      if (!file) file = std::make_shared<EMU3File>(fileFieldsOfDentry(dentry, std::move(*name), place));
+      if (!file) file = arena_.make(fileFieldsOfDentry(dentry, std::move(*name), place));
       folder.files.push_back(std::move(file));
       return;
     }
@@ -141,6 +142,7 @@ private:
 
   const DirectoryBlocks &blocks_;
   const VolumeRules &rules_;
+  FileArena arena_;
   BlockSet blocksRead_;
   std::vector<OpenFolder> stack_;
   bool metBlockReadBefore_ = false;

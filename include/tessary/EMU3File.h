@@ -56,7 +56,8 @@ class EMU3File final {
 public:
   EMU3File() = default;
   /// A file with these fields, in no folder, nothing cached and nothing analysed.
-  explicit EMU3File(EMU3FileFields fields) : entry_(fields), name_(std::move(fields.name)) {}
+  explicit EMU3File(const EMU3FileFields &fields) : entry_(fields), name_(fields.name) {}
+  explicit EMU3File(EMU3FileFields &&fields) : entry_(fields), name_(std::move(fields.name)) {}
 
   [[nodiscard]] EMU3FileFields fields() const { return {entry_, name()}; }
   /// What never changes: for walks over many files.
