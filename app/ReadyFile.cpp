@@ -1,5 +1,7 @@
 #include "app/ReadyFile.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QFile>
 #include <QTimer>
 #include <QWidget>
@@ -15,7 +17,8 @@ void writeReadyFile(QWidget *window) {
     constexpr int millisecondsToNextTry = 20;
     return QTimer::singleShot(millisecondsToNextTry, window, [window] { writeReadyFile(window); });
   }
-  window->repaint();
+  QEvent paintWhatChanged(QEvent::UpdateRequest);
+  QCoreApplication::sendEvent(window, &paintWhatChanged);
   QTimer::singleShot(0, window, [path] { QFile(path).open(QIODevice::WriteOnly); });
 }
 
