@@ -27,21 +27,46 @@ bool DirectoryBlocks::contains(std::int64_t block) const {
 }
 
 std::optional<format::Block> DirectoryBlocks::read(std::int64_t block) const {
-  format::Block bytes{};
-  if (!image_.read(static_cast<std::uint64_t>(block), 0, bytes.data(), bytes.size())) return std::nullopt;
-  for (auto plan = planned_.lower_bound({block, 0}); plan != planned_.end() && plan->first.block == block;
-       ++plan)
-    std::copy(plan->second.begin(), plan->second.end(),
-              bytes.begin() + static_cast<std::ptrdiff_t>(indexOf(plan->first) * format::kDentrySize));
+  std::optional<format::Block> bytes(std::in_place);
+  if (!image_.read(static_cast<std::uint64_t>(block), 0, bytes->data(), bytes->size())) return std::nullopt;
+  const auto planned = planned_.find(block);
+  if (planned == planned_.end()) return bytes;
+  const auto &[plans, isPlanned] = planned->second;
+  for (std::size_t index = 0; index < format::kDentriesPerBlock; ++index) {
+    const std::size_t offset = index * format::kDentrySize;
+    if (isPlanned[index]) std::copy_n(&plans[offset], format::kDentrySize, &(*bytes)[offset]);
+  }
   return bytes;
 }
 
 std::optional<format::Dentry> DirectoryBlocks::readEntry(EntryPlace place) const {
-  if (const auto plan = planned_.find(place); plan != planned_.end()) return plan->second;
   format::Dentry bytes{};
   const std::uint64_t offset = indexOf(place) * format::kDentrySize;
+  if (const std::uint8_t *const planned = plannedAt(place)) {
+    std::copy_n(planned, bytes.size(), bytes.begin());
+    return bytes;
+  }
   if (!image_.read(blockOf(place), offset, bytes.data(), bytes.size())) return std::nullopt;
   return bytes;
+}
+
+void DirectoryBlocks::plan(EntryPlace place, const format::Dentry &dentry) {
+  PlannedBlock &block = planned_[place.block];
+  std::copy(dentry.begin(), dentry.end(), &block.bytes[indexOf(place) * format::kDentrySize]);
+  block.isPlanned.set(indexOf(place));
+}
+
+void DirectoryBlocks::forgetPlan(EntryPlace place) {
+  const auto block = planned_.find(place.block);
+  if (block == planned_.end()) return;
+  block->second.isPlanned.reset(indexOf(place));
+  if (block->second.isPlanned.none()) planned_.erase(block);
+}
+
+const std::uint8_t *DirectoryBlocks::plannedAt(EntryPlace place) const {
+  const auto block = planned_.find(place.block);
+  if (block == planned_.end() || !block->second.isPlanned[indexOf(place)]) return nullptr;
+  return &block->second.bytes[indexOf(place) * format::kDentrySize];
 }
 
 bool DirectoryBlocks::clearBlock(std::int64_t block) {

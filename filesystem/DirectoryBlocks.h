@@ -3,9 +3,10 @@
 #include "filesystem/DiskFormat.h"
 #include "tessary/EntryPlace.h"
 
+#include <bitset>
 #include <cstdint>
-#include <map>
 #include <optional>
+#include <unordered_map>
 #include <vector>
 
 namespace tessary {
@@ -34,10 +35,10 @@ public:
   [[nodiscard]] std::optional<format::Dentry> readEntry(EntryPlace place) const;
 
   /// From now on readers see these bytes at that place.
-  void plan(EntryPlace place, const format::Dentry &dentry) { planned_[place] = dentry; }
-  [[nodiscard]] bool isPlanned(EntryPlace place) const { return planned_.contains(place); }
+  void plan(EntryPlace place, const format::Dentry &dentry);
+  [[nodiscard]] bool isPlanned(EntryPlace place) const { return plannedAt(place) != nullptr; }
   /// Readers see what stands on the image again; at that place, or everywhere.
-  void forgetPlan(EntryPlace place) { planned_.erase(place); }
+  void forgetPlan(EntryPlace place);
   void forgetPlans() { planned_.clear(); }
 
   /// Sets all 512 bytes to zero.
@@ -54,11 +55,19 @@ public:
   bool zeroEntry(EntryPlace place);
 
 private:
+  /// A block with planned entries, and which of its 16 these are.
+  struct PlannedBlock {
+    format::Block bytes{};
+    std::bitset<format::kDentriesPerBlock> isPlanned;
+  };
+
   bool written(std::int64_t block, bool done);
+  /// The 32 bytes planned for the place; null where none are.
+  [[nodiscard]] const std::uint8_t *plannedAt(EntryPlace place) const;
 
   ImageMapping &image_;
   VolumeIndex *const index_;
-  std::map<EntryPlace, format::Dentry> planned_;
+  std::unordered_map<std::int64_t, PlannedBlock> planned_; ///< by block
 };
 
 } // namespace tessary
