@@ -9,6 +9,7 @@
 
 #include "bench/PlainMapping.h"
 #include "bench/Workplace.h"
+#include "tessary/FreedMemory.h"
 #include "tests/support/HostFiles.h"
 
 #include <cstdio>
@@ -46,6 +47,7 @@ int main(int argc, char **argv) {
       return 0;
     }
     if (words.size() > 1) throw std::runtime_error("compare_speed [WORD]");
+    tessary::keepFreedMemory(); // as the command line does
     if (::access("/dev/shm", W_OK) == 0) ::setenv("TMPDIR", "/dev/shm", 1);
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     const std::string programs = std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
