@@ -4,6 +4,7 @@
 #include "tessary/Text.h"
 
 #include <algorithm>
+#include <bitset>
 #include <vector>
 
 namespace tessary {
@@ -12,15 +13,39 @@ using namespace format;
 
 namespace {
 
+/// Places of a directory block.
+using Places = std::bitset<kDentriesPerBlock>;
+
+// In each of the blocks the places of the folder's live files, as far as the tree is known to be what stands
+// on the image: not in a bare volume.
+std::vector<Places> placesOfFiles(const Volume &volume, const EMU3Directory &folder,
+                                  const std::vector<std::int64_t> &blocks)
+    TESSARY_REQUIRES_SHARED(volume.lock) {
+  std::vector<Places> taken(blocks.size());
+  if (!volume.index) return taken;
+  folder.lookAtFiles([&](const EMU3File &file) {
+    const auto block = std::find(blocks.begin(), blocks.end(), file.dentryBlock());
+    if (block == blocks.end() || file.isDeleted()) return;
+    taken[static_cast<std::size_t>(block - blocks.begin())].set(
+        static_cast<std::size_t>(file.dentryOffset()));
+  });
+  return taken;
+}
+
+// A block that is full of files is not read.
 std::optional<EntryPlace> firstFreeEntry(const Volume &volume, const EMU3DirectoryPtr &folder)
     TESSARY_REQUIRES_SHARED(volume.lock) {
-  for (const std::int64_t number : folder->blockList()) {
-    if (!volume.rules().takesEntries(volume, number)) continue;
+  const std::vector<std::int64_t> blocks = folder->blockList();
+  const std::vector<Places> files = placesOfFiles(volume, *folder, blocks);
+  for (std::size_t i = 0; i < blocks.size(); ++i) {
+    const std::int64_t number = blocks[i];
+    if (files[i].all() || !volume.rules().takesEntries(volume, number)) continue;
     const std::optional<Block> block = volume.entries.read(number);
     if (!block) continue;
     for (std::size_t index = 0; index < kDentriesPerBlock; ++index) {
       const EntryPlace place{number, static_cast<std::int64_t>(index)};
-      if (volume.rules().isFree(volume, block->data() + index * kDentrySize, place)) return place;
+      if (!files[i][index] && volume.rules().isFree(volume, block->data() + index * kDentrySize, place))
+        return place;
     }
   }
   return std::nullopt;
