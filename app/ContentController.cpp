@@ -76,6 +76,8 @@ bool ContentController::showsSameFiles(const std::vector<ListedFile> &rows) cons
 }
 
 void ContentController::updateTexts(std::vector<ListedFile> rows) {
+  // Nothing to paint; but a search of all folders shows their names too, which the rows do not hold.
+  if (!search_.everywhere && rows == rows_) return;
   rows_ = std::move(rows);
   if (!rows_.empty()) emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
 }

@@ -54,6 +54,8 @@ struct ListedFile {
 
   /// What a column of `kFileColumns` shows of it.
   QString text(int column) const;
+
+  bool operator==(const ListedFile &) const = default;
 };
 
 /// The files of `folder`, or those of `root` and all folders below it, that the search finds. No files where

@@ -74,6 +74,34 @@ TEST_F(ContentTest, FolderWhoseFilesAreAllDeletedShowsAnEmptyTable) {
   EXPECT_EQ(content_.rowCount(), 0);
 }
 
+TEST_F(ContentTest, IsPaintedAnewOnlyWhereARefreshFindsSomethingNew) {
+  const EMU3FilePtr file = makeFile("KICK", 0x81, 1536);
+  show(makeFolderOf({file}));
+  int changes = 0;
+  QObject::connect(&content_, &QAbstractItemModel::dataChanged, &table_, [&] { ++changes; });
+  content_.refresh();
+  EXPECT_EQ(changes, 0);
+  TreeEditor::setBankDetails(*file, {std::nullopt, 4, 1, 1});
+  content_.refresh();
+  EXPECT_EQ(changes, 1);
+  TreeEditor::setName(*file, "SNARE");
+  content_.refresh();
+  EXPECT_EQ(changes, 2);
+  EXPECT_EQ(rowTexts(content_, 0), (QStringList{"SNARE", "Bank", "Emulator IV", "1", "1", "1.5 KB"}));
+  content_.refresh();
+  EXPECT_EQ(changes, 2);
+}
+
+TEST_F(ContentTest, SearchOfAllFoldersIsPaintedAnewAtEachRefreshSinceItNamesTheFolders) {
+  const EMU3DirectoryPtr folder = makeFolderOf({makeFile("KICK")});
+  show(folder);
+  content_.setSearch({QStringLiteral("kick"), true});
+  int changes = 0;
+  QObject::connect(&content_, &QAbstractItemModel::dataChanged, &table_, [&] { ++changes; });
+  content_.refresh();
+  EXPECT_EQ(changes, 1);
+}
+
 TEST_F(ContentTest, CellsOfABankBeforeItsDetailsAreRead) {
   show(makeFolderOf({makeFile("KICK", 0x81, 1536)}));
   EXPECT_EQ(rowTexts(content_, 0), (QStringList{"KICK", "Bank", "—", "—", "—", "1.5 KB"}));
