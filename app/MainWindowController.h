@@ -195,9 +195,7 @@ private:
   void _buildMenuBarMenus();
   void _nameUndo();
   void _addCommand(QMenu *menu, const MenuCommand &command);
-  void _addSortMenu(QMenu *menu);
   void _addBankContentsItems(QMenu *menu);
-  void _showSortOrder();
   bool _isOfUse(Action action) const;
 
   // Image (MainWindowImage.cpp)
@@ -247,8 +245,6 @@ private:
   std::vector<Item> items_;        ///< of toolbar and context menus
   std::vector<Item> menuBarItems_; ///< greyed while their menu is shown
   QAction *bankContentsItem_ = nullptr;
-  std::vector<QAction *> sortItems_;                 ///< by column, the folder's order first
-  std::vector<QAction *> directionItems_;            ///< ascending, descending
   std::vector<std::unique_ptr<QMenu>> menuBarMenus_; ///< in the menu bar's order
   std::unique_ptr<QMenu> folderMenu_;
   std::unique_ptr<QMenu> fileMenu_;

@@ -3,13 +3,13 @@
 #include "app/MainWindowController.h"
 #include "app/PlatformTexts.h"
 #include "app/SidebarController.h"
+#include "app/SortMenu.h"
 #include "app/panel/BankContents.h"
 #include "app/panel/PanelPlace.h"
 #include "app/panel/PanelSettings.h"
 
 #include <QAction>
 #include <QActionGroup>
-#include <QHeaderView>
 #include <QKeySequence>
 #include <QMenu>
 #include <QTableView>
@@ -108,7 +108,7 @@ void MainWindowController::_buildMenuBarMenus() {
   _addCommand(folder, {QStringLiteral("Show Parent"), &Self::_showParent, key(Qt::ALT | Qt::Key_Up)});
 
   QMenu *view = make("View");
-  _addSortMenu(view);
+  new SortMenu(view, contentCtl(), tableView());
   view->addSeparator();
   _addBankContentsItems(view);
 
@@ -166,68 +166,6 @@ void MainWindowController::_toggleBankContents() {
   bankContents_->setShown(!bankContents_->isShown());
   bankContentsItem_->setChecked(bankContents_->isShown());
   PanelSettings::setShown(bankContents_->isShown());
-}
-
-// ---- Sort order
-
-void MainWindowController::_addSortMenu(QMenu *menu) {
-  QMenu *sort = menu->addMenu(QStringLiteral("Sort By"));
-  auto *columns = new QActionGroup(sort);
-  const auto addItem = [](QMenu *to, QActionGroup *group, const QString &title) {
-    QAction *item = to->addAction(title);
-    item->setCheckable(true);
-    group->addAction(item);
-    return item;
-  };
-  sortItems_.push_back(addItem(sort, columns, QStringLiteral("Folder’s Order")));
-  sort->addSeparator();
-  for (int column = 0; column < kFolderColumn; ++column)
-    sortItems_.push_back(
-        addItem(sort, columns, QLatin1String(kFileColumns[static_cast<std::size_t>(column)].title)));
-  menu->addSeparator();
-  auto *directions = new QActionGroup(menu);
-  for (const char *title : {"Ascending", "Descending"})
-    directionItems_.push_back(addItem(menu, directions, QLatin1String(title)));
-
-  for (std::size_t place = 0; place < sortItems_.size(); ++place)
-    connect(sortItems_[place], &QAction::triggered, this, [this, place] {
-      const int column = static_cast<int>(place) - 1;
-      contentCtl()->setOrder(
-          {column < 0 ? std::nullopt : std::optional(column), contentCtl()->order().descending});
-    });
-  for (const bool descending : {false, true})
-    connect(directionItems_[descending ? 1 : 0], &QAction::triggered, this, [this, descending] {
-      contentCtl()->setOrder({contentCtl()->order().column, descending});
-    });
-  connect(contentCtl(), &ContentController::orderChanged, this, &MainWindowController::_showSortOrder);
-  QHeaderView *header = tableView()->horizontalHeader();
-  // From one click to the next: ascending, descending, the folder's order.
-  const auto sortByNext = [this](int column) {
-    const FileOrder order = contentCtl()->order();
-    if (order.column != column)
-      contentCtl()->setOrder({column, false});
-    else
-      contentCtl()->setOrder(order.descending ? FileOrder() : FileOrder{column, true});
-  };
-  connect(header, &QHeaderView::sectionClicked, this, sortByNext);
-  connect(header, &QHeaderView::sectionDoubleClicked, this, sortByNext); // the second of two quick clicks
-  _showSortOrder();
-}
-
-void MainWindowController::_showSortOrder() {
-  const FileOrder order = contentCtl()->order();
-  const std::size_t place = order.column ? static_cast<std::size_t>(*order.column) + 1 : 0;
-  for (std::size_t i = 0; i < sortItems_.size(); ++i)
-    sortItems_[i]->setChecked(i == place);
-  for (const bool descending : {false, true}) {
-    QAction *item = directionItems_[descending ? 1 : 0];
-    item->setChecked(order.column && order.descending == descending);
-    item->setEnabled(order.column.has_value());
-  }
-  QHeaderView *header = tableView()->horizontalHeader();
-  header->setSortIndicatorShown(order.column.has_value());
-  header->setSortIndicator(order.column.value_or(-1),
-                           order.descending ? Qt::DescendingOrder : Qt::AscendingOrder);
 }
 
 // ---- Enablement
