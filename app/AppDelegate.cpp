@@ -5,8 +5,8 @@
 #include "app/DisplayText.h"
 #include "app/MainWindow.h"
 #include "app/MainWindowController.h"
-#include "app/WindowMenu.h"
 #include "app/WorkQuestions.h"
+#include "app/menus/WindowMenu.h"
 #include "tessary/SerialQueue.h"
 
 #include <QApplication>

@@ -3,8 +3,12 @@
 #include "app/FolderOutline.h"
 #include "app/MainWindowController.h"
 #include "app/SidebarController.h"
+#include "app/menus/ContextMenus.h"
+#include "app/menus/MenuBarMenus.h"
+#include "app/panel/BankContents.h"
 #include "app/panel/BankContentsPanel.h"
 #include "app/panel/BankEntryTable.h"
+#include "app/panel/PanelSettings.h"
 
 #include <QApplication>
 
@@ -70,7 +74,18 @@ void MainWindowController::_findEverywhere() {
   browser_->find(true);
 }
 
+void MainWindowController::_toggleBankContents() {
+  bankContents_->setShown(!bankContents_->isShown());
+  menuBarMenus_->showBankContentsShown(bankContents_->isShown());
+  PanelSettings::setShown(bankContents_->isShown());
+}
+
 // ---- Folders
+
+void MainWindowController::_showFolderMenu(const QModelIndex &clicked, const QPoint &globalPosition) {
+  clickedDirectory_ = clicked.isValid() ? sidebarCtl()->directoryAt(clicked) : nullptr;
+  contextMenus_->showFolderMenu(globalPosition);
+}
 
 /// The folder that Rename Folder and Delete Folder act on; null when there is none.
 EMU3DirectoryPtr MainWindowController::_targetFolder() const {

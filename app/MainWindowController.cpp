@@ -9,10 +9,12 @@
 #include "app/WindowList.h"
 #include "app/WindowPlace.h"
 #include "app/WorkQuestions.h"
+#include "app/menus/CommandItems.h"
+#include "app/menus/ContextMenus.h"
+#include "app/menus/MenuBarMenus.h"
 #include "app/panel/BankContents.h"
 
 #include <QDesktopServices>
-#include <QMenu>
 #include <utility>
 
 namespace tessary {
@@ -52,6 +54,14 @@ StatusLabel *MainWindowController::diskSpaceLabel() const {
 
 Spinner *MainWindowController::spinner() const {
   return browser_->views().statusBar->spinner();
+}
+
+std::vector<QMenu *> MainWindowController::menus() const {
+  return menuBarMenus_->menus();
+}
+
+void MainWindowController::_validateItems() {
+  items_->validate();
 }
 
 void MainWindowController::showWindow() {

@@ -24,7 +24,6 @@
 #include <string>
 #include <vector>
 
-class QAction;
 class QMenu;
 class QMenuBar;
 class QModelIndex;
@@ -38,9 +37,12 @@ namespace tessary {
 
 class BankContents;
 class BankContentsPanel;
+class CommandItems;
 class ContentController;
+class ContextMenus;
 class DraggedItems;
 class MainWindow;
+class MenuBarMenus;
 class PanelPlace;
 class SidebarController;
 class Spinner;
@@ -114,8 +116,11 @@ public:
   /// or the keyboard.
   EMU3DirectoryPtr clickedDirectory() const { return clickedDirectory_; }
 
-  /// For toolbar and context menus.
+  // MainWindowEnablement.cpp
+  /// For toolbar and context menus: whether the command's item is enabled.
   bool validateUserInterfaceItem(Action action) const;
+  /// For the menu bar: whether the command can do something at this moment.
+  bool isOfUse(Action action) const;
 
   // Commands; those on files and folders: MainWindowCommands.cpp.
   void _newWindow();
@@ -178,25 +183,7 @@ private:
   void _setupKeyboardShortcuts();
   void _resizeContent(const QSize &size);
   void _placeWindow();
-
-  // Toolbar and context menus (MainWindowMenus.cpp)
-  void _buildToolbar();
-  QAction *_makeToolbarItem(const QString &identifier);
-  void _buildContextMenus();
-  void _showFolderMenu(const QModelIndex &clicked, const QPoint &globalPosition);
-  std::unique_ptr<QMenu> _buildFolderMenu();
-  std::unique_ptr<QMenu> _buildContextMenu();
-  void _addMenuItem(QMenu *menu, const QString &title, Action action);
-  void _addItem(QAction *item, Action action);
   void _validateItems();
-
-  // Menu bar (MenuBarMenus.cpp)
-  struct MenuCommand;
-  void _buildMenuBarMenus();
-  void _nameUndo();
-  void _addCommand(QMenu *menu, const MenuCommand &command);
-  void _addBankContentsItems(QMenu *menu);
-  bool _isOfUse(Action action) const;
 
   // Image (MainWindowImage.cpp)
   void _setFilesystem(const EMU3FilesystemPtr &filesystem);
@@ -204,6 +191,7 @@ private:
   void _tellThatNoneIsMounted();
 
   // What has the keyboard
+  void _showFolderMenu(const QModelIndex &clicked, const QPoint &globalPosition);
   EMU3DirectoryPtr _targetFolder() const;
   bool _foldersHaveKeyboard() const;
   bool _panelHasKeyboard() const;
@@ -212,11 +200,6 @@ private:
   bool _mayDrop() const;
   void _dropReceived(const EMU3DirectoryPtr &target, const std::vector<std::string> &urls);
   void _itemsDropped(const EMU3DirectoryPtr &target, const DraggedItems &items);
-
-  struct Item {
-    QAction *item;
-    Action action;
-  };
 
   WindowList &windows_;
   std::unique_ptr<MainWindow> window_;
@@ -242,12 +225,10 @@ private:
   PanelPlace *panelPlace_ = nullptr;
   BankContents *bankContents_ = nullptr;
 
-  std::vector<Item> items_;        ///< of toolbar and context menus
-  std::vector<Item> menuBarItems_; ///< greyed while their menu is shown
-  QAction *bankContentsItem_ = nullptr;
-  std::vector<std::unique_ptr<QMenu>> menuBarMenus_; ///< in the menu bar's order
-  std::unique_ptr<QMenu> folderMenu_;
-  std::unique_ptr<QMenu> fileMenu_;
+  // End before the window, which has their actions.
+  std::unique_ptr<CommandItems> items_; ///< of toolbar and context menus
+  std::unique_ptr<ContextMenus> contextMenus_;
+  std::unique_ptr<MenuBarMenus> menuBarMenus_;
   EMU3DirectoryPtr clickedDirectory_;
   bool closingIsAgreed_ = false;
 };

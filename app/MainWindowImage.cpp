@@ -4,12 +4,13 @@
 #include "app/MainWindowController.h"
 #include "app/StatusBar.h"
 #include "app/WindowList.h"
+#include "app/menus/ContextMenus.h"
+#include "app/menus/MenuBarMenus.h"
 #include "app/panel/BankContents.h"
 #include "tessary/Text.h"
 
 #include <QFile>
 #include <QFileDialog>
-#include <QMenu>
 #include <utility>
 
 namespace tessary {
@@ -90,10 +91,8 @@ void MainWindowController::_setFilesystem(const EMU3FilesystemPtr &filesystem) {
   bankContents_->imageReplaced();
   history_->imageReplaced();
   // What is chosen from a menu is meant for the image that it came up over.
-  for (const auto &menu : menuBarMenus_)
-    menu->close();
-  folderMenu_->close();
-  fileMenu_->close();
+  menuBarMenus_->close();
+  contextMenus_->close();
   _validateItems();
 }
 

@@ -10,6 +10,10 @@
 #include "app/StatusBar.h"
 #include "app/ThinSplitter.h"
 #include "app/WindowPlace.h"
+#include "app/menus/CommandItems.h"
+#include "app/menus/ContextMenus.h"
+#include "app/menus/MenuBarMenus.h"
+#include "app/menus/Toolbar.h"
 #include "app/panel/BankContents.h"
 #include "app/panel/BankContentsPanel.h"
 #include "app/panel/BankEntryTable.h"
@@ -23,7 +27,6 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QLayout>
-#include <QMenu>
 #include <QMenuBar>
 #include <QPainter>
 #include <QScreen>
@@ -100,9 +103,10 @@ void MainWindowController::_buildUI() {
       this);
   connect(window_.get(), &MainWindow::textSizeChanged, panel_, &BankContentsPanel::followTextSize);
   recentImages_ = new RecentImages([this](const std::string &path) { openImageAtURL(path); }, this);
-  _buildToolbar();
-  _buildContextMenus();
-  _buildMenuBarMenus();
+  items_ = std::make_unique<CommandItems>(*this);
+  addToolbar(window_.get(), items_.get());
+  contextMenus_ = std::make_unique<ContextMenus>(items_.get(), tableView());
+  menuBarMenus_ = std::make_unique<MenuBarMenus>(*this, recentImages_, panelPlace_);
   _setupDragging();
   _validateItems();
   _resizeContent(contentSize);

@@ -1,4 +1,4 @@
-#include "app/SortMenu.h"
+#include "app/menus/SortMenu.h"
 
 #include "app/ContentController.h"
 

@@ -1,4 +1,4 @@
-#include "app/WindowMenu.h"
+#include "app/menus/WindowMenu.h"
 
 #include "app/ImageTitle.h"
 #include "app/MainWindowController.h"

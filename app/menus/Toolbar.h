@@ -1,0 +1,12 @@
+#pragma once
+
+class QMainWindow;
+
+namespace tessary {
+
+class CommandItems;
+
+/// Adds the toolbar to the window, which owns it, and its items to `items`.
+void addToolbar(QMainWindow *window, CommandItems *items);
+
+} // namespace tessary
