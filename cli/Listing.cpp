@@ -161,7 +161,7 @@ void printCsv(const std::vector<ListedFolder> &folders, std::ostream &out) {
     for (FileItem &item : filesIn(folder.folder.directory, folder.folder.address))
       addresses.emplace(std::move(item.file), std::move(item.address));
     for (const EMU3FilePtr &file : folder.files)
-      table.addRow(csvRowOf(*file, addresses[file]));
+      table.addRow(csvRowOf(*file, addresses.at(file)));
     for (const FolderItem &item : folder.folders)
       table.addRow(csvRowOf(item));
   }
