@@ -174,6 +174,8 @@ private:
   void _close();
   /// Has the desktop open one of this project's documents.
   void showDocument(const QString &fileName);
+  void _validateItems();
+
   // Window (MainWindowLayout.cpp)
   void _buildUI();
   Browser::Views _buildViews();
@@ -183,14 +185,13 @@ private:
   void _setupKeyboardShortcuts();
   void _resizeContent(const QSize &size);
   void _placeWindow();
-  void _validateItems();
 
   // Image (MainWindowImage.cpp)
   void _setFilesystem(const EMU3FilesystemPtr &filesystem);
   void _earlierWorkEnded();
   void _tellThatNoneIsMounted();
 
-  // What has the keyboard
+  // Folders, and what has the keyboard (MainWindowCommands.cpp)
   void _showFolderMenu(const QModelIndex &clicked, const QPoint &globalPosition);
   EMU3DirectoryPtr _targetFolder() const;
   bool _foldersHaveKeyboard() const;

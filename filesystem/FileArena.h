@@ -13,7 +13,7 @@ namespace tessary {
 
 /// Memory of the files that one reading of the tree makes. It is taken in slabs, of a few files at first and
 /// then of many, since a piece of its own for each file costs a sixth of opening a volume. A slab is given
-/// back when the last of its files is gone.
+/// back when nothing points to any of its files: a file that is kept keeps all of its slab.
 ///
 /// One thread makes the files; any may release them.
 class FileArena final {
@@ -33,7 +33,8 @@ public:
   }
 
 private:
-  static constexpr std::size_t kMostOfOneFile = sizeof(EMU3File) + 64; ///< with what its pointers share
+  // Bytes; those of a file with the counts that its pointers keep.
+  static constexpr std::size_t kMostOfOneFile = sizeof(EMU3File) + 64;
   static constexpr std::size_t kSmallestSlab = 4 * kMostOfOneFile;
   static constexpr std::size_t kLargestSlab = 64000;
 
@@ -43,7 +44,7 @@ private:
     explicit Slab(std::size_t size)
         : size_(size), bytes_(std::make_unique_for_overwrite<std::byte[]>(size)) {}
 
-    [[nodiscard]] bool hasRoom() const { return size_ - used_ >= kMostOfOneFile; }
+    [[nodiscard]] bool hasRoom() const { return used_ + kMostOfOneFile <= size_; }
 
     void *take(std::size_t size) {
       if (size > kMostOfOneFile) throw std::bad_alloc();

@@ -53,7 +53,7 @@ private:
   std::size_t lowest_ = 1;             ///< the first of the lowest nodes, and their number, a power of 2
   std::vector<Node> nodes_ = {{}, {}}; ///< the uppermost is 1, those below `n` are 2n and 2n + 1
   // By place, from 1. A lowest node stands for several places, so that the nodes take little memory.
-  std::vector<std::uint32_t> runs_;    ///< that end in the place's lowest node, and cover the place
+  std::vector<std::uint32_t> runs_;    ///< that cover the place, and have an end in its lowest node
   std::vector<std::uint64_t> weights_; ///< whether covered or not
 };
 

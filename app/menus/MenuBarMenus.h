@@ -59,8 +59,8 @@ private:
   void nameUndo();
 
   MainWindowController &controller_;
-  std::vector<std::unique_ptr<QMenu>> menus_;
   std::vector<Item> items_;
+  std::vector<std::unique_ptr<QMenu>> menus_;
   QAction *bankContentsItem_ = nullptr;
 };
 

@@ -17,7 +17,7 @@ class SortMenu final : public QObject {
   Q_OBJECT
 
 public:
-  /// Adds its items to `menu`, and ends with it. What the table shows must live as long.
+  /// Adds its items to `menu`, and ends with it. `content` and `table` must live as long.
   SortMenu(QMenu *menu, ContentController *content, QTableView *table);
 
 private:

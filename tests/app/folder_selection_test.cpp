@@ -56,11 +56,11 @@ TEST_F(FolderSelection, FilesAreShownAtOnceAndTheirDetailsWhenTheyAreRead) {
   EXPECT_EQ(cells(0).mid(2, 3), (QStringList{"Emulator 3X", "3", "4"}));
 }
 
-TEST_F(FolderSelection, DetailsOfAFolderLeftMeanwhileAreDropped) {
+TEST_F(FolderSelection, DetailsOfAFolderLeftMeanwhileChangeNothingThatIsShown) {
   const std::string path = mount(twoFolders());
   chooseFolder({"Pads"});
   ASSERT_TRUE(waitUntilIdle());
-  // Read anew below, where their arrival must not show.
+  // Read anew below, where their arrival must not be seen.
   for (const EMU3FilePtr &file : controller_->currentDirectory()->allFiles())
     TreeEditor::setBankDetails(*file, {});
   int refreshes = 0;

@@ -45,6 +45,55 @@ TEST(EntryReading, GivesAllOfABlockInsideTheImageAndNothingOfOneOutside) {
   }
 }
 
+// --- Planned entries -------------------------------------------------------------------------------
+
+TEST(PlannedEntries, AreSeenByReadersAndNotOnTheImage) {
+  EngineParts parts{ImageBuilder(smallLayout())};
+  const RawEntry entry = newFileEntry("entry", 3, 4, 5);
+  parts.entries.plan({7, 6}, entry);
+  EXPECT_EQ(parts.entries.readEntry({7, 6}), entry);
+  const std::optional<format::Block> block = parts.entries.read(7);
+  ASSERT_TRUE(block);
+  EXPECT_TRUE(std::equal(entry.begin(), entry.end(), block->begin() + 6 * 32));
+  EXPECT_TRUE(parts.imageIsAsExpected());
+}
+
+TEST(PlannedEntries, OneIsForgottenWithoutItsNeighbours) {
+  ImageBuilder image(smallLayout());
+  image.poke(7 * kBlockBytes, patternBytes(kBlockBytes, 4));
+  EngineParts parts(std::move(image));
+  const std::optional<format::Dentry> stands = parts.entries.readEntry({7, 7});
+  const RawEntry entry = newFileEntry("entry", 3, 4, 5);
+  for (const tessary::EntryPlace place : {tessary::EntryPlace{7, 0}, tessary::EntryPlace{7, 7},
+                                          tessary::EntryPlace{7, 15}, tessary::EntryPlace{8, 7}})
+    parts.entries.plan(place, entry);
+  parts.entries.forgetPlan({7, 7});
+  parts.entries.forgetPlan({9, 7}); // where nothing is planned
+  EXPECT_FALSE(parts.entries.isPlanned({7, 7}));
+  EXPECT_EQ(parts.entries.readEntry({7, 7}), stands);
+  for (const tessary::EntryPlace place :
+       {tessary::EntryPlace{7, 0}, tessary::EntryPlace{7, 15}, tessary::EntryPlace{8, 7}}) {
+    EXPECT_TRUE(parts.entries.isPlanned(place));
+    EXPECT_EQ(parts.entries.readEntry(place), entry);
+  }
+  const std::optional<format::Block> block = parts.entries.read(7);
+  ASSERT_TRUE(block);
+  EXPECT_TRUE(std::equal(entry.begin(), entry.end(), block->begin()));
+  EXPECT_TRUE(std::equal(stands->begin(), stands->end(), block->begin() + 7 * 32));
+  EXPECT_TRUE(std::equal(entry.begin(), entry.end(), block->begin() + 15 * 32));
+}
+
+TEST(PlannedEntries, AreAllForgottenAtOnce) {
+  EngineParts parts{ImageBuilder(smallLayout())};
+  parts.entries.plan({7, 0}, newFileEntry("one", 3, 4, 5));
+  parts.entries.plan({8, 0}, newFileEntry("other", 3, 4, 5));
+  parts.entries.forgetPlans();
+  EXPECT_FALSE(parts.entries.isPlanned({7, 0}));
+  EXPECT_EQ(parts.entries.readEntry({8, 0}), format::Dentry{});
+}
+
+// --- Writing ---------------------------------------------------------------------------------------
+
 // One way of writing: what it does to the 32 bytes of an entry, and to nothing else.
 class EntryChange : public testing::Test {
 protected:

@@ -11,7 +11,7 @@ namespace {
 
 TEST(RunCover, AgreesWithCountingEachPlace) {
   Random random(7);
-  for (const std::uint64_t count : {0U, 1U, 2U, 3U, 8U, 21U, 64U}) {
+  for (const std::uint64_t count : {0U, 1U, 2U, 3U, 8U, 15U, 16U, 17U, 21U, 33U, 64U, 300U}) {
     RunCover cover;
     cover.beginMany(count);
     cover.endMany();

@@ -45,6 +45,36 @@ TEST(Growth, ClearsABlockNamesItAndPutsTheEntryFirst) {
   EXPECT_TRUE(volume.isAsReadAnew());
 }
 
+TEST(Growth, IsNotNeededWhereALaterBlockHasRoom) {
+  ImageBuilder image = volumeWithFullFolder();
+  putBlockNumber(image, {4, 0}, 1, 6);
+  GuardedVolume volume(std::move(image));
+  const EMU3DirectoryPtr full = volume.folderAt("full");
+  ASSERT_TRUE(volume.import("new", patternBytes(600, 9), full));
+  putNewFile(volume.expected, {6, 0}, "new", 3, 16, patternBytes(600, 9));
+  EXPECT_TRUE(volume.imageIsAsExpected());
+  EXPECT_EQ(full->blockList(), (Blocks{5, 6}));
+}
+
+TEST(Growth, TakesTheFirstPlaceOfADeletedFileAmongLiveOnes) {
+  ImageBuilder image = volumeWithFullFolder();
+  image.poke(5 * kBlockBytes + 9 * 32 + 26, Bytes{0}); // the type byte
+  GuardedVolume volume(std::move(image));
+  ASSERT_TRUE(volume.import("new", patternBytes(600, 9), volume.folderAt("full")));
+  EXPECT_EQ(volume.folderAt("full")->files().back()->place(), (tessary::EntryPlace{5, 9}));
+  EXPECT_EQ(volume.folderAt("full")->blockList(), (Blocks{5}));
+}
+
+TEST(Growth, OfAFullFolderThatNamesItsBlockTwiceGivesItAnother) {
+  ImageBuilder image = volumeWithFullFolder();
+  putBlockNumber(image, {4, 0}, 1, 5);
+  GuardedVolume volume(std::move(image));
+  const EMU3DirectoryPtr full = volume.folderAt("full");
+  ASSERT_TRUE(volume.import("new", patternBytes(600, 9), full));
+  EXPECT_EQ(full->blockList(), (Blocks{5, 5, 6}));
+  EXPECT_EQ(full->files().back()->place(), (tessary::EntryPlace{6, 0}));
+}
+
 struct Adding {
   std::string what;
   std::function<bool(GuardedVolume &, const EMU3DirectoryPtr &)> add; ///< to this folder
