@@ -49,7 +49,7 @@ bool ItemReport::run(const std::string &item, const std::function<std::string()>
   if (session_.interrupted()) return false;
   EMU3Error error;
   if (attempt(item, work, &error)) {
-    succeed(item, sentence(), result ? result() : ItemResult());
+    succeed(item, sentence, result);
     session_.out().flush();
   } else {
     fail(item, error);
@@ -65,11 +65,11 @@ void ItemReport::runAll(ItemsOperation &operation, const std::vector<std::string
   watcher.ended = [&](const ItemEnd &ended) {
     progress_.clear();
     const std::string &item = items[ended.item];
-    if (ended.error)
-      fail(item, *ended.error);
-    else
-      succeed(item, ended.isLeftOut ? "Left out, since its name is there: " + item : sentence(ended),
-              resultOf(ended));
+    if (ended.error) return fail(item, *ended.error);
+    const auto said = [&] {
+      return ended.isLeftOut ? "Left out, since its name is there: " + item : sentence(ended);
+    };
+    succeed(item, said, [&] { return resultOf(ended); });
   };
   // Items end by the group, and their lines are written together.
   watcher.progressed = [&](const ItemsProgress &) { session_.out().flush(); };
@@ -85,17 +85,18 @@ bool ItemReport::attempt(const std::string &item, const Work &work, EMU3Error *e
   }
 }
 
-void ItemReport::succeed(const std::string &item, const std::string &sentence, ItemResult result) {
+void ItemReport::succeed(const std::string &item, const std::function<std::string()> &sentence,
+                         const std::function<ItemResult()> &result) {
   if (session_.json)
-    outcomes_.push_back({item, std::move(result), std::nullopt});
+    outcomes_.push_back({item, result ? result() : ItemResult(), std::nullopt});
   else if (!session_.quiet)
-    session_.out() << escapedForDisplay(sentence) << '\n';
+    session_.out() << escapedForDisplay(sentence()) << '\n';
 }
 
 void ItemReport::fail(const std::string &item, const EMU3Error &error) {
   anyFailed_ = true;
   if (session_.json) {
-    outcomes_.push_back({item, {}, error});
+    outcomes_.push_back({item, ItemResult(), error});
     return;
   }
   session_.out().flush(); // so that a terminal shows the lines in the order of the items

@@ -42,8 +42,8 @@ public:
 
   /// Does one item by itself. False when it was not begun, since the user has interrupted; then the command
   /// does no more. `work` returns whether it succeeded, and fills the error where not; what it throws is the
-  /// item's failure. `sentence` says what was done and `result` what came of it; both are called after a
-  /// success.
+  /// item's failure. `sentence` says what was done and `result` what came of it: after a success that
+  /// of the two is called which is shown.
   bool run(const std::string &item, const std::function<std::string()> &sentence, const Work &work,
            const std::function<ItemResult()> &result = {});
   bool run(const std::string &item, const std::string &sentence, const Work &work,
@@ -65,7 +65,8 @@ private:
   };
 
   static bool attempt(const std::string &item, const Work &work, EMU3Error *error);
-  void succeed(const std::string &item, const std::string &sentence, ItemResult result);
+  void succeed(const std::string &item, const std::function<std::string()> &sentence,
+               const std::function<ItemResult()> &result);
   void fail(const std::string &item, const EMU3Error &error);
   void writeJson(bool ok, bool interrupted) const;
 
