@@ -12,6 +12,14 @@ namespace tessary {
 
 using namespace format;
 
+namespace {
+
+// Blocks: 512 KiB. Contents so long go to the medium while the next are read. Of shorter ones the host writes
+// many together when the barrier comes, in less time than one by one.
+constexpr std::uint64_t kWorthAnEarlyFlush = 1024;
+
+} // namespace
+
 bool isTooLarge(const Volume &volume, std::uint64_t size) {
   return blocksNeeded(size) > volume.rules().mostBlocksOfAFile();
 }
@@ -61,7 +69,8 @@ bool StoreFile::writeContents(Volume &volume, NewEntry entry, EMU3Error *error) 
   const std::uint64_t firstBlock = volume.geometry().slotStartBlock(place_.slot);
   if (!volume.image.writeData(firstBlock, file_.data->data(), file_.data->size()))
     return fail(error, EngineError::dataWriteFailed);
-  volume.image.startFlush(firstBlock, blocksNeeded(file_.size));
+  const std::uint64_t blocks = blocksNeeded(file_.size);
+  if (blocks >= kWorthAnEarlyFlush) volume.image.startFlush(firstBlock, blocks);
   const std::uint64_t faults = volume.image.writeFaults();
   volume.rules().markNewFile(volume, place_.slot, file_.size);
   if (volume.image.writeFaults() == faults && planEntry(volume, std::move(entry), error)) {
